@@ -1,0 +1,52 @@
+# What every target of the project is compiled with: solvane_options.
+add_library(solvane_options INTERFACE)
+
+if(MSVC)
+  target_compile_options(solvane_options INTERFACE /W4 /WX /utf-8 /permissive-)
+else()
+  target_compile_options(solvane_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+endif()
+
+if(WIN32)
+  # Windows 10, and none of the macros that break C++ names.
+  target_compile_definitions(solvane_options INTERFACE
+    _WIN32_WINNT=0x0A00 WIN32_LEAN_AND_MEAN NOMINMAX UNICODE _UNICODE)
+endif()
+
+if(MINGW)
+  # No run-time library of the compiler's has to be shipped; the same bytes from every build.
+  target_compile_options(solvane_options INTERFACE -ffunction-sections -fdata-sections)
+  target_link_options(solvane_options INTERFACE
+    -static -Wl,--gc-sections -Wl,--no-insert-timestamp
+    -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat)
+endif()
+
+if(SOLVANE_SANITIZE)
+  target_compile_options(solvane_options INTERFACE
+    -fsanitize=${SOLVANE_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(solvane_options INTERFACE -fsanitize=${SOLVANE_SANITIZE})
+endif()
+
+if(SOLVANE_COVERAGE)
+  target_compile_options(solvane_options INTERFACE --coverage -fprofile-abs-path)
+  target_link_options(solvane_options INTERFACE --coverage)
+endif()
+
+# solvane_room(<name> [SOURCES ...] [SEES <targets this room's headers need>]
+#              [USES <targets its sources need>])
+#
+# One room of the house: a static library whose include path is its own directory and nothing else,
+# so that a room can include exactly the rooms that it is given here.
+function(solvane_room name)
+  cmake_parse_arguments(ROOM "" "" "SOURCES;SEES;USES" ${ARGN})
+  if(ROOM_SOURCES)
+    add_library(${name} STATIC ${ROOM_SOURCES})
+    target_include_directories(${name} PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
+    target_link_libraries(${name} PUBLIC ${ROOM_SEES} PRIVATE ${ROOM_USES} solvane_options)
+  else()
+    add_library(${name} INTERFACE)
+    target_include_directories(${name} INTERFACE ${CMAKE_CURRENT_SOURCE_DIR})
+    target_link_libraries(${name} INTERFACE ${ROOM_SEES})
+  endif()
+endfunction()

@@ -1,0 +1,19 @@
+# solvane_vendor_import(<target> <file.def>)
+#
+# An import library for a vendor's DLL, made from the list of the calls that are used.
+function(solvane_vendor_import target def)
+  get_filename_component(def "${def}" ABSOLUTE)
+  set(library "${CMAKE_CURRENT_BINARY_DIR}/${target}${CMAKE_STATIC_LIBRARY_SUFFIX}")
+  if(MSVC)
+    set(command "${CMAKE_AR}" /nologo /machine:x64 "/def:${def}" "/out:${library}")
+  else()
+    find_program(SOLVANE_DLLTOOL NAMES x86_64-w64-mingw32-dlltool dlltool REQUIRED)
+    set(command "${SOLVANE_DLLTOOL}" --deterministic-libraries -d "${def}" -l "${library}")
+  endif()
+  add_custom_command(OUTPUT "${library}" COMMAND ${command} DEPENDS "${def}" VERBATIM
+    COMMENT "Import library ${target}")
+  add_custom_target(${target}_file DEPENDS "${library}")
+  add_library(${target} INTERFACE)
+  add_dependencies(${target} ${target}_file)
+  target_link_libraries(${target} INTERFACE "${library}")
+endfunction()

@@ -1,0 +1,292 @@
+/*
+ * solvane.h - the C interface of Solvane.dll, the only header that a host needs.
+ *
+ * Solvane drives the electrical lines round a camera: it triggers a capture, wakes the camera,
+ * switches camera power and accessories power, forces the picture dark, and reads back "system
+ * ready" and the latched MEP flag. It finds by itself which hardware carries the lines.
+ *
+ * Rules of the whole interface
+ *
+ * 1. One thread at a time. Nothing here is locked: a host calls these functions from one thread,
+ *    or makes sure that no two calls overlap. The one exception is the very first call, which may
+ *    come from several threads at once; all but one of them wait until the hardware was looked for.
+ *
+ * 2. Every function is synchronous. It returns when the lines have their new levels. The times
+ *    given below are those of a healthy FT2232H with a 1 ms timer; "ms" are wall-clock
+ *    milliseconds. An operation that meets a fault first tries to recover the chip, which can take
+ *    a little over 3 s before it gives up.
+ *
+ * 3. Statuses. A function that returns a value returns one of the SOLVANE_ statuses below, and 0
+ *    (SOLVANE_OK) is success. Test for "not 0", not for single numbers you know: which numbers an
+ *    operation can return depends on the hardware that serves it.
+ *
+ * 4. First use finds the hardware. The first call of any function except Solvane_SetLogger looks
+ *    for the hardware, brings it up and sets the lines to rest (trigger low, clear-MEP at rest).
+ *    On a working FT2232H that takes about 60 ms, once. Later calls configure again by themselves
+ *    when the hardware was lost in between.
+ *
+ * 5. Out-values. A function that answers a question takes a pointer to an int16_t that it sets to
+ *    1 (yes) or 0 (no). The pointer is used during the call only. A null pointer is answered with
+ *    SOLVANE_E_INVALID, but only after the hardware was found: without hardware the answer is
+ *    SOLVANE_E_NO_HARDWARE. When the status is not 0 nothing was written.
+ *
+ * 6. Lost reads. A question whose line cannot be read still returns 0. Power questions then answer
+ *    1 (on), all other questions 0 (not ready, not dark, no flag): a camera whose power is unknown
+ *    must be taken as powered.
+ *
+ * 7. The log function must not call back into the library, and its line is valid only during the
+ *    call. Copy what you keep.
+ *
+ * 8. No C++ exception of the library's own crosses this interface, save one: if memory runs out
+ *    while the hardware is looked for, std::bad_alloc leaves the call and the next call starts
+ *    afresh.
+ *
+ * The header is clean C89 (with <stdint.h>) and C++.
+ */
+#ifndef SOLVANE_SOLVANE_H
+#define SOLVANE_SOLVANE_H
+
+#include <stdint.h>
+
+/* Calling convention of every function and callback. It has a meaning on 32-bit Windows only. */
+#if defined(_WIN32)
+#define SOLVANE_CALL __stdcall
+#else
+#define SOLVANE_CALL
+#endif
+
+/*
+ * Import decoration. Define SOLVANE_NO_IMPORT before including this header to get plain
+ * declarations, for instance to take function types for GetProcAddress.
+ */
+#if defined(_WIN32) && !defined(SOLVANE_NO_IMPORT)
+#define SOLVANE_API __declspec(dllimport)
+#else
+#define SOLVANE_API
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Statuses ------------------------------------------------------------------------------ */
+
+/* The lines did what was asked. */
+#define SOLVANE_OK 0
+/* The state asked for could not be determined. */
+#define SOLVANE_E_UNDETERMINED (-1)
+/* A line could not be written, or a step of the serial-channel reset failed. */
+#define SOLVANE_E_WRITE (-2)
+/* The hardware was not found, or could not be opened and configured. */
+#define SOLVANE_E_NO_HARDWARE (-3)
+/* A null pointer. */
+#define SOLVANE_E_INVALID (-4)
+/* A trigger was refused because the system is not ready (or its ready line cannot be read). */
+#define SOLVANE_E_NOT_READY (-5)
+
+/* ---- Logging ------------------------------------------------------------------------------- */
+
+/*
+ * The host's log function.
+ *
+ * context  the pointer given to Solvane_SetLogger, untouched.
+ * line     one line of text, zero-terminated, without a line break at its end, beginning with the
+ *          local time as "[14:03:07.042] ". Narrow characters. Valid only during the call.
+ *
+ * Called on the thread that called the library, in the middle of an operation: return quickly, for
+ * the lines may wait in mid-pulse for you. Do not call any Solvane_ function from here, and let no
+ * exception out.
+ */
+typedef void(SOLVANE_CALL* SolvaneLogCallback)(void* context, const char* line);
+
+/*
+ * Installs the host's log function, or with a null `callback` stops logging.
+ *
+ * Lines:    none. Does not look for hardware.
+ * Pointers: `context` is handed back with every line and never looked at; it may be null. Both are
+ *           kept until the next call of this function or until the library is unloaded: the unload
+ *           itself logs, so keep the function callable until then or remove it first.
+ * Threads:  never while another call is in progress.
+ * Time:     no waiting. Without a log function nothing is formatted and nothing is kept for later,
+ *           so install it before the first other call to see how the hardware was chosen.
+ */
+SOLVANE_API void SOLVANE_CALL Solvane_SetLogger(void* context, SolvaneLogCallback callback);
+
+/* ---- Finding the hardware ------------------------------------------------------------------ */
+
+/*
+ * Tells whether the hardware is there and configured, and configures it if it is not.
+ *
+ * Lines:    none when configured already. Otherwise they are set to rest: trigger low, clear-MEP
+ *           at rest; dark and power stay as they are on the FT2232H.
+ * Statuses: SOLVANE_OK, SOLVANE_E_NO_HARDWARE.
+ * Time:     none when configured already, about 60 ms when it configures.
+ */
+SOLVANE_API int16_t SOLVANE_CALL Solvane_CheckAvailable(void);
+
+/*
+ * Tells whether camera and accessories power can be switched.
+ *
+ * The same as Solvane_CheckAvailable on the FT2232H, in lines, statuses and time.
+ */
+SOLVANE_API int16_t SOLVANE_CALL Solvane_CheckPowerControlAvailable(void);
+
+/*
+ * Looks for the hardware again, from the first kind, and keeps the first that answers.
+ *
+ * Lines:    the present hardware is released; what is found is configured afresh, which sets the
+ *           lines to rest. When nothing is found the FT2232H stays chosen and every later
+ *           operation looks for it once more.
+ * Statuses: SOLVANE_OK when some hardware answered, else the status of the last kind tried.
+ * Time:     as the first use. As the very first call it looks twice.
+ * Threads:  never while another call is in progress: the object behind the call is replaced.
+ */
+SOLVANE_API int16_t SOLVANE_CALL Solvane_RecheckStatus(void);
+
+/*
+ * Chooses the FT2232H, whether it is there or not, until the next Solvane_RecheckStatus.
+ *
+ * Lines, time and threads as Solvane_RecheckStatus. Returns nothing: ask Solvane_CheckAvailable.
+ */
+SOLVANE_API void SOLVANE_CALL Solvane_EnforceFTDI(void);
+
+/* ---- Capture ------------------------------------------------------------------------------- */
+
+/*
+ * Triggers one capture.
+ *
+ * Lines:    refuses, touching nothing, unless "system ready" is active. Clears a latched MEP flag
+ *           first with one short pulse on clear-MEP. Then drives the trigger line high for 10 ms
+ *           (at a system timer resolution of 1 ms, raised for this call only) and low again. On the
+ *           FT2232H the line is high for 12 ms: the 2 ms that a write takes to settle come first.
+ * Statuses: SOLVANE_OK, SOLVANE_E_NOT_READY, SOLVANE_E_NO_HARDWARE, SOLVANE_E_WRITE (the trigger
+ *           may have been given, and its line may have stayed high when the write that lowers it
+ *           was the one that failed: call Solvane_CloseDevice, whose next operation sets the lines
+ *           to rest).
+ * Time:     about 18 ms; 4 ms more when a flag is cleared.
+ */
+SOLVANE_API int16_t SOLVANE_CALL Solvane_TriggerCapture(void);
+
+/*
+ * Asks whether the system is ready for a trigger; `*ready` becomes 1 or 0.
+ *
+ * Lines:    none driven.
+ * Statuses: SOLVANE_OK, SOLVANE_E_NO_HARDWARE, SOLVANE_E_INVALID.
+ * Time:     about 2 ms.
+ */
+SOLVANE_API int16_t SOLVANE_CALL Solvane_CheckSystemReady(int16_t* ready);
+
+/*
+ * Asks whether the MEP flag is latched, and clears it if it is; `*flag` becomes 1 or 0.
+ *
+ * Lines:    one short pulse on clear-MEP when the flag is latched, none otherwise. `*flag` is 1
+ *           even when that pulse could not be given: ask again to see whether the latch let go.
+ * Statuses: SOLVANE_OK, SOLVANE_E_NO_HARDWARE, SOLVANE_E_INVALID.
+ * Time:     about 2 ms; 4 ms more when the flag is cleared.
+ */
+SOLVANE_API int16_t SOLVANE_CALL Solvane_CheckAndResetMepFlag(int16_t* flag);
+
+/*
+ * Wakes the camera: the dark line is inverted for 10 ms and put back.
+ *
+ * Lines:    the dark line only, and it ends as it was. There is no wake line of its own: a camera
+ *           that shows a picture sees a short dark pulse.
+ * Statuses: SOLVANE_OK, SOLVANE_E_NO_HARDWARE, SOLVANE_E_WRITE.
+ * Time:     about 18 ms. The timer resolution is left alone, so a coarse system timer (15.6 ms)
+ *           lengthens the pulse.
+ */
+SOLVANE_API int16_t SOLVANE_CALL Solvane_WakeCamera(void);
+
+/* ---- Forced black update (dark) ------------------------------------------------------------ */
+
+/*
+ * Switches the forced black update on: the dark line goes high and stays.
+ *
+ * Statuses: SOLVANE_OK, SOLVANE_E_NO_HARDWARE, SOLVANE_E_WRITE.
+ * Time:     about 2 ms.
+ */
+SOLVANE_API int16_t SOLVANE_CALL Solvane_EnableForcedBlackUpdate(void);
+
+/* Switches the forced black update off: the dark line goes low. Otherwise as the call above. */
+SOLVANE_API int16_t SOLVANE_CALL Solvane_DisableForcedBlackUpdate(void);
+
+/*
+ * Asks for the level of the dark line; `*on` becomes 1 or 0.
+ *
+ * Lines:    none driven. The line itself is read back, not remembered.
+ * Statuses: SOLVANE_OK, SOLVANE_E_NO_HARDWARE, SOLVANE_E_INVALID.
+ * Time:     about 2 ms.
+ */
+SOLVANE_API int16_t SOLVANE_CALL Solvane_CheckForcedBlackUpdate(int16_t* on);
+
+/* ---- Power --------------------------------------------------------------------------------- */
+
+/*
+ * Switches camera power on.
+ *
+ * Lines:    camera power only.
+ * Statuses: SOLVANE_OK, SOLVANE_E_NO_HARDWARE, SOLVANE_E_WRITE.
+ * Time:     about 2 ms, which does not include the camera's own start.
+ */
+SOLVANE_API int16_t SOLVANE_CALL Solvane_EnableCameraPower(void);
+
+/* Switches camera power off. Otherwise as Solvane_EnableCameraPower. */
+SOLVANE_API int16_t SOLVANE_CALL Solvane_DisableCameraPower(void);
+
+/*
+ * Asks whether camera power is on; `*on` becomes 1 or 0, and 1 when the line cannot be read.
+ *
+ * Lines:    none driven. On the FT2232H the line itself is read back.
+ * Statuses: SOLVANE_OK, SOLVANE_E_NO_HARDWARE, SOLVANE_E_INVALID.
+ * Time:     about 2 ms.
+ */
+SOLVANE_API int16_t SOLVANE_CALL Solvane_CheckCameraPower(int16_t* on);
+
+/*
+ * Switches accessories power on.
+ *
+ * Lines:    accessories power only.
+ * Statuses: SOLVANE_OK, SOLVANE_E_NO_HARDWARE, SOLVANE_E_WRITE.
+ * Time:     about 2 ms.
+ */
+SOLVANE_API int16_t SOLVANE_CALL Solvane_EnableAccessoriesPower(void);
+
+/* Switches accessories power off. Otherwise as Solvane_EnableAccessoriesPower. */
+SOLVANE_API int16_t SOLVANE_CALL Solvane_DisableAccessoriesPower(void);
+
+/*
+ * Asks whether accessories power is on; `*on` becomes 1 or 0, and 1 when the line cannot be read.
+ *
+ * Lines:    none driven. On the FT2232H the line itself is read back.
+ * Statuses: SOLVANE_OK, SOLVANE_E_NO_HARDWARE, SOLVANE_E_INVALID.
+ * Time:     about 2 ms.
+ */
+SOLVANE_API int16_t SOLVANE_CALL Solvane_CheckAccessoriesPower(int16_t* on);
+
+/* ---- The device itself --------------------------------------------------------------------- */
+
+/*
+ * Closes the hardware, so that another program may use it. The next operation opens it again.
+ *
+ * Lines:    they keep their levels while the chip stays powered.
+ * Statuses: SOLVANE_OK always.
+ * Time:     no waiting. Does nothing on hardware other than the FT2232H.
+ */
+SOLVANE_API int16_t SOLVANE_CALL Solvane_CloseDevice(void);
+
+/*
+ * Resets the serial channel (channel A) of the FT2232H, the COM port beside the camera lines.
+ *
+ * Lines:    none.
+ * Statuses: SOLVANE_OK; SOLVANE_E_NO_HARDWARE when no such channel is there; SOLVANE_E_WRITE when
+ *           it could not be opened (another program holds the COM port), reset or closed. Always
+ *           SOLVANE_OK, doing nothing, on hardware other than the FT2232H.
+ * Time:     no waiting.
+ */
+SOLVANE_API int16_t SOLVANE_CALL Solvane_ResetComPort(void);
+
+#ifdef __cplusplus
+} /* extern "C" */
+#endif
+
+#endif /* SOLVANE_SOLVANE_H */

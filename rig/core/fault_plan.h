@@ -1,0 +1,50 @@
+/// How often each vendor call was made, and which calls go wrong.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace rig {
+
+/// Stands for any function.
+inline constexpr std::string_view kAnyFunction = "*";
+
+/// See rig_fault.
+struct Fault {
+    std::string function;
+    std::uint32_t call = 1;
+    std::uint32_t times = 1; ///< 0 = every call from then on
+    std::uint32_t kind = 0;
+    std::uint32_t status = 0;
+    std::uint32_t count = 0;
+};
+
+class FaultPlan {
+  public:
+    /// Makes a vendor function known: counts, faults and events can name it from now on.
+    void Declare(std::string_view function) { counts.emplace(function, 0); }
+    bool Knows(std::string_view function) const { return counts.contains(function); }
+
+    /// No call was made and no fault is planned.
+    void Restart();
+
+    /// False for a function that no front has, or a fault that says nothing sensible.
+    bool Add(Fault fault);
+    void Clear() { faults.clear(); }
+
+    void CountCall(std::string_view function);
+    std::uint32_t Calls(std::string_view function) const;
+
+    /// The fault of the call counted last, or null; the one that was planned first counts.
+    const Fault* Find(std::string_view function) const;
+
+  private:
+    std::map<std::string, std::uint32_t, std::less<>> counts{{std::string(kAnyFunction), 0}};
+    std::vector<Fault> faults;
+};
+
+} // namespace rig

@@ -1,0 +1,131 @@
+#include "installation.h"
+
+#include <string>
+
+namespace rig {
+
+Installation::Installation(const CameraSetup& start, Timeline& time, Trace& log)
+    : setup(start), timeline(time), trace(log) {
+    activity = !setup.pulls[RIG_CAMERA_POWER] ? Activity::Off
+               : setup.asleep                 ? Activity::Asleep
+               : !setup.ready                 ? Activity::Busy
+                                              : Activity::Ready;
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        lines[i].rest = setup.pulls[i];
+    }
+    lines[RIG_READY].rest = activity == Activity::Ready;
+    lines[RIG_MEP].rest = setup.mepLatched;
+    for (Line& line : lines) {
+        line.level = line.rest;
+    }
+}
+
+Levels Installation::AllLevels() const {
+    Levels levels;
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        levels[i] = lines[i].level;
+    }
+    return levels;
+}
+
+void Installation::Drive(rig_line line, bool level) {
+    lines[line].driven = level;
+    Update(line);
+}
+
+void Installation::Release(rig_line line) {
+    lines[line].driven.reset();
+    Update(line);
+}
+
+void Installation::Rest(rig_line line, bool level) {
+    lines[line].rest = level;
+    Update(line);
+}
+
+void Installation::Update(rig_line line) {
+    Line& it = lines[line];
+    const bool level = it.driven.value_or(it.rest);
+    if (level != it.level) {
+        it.level = level;
+        trace.Edge(line, level);
+        React(line);
+    }
+}
+
+void Installation::React(rig_line line) {
+    const bool active = lines[line].level;
+    switch (line) {
+    case RIG_TRIGGER:
+        if (active && activity == Activity::Ready) {
+            Capture();
+        }
+        break;
+    case RIG_CLEAR_MEP:
+        if (active && setup.mep != Mep::Stuck) {
+            Rest(RIG_MEP, false);
+        }
+        break;
+    case RIG_DARK:
+        if (activity == Activity::Asleep) {
+            Become(Activity::Ready);
+        }
+        break;
+    case RIG_CAMERA_POWER:
+        SwitchPower(active);
+        break;
+    default: // nothing listens to the other lines
+        break;
+    }
+}
+
+void Installation::SwitchPower(bool on) {
+    if (!on) {
+        Become(Activity::Off);
+        return;
+    }
+    Become(Activity::Starting);
+    pending = timeline.After(setup.readyAfterPower, [this] { Become(Activity::Ready); });
+}
+
+void Installation::Capture() {
+    ++captures;
+    trace.Event("capture " + std::to_string(captures));
+    Become(Activity::Exposing);
+    pending = timeline.After(setup.exposure, [this] { EndExposure(); });
+}
+
+void Installation::EndExposure() {
+    if (setup.mep != Mep::Never) {
+        LatchMep();
+    }
+    Become(Activity::Ready);
+}
+
+void Installation::LatchMep() {
+    // The latch is the interface electronics' own: it needs no camera power, and a clear that is
+    // still held wins.
+    if (!Level(RIG_CLEAR_MEP) || setup.mep == Mep::Stuck) {
+        Rest(RIG_MEP, true);
+    }
+}
+
+void Installation::BecomeReady() {
+    if (activity != Activity::Off) {
+        Become(Activity::Ready);
+    }
+}
+
+void Installation::BecomeBusy() {
+    if (activity != Activity::Off) {
+        Become(Activity::Busy);
+    }
+}
+
+void Installation::Become(Activity next) {
+    timeline.Cancel(pending);
+    activity = next;
+    Rest(RIG_READY, activity == Activity::Ready);
+}
+
+} // namespace rig

@@ -1,0 +1,77 @@
+/// The truth about the camera's lines, and what the camera does with them.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+
+#include "timeline.h"
+#include "trace.h"
+
+namespace rig {
+
+/// What becomes of the MEP flag.
+enum class Mep {
+    Latch, ///< latched at the end of an exposure, released by clear_mep
+    Never, ///< never latched
+    Stuck  ///< once latched, latched for good
+};
+
+/// A camera at the start of a scenario. Times are nanoseconds.
+struct CameraSetup {
+    bool asleep = false;
+    bool ready = true;
+    bool mepLatched = false;
+    Mep mep = Mep::Latch;
+    std::uint64_t exposure = 25 * kNanosecondsPerMillisecond;
+    std::uint64_t readyAfterPower = 500 * kNanosecondsPerMillisecond;
+    /// What the lines to the camera are while no chip drives them; a camera is powered by default.
+    Levels pulls = {false, false, false, false, false, true, true};
+};
+
+/// Levels are logical: true means active, whatever polarity a chip's pin has.
+class Installation {
+  public:
+    Installation(const CameraSetup& start, Timeline& time, Trace& log);
+
+    bool Level(rig_line line) const { return lines[line].level; }
+    Levels AllLevels() const;
+
+    /// Gives a line a level of a chip's, until Release() lets go of it.
+    void Drive(rig_line line, bool level);
+    void Release(rig_line line);
+
+    /// What scenarios make the camera do of its own accord.
+    void BecomeReady();
+    void BecomeBusy();
+    void LatchMep();
+
+    std::uint32_t Captures() const { return captures; }
+
+  private:
+    enum class Activity { Off, Starting, Asleep, Busy, Ready, Exposing };
+
+    struct Line {
+        bool level;
+        bool rest;                  ///< its pull, or what the camera gives
+        std::optional<bool> driven; ///< what stands against that
+    };
+
+    void Rest(rig_line line, bool level);
+    void Update(rig_line line);
+    void React(rig_line line);
+    void SwitchPower(bool on);
+    void Capture();
+    void EndExposure();
+    void Become(Activity next);
+
+    const CameraSetup setup;
+    Timeline& timeline;
+    Trace& trace;
+    std::array<Line, RIG_LINE_COUNT> lines{};
+    Activity activity;
+    Timeline::Ticket pending; ///< the end of Starting or Exposing
+    std::uint32_t captures = 0;
+};
+
+} // namespace rig

@@ -1,0 +1,71 @@
+/// The rig of the process: one installation, everything that is wired to it, and one lock.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "fault_plan.h"
+#include "installation.h"
+#include "scenario.h"
+#include "timeline.h"
+#include "trace.h"
+
+namespace rig {
+
+class Rig {
+  public:
+    /// Makes the rig that the environment describes at the first call.
+    static Rig& Instance();
+
+    /// Replaces the virtual hardware. False when the text is no scenario: nothing has changed then.
+    bool LoadText(std::string_view toml);
+    bool LoadFile(const std::filesystem::path& path);
+    void LoadDefault();
+
+    /// What was wrong with the last scenario.
+    const std::string& Error() const { return error; }
+
+    /// Counts a vendor call and has the events happen that precede it; its fault, or null.
+    const Fault* BeginCall(std::string_view function);
+
+    bool SetPlugged(unsigned chip, bool plugged);
+
+    Timeline timeline;
+    Trace trace{timeline};
+    FaultPlan faults;
+    std::optional<Installation> installation;
+
+  private:
+    friend class Access;
+
+    Rig();
+    void LoadFromEnvironment();
+    void Load(const Scenario& scenario);
+    void Perform(const ScenarioEvent& event);
+
+    std::mutex mutex;
+    std::string error;
+    std::vector<ScenarioEvent> eventsBeforeCalls;
+};
+
+/// The rig, locked and brought up to now.
+class Access {
+  public:
+    Access() : lock(rig.mutex) { rig.timeline.CatchUp(); }
+
+    Rig* operator->() const { return &rig; }
+
+    /// Lets time pass, and other threads have the rig meanwhile.
+    void Wait(std::uint64_t nanoseconds);
+
+  private:
+    Rig& rig = Rig::Instance();
+    std::unique_lock<std::mutex> lock;
+};
+
+} // namespace rig

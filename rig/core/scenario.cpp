@@ -1,0 +1,195 @@
+#include "scenario.h"
+
+#include <limits>
+
+#include <solvane/rig.h>
+
+#include "table_reader.h"
+#include "toml_text.h"
+
+namespace rig {
+
+namespace {
+
+constexpr std::int64_t kMaxMilliseconds = 86'400'000; // a day
+constexpr std::int64_t kMaxUint32 = std::numeric_limits<std::uint32_t>::max();
+
+std::uint64_t Nanoseconds(std::int64_t milliseconds) {
+    return static_cast<std::uint64_t>(milliseconds) * kNanosecondsPerMillisecond;
+}
+
+std::uint32_t Uint32(std::optional<std::int64_t> value, std::uint32_t otherwise) {
+    return value ? static_cast<std::uint32_t>(*value) : otherwise;
+}
+
+CameraSetup ReadCamera(TableReader table) {
+    CameraSetup camera;
+    camera.asleep = table.Boolean("asleep").value_or(camera.asleep);
+    camera.ready = table.Boolean("ready").value_or(camera.ready);
+    camera.mepLatched = table.Boolean("mep_latched").value_or(camera.mepLatched);
+    camera.mep = static_cast<Mep>(table.Choice("mep", {"latch", "never", "stuck"}).value_or(0));
+    if (const auto exposure = table.Integer("exposure_ms", 0, kMaxMilliseconds)) {
+        camera.exposure = Nanoseconds(*exposure);
+    }
+    if (const auto start = table.Integer("ready_after_power_ms", 0, kMaxMilliseconds)) {
+        camera.readyAfterPower = Nanoseconds(*start);
+    }
+    table.RefuseOtherKeys();
+    return camera;
+}
+
+void ReadPulls(TableReader table, Levels& pulls) {
+    for (const rig_line line :
+         {RIG_TRIGGER, RIG_CLEAR_MEP, RIG_DARK, RIG_CAMERA_POWER, RIG_ACCESSORIES_POWER}) {
+        pulls[line] = table.Integer(LineName(line), 0, 1).value_or(pulls[line]) != 0;
+    }
+    table.RefuseOtherKeys();
+}
+
+UsbChipSetup ReadUsbChip(TableReader& table, std::size_t index) {
+    using Type = UsbChipSetup::Type;
+    UsbChipSetup chip;
+    if (!table.Has("chip")) {
+        table.Fail("chip", "[[usb]] needs 'chip'");
+    }
+    chip.type = static_cast<Type>(*table.Choice("chip", {"FT2232H", "FT232R"}));
+    chip.serial = table.Text("serial").value_or("SLV" + std::to_string(index + 1));
+    chip.description =
+        table.Text("description")
+            .value_or(chip.type == Type::FT2232H ? "Dual RS232-HS" : "FT232R USB UART");
+    if (chip.type == Type::FT2232H) {
+        chip.letters = table.Text("letters").value_or(chip.letters);
+        if (chip.letters.size() != 2) {
+            table.Fail("letters", "'letters' must be two characters, one a channel");
+        }
+    }
+    chip.plugged = table.Boolean("plugged").value_or(true);
+    constexpr std::int64_t kNever = -1;
+    constexpr std::int64_t kDefaultResetPort = 100;
+    const std::int64_t resetPort =
+        table.Integer("reset_port_ms", kNever, kMaxMilliseconds).value_or(kDefaultResetPort);
+    if (resetPort != kNever) {
+        chip.resetPort = Nanoseconds(resetPort);
+    }
+    return chip;
+}
+
+/// The camera hangs on the chip that says so, else on the first FT2232H that does not say no.
+void WireCamera(std::vector<UsbChipSetup>& chips, std::vector<TableReader>& tables) {
+    std::optional<std::size_t> carrier;
+    bool isChosen = false;
+    for (std::size_t i = 0; i < chips.size(); ++i) {
+        const bool canCarry = chips[i].type == UsbChipSetup::Type::FT2232H;
+        const std::optional<bool> camera = tables[i].Boolean("camera");
+        if (camera == true) {
+            if (!canCarry || isChosen) {
+                tables[i].Fail("camera", "only one FT2232H can carry the camera");
+            }
+            isChosen = true;
+            carrier = i;
+        } else if (!camera && canCarry && !carrier) {
+            carrier = i;
+        }
+    }
+    if (carrier) {
+        chips[*carrier].camera = true;
+    }
+}
+
+std::vector<UsbChipSetup> ReadUsb(std::vector<TableReader> tables) {
+    std::vector<UsbChipSetup> chips;
+    for (TableReader& table : tables) {
+        chips.push_back(ReadUsbChip(table, chips.size()));
+    }
+    WireCamera(chips, tables);
+    for (const TableReader& table : tables) {
+        table.RefuseOtherKeys();
+    }
+    return chips;
+}
+
+using Knows = std::function<bool(std::string_view)>;
+
+std::string ReadFunction(TableReader& table, std::string_view key, const Knows& knows) {
+    const std::string function = table.Text(key).value_or("");
+    if (!knows(function)) {
+        table.Fail(key, std::string(key) + " must name a vendor function or be '*'");
+    }
+    return function;
+}
+
+Fault ReadFault(TableReader table, const Knows& knows) {
+    Fault fault;
+    fault.function = ReadFunction(table, "function", knows);
+    fault.call = Uint32(table.Integer("call", 1, kMaxUint32), 1);
+    fault.times = Uint32(table.Integer("times", 0, kMaxUint32), 1);
+    if (const auto status = table.Integer("status", 0, kMaxUint32)) {
+        fault.kind |= RIG_FAULT_STATUS;
+        fault.status = Uint32(status, 0);
+    }
+    if (const auto count = table.Integer("count", 0, kMaxUint32)) {
+        fault.kind |= RIG_FAULT_COUNT;
+        fault.count = Uint32(count, 0);
+    }
+    const bool isSilent = table.Boolean("silent").value_or(false);
+    if (isSilent == (fault.kind != 0)) {
+        table.Fail("silent", "[[fault]] needs 'status', 'count' or both, or 'silent = true'");
+    }
+    if (isSilent) {
+        fault.kind = RIG_FAULT_SILENT;
+    }
+    table.RefuseOtherKeys();
+    return fault;
+}
+
+ScenarioEvent ReadEvent(TableReader table, std::size_t chips, const Knows& knows) {
+    using Action = ScenarioEvent::Action;
+    ScenarioEvent event;
+    if (table.Has("at_ms") == table.Has("before")) {
+        table.Fail("before", "[[event]] needs either 'at_ms' or 'before'");
+    }
+    if (table.Has("before")) {
+        event.before = ReadFunction(table, "before", knows);
+        event.call = Uint32(table.Integer("call", 1, kMaxUint32), 1);
+    } else {
+        event.at = Nanoseconds(*table.Integer("at_ms", 0, kMaxMilliseconds));
+    }
+    if (!table.Has("action")) {
+        table.Fail("action", "[[event]] needs 'action'");
+    }
+    event.action = static_cast<Action>(
+        *table.Choice("action", {"unplug", "plug", "ready", "not-ready", "latch-mep"}));
+    if (event.action == Action::Unplug || event.action == Action::Plug) {
+        event.chip = Uint32(table.Integer("chip", 0, kMaxUint32), 0);
+        if (event.chip >= chips) {
+            table.Fail("chip", "there is no chip " + std::to_string(event.chip));
+        }
+    }
+    table.RefuseOtherKeys();
+    return event;
+}
+
+} // namespace
+
+Scenario ParseScenario(std::string_view text, const Knows& knows) {
+    const toml::table source = ParseToml(text);
+    TableReader root(source, "the scenario");
+    Scenario scenario;
+    scenario.camera = ReadCamera(root.Table("camera"));
+    ReadPulls(root.Table("pulls"), scenario.camera.pulls);
+    scenario.usb = ReadUsb(root.Tables("usb"));
+    for (TableReader& table : root.Tables("fault")) {
+        scenario.faults.push_back(ReadFault(table, knows));
+    }
+    for (TableReader& table : root.Tables("event")) {
+        scenario.events.push_back(ReadEvent(table, scenario.usb.size(), knows));
+    }
+    root.RefuseOtherKeys();
+    return scenario;
+}
+
+Scenario DefaultScenario() {
+    return ParseScenario("[[usb]]\nchip = 'FT2232H'\n", [](std::string_view) { return false; });
+}
+
+} // namespace rig

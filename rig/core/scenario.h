@@ -1,0 +1,60 @@
+/// What a scenario says: which hardware there is, how the camera behaves and what goes wrong. The
+/// keys, their units and defaults are described in the rig's README.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "fault_plan.h"
+#include "installation.h"
+
+namespace rig {
+
+/// A USB chip with the D2XX driver behind it.
+struct UsbChipSetup {
+    enum class Type { FT2232H, FT232R };
+
+    Type type = Type::FT2232H;
+    std::string serial;
+    std::string letters = "AB"; ///< what ends the serial numbers of the channels of an FT2232H
+    std::string description;
+    bool camera = false; ///< carries the camera's lines
+    bool plugged = true;
+    std::optional<std::uint64_t> resetPort; ///< how long FT_ResetPort takes, ns; none = for ever
+};
+
+/// Something that happens of its own accord, at a moment or just before a vendor call.
+struct ScenarioEvent {
+    enum class Action { Unplug, Plug, Ready, NotReady, LatchMep };
+
+    Action action = Action::Unplug;
+    unsigned chip = 0;
+    std::uint64_t at = 0; ///< ns, when `before` is empty
+    std::string before;
+    std::uint32_t call = 1;
+};
+
+struct Scenario {
+    CameraSetup camera;
+    std::vector<UsbChipSetup> usb;
+    std::vector<Fault> faults;
+    std::vector<ScenarioEvent> events;
+};
+
+/// What is wrong with a scenario, and where.
+struct ScenarioError : std::runtime_error {
+    using runtime_error::runtime_error;
+};
+
+/// Reads a scenario, or throws ScenarioError. `knows` tells whether a front has a function.
+Scenario ParseScenario(std::string_view toml, const std::function<bool(std::string_view)>& knows);
+
+/// One FT2232H, one camera.
+Scenario DefaultScenario();
+
+} // namespace rig

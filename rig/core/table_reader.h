@@ -1,0 +1,52 @@
+/// Strict reading of one TOML table: every key that is there must be one that was asked for, of the
+/// right type and within its range.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "toml_parser.h"
+
+namespace rig {
+
+class TableReader {
+  public:
+    /// `name` is what messages call the table.
+    TableReader(const toml::table& source, std::string name);
+
+    // Each answers nothing when the key is absent, and throws ScenarioError when it is wrong.
+    std::optional<bool> Boolean(std::string_view key);
+    std::optional<std::int64_t> Integer(std::string_view key, std::int64_t lowest,
+                                        std::int64_t highest);
+    std::optional<std::string> Text(std::string_view key);
+
+    /// The index of the text among the choices.
+    std::optional<std::size_t> Choice(std::string_view key,
+                                      const std::vector<std::string_view>& choices);
+
+    /// The reader of a table within this one; of an empty table when there is none.
+    TableReader Table(std::string_view key);
+    /// The readers of an array of tables.
+    std::vector<TableReader> Tables(std::string_view key);
+
+    bool Has(std::string_view key) const { return table->contains(key); }
+
+    /// Throws when the table has keys that nobody asked for. To be called last.
+    void RefuseOtherKeys() const;
+
+    /// Throws ScenarioError, at the line of a key or, when it is absent, of the table.
+    [[noreturn]] void Fail(std::string_view key, const std::string& message) const;
+
+  private:
+    const toml::node* Find(std::string_view key);
+
+    const toml::table* table;
+    std::string name;
+    std::set<std::string, std::less<>> known;
+};
+
+} // namespace rig

@@ -1,0 +1,103 @@
+#include "toml_text.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "scenario.h"
+
+namespace rig {
+
+namespace {
+
+// What a scenario never needs, and what could make a recursive parser run out of stack.
+constexpr std::size_t kMaxSize = 1'048'576;
+constexpr std::ptrdiff_t kMaxDotsInLine = 64;
+
+constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
+
+[[noreturn]] void FailAtLine(std::size_t line, std::string_view message) {
+    throw ScenarioError(("line " + std::to_string(line) + ": ").append(message));
+}
+
+void RefuseMonsters(std::string_view text) {
+    if (text.size() > kMaxSize) {
+        FailAtLine(1, "a scenario of more than " + std::to_string(kMaxSize) + " bytes");
+    }
+    for (std::size_t line = 1, begin = 0; begin < text.size(); ++line) {
+        const std::size_t end = std::min(text.find('\n', begin), text.size());
+        const std::string_view content = text.substr(begin, end - begin);
+        if (std::count(content.begin(), content.end(), '.') > kMaxDotsInLine) {
+            FailAtLine(line, "too many dots");
+        }
+        begin = end + 1;
+    }
+}
+
+/// The text with comments in plain ASCII: toml++ runs into undefined behaviour where it asks
+/// whether a character beyond that is white space.
+std::string ToAscii(std::string_view text) {
+    std::string ascii(text);
+    std::size_t line = 1;
+    char inside = '\n'; // the quote of a string, '#' in a comment, '\n' in neither
+    bool isEscaped = false;
+    for (char& c : ascii) {
+        const bool isBeyondAscii = static_cast<unsigned char>(c) >= 0x80;
+        if (isBeyondAscii && inside != '#') {
+            FailAtLine(line, "only comments can have characters beyond ASCII");
+        }
+        if (isBeyondAscii) {
+            c = '?';
+        } else if (c == '\n') {
+            ++line;
+            inside = inside == '#' ? '\n' : inside;
+        } else if (inside == '\n') {
+            inside = c == '"' || c == '\'' || c == '#' ? c : inside;
+        } else if (inside == c && inside != '#' && !isEscaped) {
+            inside = '\n';
+        }
+        isEscaped = inside == '"' && c == '\\' && !isEscaped;
+    }
+    return ascii;
+}
+
+bool Surprises(std::string_view text) {
+    try {
+        static_cast<void>(toml::parse(text));
+    } catch (const toml::parse_error&) {
+        return false;
+    } catch (const ImpossibleToml&) {
+        return true;
+    }
+    return false;
+}
+
+/// toml++ does not say where it was surprised: at the last line of the shortest text that does it.
+std::size_t LineOfSurprise(std::string_view text) {
+    std::vector<std::size_t> ends;
+    for (std::size_t end = text.find('\n'); end != text.npos; end = text.find('\n', end + 1)) {
+        ends.push_back(end);
+    }
+    const auto found = std::partition_point(
+        ends.begin(), ends.end(), [&](std::size_t end) { return !Surprises(text.substr(0, end)); });
+    return static_cast<std::size_t>(found - ends.begin()) + 1;
+}
+
+} // namespace
+
+toml::table ParseToml(std::string_view text) {
+    if (text.starts_with(kByteOrderMark)) {
+        text.remove_prefix(kByteOrderMark.size());
+    }
+    RefuseMonsters(text);
+    const std::string ascii = ToAscii(text);
+    try {
+        return toml::parse(std::string_view(ascii));
+    } catch (const toml::parse_error& error) {
+        FailAtLine(error.source().begin.line, error.description());
+    } catch (const ImpossibleToml&) {
+        FailAtLine(LineOfSurprise(ascii), "not TOML");
+    }
+}
+
+} // namespace rig

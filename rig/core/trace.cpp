@@ -1,0 +1,35 @@
+#include "trace.h"
+
+namespace rig {
+
+void Trace::Restart(const Levels& levels) {
+    journal.Clear();
+    journal.MarkStart();
+    if (waveform) {
+        for (std::size_t i = 0; i < levels.size(); ++i) {
+            waveform->Set(static_cast<rig_line>(i), levels[i], timeline.AbsoluteNow());
+        }
+    }
+}
+
+void Trace::Edge(rig_line line, bool level) {
+    Add(RIG_EDGE, std::string(LineName(line)) + (level ? " 1" : " 0"));
+    if (waveform) {
+        waveform->Set(line, level, timeline.AbsoluteNow());
+    }
+}
+
+bool Trace::StartWaveform(const std::filesystem::path& path, const Levels& levels) {
+    waveform.reset();
+    waveform.emplace(path, levels, timeline.AbsoluteNow());
+    if (!waveform->IsOpen()) {
+        waveform.reset();
+    }
+    return waveform.has_value();
+}
+
+void Trace::Add(rig_entry_kind kind, std::string text) {
+    journal.Add({timeline.Now(), kind, std::move(text)});
+}
+
+} // namespace rig

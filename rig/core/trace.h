@@ -1,0 +1,39 @@
+/// Everything the rig has to tell about what happened: the journal and the waveform.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+#include "journal.h"
+#include "timeline.h"
+#include "waveform.h"
+
+namespace rig {
+
+class Trace {
+  public:
+    explicit Trace(const Timeline& time) : timeline(time) {}
+
+    /// A new scenario: an empty journal. A waveform that is being written goes on.
+    void Restart(const Levels& levels);
+
+    void Call(std::string text) { Add(RIG_CALL, std::move(text)); }
+    void Event(std::string text) { Add(RIG_EVENT, std::move(text)); }
+    void Note(std::string text) { Add(RIG_NOTE, std::move(text)); }
+    void Edge(rig_line line, bool level);
+
+    /// False when the file cannot be opened; no waveform is written then.
+    bool StartWaveform(const std::filesystem::path& path, const Levels& levels);
+    void EndWaveform() { waveform.reset(); }
+
+    Journal journal;
+
+  private:
+    void Add(rig_entry_kind kind, std::string text);
+
+    const Timeline& timeline;
+    std::optional<Waveform> waveform;
+};
+
+} // namespace rig

@@ -1,0 +1,68 @@
+#include "waveform.h"
+
+#include "rig_clock.h"
+
+namespace rig {
+
+namespace {
+
+constexpr std::uint64_t kNanosecondsPerUnit = 1'000;
+constexpr const char* kHeader = "$version Solvane rig $end\n"
+                                "$timescale 1 us $end\n"
+                                "$scope module camera $end\n";
+
+/// The short name that a VCD gives a wire: printable characters from '!' on.
+char CodeOf(std::size_t line) {
+    return static_cast<char>('!' + line);
+}
+
+char DigitOf(bool level) {
+    return level ? '1' : '0';
+}
+
+} // namespace
+
+const char* LineName(rig_line line) {
+    static constexpr std::array<const char*, RIG_LINE_COUNT> names = {
+        "trigger", "ready", "mep", "clear_mep", "dark", "camera_power", "accessories_power"};
+    return names[line];
+}
+
+Waveform::Waveform(const std::filesystem::path& path, const Levels& start, std::uint64_t begin)
+    : file(path, std::ios::binary), levels(start), origin(begin) {
+    file << kHeader;
+    for (std::size_t i = 0; i < levels.size(); ++i) {
+        file << "$var wire 1 " << CodeOf(i) << ' ' << LineName(static_cast<rig_line>(i))
+             << " $end\n";
+    }
+    file << "$upscope $end\n$enddefinitions $end\n#0\n$dumpvars\n";
+    for (std::size_t i = 0; i < levels.size(); ++i) {
+        file << DigitOf(levels[i]) << CodeOf(i) << '\n';
+    }
+    file << "$end\n" << std::flush;
+}
+
+Waveform::~Waveform() {
+    // A last time stamp gives the last levels a width.
+    MoveTo(clock::Now());
+}
+
+void Waveform::Set(rig_line line, bool level, std::uint64_t time) {
+    if (levels[line] == level) {
+        return;
+    }
+    levels[line] = level;
+    MoveTo(time);
+    // Each change reaches the file at once: the host may be killed.
+    file << DigitOf(level) << CodeOf(line) << '\n' << std::flush;
+}
+
+void Waveform::MoveTo(std::uint64_t time) {
+    const std::uint64_t unit = time > origin ? (time - origin) / kNanosecondsPerUnit : 0;
+    if (unit > written) {
+        written = unit;
+        file << '#' << unit << '\n';
+    }
+}
+
+} // namespace rig

@@ -1,0 +1,56 @@
+#include "mpsse.h"
+
+namespace rig::usb {
+
+namespace {
+
+enum Opcode : std::uint8_t {
+    kSetLowByte = 0x80, // value, direction
+    kReadLowByte = 0x81,
+    kSetHighByte = 0x82, // value, direction
+    kReadHighByte = 0x83
+};
+
+/// What a bad command is answered with, before its opcode.
+constexpr std::uint8_t kBadCommand = 0xfa;
+
+std::size_t LengthOf(std::uint8_t opcode) {
+    return opcode == kSetLowByte || opcode == kSetHighByte ? 3 : 1;
+}
+
+} // namespace
+
+std::vector<std::uint8_t> Mpsse::Execute(std::span<const std::uint8_t> stream) {
+    std::vector<std::uint8_t> answers;
+    for (const std::uint8_t byte : stream) {
+        command.push_back(byte);
+        if (command.size() == LengthOf(command.front())) {
+            ExecuteCommand(answers);
+            command.clear();
+        }
+    }
+    return answers;
+}
+
+void Mpsse::ExecuteCommand(std::vector<std::uint8_t>& answers) {
+    switch (command[0]) {
+    case kSetLowByte:
+        pins.Set(Bank::Low, command[1], command[2]);
+        break;
+    case kSetHighByte:
+        pins.Set(Bank::High, command[1], command[2]);
+        break;
+    case kReadLowByte:
+        answers.push_back(pins.Read(Bank::Low));
+        break;
+    case kReadHighByte:
+        answers.push_back(pins.Read(Bank::High));
+        break;
+    default:
+        answers.push_back(kBadCommand);
+        answers.push_back(command[0]);
+        break;
+    }
+}
+
+} // namespace rig::usb

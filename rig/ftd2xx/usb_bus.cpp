@@ -1,0 +1,179 @@
+#include "usb_bus.h"
+
+#include <algorithm>
+
+#include "d2xx_status.h"
+
+namespace rig::usb {
+
+namespace {
+
+constexpr std::uint32_t kFlagOpen = 1;
+constexpr std::uint32_t kFlagHighSpeed = 2;
+constexpr std::uint32_t kChipsApartOnTheBus = 0x10;
+
+struct Model {
+    std::uint32_t type;
+    std::uint32_t id;
+    std::uint32_t flags;
+};
+constexpr Model kFt2232h = {FT_DEVICE_2232H, 0x0403'6010, kFlagHighSpeed};
+constexpr Model kFt232r = {5, 0x0403'6001, 0};
+
+const Model& ModelOf(const UsbChipSetup& setup) {
+    return setup.type == UsbChipSetup::Type::FT2232H ? kFt2232h : kFt232r;
+}
+
+/// Cuts a text to its field and ends it there.
+template <std::size_t size>
+void Fill(char (&field)[size], const std::string& text) {
+    field[text.copy(field, size - 1)] = '\0';
+}
+
+/// Handles are numbers that no earlier scenario has given out either.
+FT_HANDLE NextHandle() {
+    static std::uintptr_t last = 0x1000;
+    last += 0x10;
+    return reinterpret_cast<FT_HANDLE>(last);
+}
+
+} // namespace
+
+UsbBus::UsbBus(const std::vector<UsbChipSetup>& setups, const Surroundings& surroundings)
+    : around(surroundings) {
+    for (const UsbChipSetup& setup : setups) {
+        chips.emplace_back(setup, around.installation, around.timeline);
+    }
+}
+
+std::vector<FT_DEVICE_LIST_INFO_NODE> UsbBus::Nodes() const {
+    std::vector<FT_DEVICE_LIST_INFO_NODE> nodes;
+    for (const Place& place : PresentPlaces()) {
+        nodes.push_back(NodeAt(place));
+    }
+    return nodes;
+}
+
+FT_STATUS UsbBus::Open(int index, FT_HANDLE& handle) {
+    const std::vector<Place> places = PresentPlaces();
+    if (index < 0 || static_cast<std::size_t>(index) >= places.size()) {
+        return kDeviceNotFound;
+    }
+    const Place& place = places[static_cast<std::size_t>(index)];
+    if (HandleAt(place) != nullptr) {
+        return kDeviceNotOpened;
+    }
+    handle = NextHandle();
+    handles[handle] = {place};
+    chips[place.chip].channels[place.channel].ResetDriver();
+    return FT_OK;
+}
+
+FT_STATUS UsbBus::Close(FT_HANDLE handle) {
+    // The chip keeps its mode and its levels: closing concerns the driver alone.
+    const auto found = handles.find(handle);
+    if (found == handles.end()) {
+        return kInvalidHandle;
+    }
+    const OpenHandle closed = found->second;
+    handles.erase(found);
+    return closed.isStale && !closed.closesCleanly ? kIoError : FT_OK;
+}
+
+FT_STATUS UsbBus::ResetPort(FT_HANDLE handle) {
+    FT_STATUS status = FT_OK;
+    if (Find(handle, status) == nullptr) {
+        return status;
+    }
+    OpenHandle& used = handles.at(handle);
+    const std::size_t index = used.place.chip;
+    used.closesCleanly = true;
+    Leave(index);
+    if (const auto& duration = chips[index].setup.resetPort) {
+        chips[index].comeback = around.timeline.After(*duration, [this, index] { Return(index); });
+    }
+    return FT_OK;
+}
+
+Channel* UsbBus::Find(FT_HANDLE handle, FT_STATUS& status) {
+    const auto found = handles.find(handle);
+    if (found == handles.end()) {
+        status = kInvalidHandle;
+        return nullptr;
+    }
+    if (found->second.isStale) {
+        status = kIoError;
+        return nullptr;
+    }
+    const Place& place = found->second.place;
+    return &chips[place.chip].channels[place.channel];
+}
+
+std::string UsbBus::NameOf(FT_HANDLE handle) const {
+    const auto found = handles.find(handle);
+    return found != handles.end() ? NodeAt(found->second.place).SerialNumber : "?";
+}
+
+bool UsbBus::SetPlugged(unsigned chip, bool plugged) {
+    if (chip >= chips.size()) {
+        return false;
+    }
+    around.timeline.Cancel(chips[chip].comeback);
+    if (plugged && !chips[chip].isPlugged) {
+        Return(chip);
+    } else if (!plugged && chips[chip].isPlugged) {
+        Leave(chip);
+    }
+    return true;
+}
+
+std::vector<UsbBus::Place> UsbBus::PresentPlaces() const {
+    std::vector<Place> places;
+    for (std::size_t chip = 0; chip < chips.size(); ++chip) {
+        for (std::size_t i = 0; chips[chip].isPlugged && i < chips[chip].channels.size(); ++i) {
+            places.push_back({chip, i});
+        }
+    }
+    return places;
+}
+
+FT_HANDLE UsbBus::HandleAt(const Place& place) const {
+    const auto found = std::find_if(handles.begin(), handles.end(), [&](const auto& entry) {
+        return entry.second.place == place && !entry.second.isStale;
+    });
+    return found != handles.end() ? found->first : nullptr;
+}
+
+FT_DEVICE_LIST_INFO_NODE UsbBus::NodeAt(const Place& place) const {
+    const UsbChip& chip = chips[place.chip];
+    const Model& model = ModelOf(chip.setup);
+    FT_DEVICE_LIST_INFO_NODE node{};
+    node.ftHandle = HandleAt(place);
+    const bool isOpen = node.ftHandle != nullptr;
+    node.Flags = model.flags | (isOpen ? kFlagOpen : 0);
+    node.Type = model.type;
+    node.ID = model.id;
+    // A channel in use does not tell where it is.
+    node.LocId = isOpen ? 0
+                        : static_cast<std::uint32_t>((place.chip + 1) * kChipsApartOnTheBus +
+                                                     place.channel + 1);
+    Fill(node.SerialNumber, chip.SerialOf(place.channel));
+    Fill(node.Description, chip.DescriptionOf(place.channel));
+    return node;
+}
+
+void UsbBus::Leave(std::size_t chip) {
+    around.trace.Event("unplug " + std::to_string(chip));
+    chips[chip].isPlugged = false;
+    chips[chip].LosePower();
+    for (auto& [handle, open] : handles) {
+        open.isStale |= open.place.chip == chip;
+    }
+}
+
+void UsbBus::Return(std::size_t chip) {
+    around.trace.Event("plug " + std::to_string(chip));
+    chips[chip].isPlugged = true;
+}
+
+} // namespace rig::usb

@@ -1,0 +1,65 @@
+/// The USB with its chips, and the handles that the driver has given out for them.
+#pragma once
+
+#include <compare>
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "d2xx.h"
+#include "front.h"
+#include "usb_chip.h"
+
+namespace rig::usb {
+
+class UsbBus {
+  public:
+    UsbBus(const std::vector<UsbChipSetup>& setups, const Surroundings& surroundings);
+
+    /// The list that FT_CreateDeviceInfoList takes.
+    std::vector<FT_DEVICE_LIST_INFO_NODE> Nodes() const;
+
+    FT_STATUS Open(int index, FT_HANDLE& handle);
+    FT_STATUS Close(FT_HANDLE handle);
+
+    /// The chip leaves at once and comes back by itself. The handle is of no use any more.
+    FT_STATUS ResetPort(FT_HANDLE handle);
+
+    /// The channel behind a handle. Null, with the status why, when it is unknown or its chip has
+    /// left since it was opened.
+    Channel* Find(FT_HANDLE handle, FT_STATUS& status);
+
+    /// The serial number behind a handle, "?" when it is unknown.
+    std::string NameOf(FT_HANDLE handle) const;
+
+    /// False when there is no such chip.
+    bool SetPlugged(unsigned chip, bool plugged);
+
+    std::vector<FT_DEVICE_LIST_INFO_NODE> snapshot; ///< what FT_GetDeviceInfoList copies
+
+  private:
+    struct Place {
+        std::size_t chip;
+        std::size_t channel;
+        auto operator<=>(const Place&) const = default;
+    };
+    struct OpenHandle {
+        Place place;
+        bool isStale = false;
+        bool closesCleanly = false; ///< stale by the host's own doing
+    };
+
+    std::vector<Place> PresentPlaces() const;
+    FT_HANDLE HandleAt(const Place& place) const;
+    FT_DEVICE_LIST_INFO_NODE NodeAt(const Place& place) const;
+    void Leave(std::size_t chip);
+    void Return(std::size_t chip);
+
+    Surroundings around;
+    std::deque<UsbChip> chips;
+    std::map<FT_HANDLE, OpenHandle> handles;
+};
+
+} // namespace rig::usb

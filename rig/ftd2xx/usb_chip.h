@@ -1,0 +1,29 @@
+/// A chip on the USB: what it is, its channels, and whether it is there.
+#pragma once
+
+#include <deque>
+#include <string>
+
+#include "channel.h"
+#include "scenario.h"
+
+namespace rig::usb {
+
+class UsbChip {
+  public:
+    UsbChip(const UsbChipSetup& start, Installation& camera, const Timeline& time);
+
+    const UsbChipSetup setup;
+    bool isPlugged;
+    Timeline::Ticket comeback; ///< due while a port reset keeps the chip away
+    std::deque<Channel> channels;
+
+    /// As the driver names the channel, if the field had room enough.
+    std::string SerialOf(std::size_t channel) const;
+    std::string DescriptionOf(std::size_t channel) const;
+
+    /// Without power everything is forgotten and every pin let go of.
+    void LosePower();
+};
+
+} // namespace rig::usb

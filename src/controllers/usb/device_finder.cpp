@@ -1,0 +1,99 @@
+#include "device_finder.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <string_view>
+#include <vector>
+
+#include "d2xx.h"
+#include "log_format.h"
+
+namespace SLV::Internal {
+
+namespace {
+
+constexpr int kNotFound = -1;
+constexpr std::uint32_t kFt2232hId = 0x0403'6010;
+
+/// Far more channels than a machine can have: a larger count is garbage, and no reason to ask for
+/// the memory.
+constexpr std::uint32_t kMostNodes = 4096;
+
+using Node = FT_DEVICE_LIST_INFO_NODE;
+
+/// Text in a field of fixed size, which ends at a zero or at the end of the field.
+template <std::size_t Size>
+std::string_view FieldText(const char (&field)[Size]) {
+    return {field, static_cast<std::size_t>(std::find(field, field + Size, '\0') - field)};
+}
+
+/// Serial numbers are ASCII; the host's locale has no say in them.
+char UpperCase(char letter) {
+    return letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - 'a' + 'A') : letter;
+}
+
+bool IsChannel(const Node& node, char letter) {
+    const std::string_view serial = FieldText(node.SerialNumber);
+    return node.ID == kFt2232hId && node.Type == FT_DEVICE_2232H && !serial.empty() &&
+           UpperCase(serial.back()) == UpperCase(letter);
+}
+
+/// A failing or senseless answer leaves no nodes.
+FT_STATUS ListNodes(std::uint32_t count, std::vector<Node>& nodes) {
+    if (count > kMostNodes) {
+        return FT_INSUFFICIENT_RESOURCES;
+    }
+    nodes.resize(count);
+    std::uint32_t filled = count;
+    const FT_STATUS status = FT_GetDeviceInfoList(nodes.data(), &filled);
+    nodes.resize(std::min(filled, count));
+    return status;
+}
+
+void LogNodes(Logger& logger, const std::vector<Node>& nodes) {
+    logger.Line("No valid device found in following device list: ");
+    for (std::size_t i = 0; i < nodes.size(); ++i) {
+        const Node& node = nodes[i];
+        logger.Line("Dev: ", i);
+        logger.Line(" Flags=0x", Hex(node.Flags));
+        logger.Line(" Type=0x", Hex(node.Type));
+        logger.Line(" ID=0x", Hex(node.ID));
+        logger.Line(" LocId=0x", Hex(node.LocId));
+        logger.Line(" SerialNumber=", FieldText(node.SerialNumber));
+        logger.Line(" Description=", FieldText(node.Description));
+        logger.Line(" s_ft_handle=0x", Address{node.ftHandle});
+    }
+}
+
+} // namespace
+
+int FindDevice(Logger& logger, char letter) {
+    std::uint32_t count = 0;
+    FT_STATUS status = FT_CreateDeviceInfoList(&count);
+    if (status != FT_OK) {
+        logger.Line("Error in getting the number of devices. Error: ", status);
+        return kNotFound;
+    }
+    if (count == 0) {
+        logger.Line("There are no FTDI devices installed");
+        return kNotFound;
+    }
+    logger.Line("Total FTDI devices available:  ", count);
+
+    std::vector<Node> nodes;
+    status = ListNodes(count, nodes);
+    if (status != FT_OK) {
+        logger.Line("Failed to obtain FTDI devices info list. Error: ", status);
+        return kNotFound;
+    }
+
+    const auto match = std::find_if(nodes.begin(), nodes.end(),
+                                    [&](const Node& node) { return IsChannel(node, letter); });
+    if (match != nodes.end()) {
+        return static_cast<int>(match - nodes.begin());
+    }
+    LogNodes(logger, nodes);
+    return kNotFound;
+}
+
+} // namespace SLV::Internal

@@ -1,0 +1,24 @@
+/// The native stand-in for the operating system: a clock that only moves when somebody sleeps, and
+/// a record of what was asked of the system, kept in the rig's journal beside the vendor calls.
+#pragma once
+
+#include <cstdint>
+
+namespace host {
+
+/// Nanoseconds since the process began, in virtual time.
+std::uint64_t Now();
+
+/// Lets time pass without a call of the code under test.
+void Advance(std::uint64_t nanoseconds);
+
+/// Sets the wall clock: 100 ns ticks since 1 January 1970 at Now() == 0.
+void SetWallClock(std::uint64_t ticks);
+
+/// How many timeBeginPeriod() calls were not yet matched by timeEndPeriod().
+int RaisedTimerPeriods();
+
+/// Whether system calls go into the rig's journal (they do at the start of a process).
+void Record(bool on);
+
+} // namespace host

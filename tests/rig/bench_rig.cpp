@@ -1,0 +1,95 @@
+#include "bench_rig.h"
+
+namespace test {
+
+namespace {
+
+Lines TakeIf(bool (*isWanted)(rig_entry_kind, rig_entry_kind), rig_entry_kind kind) {
+    Lines lines;
+    rig_entry entry{};
+    for (std::size_t i = 0; rig_journal_entry(i, &entry) == 0; ++i) {
+        if (isWanted(entry.kind, kind)) {
+            lines.emplace_back(entry.text);
+        }
+    }
+    rig_journal_clear();
+    return lines;
+}
+
+std::uint8_t Ask(FT_HANDLE pins, std::uint8_t opcode) {
+    EXPECT_EQ(Write(pins, {opcode}), FT_OK);
+    const Bytes answer = Read(pins, 1);
+    EXPECT_EQ(answer.size(), 1U);
+    return answer.empty() ? 0 : answer[0];
+}
+
+} // namespace
+
+Lines Take(rig_entry_kind kind) {
+    return TakeIf([](rig_entry_kind left, rig_entry_kind right) { return left == right; }, kind);
+}
+
+Lines TakeAll() {
+    return TakeIf([](rig_entry_kind, rig_entry_kind) { return true; }, RIG_NOTE);
+}
+
+FT_HANDLE Open(int index) {
+    FT_HANDLE handle = nullptr;
+    FT_Open(index, &handle);
+    return handle;
+}
+
+FT_HANDLE OpenPins(int index) {
+    FT_HANDLE handle = Open(index);
+    EXPECT_EQ(FT_SetBitMode(handle, 0, FT_BITMODE_MPSSE), FT_OK);
+    EXPECT_EQ(FT_SetLatencyTimer(handle, 0), FT_OK);
+    return handle;
+}
+
+FT_STATUS Write(FT_HANDLE handle, Bytes bytes) {
+    std::uint32_t written = 0;
+    return FT_Write(handle, bytes.data(), static_cast<std::uint32_t>(bytes.size()), &written);
+}
+
+Bytes Read(FT_HANDLE handle, std::uint32_t count) {
+    Bytes bytes(count);
+    std::uint32_t returned = 0;
+    EXPECT_EQ(FT_Read(handle, bytes.data(), count, &returned), FT_OK);
+    bytes.resize(returned);
+    return bytes;
+}
+
+std::uint8_t HighByte(FT_HANDLE pins) {
+    return Ask(pins, 0x83);
+}
+
+std::uint8_t LowByte(FT_HANDLE pins) {
+    return Ask(pins, 0x81);
+}
+
+std::uint32_t QueueLength(FT_HANDLE handle) {
+    std::uint32_t count = kUntouched;
+    EXPECT_EQ(FT_GetQueueStatus(handle, &count), FT_OK);
+    return count;
+}
+
+std::vector<FT_DEVICE_LIST_INFO_NODE> Devices() {
+    std::uint32_t count = 0;
+    EXPECT_EQ(FT_CreateDeviceInfoList(&count), FT_OK);
+    std::vector<FT_DEVICE_LIST_INFO_NODE> nodes(count + 1);
+    EXPECT_EQ(FT_GetDeviceInfoList(nodes.data(), &count), FT_OK);
+    nodes.resize(count);
+    return nodes;
+}
+
+int AddFault(const char* function, std::uint32_t kind, std::uint32_t status, std::uint32_t count,
+             std::uint32_t call, std::uint32_t times) {
+    const rig_fault fault{function, call, times, kind, status, count};
+    return rig_add_fault(&fault);
+}
+
+void Drive(FT_HANDLE pins, int value) {
+    EXPECT_EQ(Write(pins, {0x82, static_cast<std::uint8_t>(value), kOutputs}), FT_OK);
+}
+
+} // namespace test

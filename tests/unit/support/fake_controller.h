@@ -1,0 +1,82 @@
+/// A controller without hardware, which records what becomes of it.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "controller_ptr.h"
+
+namespace test {
+
+/// What happened to fake controllers, in order: "A made", "A asked", "A gone", "A.TriggerCapture".
+extern std::vector<std::string> events;
+
+/// One class a letter, so that each has a deleter of its own.
+template <char Name>
+class FakeController final : public SLV::Internal::SolvaneInterface {
+  public:
+    /// What CheckAvailable answers, and what every other operation answers.
+    static inline short availability = 0;
+    static inline short result = 0;
+    static inline bool throwsWhenMade = false;
+    static inline bool throwsWhenAsked = false;
+    static inline short* lastPointer = nullptr;
+
+    static void Reset() {
+        availability = 0;
+        result = 0;
+        throwsWhenMade = false;
+        throwsWhenAsked = false;
+        lastPointer = nullptr;
+    }
+
+    explicit FakeController(SLV::Internal::Logger&) {
+        if (throwsWhenMade) {
+            throw std::runtime_error("not made");
+        }
+        Happened(" made");
+    }
+    ~FakeController() override { Happened(" gone"); }
+
+    short CheckAvailable() override {
+        Happened(" asked");
+        if (throwsWhenAsked) {
+            throw std::runtime_error("not asked");
+        }
+        return availability;
+    }
+    short TriggerCapture() override { return Did(".TriggerCapture"); }
+    short EnableForcedBlackUpdate() override { return Did(".EnableForcedBlackUpdate"); }
+    short DisableForcedBlackUpdate() override { return Did(".DisableForcedBlackUpdate"); }
+    short CheckAndResetMepFlag(short* out) override { return Did(".CheckAndResetMepFlag", out); }
+    short CheckSystemReady(short* out) override { return Did(".CheckSystemReady", out); }
+    short CheckForcedBlackUpdate(short* out) override {
+        return Did(".CheckForcedBlackUpdate", out);
+    }
+    short WakeCamera() override { return Did(".WakeCamera"); }
+    short EnableCameraPower() override { return Did(".EnableCameraPower"); }
+    short DisableCameraPower() override { return Did(".DisableCameraPower"); }
+    short CheckCameraPower(short* out) override { return Did(".CheckCameraPower", out); }
+    short EnableAccessoriesPower() override { return Did(".EnableAccessoriesPower"); }
+    short DisableAccessoriesPower() override { return Did(".DisableAccessoriesPower"); }
+    short CheckAccessoriesPower(short* out) override { return Did(".CheckAccessoriesPower", out); }
+
+  private:
+    static void Happened(const char* what) { events.push_back(std::string(1, Name) + what); }
+
+    static short Did(const char* what, short* out = nullptr) {
+        Happened(what);
+        lastPointer = out;
+        return result;
+    }
+};
+
+using A = FakeController<'A'>;
+using B = FakeController<'B'>;
+using C = FakeController<'C'>;
+using D = FakeController<'D'>;
+
+/// Forgets events and settings of all fakes.
+void ResetFakes();
+
+} // namespace test

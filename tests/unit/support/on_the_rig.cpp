@@ -1,0 +1,115 @@
+#include "on_the_rig.h"
+
+#include <regex>
+#include <string_view>
+
+#include "bit_port.h"
+#include "host_platform.h"
+
+namespace test {
+
+namespace {
+
+/// What the process-wide hardware state is when the library is loaded.
+void ResetProcessState() {
+    using namespace SLV::Internal;
+    s_ft_handle = nullptr;
+    for (BitPort* port : {&s_highPort, &s_lowPort}) {
+        port->value = 0;
+        port->restore = nullptr;
+        port->logger = nullptr;
+    }
+}
+
+Journal TakeEntries(std::initializer_list<rig_entry_kind> kinds) {
+    Journal journal;
+    rig_entry entry{};
+    for (std::size_t i = 0; rig_journal_entry(i, &entry) == 0; ++i) {
+        if (std::find(kinds.begin(), kinds.end(), entry.kind) != kinds.end()) {
+            journal.emplace_back(entry.text);
+        }
+    }
+    rig_journal_clear();
+    return journal;
+}
+
+void AddFault(rig_fault fault) {
+    fault.call += rig_calls(fault.function);
+    ASSERT_EQ(rig_add_fault(&fault), 0) << fault.function;
+}
+
+constexpr std::string_view kLogPrefix = "log: ";
+
+} // namespace
+
+OnTheRig::OnTheRig() {
+    ResetProcessState();
+    Load(kUsbCamera);
+    host::Record(true);
+    logger.Install(nullptr, LogToJournal);
+}
+
+OnTheRig::~OnTheRig() {
+    EXPECT_EQ(host::RaisedTimerPeriods(), 0) << "the timer resolution stayed raised";
+    ResetProcessState();
+}
+
+void OnTheRig::Load(const std::string& scenario) {
+    ASSERT_EQ(rig_load(scenario.c_str()), 0) << rig_error();
+    rig_journal_clear();
+}
+
+Journal OnTheRig::TakeJournal() {
+    return TakeEntries({RIG_CALL, RIG_NOTE});
+}
+
+Journal OnTheRig::TakeLog() {
+    Journal lines;
+    for (const std::string& entry : TakeJournal()) {
+        if (entry.starts_with(kLogPrefix)) {
+            lines.push_back(entry.substr(kLogPrefix.size()));
+        }
+    }
+    return lines;
+}
+
+Journal OnTheRig::TakeEdges() {
+    return TakeEntries({RIG_EDGE});
+}
+
+void OnTheRig::FailStatus(const char* function, std::uint32_t call, std::uint32_t status,
+                          std::uint32_t times) {
+    AddFault({function, call, times, RIG_FAULT_STATUS, status, 0});
+}
+
+void OnTheRig::FailCount(const char* function, std::uint32_t call, std::uint32_t count,
+                         std::uint32_t times) {
+    AddFault({function, call, times, RIG_FAULT_COUNT, 0, count});
+}
+
+void OnTheRig::FailSilently(const char* function, std::uint32_t call, std::uint32_t times) {
+    AddFault({function, call, times, RIG_FAULT_SILENT, 0, 0});
+}
+
+void OnTheRig::LogToJournal(void*, const char* line) {
+    static const std::regex stamped(R"(\[\d\d:\d\d:\d\d\.\d\d\d\] ([^]*))");
+    std::cmatch match;
+    const bool stampedOrEmpty = *line == '\0' || std::regex_match(line, match, stamped);
+    EXPECT_TRUE(stampedOrEmpty) << "no time stamp: " << line;
+    rig_note((std::string(kLogPrefix) + (match.empty() ? line : match[1].str())).c_str());
+}
+
+Journal operator+(Journal left, const Journal& right) {
+    left.insert(left.end(), right.begin(), right.end());
+    return left;
+}
+
+Journal Times(int count, const Journal& journal) {
+    Journal all;
+    for (int i = 0; i < count; ++i) {
+        all = std::move(all) + journal;
+    }
+    return all;
+}
+
+} // namespace test

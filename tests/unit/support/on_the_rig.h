@@ -1,0 +1,68 @@
+/// A clean rig for every test, and its journal as text: the vendor calls, the system calls and the
+/// log lines in the one order in which they happened.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <solvane/rig.h>
+
+#include "logger.h"
+
+namespace test {
+
+using Journal = std::vector<std::string>;
+
+/// One FT2232H with the camera on channel B ("SLV1B"), everything as it is after plugging in.
+inline constexpr const char* kUsbCamera = R"(
+[[usb]]
+chip = "FT2232H"
+serial = "SLV1"
+)";
+
+class OnTheRig : public ::testing::Test {
+  protected:
+    OnTheRig();
+    ~OnTheRig() override;
+
+    /// Replaces the virtual hardware; a bad scenario fails the test.
+    static void Load(const std::string& scenario);
+
+    /// The calls, system calls and log lines since the last look, oldest first. Log lines stand as
+    /// "log: <text>", without their time stamps.
+    static Journal TakeJournal();
+
+    /// Only the log lines of TakeJournal(), without "log: ".
+    static Journal TakeLog();
+
+    /// Edges of the camera's lines since the last look: "trigger 1".
+    static Journal TakeEdges();
+
+    /// Makes calls fail from the n-th on, counted from now.
+    static void FailStatus(const char* function, std::uint32_t call, std::uint32_t status,
+                           std::uint32_t times = 1);
+    static void FailCount(const char* function, std::uint32_t call, std::uint32_t count,
+                          std::uint32_t times = 1);
+    static void FailSilently(const char* function, std::uint32_t call, std::uint32_t times = 1);
+
+    /// Writes each delivered line into the journal.
+    static void SOLVANE_CALL LogToJournal(void* context, const char* line);
+
+    SLV::Internal::Logger logger;
+};
+
+/// A list of what stands in a journal.
+template <typename... Texts>
+Journal Entries(const Texts&... texts) {
+    return {std::string(texts)...};
+}
+
+/// Lists one after another.
+Journal operator+(Journal left, const Journal& right);
+
+/// A list several times over.
+Journal Times(int count, const Journal& journal);
+
+} // namespace test
