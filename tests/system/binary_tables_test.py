@@ -1,0 +1,106 @@
+"""What the linker put into Solvane.dll: its exports, its imports and its protections."""
+
+import argparse
+import re
+import subprocess
+import unittest
+
+SYSTEM_DLLS = {"KERNEL32.dll", "msvcrt.dll", "WINMM.dll"}
+MOST_BYTES = 1024 * 1024
+
+
+def dump(*flags):
+    return subprocess.run([OPTIONS.objdump, *flags, OPTIONS.library], check=True,
+                          capture_output=True, text=True).stdout
+
+
+def def_file(path):
+    """{name: ordinal or None} of the EXPORTS of a module definition file."""
+    entries = {}
+    exports = False
+    for line in open(path):
+        line = line.split(";")[0].strip()
+        if line == "EXPORTS":
+            exports = True
+        elif exports and line:
+            match = re.fullmatch(r"(\w+)(?:\s+@(\d+))?(?:\s+NONAME)?", line)
+            entries[match[1]] = int(match[2]) if match[2] else None
+    return entries
+
+
+class Tables(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.headers = dump("-p")
+
+    def imports(self):
+        """{dll: list of names or ordinals} of the import table."""
+        tables = {}
+        for block in re.split(r"\n\tDLL Name: ", self.headers)[1:]:
+            name, _, rest = block.partition("\n")
+            rest = rest.split("\n\n")[0]
+            entries = []
+            for line in rest.splitlines()[1:]:
+                fields = line.split()
+                if len(fields) < 3 or not re.fullmatch("[0-9a-f]+", fields[0]):
+                    continue
+                by_ordinal = int(fields[0], 16) >> 63
+                entries.append(int(fields[1], 16) if by_ordinal else fields[2])
+            tables[name.strip()] = entries
+        return tables
+
+    def exports(self):
+        table = self.headers.split("[Ordinal/Name Pointer] Table")[1].split("\n\n")[0]
+        return re.findall(r"^\s+\[\s*\d+\] (.+)$", table, re.M)
+
+    def test_exports_are_the_documented_functions_and_nothing_else(self):
+        header = open(OPTIONS.header).read()
+        documented = re.findall(r"SOLVANE_API \w+ SOLVANE_CALL (Solvane_\w+)\(", header)
+        self.assertEqual(len(documented), 20)
+        self.assertEqual(sorted(self.exports()), sorted(documented))
+        self.assertEqual(sorted(def_file(OPTIONS.definition)), sorted(documented))
+
+    def test_imports_are_the_system_and_the_vendors_bound_so_far(self):
+        self.assertEqual(set(self.imports()), SYSTEM_DLLS | {"FTD2XX.dll"})
+
+    def test_ftd2xx_is_bound_by_the_listed_ordinals_alone(self):
+        listed = def_file(OPTIONS.vendor_def)
+        self.assertEqual(sorted(self.imports()["FTD2XX.dll"]), sorted(listed.values()))
+        self.assertEqual(listed, {
+            "FT_Open": 1, "FT_Close": 2, "FT_Read": 3, "FT_Write": 4, "FT_ResetDevice": 6,
+            "FT_SetFlowControl": 9, "FT_SetChars": 15, "FT_SetTimeouts": 17,
+            "FT_GetQueueStatus": 18, "FT_SetLatencyTimer": 29, "FT_SetBitMode": 31,
+            "FT_SetUSBParameters": 33, "FT_ResetPort": 66, "FT_CreateDeviceInfoList": 70,
+            "FT_GetDeviceInfoList": 71})
+
+    def test_the_multimedia_timer_is_the_only_use_of_winmm(self):
+        self.assertEqual(sorted(self.imports()["WINMM.dll"]), ["timeBeginPeriod", "timeEndPeriod"])
+
+    def test_nothing_is_delay_loaded(self):
+        entry = re.search(r"Entry d ([0-9a-f]+) ([0-9a-f]+) Delay Import Directory", self.headers)
+        self.assertEqual(int(entry[2], 16), 0)
+
+    def test_64_bit_with_aslr_high_entropy_aslr_and_nx(self):
+        self.assertIn("pei-x86-64", dump("-f"))
+        flags = int(re.search(r"DllCharacteristics\s+([0-9a-f]+)", self.headers)[1], 16)
+        high_entropy, dynamic_base, nx = 0x0020, 0x0040, 0x0100
+        self.assertEqual(flags & (high_entropy | dynamic_base | nx),
+                         high_entropy | dynamic_base | nx)
+        # Without relocations a loader cannot move it, whatever the flags say.
+        relocations = re.search(r"Entry 5 [0-9a-f]+ ([0-9a-f]+) Base Relocation", self.headers)
+        self.assertGreater(int(relocations[1], 16), 0)
+
+    def test_stripped_it_is_at_most_one_mebibyte(self):
+        sections = re.findall(r"^\s*\d+ (\S+)\s+([0-9a-f]{8})", dump("-h"), re.M)
+        size = sum(int(size, 16) for name, size in sections if not name.startswith(".debug"))
+        print(f"sections of Solvane.dll: {size} bytes")
+        self.assertLessEqual(size, MOST_BYTES)
+
+
+if __name__ == "__main__":
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--def", dest="definition", required=True)
+    for option in ("objdump", "library", "header", "vendor-def"):
+        parser.add_argument("--" + option, required=True)
+    OPTIONS, rest = parser.parse_known_args()
+    unittest.main(argv=["binary_tables_test", *rest])

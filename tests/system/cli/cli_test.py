@@ -1,0 +1,490 @@
+"""Runs solvane.exe in Wine, with the real Solvane.dll on virtual hardware.
+
+    cli_test.py <scripts/wine> <directory of solvane.exe> <directory of the rig> <rig/scenarios> \
+        [unittest options]
+
+Every run is a process of its own with hardware of its own, so a test looks at what one command
+printed, at its exit code, and at what it did to the lines, which the rig's journal tells.
+"""
+
+import json
+import os
+import re
+import shutil
+import struct
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+DONE, FAILED, USAGE, NO_LIBRARY = 0, 1, 2, 3
+
+CHIP = "[[usb]]\nchip = 'FT2232H'\n"
+
+# The library writes three times while it configures the chip; a command's own writes follow.
+FIRST_WRITE_OF_COMMAND = 4
+
+EDGE = re.compile(r"^ *([0-9.]+) edge +(\w+) ([01])$")
+
+
+def write_fault(call):
+    return CHIP + f"[[fault]]\nfunction = 'FT_Write'\ncall = {call}\nstatus = 4\n"
+
+
+class Outcome:
+    """What one run of the program left behind."""
+
+    def __init__(self, code, directory):
+        self.code = code
+        self.out = (directory / "out").read_text("utf-8")
+        self.err = (directory / "err").read_text("utf-8")
+        journal = directory / "journal.txt"
+        text = journal.read_text("utf-8") if journal.exists() else ""
+        self.edges = [(float(found[1]), found[2], int(found[3]))
+                      for found in map(EDGE.match, text.splitlines()) if found]
+
+    def objects(self):
+        return [json.loads(line) for line in self.out.splitlines()]
+
+    def levels(self, line):
+        """The levels that a line took, one after the other."""
+        return [level for _, name, level in self.edges if name == line]
+
+    def rises(self, line):
+        return [time for time, name, level in self.edges if name == line and level == 1]
+
+    def values(self):
+        """The aligned lines: label to text."""
+        return dict(re.split(r"  +", line, maxsplit=1) for line in self.out.splitlines())
+
+
+class CliTest(unittest.TestCase):
+    def setUp(self):
+        directory = tempfile.TemporaryDirectory(prefix="solvane-cli-")
+        self.addCleanup(directory.cleanup)
+        self.directory = Path(directory.name)
+
+    def run_host(self, *arguments, scenario=CHIP, program=None, rig=True,
+                 current=None, merged=False):
+        """`scenario` is the text of one, or the name of a file among the rig's scenarios.
+
+        `merged` sends standard error where standard output goes, so that their order shows.
+        """
+        if scenario.endswith(".toml"):
+            scenario = (SCENARIOS / scenario).read_text()
+        file = self.directory / "scenario.toml"
+        journal = self.directory / "journal.txt"
+        file.write_text(scenario)
+        journal.unlink(missing_ok=True)
+
+        environment = dict(os.environ, SOLVANE_RIG=f"Z:{file}", SOLVANE_RIG_JOURNAL=f"Z:{journal}")
+        environment.pop("SOLVANE_RIG_VCD", None)
+        environment.pop("WINEPATH", None)
+        environment.setdefault("LC_ALL", "C.UTF-8")
+        if rig:
+            environment["WINEPATH"] = f"Z:{RIG}"
+        # Files, not pipes: the first run starts Wine's services, which would keep a pipe open.
+        with open(self.directory / "out", "wb") as out, open(self.directory / "err", "wb") as err:
+            run = subprocess.run([WINE, program or BIN / "solvane.exe", *arguments],
+                                 env=environment, cwd=current, stdin=subprocess.DEVNULL, stdout=out,
+                                 stderr=out if merged else err, timeout=120)
+        return Outcome(run.returncode, self.directory)
+
+    def answer(self, *arguments, **options):
+        """The one object that a successful command prints with --json."""
+        outcome = self.run_host(*arguments, "--json", **options)
+        self.assertEqual((outcome.code, outcome.err), (DONE, ""))
+        objects = outcome.objects()
+        self.assertEqual(len(objects), 1, outcome.out)
+        return objects[0]
+
+    def expect_status(self, status, meaning, *arguments, scenario):
+        """Both forms of a command that the library refuses."""
+        people = self.run_host(*arguments, scenario=scenario)
+        self.assertEqual(people.code, FAILED)
+        self.assertIn(f"{arguments[0]} failed with status {status}: {meaning}.", people.err)
+
+        programs = self.run_host(*arguments, "--json", scenario=scenario)
+        self.assertEqual((programs.code, programs.err), (FAILED, ""))
+        last = programs.objects()[-1]
+        self.assertEqual((last["command"], last["status"], last["meaning"]),
+                         (arguments[0], status, meaning))
+        return people
+
+
+NO_HARDWARE = "the hardware was not found, or could not be opened and configured"
+
+
+class Probe(CliTest):
+    def test_tells_everything_of_a_working_camera(self):
+        outcome = self.run_host("probe")
+        self.assertEqual((outcome.code, outcome.err), (DONE, ""))
+        self.assertEqual(outcome.values(), {
+            "candidate 1": "FT2232H, answered", "controller": "FT2232H", "available": "yes",
+            "power control": "yes", "ready": "yes", "dark": "off", "camera power": "on",
+            "accessories power": "on"})
+        columns = {line.index(line.split("  ")[-1].strip()) for line in outcome.out.splitlines()}
+        self.assertEqual(len(columns), 1, "not aligned:\n" + outcome.out)
+
+    def test_tells_the_same_in_json(self):
+        self.assertEqual(self.answer("probe"), {
+            "command": "probe", "status": 0,
+            "candidates": [{"number": 1, "kind": "FT2232H", "status": 0}],
+            "controller": "FT2232H", "available": True, "power_control": True, "ready": True,
+            "dark": False, "camera_power": True, "accessories_power": True})
+
+    def test_reads_each_line_by_itself(self):
+        lines = {"ready": "", "dark": "[pulls]\ndark = 1\n",
+                 "camera_power": "[pulls]\ncamera_power = 0\n",
+                 "accessories_power": "[pulls]\naccessories_power = 0\n"}
+        normal = self.answer("probe")
+        for name, pulls in lines.items():
+            scenario = pulls + CHIP if pulls else "not_ready.toml"
+            found = self.answer("probe", scenario=scenario)
+            different = {key for key in normal if normal[key] != found[key]}
+            # A camera without power is not ready either.
+            expected = {name, "ready"} if name == "camera_power" else {name}
+            self.assertEqual(different, expected)
+
+    def test_leaves_the_flag_alone(self):
+        outcome = self.run_host("probe", scenario="mep_latched.toml")
+        self.assertEqual(outcome.code, DONE)
+        self.assertEqual(outcome.levels("clear_mep"), [])
+
+    def test_without_hardware(self):
+        people = self.expect_status(-3, NO_HARDWARE, "probe", scenario="no_hardware.toml")
+        self.assertEqual(people.values()["candidate 1"], "FT2232H, not available (status -3)")
+        self.assertEqual(people.values()["controller"], "none")
+        self.assertEqual(people.values()["camera power"], "unknown")
+
+        found = self.run_host("probe", "--json", scenario="no_hardware.toml").objects()[0]
+        self.assertEqual(found["candidates"], [{"number": 1, "kind": "FT2232H", "status": -3}])
+        for key in "controller", "ready", "dark", "camera_power", "accessories_power":
+            self.assertIsNone(found[key], key)
+        self.assertIs(found["available"], False)
+        self.assertIs(found["power_control"], False)
+
+
+class Trigger(CliTest):
+    def test_one(self):
+        outcome = self.run_host("trigger")
+        self.assertEqual((outcome.code, outcome.err), (DONE, ""))
+        self.assertRegex(outcome.out, r"^capture 1 of 1  at 0\.0 ms, took [1-9]\d+\.\d ms\n$")
+        self.assertEqual(outcome.levels("trigger"), [1, 0])
+
+    def test_several_keep_their_interval(self):
+        outcome = self.run_host("trigger", "-n", "3", "--interval", "150", "--json")
+        self.assertEqual((outcome.code, outcome.err), (DONE, ""))
+        captures = outcome.objects()
+        self.assertEqual([(c["status"], c["capture"], c["of"]) for c in captures],
+                         [(0, 1, 3), (0, 2, 3), (0, 3, 3)])
+        self.assertEqual(captures[0]["start_ms"], 0)
+        for before, after in zip(captures, captures[1:]):
+            self.assertGreaterEqual(after["start_ms"] - before["start_ms"], 149.9)
+            self.assertGreater(after["duration_ms"], 10)
+        rises = outcome.rises("trigger")
+        self.assertEqual(len(rises), 3)
+        # The first clears no flag, the later ones do, so the edges themselves keep it roughly.
+        for before, after in zip(rises, rises[1:]):
+            self.assertGreater(after - before, 130)
+
+    def test_waits_for_ready(self):
+        scenario = "[camera]\nexposure_ms = 300\n" + CHIP
+        waiting = self.run_host("trigger", "-n", "2", "--wait-ready", "5000", scenario=scenario)
+        self.assertEqual((waiting.code, waiting.err), (DONE, ""))
+        first, second = waiting.rises("trigger")
+        self.assertGreater(second - first, 300)
+
+        hasty = self.run_host("trigger", "-n", "2", scenario=scenario)
+        self.assertEqual(hasty.code, FAILED)
+        self.assertEqual(len(hasty.rises("trigger")), 1)
+        self.assertIn("capture 2 of 2", hasty.out)
+        self.assertIn("status -5", hasty.err)
+
+    def test_gives_up_waiting(self):
+        outcome = self.run_host("trigger", "--wait-ready", "200", "--json",
+                                scenario="not_ready.toml")
+        self.assertEqual(outcome.code, FAILED)
+        self.assertGreaterEqual(outcome.objects()[0]["start_ms"], 200)
+
+    def test_stops_at_the_first_that_fails(self):
+        self.expect_status(-5, "the system is not ready, or its ready line cannot be read",
+                           "trigger", "-n", "3", scenario="not_ready.toml")
+        outcome = self.run_host("trigger", "-n", "3", "--json", scenario="not_ready.toml")
+        self.assertEqual(len(outcome.objects()), 1)
+        self.assertEqual(outcome.levels("trigger"), [])
+
+    def test_lost_write(self):
+        # Ready and flag are asked for, the line goes high, and then does not go low.
+        outcome = self.expect_status(
+            -2, "a line could not be written; the trigger may have been given, and its line may "
+            "have stayed high until the next command sets it to rest", "trigger",
+            scenario=write_fault(FIRST_WRITE_OF_COMMAND + 3))
+        self.assertEqual(outcome.levels("trigger")[:1], [1])
+
+    def test_without_hardware(self):
+        self.expect_status(-3, NO_HARDWARE, "trigger", scenario="no_hardware.toml")
+
+
+class Switches(CliTest):
+    LINES = {"dark": ("dark", 0), "camera-power": ("camera_power", 1),
+             "accessories-power": ("accessories_power", 1)}
+
+    def test_switch(self):
+        for command, (line, pull) in self.LINES.items():
+            for setting, level in ("on", 1), ("off", 0):
+                with self.subTest(command=command, setting=setting):
+                    scenario = f"[pulls]\n{line} = {1 - level}\n" + CHIP
+                    outcome = self.run_host(command, setting, scenario=scenario)
+                    self.assertEqual((outcome.code, outcome.err), (DONE, ""))
+                    self.assertEqual(outcome.out, f"{command}  {setting}\n")
+                    self.assertEqual(outcome.levels(line), [level])
+                    self.assertEqual(self.answer(command, setting, scenario=scenario),
+                                     {"command": command, "status": 0, "on": level == 1})
+
+    def test_state(self):
+        for command, (line, _) in self.LINES.items():
+            for level, word in enumerate(("off", "on")):
+                with self.subTest(command=command, level=level):
+                    scenario = f"[pulls]\n{line} = {level}\n" + CHIP
+                    outcome = self.run_host(command, "state", scenario=scenario)
+                    self.assertEqual((outcome.code, outcome.out), (DONE, f"{command}  {word}\n"))
+                    self.assertEqual(outcome.levels(line), [])
+                    self.assertEqual(self.answer(command, "state", scenario=scenario),
+                                     {"command": command, "status": 0, "on": level == 1})
+
+    def test_lost_write(self):
+        fault = write_fault(FIRST_WRITE_OF_COMMAND)
+        # These writes are the ones that clear a pin, which the library does not repeat.
+        for command, setting, line in (("dark", "off", "dark"),
+                                       ("camera-power", "on", "camera power"),
+                                       ("accessories-power", "on", "accessories power")):
+            self.expect_status(-2, f"the {line} line could not be written", command, setting,
+                               scenario=fault)
+
+    def test_without_hardware(self):
+        for command in self.LINES:
+            self.expect_status(-3, NO_HARDWARE, command, "state", scenario="no_hardware.toml")
+
+
+class OtherCommands(CliTest):
+    def test_wake(self):
+        outcome = self.run_host("wake")
+        self.assertEqual((outcome.code, outcome.out, outcome.err), (DONE, "wake  done\n", ""))
+        self.assertEqual(outcome.levels("dark"), [1, 0])
+        self.assertEqual(self.answer("wake"), {"command": "wake", "status": 0})
+
+    def test_wake_with_a_lost_write(self):
+        # The line is read, inverted, read again, and then does not go back.
+        self.expect_status(-2, "the dark line could not be inverted and put back", "wake",
+                           scenario=write_fault(FIRST_WRITE_OF_COMMAND + 3))
+
+    def test_ready(self):
+        for scenario, ready, word in (CHIP, True, "yes"), ("not_ready.toml", False, "no"):
+            outcome = self.run_host("ready", scenario=scenario)
+            self.assertEqual((outcome.code, outcome.out), (DONE, f"ready  {word}\n"))
+            self.assertEqual(self.answer("ready", scenario=scenario),
+                             {"command": "ready", "status": 0, "ready": ready})
+
+    def test_mep_reads_and_clears(self):
+        outcome = self.run_host("mep", scenario="mep_latched.toml")
+        self.assertEqual((outcome.code, outcome.out), (DONE, "flag  yes\n"))
+        self.assertEqual(outcome.levels("mep"), [0])
+        self.assertEqual(self.answer("mep", scenario="mep_latched.toml")["flag"], True)
+
+    def test_mep_without_a_flag(self):
+        outcome = self.run_host("mep")
+        self.assertEqual((outcome.code, outcome.out), (DONE, "flag  no\n"))
+        self.assertEqual(outcome.levels("clear_mep"), [])
+        self.assertEqual(self.answer("mep"), {"command": "mep", "status": 0, "flag": False})
+
+    def count_candidates(self, command):
+        return self.run_host(command, "--log").err.count("Controller candidate been created")
+
+    def test_recheck(self):
+        self.assertEqual(self.count_candidates("recheck"), 2)
+        self.assertEqual(self.run_host("recheck").out, "controller  FT2232H\n")
+        self.assertEqual(self.answer("recheck"),
+                         {"command": "recheck", "status": 0, "controller": "FT2232H"})
+        self.expect_status(-3, NO_HARDWARE, "recheck", scenario="no_hardware.toml")
+
+    def test_enforce_ftdi(self):
+        self.assertEqual(self.count_candidates("enforce-ftdi"), 2)
+        self.assertEqual(self.run_host("enforce-ftdi").out, "available  yes\n")
+        self.assertEqual(self.answer("enforce-ftdi"),
+                         {"command": "enforce-ftdi", "status": 0, "available": True})
+        outcome = self.expect_status(-3, NO_HARDWARE, "enforce-ftdi", scenario="no_hardware.toml")
+        self.assertEqual(outcome.out, "available  no\n")
+
+    def test_close(self):
+        # Unloading the library closes the hardware as well, but only after the command.
+        outcome = self.run_host("close", "--log", merged=True)
+        self.assertEqual(outcome.code, DONE)
+        self.assertRegex(outcome.out, r"Closing device\.\.\.\nclose  done\n$")
+        self.assertEqual(self.answer("close"), {"command": "close", "status": 0})
+
+    def test_reset_com(self):
+        self.assertEqual(self.run_host("reset-com").out, "reset-com  done\n")
+        self.assertEqual(self.answer("reset-com"), {"command": "reset-com", "status": 0})
+        # The first reset is that of the camera lines' own channel.
+        self.expect_status(-2, "a step of the serial-channel reset failed", "reset-com",
+                           scenario=CHIP + "[[fault]]\nfunction = 'FT_ResetDevice'\n"
+                           "call = 2\nstatus = 4\n")
+        self.expect_status(-3, "there is no serial channel to reset", "reset-com",
+                           scenario="no_hardware.toml")
+
+
+class Log(CliTest):
+    LINE = r"\[\d\d:\d\d:\d\d\.\d{3}\] "
+
+    def test_goes_to_standard_error(self):
+        outcome = self.run_host("ready", "--log")
+        self.assertEqual((outcome.code, outcome.out), (DONE, "ready  yes\n"))
+        lines = outcome.err.splitlines()
+        self.assertRegex(lines[0], "^" + self.LINE + "Controller candidate been created")
+        # Unloading the library logs too, and is still heard.
+        self.assertRegex(lines[-1], self.LINE + r"\.*Closing device\.\.\.$")
+
+    def test_may_stand_before_the_command(self):
+        outcome = self.run_host("--log", "--json", "ready")
+        self.assertEqual(outcome.objects(), [{"command": "ready", "status": 0, "ready": True}])
+        self.assertRegex(outcome.err, self.LINE)
+
+
+class CommandLine(CliTest):
+    def test_wrong_usage(self):
+        for arguments, complaint in (
+                ([], "required"),
+                (["nonsense"], "nonsense"),
+                (["--nonsense", "probe"], "--nonsense"),
+                (["probe", "nonsense"], "nonsense"),
+                (["wake", "ready"], "ready"),
+                (["dark"], "required"),
+                (["dark", "bright"], "bright"),
+                (["trigger", "-n", "0"], "-n"),
+                (["trigger", "-n", "many"], "-n"),
+                (["trigger", "-n"], "-n"),
+                (["trigger", "--interval", "-5"], "--interval"),
+                (["trigger", "--wait-ready", "1e99"], "--wait-ready"),
+                (["probe", "--library"], "--library")):
+            with self.subTest(arguments=arguments):
+                outcome = self.run_host(*arguments)
+                self.assertEqual((outcome.code, outcome.out), (USAGE, ""))
+                self.assertIn(complaint, outcome.err)
+                self.assertEqual(outcome.edges, [])
+
+    def test_help(self):
+        outcome = self.run_host("--help", rig=False)
+        self.assertEqual((outcome.code, outcome.err), (DONE, ""))
+        for command in ("probe", "trigger", "wake", "dark", "camera-power", "accessories-power",
+                        "ready", "mep", "recheck", "enforce-ftdi", "close", "reset-com"):
+            self.assertRegex(outcome.out, rf"(?m)^  {command} ")
+            part = self.run_host(command, "--help", rig=False)
+            self.assertEqual(part.code, DONE)
+            self.assertIn(f"solvane {command}", part.out)
+
+    def test_version(self):
+        outcome = self.run_host("--version", rig=False)
+        self.assertEqual((outcome.code, outcome.err), (DONE, ""))
+        self.assertRegex(outcome.out, r"^solvane \d+(\.\d+){3}\n$")
+
+
+class LibraryFile(CliTest):
+    VENDOR_LIBRARY_MISSING = ("Solvane.dll needs FTD2XX.dll, which was not found. "
+                              "Put it beside solvane.exe or into a directory of PATH.")
+
+    def expect_no_library(self, sentence, *arguments, **options):
+        outcome = self.run_host("wake", *arguments, **options)
+        self.assertEqual((outcome.code, outcome.out), (NO_LIBRARY, ""))
+        self.assertEqual(outcome.err, f"solvane: {sentence}\n")
+        return outcome
+
+    def windows(self, path):
+        return "Z:" + str(path).replace("/", "\\")
+
+    def place(self, directory, *files):
+        directory.mkdir(exist_ok=True)
+        for file in files:
+            shutil.copy(file, directory)
+        return directory
+
+    def test_vendor_library_missing(self):
+        self.expect_no_library(self.VENDOR_LIBRARY_MISSING, rig=False)
+        outcome = self.run_host("wake", "--json", rig=False)
+        self.assertEqual(outcome.code, NO_LIBRARY)
+        self.assertEqual(outcome.objects(),
+                         [{"command": "wake", "error": self.VENDOR_LIBRARY_MISSING}])
+
+    def test_vendor_library_beside_the_program(self):
+        place = self.place(self.directory / "beside", BIN / "solvane.exe", BIN / "Solvane.dll",
+                           *RIG.glob("*.dll"))
+        outcome = self.run_host("ready", program=place / "solvane.exe", rig=False)
+        self.assertEqual((outcome.out, outcome.err), ("ready  yes\n", ""))
+
+    def test_vendor_library_beside_the_program_alone(self):
+        program = self.place(self.directory / "program", BIN / "solvane.exe", *RIG.glob("*.dll"))
+        library = self.place(self.directory / "library", BIN / "Solvane.dll")
+        outcome = self.run_host("ready", "--library", f"Z:{library}/Solvane.dll",
+                                program=program / "solvane.exe", rig=False)
+        self.assertEqual((outcome.out, outcome.err), ("ready  yes\n", ""))
+
+    def test_vendor_library_in_the_current_directory_is_not_taken(self):
+        self.expect_no_library(self.VENDOR_LIBRARY_MISSING, current=RIG, rig=False)
+
+    def test_vendor_library_does_not_fit(self):
+        place = self.place(self.directory / "misfit", BIN / "solvane.exe", BIN / "Solvane.dll")
+        (place / "FTD2XX.dll").write_text("not a DLL")
+        self.expect_no_library("Solvane.dll needs FTD2XX.dll, which is not a 64-bit DLL.",
+                               program=place / "solvane.exe", rig=False)
+
+    def test_library_missing(self):
+        place = self.place(self.directory / "Kamera Süd λ", BIN / "solvane.exe")
+        self.expect_no_library(self.windows(place / "Solvane.dll") + " was not found.",
+                               program=place / "solvane.exe")
+
+    def test_library_elsewhere(self):
+        place = self.place(self.directory / "Kamera Süd λ", BIN / "Solvane.dll")
+        outcome = self.run_host("ready", "--library", self.windows(place / "Solvane.dll"))
+        self.assertEqual((outcome.out, outcome.err), ("ready  yes\n", ""))
+
+    def test_library_is_a_directory(self):
+        self.expect_no_library(self.windows(self.directory) + " is a directory, not a DLL.",
+                               "--library", self.windows(self.directory))
+
+    def test_library_is_a_text_file(self):
+        file = self.directory / "notes.txt"
+        file.write_text("MZ, but no program\n" * 100)
+        self.expect_no_library(self.windows(file) + " is not a 64-bit DLL.",
+                               "--library", self.windows(file))
+
+    def test_library_is_for_another_processor(self):
+        image = bytearray((BIN / "Solvane.dll").read_bytes())
+        headers = struct.unpack_from("<I", image, 0x3C)[0]
+        i386, pe32 = 0x14C, 0x10B
+        struct.pack_into("<H", image, headers + 4, i386)
+        struct.pack_into("<H", image, headers + 24, pe32)
+        file = self.directory / "Solvane.dll"
+        file.write_bytes(image)
+        self.expect_no_library(self.windows(file) + " is not a 64-bit DLL.",
+                               "--library", self.windows(file))
+
+    def test_library_is_cut_off(self):
+        image = (BIN / "Solvane.dll").read_bytes()
+        file = self.directory / "Solvane.dll"
+        for size in 0, 1, 100, 400, 1024, len(image) // 2:
+            with self.subTest(size=size):
+                file.write_bytes(image[:size])
+                outcome = self.run_host("wake", "--library", self.windows(file))
+                self.assertEqual(outcome.code, NO_LIBRARY)
+                self.assertIn("Solvane.dll", outcome.err)
+
+    def test_library_is_another_one(self):
+        file = self.windows(RIG / "solvane_rig.dll")
+        self.expect_no_library("The library has no function Solvane_SetLogger: it is another DLL, "
+                               "or another version than this program needs.", "--library", file)
+
+
+if __name__ == "__main__":
+    WINE, BIN, RIG, SCENARIOS = (Path(argument).resolve() for argument in sys.argv[1:5])
+    unittest.main(argv=sys.argv[:1] + sys.argv[5:])

@@ -1,0 +1,120 @@
+#include "command_line.h"
+
+#include <algorithm>
+
+#include <CLI/CLI.hpp>
+
+#include "commands.h"
+
+namespace host {
+
+namespace {
+
+constexpr const char* kDescription =
+    R"(Drives the electrical lines round a camera, by way of Solvane.dll.
+
+What may surprise:
+  - Each run is a process of its own. Its first use of the library looks for the hardware,
+    configures it afresh and sets the lines to rest: trigger low, clear-MEP at rest. Dark and
+    power stay as they are. This takes about 65 ms, and more than 3 s when the chip must be
+    recovered.
+  - mep clears the flag that it reads. probe therefore leaves the flag alone.
+  - wake flashes the dark line: there is no wake line, and a camera that shows a picture sees
+    10 ms of black.
+  - Closing, also at the end of every run, leaves the lines at their levels.
+  - A line that cannot be read is told as: not ready, not dark, no flag, but powered.)";
+
+constexpr const char* kFooter =
+    R"(Exit codes: 0 done, 1 the library answered with a status other than 0, 2 wrong usage,
+3 the library cannot be loaded. "no" and "off" are answers like any other and end with 0.
+
+With --json each command prints one object in one line on standard output (trigger: one a capture):
+  every command      command; status (0: done); meaning (text, unless status is 0);
+                     or in place of both: error (text, the library cannot be loaded)
+  probe              candidates (list of number, kind, status); controller (kind or null);
+                     available, power_control, ready, dark, camera_power, accessories_power
+                     (true, false, or null when it could not be asked)
+  trigger            capture, of (counted from 1); start_ms (since the first was due);
+                     duration_ms
+  dark, camera-power, accessories-power
+                     on (true or false: as read, or as set)
+  ready              ready (true or false)
+  mep                flag (true or false: before it was cleared)
+  recheck            controller (kind or null)
+  enforce-ftdi       available (true or false)
+When the status is not 0 there are no other keys, but for those of probe (whose status is the first
+that is not 0), those of a capture that failed, and available.)";
+
+void AddArguments(CLI::App& app, const Command& command, Request& request) {
+    if (command.arguments == CommandArguments::onOffState) {
+        app.add_option("setting", request.setting, "Switch it, or ask for its state")
+            ->required()
+            ->type_name("on|off|state")
+            ->check(CLI::IsMember({"on", "off", "state"}).description(""));
+    } else if (command.arguments == CommandArguments::trigger) {
+        constexpr unsigned kMost = 1'000'000'000; // 11 days in ms
+        app.add_option("-n", request.captures, "How many captures; stops at the first that fails")
+            ->type_name("N")
+            ->capture_default_str()
+            ->check(CLI::Range(1U, kMost).description(""));
+        app.add_option("--interval", request.intervalMilliseconds,
+                       "At least so many ms from one start to the next")
+            ->type_name("MS")
+            ->capture_default_str()
+            ->check(CLI::Range(0U, kMost).description(""));
+        app.add_option("--wait-ready", request.waitReadyMilliseconds,
+                       "Wait up to so many ms before each capture for the system to be ready")
+            ->type_name("MS")
+            ->capture_default_str()
+            ->check(CLI::Range(0U, kMost).description(""));
+    }
+}
+
+void AddOptions(CLI::App& app, Request& request) {
+    app.add_option("--library", request.library,
+                   "The library to load, if not Solvane.dll beside this program")
+        ->type_name("PATH");
+    app.add_flag("--log", request.log, "Show the library's log on standard error as it comes");
+    app.add_flag("--json", request.json, "Answer in JSON on standard output");
+    app.set_version_flag("--version", "solvane " SOLVANE_VERSION, "Print the version and exit");
+}
+
+} // namespace
+
+std::variant<Request, ExitCode> ReadCommandLine(std::vector<std::string> arguments) {
+    Request request;
+    CLI::App app(kDescription, "solvane");
+    app.footer(kFooter);
+    app.get_formatter()->label("SUBCOMMAND", "COMMAND");
+    app.require_subcommand(1);
+    app.fallthrough(); // options of every command may stand before or behind it
+    AddOptions(app, request);
+    for (const Command& command : Commands()) {
+        CLI::App* part = app.add_subcommand(command.name, command.help);
+        part->group("Commands");
+        part->footer("");
+        part->callback([&request, &command] { request.command = command.name; });
+        AddArguments(*part, command, request);
+    }
+
+    if (!arguments.empty()) {
+        arguments.erase(arguments.begin());
+    }
+    std::reverse(arguments.begin(), arguments.end()); // as CLI11 takes them
+    try {
+        app.parse(std::move(arguments));
+    } catch (const CLI::ParseError& stopped) {
+        // Of an unknown command CLI11 tells only that one is missing.
+        const std::vector<std::string> unknown = app.remaining();
+        const bool isHelp = stopped.get_exit_code() == 0;
+        if (isHelp || unknown.empty()) {
+            app.exit(stopped);
+        } else {
+            app.exit(CLI::ExtrasError(unknown));
+        }
+        return isHelp ? kSuccess : kUsageError;
+    }
+    return request;
+}
+
+} // namespace host

@@ -1,0 +1,29 @@
+/// What the user asked for.
+#pragma once
+
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace host {
+
+struct Request {
+    std::string command;
+    std::string library; ///< path; empty: beside this program
+    bool log = false;
+    bool json = false;
+
+    std::string setting; ///< "on", "off" or "state"
+    unsigned captures = 1;
+    unsigned intervalMilliseconds = 0;
+    unsigned waitReadyMilliseconds = 0;
+};
+
+/// The codes with which the program ends.
+enum ExitCode { kSuccess = 0, kFailedStatus = 1, kUsageError = 2, kNoLibrary = 3 };
+
+/// Reads the arguments, the program's name first. When there is nothing to do, because of a mistake
+/// or because help was asked for, that was told and the exit code is the result.
+std::variant<Request, ExitCode> ReadCommandLine(std::vector<std::string> arguments);
+
+} // namespace host

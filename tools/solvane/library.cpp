@@ -1,0 +1,106 @@
+#include "library.h"
+
+#include "missing_imports.h"
+#include "windows_text.h"
+
+namespace host {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+fs::path ProgramDirectory() {
+    std::wstring path(MAX_PATH, L'\0');
+    DWORD length = 0;
+    while ((length = GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()))) ==
+           path.size()) { // cut off
+        path.resize(2 * path.size());
+    }
+    path.resize(length);
+    return fs::path(path).parent_path();
+}
+
+/// Sentences about every DLL in the way; empty when there is none.
+std::string DescribeMissingImports(const fs::path& path, const fs::path& programDirectory) {
+    std::string sentences;
+    int absent = 0;
+    for (const MissingImport& import : FindMissingImports(path, programDirectory)) {
+        sentences += (sentences.empty() ? "" : " ") + import.importer + " needs " + import.dll +
+                     ", which " + import.reason + ".";
+        absent += import.absent ? 1 : 0;
+    }
+    if (absent > 0) {
+        sentences += absent == 1 ? " Put it" : " Put them";
+        sentences += " beside solvane.exe or into a directory of PATH.";
+    }
+    return sentences;
+}
+
+std::string DescribeFailure(const fs::path& path, const fs::path& programDirectory, DWORD error) {
+    const std::string text = Utf8(path.native());
+    std::error_code ignored;
+    if (!fs::exists(path, ignored)) {
+        return text + " was not found.";
+    }
+    if (fs::is_directory(path, ignored)) {
+        return text + " is a directory, not a DLL.";
+    }
+    // Imports first: Windows reports a 32-bit DLL among them as if the library itself were one.
+    if (std::string missing = DescribeMissingImports(path, programDirectory); !missing.empty()) {
+        return missing;
+    }
+    if (error == ERROR_BAD_EXE_FORMAT) {
+        return text + " is not a 64-bit DLL.";
+    }
+    return text + " cannot be loaded: " + SystemMessage(error) + ".";
+}
+
+Module Load(const fs::path& given) {
+    const fs::path programDirectory = ProgramDirectory();
+    // Vendor DLLs are found beside this program too, wherever the library itself lies, and not in
+    // the current directory, where they would be by accident or worse.
+    SetDllDirectoryW(programDirectory.c_str());
+
+    const fs::path path = given.empty() ? programDirectory / L"Solvane.dll" : fs::absolute(given);
+    Module module = Module::LoadPath(path);
+    if (!module) {
+        throw LoadFailure(DescribeFailure(path, programDirectory, GetLastError()));
+    }
+    return module;
+}
+
+template <typename Function>
+void Resolve(const Module& module, Function& function, const char* name) {
+    function = module.Find<Function>(name);
+    if (function == nullptr) {
+        throw LoadFailure(std::string("The library has no function ") + name +
+                          ": it is another DLL, or another version than this program needs.");
+    }
+}
+
+} // namespace
+
+Library::Library(const fs::path& path) : module(Load(path)) {
+    Resolve(module, SetLogger, "Solvane_SetLogger");
+    Resolve(module, CheckAvailable, "Solvane_CheckAvailable");
+    Resolve(module, CheckPowerControlAvailable, "Solvane_CheckPowerControlAvailable");
+    Resolve(module, RecheckStatus, "Solvane_RecheckStatus");
+    Resolve(module, EnforceFTDI, "Solvane_EnforceFTDI");
+    Resolve(module, TriggerCapture, "Solvane_TriggerCapture");
+    Resolve(module, CheckSystemReady, "Solvane_CheckSystemReady");
+    Resolve(module, CheckAndResetMepFlag, "Solvane_CheckAndResetMepFlag");
+    Resolve(module, WakeCamera, "Solvane_WakeCamera");
+    Resolve(module, EnableForcedBlackUpdate, "Solvane_EnableForcedBlackUpdate");
+    Resolve(module, DisableForcedBlackUpdate, "Solvane_DisableForcedBlackUpdate");
+    Resolve(module, CheckForcedBlackUpdate, "Solvane_CheckForcedBlackUpdate");
+    Resolve(module, EnableCameraPower, "Solvane_EnableCameraPower");
+    Resolve(module, DisableCameraPower, "Solvane_DisableCameraPower");
+    Resolve(module, CheckCameraPower, "Solvane_CheckCameraPower");
+    Resolve(module, EnableAccessoriesPower, "Solvane_EnableAccessoriesPower");
+    Resolve(module, DisableAccessoriesPower, "Solvane_DisableAccessoriesPower");
+    Resolve(module, CheckAccessoriesPower, "Solvane_CheckAccessoriesPower");
+    Resolve(module, CloseDevice, "Solvane_CloseDevice");
+    Resolve(module, ResetComPort, "Solvane_ResetComPort");
+}
+
+} // namespace host

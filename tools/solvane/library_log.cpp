@@ -1,0 +1,71 @@
+#include "library_log.h"
+
+#include <array>
+#include <charconv>
+#include <iostream>
+
+namespace host {
+
+namespace {
+
+constexpr std::string_view kTrying = "Controller candidate been created.";
+constexpr std::string_view kSucceeded = "... succeeded!";
+constexpr std::string_view kFailed = "... not available. Error ";
+
+constexpr std::string_view kUnknownKind = "unknown hardware";
+
+/// Words that only one kind of hardware logs while it is looked for.
+struct Mark {
+    std::string_view words;
+    std::string_view kind;
+};
+
+constexpr std::array kMarks{
+    Mark{"FTDI", "FT2232H"},
+    Mark{"Error in getting the number of devices", "FT2232H"},
+};
+
+} // namespace
+
+void SOLVANE_CALL LibraryLog::Receive(void* context, const char* line) noexcept {
+    auto& log = *static_cast<LibraryLog*>(context);
+    if (log.echo) {
+        std::cerr << line << std::endl;
+    }
+    log.Read(line);
+}
+
+std::optional<std::string_view> LibraryLog::Answered() const {
+    if (candidates.empty() || candidates.back().status != 0) {
+        return std::nullopt;
+    }
+    return candidates.back().kind;
+}
+
+void LibraryLog::Read(std::string_view line) {
+    if (line.find(kTrying) != line.npos) {
+        candidates.push_back({kUnknownKind, std::nullopt});
+        return;
+    }
+    if (candidates.empty() || candidates.back().status) {
+        return; // nothing is being looked for
+    }
+
+    Candidate& candidate = candidates.back();
+    if (line.find(kSucceeded) != line.npos) {
+        candidate.status = 0;
+    } else if (const std::size_t at = line.find(kFailed); at != line.npos) {
+        int status = 0;
+        const std::string_view number = line.substr(at + kFailed.size());
+        std::from_chars(number.data(), number.data() + number.size(), status);
+        candidate.status = status;
+    } else {
+        for (const Mark& mark : kMarks) {
+            if (line.find(mark.words) != line.npos) {
+                candidate.kind = mark.kind;
+            }
+        }
+    }
+}
+
+} // namespace host

@@ -1,0 +1,41 @@
+/// What the library writes into its log, and what can be learnt from it alone: which kinds of
+/// hardware were tried, and which one answered.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <solvane/solvane.h>
+
+namespace host {
+
+/// One kind of hardware that the library looked for.
+struct Candidate {
+    std::string_view kind;     ///< by the marks that it leaves in the log
+    std::optional<int> status; ///< of its availability check, 0 if it answered; empty until known
+};
+
+class LibraryLog {
+  public:
+    /// With `echoLines` every line goes to standard error as it comes.
+    explicit LibraryLog(bool echoLines) : echo(echoLines) {}
+
+    /// The log function for the library; the context is the LibraryLog.
+    static void SOLVANE_CALL Receive(void* context, const char* line) noexcept;
+
+    /// In the order in which they were tried, several times if the library looked several times.
+    const std::vector<Candidate>& Candidates() const { return candidates; }
+
+    /// The kind that the library settled on; empty when none answered.
+    std::optional<std::string_view> Answered() const;
+
+  private:
+    void Read(std::string_view line);
+
+    const bool echo;
+    std::vector<Candidate> candidates;
+};
+
+} // namespace host

@@ -1,0 +1,84 @@
+#include "output.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <iostream>
+
+#include "statuses.h"
+
+namespace host {
+
+namespace {
+
+/// File names and log lines need not be valid UTF-8; a JSON object has to be.
+void PrintObject(const nlohmann::ordered_json& object) {
+    std::cout << object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << std::endl;
+}
+
+} // namespace
+
+Report::Report(std::string_view commandName, int commandStatus)
+    : command(commandName), status(commandStatus) {
+    object["command"] = command;
+    object["status"] = status;
+    if (status != 0) {
+        object["meaning"] = Meaning(command, status);
+    }
+}
+
+void Report::Add(std::string_view key, nlohmann::ordered_json value, std::string_view label,
+                 std::string text) {
+    Add(key, std::move(value));
+    Remark(label, std::move(text));
+}
+
+void Report::Add(std::string_view key, nlohmann::ordered_json value) {
+    object[std::string(key)] = std::move(value);
+}
+
+void Report::Remark(std::string_view label, std::string text) {
+    lines.emplace_back(label, std::move(text));
+}
+
+void Report::Print(bool json) const {
+    if (json) {
+        PrintObject(object);
+        return;
+    }
+    PrintLines();
+    if (status != 0) {
+        std::cerr << "solvane: " << command << " failed with status " << status << ": "
+                  << Meaning(command, status) << "." << std::endl;
+    }
+}
+
+void Report::PrintLines() const {
+    std::size_t width = 0;
+    for (const auto& [label, text] : lines) {
+        width = std::max(width, label.size());
+    }
+    for (const auto& [label, text] : lines) {
+        std::cout << label << std::string(width - label.size() + 2, ' ') << text << '\n';
+    }
+    std::cout.flush();
+}
+
+void PrintError(std::string_view command, std::string_view sentence, bool json) {
+    if (json) {
+        PrintObject({{"command", command}, {"error", sentence}});
+    }
+    std::cerr << "solvane: " << sentence << std::endl;
+}
+
+double Rounded(double milliseconds) {
+    return std::round(milliseconds * 10) / 10;
+}
+
+std::string Text(double milliseconds) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%.1f ms", milliseconds);
+    return text;
+}
+
+} // namespace host
