@@ -16,8 +16,8 @@
  * 1. One installation a process. All vendor stand-ins of a process drive the same camera.
  * 2. Any thread may call anything here at any time; the rig locks itself.
  * 3. Times are nanoseconds since the scenario was loaded.
- * 4. Levels are logical: 1 means "active" (triggered, ready, flag latched, clearing, dark, powered),
- *    whatever polarity a chip's pin has.
+ * 4. Levels are logical: 1 means "active" (triggered, ready, flag latched, clearing, dark,
+ * powered), whatever polarity a chip's pin has.
  * 5. Text that the rig hands out stays valid until the next call of the same function on the same
  *    thread.
  */
@@ -137,10 +137,10 @@ SOLVANE_RIG_API uint32_t rig_calls(const char* function);
 /* ---- The journal --------------------------------------------------------------------------- */
 
 typedef enum rig_entry_kind {
-    RIG_CALL, /* "FT_Write(SLV1B, [82 41 4f]) -> 0, 3" */
-    RIG_EDGE, /* "trigger 1" */
+    RIG_CALL,  /* "FT_Write(SLV1B, [82 41 4f]) -> 0, 3" */
+    RIG_EDGE,  /* "trigger 1" */
     RIG_EVENT, /* "unplug 0", "capture 1", "fault FT_Write" */
-    RIG_NOTE  /* what rig_note() was given */
+    RIG_NOTE   /* what rig_note() was given */
 } rig_entry_kind;
 
 typedef struct rig_entry {

@@ -1,0 +1,34 @@
+#include "tool.h"
+
+#include <algorithm>
+#include <exception>
+
+#include <CLI/CLI.hpp>
+
+#include "wave_command.h"
+
+namespace rig {
+
+ExitCode RunTool(std::vector<std::string> arguments, std::ostream& out, std::ostream& err) {
+    CLI::App app("The virtual hardware's tool.", "solvane-rig");
+    app.footer("Exit codes: 0 done, 1 it cannot be done, 2 wrong usage.");
+    app.get_formatter()->label("SUBCOMMAND", "COMMAND");
+    app.require_subcommand(1);
+    wave::AddWaveCommand(app, out, err);
+
+    if (!arguments.empty()) {
+        arguments.erase(arguments.begin());
+    }
+    std::reverse(arguments.begin(), arguments.end()); // as CLI11 takes them
+    try {
+        app.parse(std::move(arguments));
+        return kSuccess;
+    } catch (const CLI::ParseError& stopped) {
+        return app.exit(stopped, out, err) == 0 ? kSuccess : kUsageError; // 0: help was asked for
+    } catch (const std::exception& failure) {
+        err << "solvane-rig: " << failure.what() << '\n';
+        return kFailure;
+    }
+}
+
+} // namespace rig

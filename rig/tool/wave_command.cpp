@@ -1,0 +1,109 @@
+#include "wave_command.h"
+
+#include <filesystem>
+#include <fstream>
+#include <memory>
+
+#include "text_wave.h"
+#include "vcd_reader.h"
+#include "wave_json.h"
+#include "wave_picture.h"
+
+namespace rig::wave {
+
+namespace {
+
+constexpr std::size_t kFewestColumns = 40;
+constexpr std::size_t kMostColumns = 1000;
+
+constexpr const char* kFooter =
+    R"(Shows every change of the lines on a compressed time axis: an interval is as wide as what is
+written on it needs, so that a pulse of some microseconds stands beside one of 10 ms. The row above
+the lines gives the time of each change in ms. A pulse, which is the time away from the level that a
+line has first, carries its width.
+
+    _┌─ 10 ms ─┐_   low, high, low        ░░░  unknown (x)        ╌╌╌  floating (z)
+    _/- 10 ms -\_   the same in ASCII     ???                     ...)";
+
+struct Request {
+    std::string file;
+    Excerpt excerpt;
+    TextStyle style;
+    std::string waveJson;
+};
+
+std::filesystem::path PathOf(const std::string& utf8) {
+    return std::u8string(utf8.begin(), utf8.end());
+}
+
+Recording Read(const std::string& name) {
+    std::ifstream stream(PathOf(name), std::ios::binary);
+    if (!stream.is_open()) {
+        throw std::runtime_error(name + " cannot be opened.");
+    }
+    try {
+        return ReadVcd(stream);
+    } catch (const VcdError& mistake) {
+        throw std::runtime_error(name + ", " + mistake.what());
+    } catch (const std::ios_base::failure&) { // a directory opens, but does not read
+        throw std::runtime_error(name + " cannot be read.");
+    }
+}
+
+void Write(const std::string& name, const std::string& text) {
+    std::ofstream stream(PathOf(name), std::ios::binary);
+    stream << text << std::flush;
+    if (!stream) {
+        throw std::runtime_error(name + " cannot be written.");
+    }
+}
+
+void CheckTimes(const Excerpt& excerpt) {
+    if (!(excerpt.from >= 0)) {
+        throw CLI::ValidationError("--from", "time begins at 0");
+    }
+    if (!(excerpt.from <= excerpt.to)) {
+        throw CLI::ValidationError("--to", "this is earlier than --from");
+    }
+}
+
+void Run(const Request& request, std::ostream& out, std::ostream& err) {
+    const Recording recording = Read(request.file);
+    for (const std::string& note : recording.notes) {
+        err << "note: " << note << '\n';
+    }
+    const Picture picture = TakePicture(recording, request.excerpt);
+    out << DrawText(picture, request.style) << std::flush;
+    if (!request.waveJson.empty()) {
+        Write(request.waveJson, WaveJson(picture));
+    }
+}
+
+} // namespace
+
+void AddWaveCommand(CLI::App& app, std::ostream& out, std::ostream& err) {
+    const auto request = std::make_shared<Request>();
+    CLI::App& wave = *app.add_subcommand("wave", "Shows a recording of the lines (VCD) as text");
+    wave.footer(kFooter);
+    wave.add_option("file", request->file, "The recording")->required()->type_name("FILE.vcd");
+    wave.add_option("--signal", request->excerpt.signals,
+                    "A line to be shown, again for each one (else all of them)")
+        ->type_name("NAME")
+        ->allow_extra_args(false);
+    wave.add_option("--from", request->excerpt.from, "Begin at this time")->type_name("MS");
+    wave.add_option("--to", request->excerpt.to, "End at this time")->type_name("MS");
+    wave.add_option("--width", request->style.columns, "The columns of a row, 40 to 1000")
+        ->type_name("COLUMNS")
+        ->capture_default_str()
+        ->check(CLI::Range(kFewestColumns, kMostColumns).description(""));
+    wave.add_flag("--ascii", request->style.ascii, "Draw with ASCII characters only");
+    wave.add_option("--wavejson", request->waveJson,
+                    "Write the picture as WaveJSON too, which scripts/wave-svg draws")
+        ->type_name("FILE");
+    wave.callback([request, &out, &err] {
+        CheckTimes(request->excerpt);
+        Run(*request, out, err);
+    });
+}
+
+} // namespace rig::wave
