@@ -16,12 +16,13 @@ Rig& Rig::Instance() {
     // Never destroyed: static objects of the host may still use the hardware when they go.
     static Rig& rig = *new Rig;
 
-    // The waveform ends with the process. A thread that the system has ended in mid-call keeps the
-    // lock for ever, so nobody waits for it here.
+    // The waveform ends with the process, and so does what the camera is doing. A thread that the
+    // system has ended in mid-call keeps the lock for ever, so nobody waits for it here.
     static const struct Ending {
         ~Ending() {
             const std::unique_lock lock(rig.mutex, std::try_to_lock);
             if (lock) {
+                rig.timeline.CatchUp();
                 rig.trace.EndWaveform();
             }
         }

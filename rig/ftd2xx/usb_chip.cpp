@@ -32,7 +32,6 @@ std::string UsbChip::DescriptionOf(std::size_t channel) const {
 void UsbChip::LosePower() {
     for (Channel& channel : channels) {
         channel.Enter(Channel::Mode::Uart);
-        channel.ResetDriver();
     }
 }
 

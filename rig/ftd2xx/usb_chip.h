@@ -22,7 +22,7 @@ class UsbChip {
     std::string SerialOf(std::size_t channel) const;
     std::string DescriptionOf(std::size_t channel) const;
 
-    /// Without power everything is forgotten and every pin let go of.
+    /// Without power the mode is forgotten and every pin let go of.
     void LosePower();
 };
 

@@ -6,19 +6,9 @@
 
 namespace rig {
 
-/// The console takes UTF-8 as long as this lives.
-class Utf8Console {
-  public:
-    Utf8Console();
-    ~Utf8Console();
-    Utf8Console(const Utf8Console&) = delete;
-    Utf8Console& operator=(const Utf8Console&) = delete;
+using Program = int (*)(std::vector<std::string> arguments);
 
-  private:
-    unsigned codePage; ///< the console's own, to be put back
-};
-
-/// The arguments of main() as UTF-8.
-std::vector<std::string> Utf8Arguments(int count, char** values);
+/// Runs a program with the arguments of main(), and with a console that takes UTF-8 meanwhile.
+int RunInUtf8(int count, char** values, Program program);
 
 } // namespace rig

@@ -2,12 +2,8 @@
 
 namespace rig {
 
-Utf8Console::Utf8Console() : codePage(0) {}
-
-Utf8Console::~Utf8Console() = default;
-
-std::vector<std::string> Utf8Arguments(int count, char** values) {
-    return {values, values + count};
+int RunInUtf8(int count, char** values, Program program) {
+    return program({values, values + count});
 }
 
 } // namespace rig

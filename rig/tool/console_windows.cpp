@@ -25,28 +25,34 @@ struct LocalMemory {
     void operator()(wchar_t** memory) const { LocalFree(memory); }
 };
 
-} // namespace
-
-Utf8Console::Utf8Console() : codePage(GetConsoleOutputCP()) {
-    SetConsoleOutputCP(CP_UTF8);
-}
-
-Utf8Console::~Utf8Console() {
-    SetConsoleOutputCP(codePage);
-}
-
-/// main() has got them in the system's code page, which has not every character.
-std::vector<std::string> Utf8Arguments(int count, char** values) {
+/// main() gets the arguments in the system's code page, which has not every character.
+std::vector<std::string> Arguments() {
+    int count = 0;
     const std::unique_ptr<wchar_t*, LocalMemory> wide(
         CommandLineToArgvW(GetCommandLineW(), &count));
-    if (!wide) {
-        return {values, values + count};
-    }
     std::vector<std::string> arguments;
     for (int i = 0; i < count; ++i) {
         arguments.push_back(Utf8(wide.get()[i]));
     }
     return arguments;
+}
+
+class Utf8Output {
+  public:
+    Utf8Output() : before(GetConsoleOutputCP()) { SetConsoleOutputCP(CP_UTF8); }
+    ~Utf8Output() { SetConsoleOutputCP(before); }
+    Utf8Output(const Utf8Output&) = delete;
+    Utf8Output& operator=(const Utf8Output&) = delete;
+
+  private:
+    unsigned before;
+};
+
+} // namespace
+
+int RunInUtf8(int, char**, Program program) {
+    const Utf8Output output;
+    return program(Arguments());
 }
 
 } // namespace rig

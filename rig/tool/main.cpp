@@ -2,14 +2,24 @@
 
 #include <exception>
 #include <iostream>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "console.h"
 #include "tool.h"
 
+namespace {
+
+int Run(std::vector<std::string> arguments) {
+    return rig::RunTool(std::move(arguments), std::cout, std::cerr);
+}
+
+} // namespace
+
 int main(int count, char** values) {
-    const rig::Utf8Console console;
     try {
-        return rig::RunTool(rig::Utf8Arguments(count, values), std::cout, std::cerr);
+        return rig::RunInUtf8(count, values, Run);
     } catch (const std::exception& failure) {
         std::cerr << "solvane-rig: " << failure.what() << '\n';
         return rig::kFailure;

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <compare>
 #include <limits>
+#include <tuple>
 
 namespace rig::wave {
 
@@ -71,10 +71,10 @@ std::vector<double> WeightsOf(const std::vector<double>& moments) {
         shortest = duration > 0 ? std::min(shortest, duration) : shortest;
         durations.push_back(duration);
     }
-    std::vector<double> weights;
-    for (const double duration : durations) {
-        weights.push_back(duration > 0 ? 1.0 + std::log2(duration / shortest) : 0.0);
-    }
+    std::vector<double> weights(durations.size());
+    std::transform(durations.begin(), durations.end(), weights.begin(), [=](double duration) {
+        return duration > 0 ? 1.0 + std::log2(duration / shortest) : 0.0;
+    });
     return weights;
 }
 
@@ -104,7 +104,10 @@ struct Cost {
     std::size_t cuts = 0;
     double unevenness = 0;
 
-    auto operator<=>(const Cost&) const = default;
+    bool operator<(const Cost& other) const {
+        return std::tie(blocksAndCuts, cuts, unevenness) <
+               std::tie(other.blocksAndCuts, other.cuts, other.unevenness);
+    }
 };
 
 /// The intervals that are broken, in order.

@@ -82,10 +82,9 @@ std::vector<std::uint64_t> MomentsOf(const std::vector<const Signal*>& changing,
 }
 
 std::vector<std::string> TextOf(const std::vector<double>& moments, int decimals) {
-    std::vector<std::string> times;
-    for (const double moment : moments) {
-        times.push_back(TimeText(moment, decimals));
-    }
+    std::vector<std::string> times(moments.size());
+    std::transform(moments.begin(), moments.end(), times.begin(),
+                   [=](double moment) { return TimeText(moment, decimals); });
     return times;
 }
 

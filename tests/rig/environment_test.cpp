@@ -82,8 +82,8 @@ TEST_F(EnvironmentDeathTest, AWaveformIsWrittenUntilTheEnd) {
         std::exit(0);
     };
     EXPECT_EXIT(child(), ExitedWithCode(0), "^$");
-    EXPECT_EQ(ReadVcd(path).body, (Lines{"#0", "trigger 1", "ready 0", "#40000"}))
-        << "nobody looked at the camera after the exposure";
+    EXPECT_EQ(ReadVcd(path).body,
+              (Lines{"#0", "trigger 1", "ready 0", "#25000", "mep 1", "ready 1", "#40000"}));
 }
 
 TEST_F(EnvironmentDeathTest, AJournalIsWrittenAsItHappens) {
@@ -96,6 +96,7 @@ TEST_F(EnvironmentDeathTest, AJournalIsWrittenAsItHappens) {
         rig_note("two\nlines");
         rig_unplug(0);
         rig_load("");
+        rig_note("the end");
         std::_Exit(0); // nothing is left to be written at the end
     };
     EXPECT_EXIT(child(), ExitedWithCode(0), "^$");
@@ -108,7 +109,8 @@ TEST_F(EnvironmentDeathTest, AJournalIsWrittenAsItHappens) {
                               "      12.345678 note  two lines\n"
                               "      12.345678 event unplug 0\n"
                               "      12.345678 edge  dark 0\n"
-                              "# a scenario begins; times in ms\n");
+                              "# a scenario begins; times in ms\n"
+                              "       0.000000 note  the end\n");
 }
 
 TEST_F(EnvironmentDeathTest, FilesThatCannotBeWrittenAreNamed) {

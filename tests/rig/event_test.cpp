@@ -60,8 +60,8 @@ TEST_F(EventTest, MovesTheCamera) {
 
 TEST_F(EventTest, CannotMakeAnUnpoweredCameraReady) {
     Load(kOneChip + "[pulls]\ncamera_power = 0\n"
-                    "[[event]]\nat_ms = 5\naction = 'ready'\n"
-                    "[[event]]\nat_ms = 6\naction = 'not-ready'\n");
+                    "[[event]]\nat_ms = 5\naction = 'not-ready'\n"
+                    "[[event]]\nat_ms = 6\naction = 'ready'\n");
     Advance(10);
     EXPECT_EQ(rig_level(RIG_READY), 0);
 }
