@@ -11,6 +11,7 @@ namespace rig {
 
 ExitCode RunTool(std::vector<std::string> arguments, std::ostream& out, std::ostream& err) {
     CLI::App app("The virtual hardware's tool.", "solvane-rig");
+    app.allow_windows_style_options(false); // "/tmp/x" is a path
     app.footer("Exit codes: 0 done, 1 it cannot be done, 2 wrong usage.");
     app.get_formatter()->label("SUBCOMMAND", "COMMAND");
     app.require_subcommand(1);

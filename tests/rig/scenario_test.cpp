@@ -199,7 +199,11 @@ TEST_F(Example, MepLatched) {
 TEST_F(Example, UnplugDuringTrigger) {
     LoadExample("unplug_during_trigger.toml");
     FT_HANDLE pins = OpenPins();
+    Write(pins, {0x83});
     Drive(pins, kRest);
+    Write(pins, {0x81});
+    Write(pins, {0x83});
+    Write(pins, {0x83});
     Drive(pins, kRest | kTrigger);
     EXPECT_EQ(rig_level(RIG_TRIGGER), 1);
     EXPECT_EQ(Write(pins, {0x82, kRest, kOutputs}), kIoError);

@@ -84,6 +84,7 @@ void AddOptions(CLI::App& app, Request& request) {
 std::variant<Request, ExitCode> ReadCommandLine(std::vector<std::string> arguments) {
     Request request;
     CLI::App app(kDescription, "solvane");
+    app.allow_windows_style_options(false); // "/tmp/x" is a path
     app.footer(kFooter);
     app.get_formatter()->label("SUBCOMMAND", "COMMAND");
     app.require_subcommand(1);
