@@ -8,22 +8,23 @@
  * Rules of the whole interface
  *
  * 1. One thread at a time. Nothing here is locked: a host calls these functions from one thread,
- *    or makes sure that no two calls overlap. The one exception is the very first call, which may
- *    come from several threads at once; all but one of them wait until the hardware was looked for.
+ *    or makes sure that no two calls overlap. There are two exceptions. The very first call may
+ * come from several threads at once; all but one of them wait until the hardware was looked for.
+ * And timers run on threads of their own, as told with them.
  *
- * 2. Every function is synchronous. It returns when the lines have their new levels. The times
- *    given below are those of a healthy FT2232H with a 1 ms timer; "ms" are wall-clock
- *    milliseconds. An operation that meets a fault first tries to recover the chip, which can take
- *    a little over 3 s before it gives up.
+ * 2. Every function but those of timers is synchronous: it returns when the lines have their new
+ *    levels. The times given below are those of a healthy FT2232H with a 1 ms timer; "ms" are
+ *    wall-clock milliseconds. An operation that meets a fault first tries to recover the chip,
+ * which can take a little over 3 s before it gives up.
  *
  * 3. Statuses. A function that returns a value returns one of the SOLVANE_ statuses below, and 0
  *    (SOLVANE_OK) is success. Test for "not 0", not for single numbers you know: which numbers an
  *    operation can return depends on the hardware that serves it.
  *
- * 4. First use finds the hardware. The first call of any function except Solvane_SetLogger looks
- *    for the hardware, brings it up and sets the lines to rest (trigger low, clear-MEP at rest).
- *    On a working FT2232H that takes about 60 ms, once. Later calls configure again by themselves
- *    when the hardware was lost in between.
+ * 4. First use finds the hardware. The first call of any function except Solvane_SetLogger and the
+ *    timer functions looks for the hardware, brings it up and sets the lines to rest (trigger low,
+ *    clear-MEP at rest). On a working FT2232H that takes about 60 ms, once. Later calls configure
+ *    again by themselves when the hardware was lost in between.
  *
  * 5. Out-values. A function that answers a question takes a pointer to an int16_t that it sets to
  *    1 (yes) or 0 (no). The pointer is used during the call only. A null pointer is answered with
@@ -73,13 +74,13 @@ extern "C" {
 
 /* The lines did what was asked. */
 #define SOLVANE_OK 0
-/* The state asked for could not be determined. */
+/* The state asked for could not be determined; a timer function met a failure. */
 #define SOLVANE_E_UNDETERMINED (-1)
 /* A line could not be written, or a step of the serial-channel reset failed. */
 #define SOLVANE_E_WRITE (-2)
 /* The hardware was not found, or could not be opened and configured. */
 #define SOLVANE_E_NO_HARDWARE (-3)
-/* A null pointer. */
+/* A null pointer, or a timer that is not there or not running. */
 #define SOLVANE_E_INVALID (-4)
 /* A trigger was refused because the system is not ready (or its ready line cannot be read). */
 #define SOLVANE_E_NOT_READY (-5)
@@ -284,6 +285,97 @@ SOLVANE_API int16_t SOLVANE_CALL Solvane_CloseDevice(void);
  * Time:     no waiting.
  */
 SOLVANE_API int16_t SOLVANE_CALL Solvane_ResetComPort(void);
+
+/* ---- Timers -------------------------------------------------------------------------------- */
+
+/*
+ * Timers run in Solvane's kernel driver, which performs a GPIO trigger of its own at each event and
+ * reports how it went. They need the driver, and none of the hardware above: no timer function
+ * looks for hardware or touches its lines.
+ *
+ * Order: Solvane_CreateTimer; then any number of runs, each Solvane_RunTimer until it is stopped;
+ * then Solvane_DisposeTimer once, after the last run has returned.
+ *
+ * Threads: a run occupies the thread that called it, and the timer's function is called on that
+ * same thread. Solvane_StopTimer may be called from any thread or from inside the timer's function.
+ * Each timer belongs to one run at a time; several timers may run on several threads. The log
+ * function is then called from each of them, unsynchronised: let it be able to, or install none.
+ */
+
+/* A timer; never 0. */
+typedef uint64_t SolvaneTimerHandle;
+
+/* One event of a timer, 12 bytes. */
+typedef struct SolvaneTimerEvent {
+    /*
+     * How the driver's trigger went: SOLVANE_OK, SOLVANE_E_NOT_READY, SOLVANE_E_WRITE,
+     * SOLVANE_E_NO_HARDWARE, or SOLVANE_E_UNDETERMINED for a status that this library does not
+     * know.
+     */
+    int16_t status;
+    /* 1 if the driver said at the start of the run that all was well, else 0. */
+    uint16_t initialStatusOk;
+    /* Four words of the driver's, whose meaning is the driver's. */
+    uint16_t data0;
+    uint16_t data1;
+    uint16_t data2;
+    uint16_t data3;
+} SolvaneTimerEvent;
+
+/*
+ * The host's timer function, called once for every event.
+ *
+ * userContext  the value given to Solvane_CreateTimer.
+ * event        valid only during the call.
+ *
+ * Called on the thread in Solvane_RunTimer. The next event is waited for when it has returned. In
+ * C++, a std::exception that leaves it ends the run, which then returns SOLVANE_E_UNDETERMINED.
+ */
+typedef void(SOLVANE_CALL* SolvaneTimerCallback)(uint64_t userContext,
+                                                 const SolvaneTimerEvent* event);
+
+/*
+ * Opens the driver and makes a timer, which does not run yet; `*timer` becomes its handle.
+ *
+ * Statuses: SOLVANE_OK; SOLVANE_E_UNDETERMINED when the driver cannot be opened, with the system's
+ *           reason in the log; SOLVANE_E_INVALID for a null pointer. `*timer` is untouched unless
+ * the status is 0.
+ */
+SOLVANE_API int16_t SOLVANE_CALL Solvane_CreateTimer(SolvaneTimerHandle* timer,
+                                                     uint64_t userContext);
+
+/*
+ * Runs a timer: blocks, and calls `callback` for each event, until somebody stops the timer.
+ *
+ * timerParameter  passed to the driver as it is; its unit is the driver's.
+ * Statuses: SOLVANE_OK after a stop; SOLVANE_E_UNDETERMINED when the driver, an event or a wait
+ *           failed, with the reason in the log: the timer may be run again or disposed of;
+ *           SOLVANE_E_INVALID for a handle of 0 or a null function.
+ */
+SOLVANE_API int16_t SOLVANE_CALL Solvane_RunTimer(SolvaneTimerHandle timer, uint32_t timerParameter,
+                                                  SolvaneTimerCallback callback);
+
+/*
+ * Asks a running timer to stop, and returns at once: it does not wait for the run to end. From
+ * inside the timer's function the run ends when that returns. From another thread it ends at the
+ * driver's next event, which is not delivered any more.
+ *
+ * Statuses: SOLVANE_OK; SOLVANE_E_INVALID for a handle of 0 or a timer that does not run.
+ */
+SOLVANE_API int16_t SOLVANE_CALL Solvane_StopTimer(SolvaneTimerHandle timer);
+
+/*
+ * Deletes a timer and closes its driver handle. Never call it during a run: it does not wait, and
+ * the run would go on with memory that is gone. Stop the timer and let Solvane_RunTimer return
+ * first.
+ *
+ * If the driver refuses to delete a timer that a failed run left behind, the process ends: the
+ * driver would go on triggering with nobody to stop it.
+ *
+ * Statuses: SOLVANE_OK; SOLVANE_E_INVALID for a handle of 0. The log says that the timer was not
+ *           started; that is no error here.
+ */
+SOLVANE_API int16_t SOLVANE_CALL Solvane_DisposeTimer(SolvaneTimerHandle timer);
 
 #ifdef __cplusplus
 } /* extern "C" */

@@ -3,6 +3,24 @@
 
 #include <windows.h>
 
+#include <cstdlib>
+
 namespace platform {
 using ::Sleep;
+
+// The driver's device, its requests, and the event that their completion signals.
+using ::CloseHandle;
+using ::CreateEventW;
+using ::CreateFileW;
+using ::DeviceIoControl;
+using ::DWORD;
+using ::HANDLE;
+using ::OVERLAPPED;
+using ::WaitForSingleObject;
+
+// The system's sentence for an error.
+using ::FormatMessageW;
+using ::GetLastError;
+using ::LocalFree;
+using ::wcstombs_s;
 } // namespace platform

@@ -1,0 +1,148 @@
+#include "high_resolution_timer.h"
+
+#include <utility>
+
+#include "driver_protocol.h"
+#include "logger.h"
+#include "win32_exception.h"
+
+namespace Trel::SolvaneDriverLib {
+
+namespace {
+
+/// Closes a handle at the end of a scope.
+class ScopedHandle {
+  public:
+    explicit ScopedHandle(platform::HANDLE open) : handle(open) {}
+    ~ScopedHandle() { platform::CloseHandle(handle); }
+    ScopedHandle(const ScopedHandle&) = delete;
+    ScopedHandle& operator=(const ScopedHandle&) = delete;
+
+    platform::HANDLE Get() const { return handle; }
+
+  private:
+    platform::HANDLE handle;
+};
+
+/// Lowers a flag at the end of a scope.
+class ScopedFlag {
+  public:
+    explicit ScopedFlag(bool& raised) : flag(raised) {}
+    ~ScopedFlag() { flag = false; }
+    ScopedFlag(const ScopedFlag&) = delete;
+    ScopedFlag& operator=(const ScopedFlag&) = delete;
+
+  private:
+    bool& flag;
+};
+
+/// Hands an event on to the host of the timer that the context names.
+void DeliverToHost(void* context, const TimerEventRecord& record) {
+    const auto& timer = *static_cast<SolvaneTimer*>(context);
+    const SolvaneTimerEvent event{TranslateDriverStatus(record.status),
+                                  record.initialStatusOk,
+                                  record.data0,
+                                  record.data1,
+                                  record.data2,
+                                  record.data3};
+    timer.callback(timer.userContext, &event);
+}
+
+} // namespace
+
+HighResolutionTimerBase::~HighResolutionTimerBase() {
+    DeleteDriverTimer();
+    platform::CloseHandle(device);
+}
+
+void HighResolutionTimerBase::RunLoop(std::uint32_t timerParameter) {
+    CreateDriverTimer(timerParameter);
+    const platform::HANDLE event = platform::CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    if (event == nullptr) {
+        throw Win32Exception("CreateEvent failed. Error: ");
+    }
+    {
+        const ScopedHandle owned(event);
+        WaitForEvents(owned.Get());
+    }
+    DeleteDriverTimer();
+}
+
+void HighResolutionTimerBase::CreateDriverTimer(std::uint32_t timerParameter) {
+    TimerCreateReply reply{};
+    platform::DWORD returned = 0;
+    if (!platform::DeviceIoControl(device, IOCTL_SOLVANE_TIMER_CREATE, &timerParameter,
+                                   sizeof timerParameter, &reply, sizeof reply, &returned,
+                                   nullptr)) {
+        throw Win32Exception("DeviceIoControl failed to create timer: ");
+    }
+    timerId = reply.timerId;
+    initialStatusOk = reply.initialStatus == 0 ? 1 : 0;
+}
+
+void HighResolutionTimerBase::WaitForEvents(platform::HANDLE event) {
+    platform::OVERLAPPED overlapped{};
+    overlapped.hEvent = event;
+    running = true;
+    const ScopedFlag lowersWaiting(waiting);
+    do {
+        waiting = true;
+        TimerWaitReply reply{}; // what the driver does not fill reads as 0
+        platform::DWORD returned = 0;
+        if (!platform::DeviceIoControl(device, IOCTL_SOLVANE_TIMER_WAIT, &timerId, sizeof timerId,
+                                       &reply, sizeof reply, &returned, &overlapped)) {
+            const platform::DWORD error = platform::GetLastError();
+            if (error != ERROR_IO_PENDING) {
+                throw Win32Exception(error, "DeviceIoControl failed: ");
+            }
+        }
+        if (platform::WaitForSingleObject(event, INFINITE) != WAIT_OBJECT_0) {
+            throw Win32Exception("Wait error: ");
+        }
+        if (!running) {
+            break; // stopped between two events: this one is not delivered
+        }
+        OnTimerEvent({static_cast<std::uint8_t>(initialStatusOk != 0), 0, reply.status,
+                      reply.data[0], reply.data[1], reply.data[2], reply.data[3]});
+    } while (running);
+}
+
+void HighResolutionTimerBase::DeleteDriverTimer() {
+    if (timerId == 0) {
+        return;
+    }
+    platform::DWORD returned = 0;
+    if (!platform::DeviceIoControl(device, IOCTL_SOLVANE_TIMER_DELETE, &timerId, sizeof timerId,
+                                   nullptr, 0, &returned, nullptr)) {
+        throw Win32Exception("DeviceIoControl failed: ");
+    }
+    timerId = 0;
+}
+
+void SolvaneTimer::Run(std::uint32_t timerParameter, void* context) {
+    adaptorContext = context;
+    adaptor = DeliverToHost;
+    RunLoop(timerParameter);
+}
+
+std::int16_t TranslateDriverStatus(std::int16_t driverStatus) {
+    switch (driverStatus) {
+    case 0:
+    case -3: // hosts count this one as a trigger given
+        return SOLVANE_OK;
+    case -7:
+        return SOLVANE_E_NOT_READY;
+    case -6:
+    case -2:
+        return SOLVANE_E_WRITE;
+    case -5:
+    case -4:
+    case -1:
+        return SOLVANE_E_NO_HARDWARE;
+    default:
+        SLV::Internal::s_logger.Line("Error. Unknown GPIO trigger status: ", driverStatus);
+        return SOLVANE_E_UNDETERMINED;
+    }
+}
+
+} // namespace Trel::SolvaneDriverLib

@@ -1,0 +1,97 @@
+/// Timers of the kernel driver: the loop that waits for their events, and what becomes of an event
+/// on its way to the host.
+#pragma once
+
+#include <cstdint>
+
+#include <solvane/solvane.h>
+
+#include "kernel.h"
+
+namespace Trel::SolvaneDriverLib {
+
+/// One event as the driver told it.
+struct TimerEventRecord {
+    std::uint8_t initialStatusOk;
+    std::uint8_t reserved; ///< always 0
+    std::int16_t status;   ///< in the driver's own codes
+    std::uint16_t data0;
+    std::uint16_t data1;
+    std::uint16_t data2;
+    std::uint16_t data3;
+};
+
+static_assert(sizeof(TimerEventRecord) == 12);
+
+class HighResolutionTimerBase {
+  public:
+    /// Called once for every event of the driver, on the thread that runs the timer.
+    virtual void OnTimerEvent(const TimerEventRecord& record) = 0;
+
+    /// Deletes a remaining driver timer and closes the device. A driver that refuses the delete
+    /// ends the process: its timer would go on triggering with nobody to stop it.
+    virtual ~HighResolutionTimerBase();
+
+    HighResolutionTimerBase(const HighResolutionTimerBase&) = delete;
+    HighResolutionTimerBase& operator=(const HighResolutionTimerBase&) = delete;
+
+    /// Asks the loop to end. It does so at the driver's next event, or at once when asked from
+    /// within OnTimerEvent.
+    void Stop() { running = false; }
+
+  protected:
+    /// Takes the open device over.
+    explicit HighResolutionTimerBase(platform::HANDLE openDevice) : device(openDevice) {}
+
+    /// Creates a driver timer, waits for its events until somebody stops it, deletes it. Throws
+    /// Win32Exception; the driver timer then remains until destruction or the next run.
+    void RunLoop(std::uint32_t timerParameter);
+
+  private:
+    void CreateDriverTimer(std::uint32_t timerParameter);
+    void DeleteDriverTimer();
+    void WaitForEvents(platform::HANDLE event);
+
+    platform::HANDLE device;
+    std::uint64_t timerId = 0; ///< 0: no driver timer
+    std::uint32_t initialStatusOk = 0;
+
+    // Plain flags: a stop comes from another thread or from the callback. Between two reads of
+    // `running` stands a system call or a virtual call that the compiler cannot see through, so it
+    // is read afresh after each wait and after each event.
+    bool running = false;
+    bool waiting = false; ///< informational
+};
+
+/// Marks the one kind of timer that the library has.
+struct SOLVANE_Timer {};
+
+template <typename Tag>
+class HighResolutionTimer;
+
+template <>
+class HighResolutionTimer<SOLVANE_Timer> final : public HighResolutionTimerBase {
+  public:
+    using Adaptor = void (*)(void* context, const TimerEventRecord& record);
+
+    HighResolutionTimer(platform::HANDLE openDevice, std::uint64_t hostContext)
+        : HighResolutionTimerBase(openDevice), userContext(hostContext) {}
+
+    void OnTimerEvent(const TimerEventRecord& record) override { adaptor(adaptorContext, record); }
+
+    /// The blocking event loop.
+    void Run(std::uint32_t timerParameter, void* context);
+
+    void* adaptorContext = nullptr;
+    Adaptor adaptor = nullptr;
+    std::uint64_t userContext;
+    SolvaneTimerCallback callback = nullptr; ///< null: the timer is not running
+};
+
+using SolvaneTimer = HighResolutionTimer<SOLVANE_Timer>;
+
+/// The driver's status of a GPIO trigger in the library's own codes. What the driver is not known
+/// to say becomes -1, with a line in the log.
+std::int16_t TranslateDriverStatus(std::int16_t driverStatus);
+
+} // namespace Trel::SolvaneDriverLib
