@@ -51,7 +51,8 @@ void OnTheRig::Load(const std::string& scenario) {
 std::vector<std::string> OnTheRig::TakeTexts() {
     std::vector<std::string> texts;
     for (const std::string& line : TakeLines()) {
-        EXPECT_THAT(line, testing::MatchesRegex("\\[\\d\\d:\\d\\d:\\d\\d\\.\\d\\d\\d\\] .*"));
+        EXPECT_THAT(line.substr(0, line.find(' ')),
+                    testing::MatchesRegex("\\[\\d\\d:\\d\\d:\\d\\d\\.\\d\\d\\d\\]"));
         texts.push_back(line.substr(line.find(' ') + 1));
     }
     return texts;

@@ -34,16 +34,20 @@ class Library {
     X(CheckPowerControlAvailable)                                                                  \
     X(CheckSystemReady)                                                                            \
     X(CloseDevice)                                                                                 \
+    X(CreateTimer)                                                                                 \
     X(DisableAccessoriesPower)                                                                     \
     X(DisableCameraPower)                                                                          \
     X(DisableForcedBlackUpdate)                                                                    \
+    X(DisposeTimer)                                                                                \
     X(EnableAccessoriesPower)                                                                      \
     X(EnableCameraPower)                                                                           \
     X(EnableForcedBlackUpdate)                                                                     \
     X(EnforceFTDI)                                                                                 \
     X(RecheckStatus)                                                                               \
     X(ResetComPort)                                                                                \
+    X(RunTimer)                                                                                    \
     X(SetLogger)                                                                                   \
+    X(StopTimer)                                                                                   \
     X(TriggerCapture)                                                                              \
     X(WakeCamera)
 #define SOLVANE_MEMBER(name) decltype(&::Solvane_##name) name = nullptr;

@@ -1,6 +1,8 @@
 #include "command_line.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdlib>
 
 #include <CLI/CLI.hpp>
 
@@ -22,13 +24,18 @@ What may surprise:
   - wake flashes the dark line: there is no wake line, and a camera that shows a picture sees
     10 ms of black.
   - Closing, also at the end of every run, leaves the lines at their levels.
-  - A line that cannot be read is told as: not ready, not dark, no flag, but powered.)";
+  - A line that cannot be read is told as: not ready, not dark, no flag, but powered.
+  - timer needs the kernel driver and none of the hardware of the other commands. The driver
+    performs a trigger of its own at each event. The unit of --parameter is the driver's
+    (microseconds in the rig's driver). Ctrl-C ends the run at the driver's next event; a second
+    Ctrl-C ends the program at once.)";
 
 constexpr const char* kFooter =
     R"(Exit codes: 0 done, 1 the library answered with a status other than 0, 2 wrong usage,
 3 the library cannot be loaded. "no" and "off" are answers like any other and end with 0.
 
-With --json each command prints one object in one line on standard output (trigger: one a capture):
+With --json each command prints one object in one line on standard output (trigger: one a capture;
+timer: one an event):
   every command      command; status (0: done); meaning (text, unless status is 0);
                      or in place of both: error (text, the library cannot be loaded)
   probe              candidates (list of number, kind, status); controller (kind or null);
@@ -42,8 +49,54 @@ With --json each command prints one object in one line on standard output (trigg
   mep                flag (true or false: before it was cleared)
   recheck            controller (kind or null)
   enforce-ftdi       available (true or false)
+  timer              event (counted from 1); status and meaning (of the driver's trigger at that
+                     event); initial_status_ok (true or false: as the run began); data (list of
+                     the driver's four words); since_last_ms (since the last event, or since the
+                     run began); context
 When the status is not 0 there are no other keys, but for those of probe (whose status is the first
-that is not 0), those of a capture that failed, and available.)";
+that is not 0), those of a capture that failed, those of an event, and available. An event whose
+status is not 0 is an event like any other and leaves the exit code at 0.)";
+
+constexpr unsigned kMost = 1'000'000'000; // 11 days in ms
+
+void AddTriggerArguments(CLI::App& app, Request& request) {
+    app.add_option("-n", request.captures, "How many captures; stops at the first that fails")
+        ->type_name("N")
+        ->capture_default_str()
+        ->check(CLI::Range(1U, kMost).description(""));
+    app.add_option("--interval", request.intervalMilliseconds,
+                   "At least so many ms from one start to the next")
+        ->type_name("MS")
+        ->capture_default_str()
+        ->check(CLI::Range(0U, kMost).description(""));
+    app.add_option("--wait-ready", request.waitReadyMilliseconds,
+                   "Wait up to so many ms before each capture for the system to be ready")
+        ->type_name("MS")
+        ->capture_default_str()
+        ->check(CLI::Range(0U, kMost).description(""));
+}
+
+/// Why a text is no number of 64 bits, if it is none; CLI11 would take -1 and 2^64 for the largest.
+std::string WhyNotUnsigned64(const std::string& text) {
+    errno = 0;
+    std::strtoull(text.c_str(), nullptr, 0);
+    const bool fits = errno != ERANGE && text.find('-') == text.npos;
+    return fits ? "" : "Value " + text + " is not a number from 0 to 2^64 - 1";
+}
+
+void AddTimerArguments(CLI::App& app, Request& request) {
+    app.add_option("--parameter", request.timerParameter,
+                   "Passed to the driver, whose unit it has (microseconds in the rig's driver)")
+        ->required()
+        ->type_name("N");
+    app.add_option("--count", request.events, "Stop after so many events; else at Ctrl-C")
+        ->type_name("K")
+        ->check(CLI::Range(1U, kMost).description(""));
+    app.add_option("--context", request.timerContext, "A number that comes back with each event")
+        ->type_name("X")
+        ->capture_default_str()
+        ->check(WhyNotUnsigned64);
+}
 
 void AddArguments(CLI::App& app, const Command& command, Request& request) {
     if (command.arguments == CommandArguments::onOffState) {
@@ -52,21 +105,9 @@ void AddArguments(CLI::App& app, const Command& command, Request& request) {
             ->type_name("on|off|state")
             ->check(CLI::IsMember({"on", "off", "state"}).description(""));
     } else if (command.arguments == CommandArguments::trigger) {
-        constexpr unsigned kMost = 1'000'000'000; // 11 days in ms
-        app.add_option("-n", request.captures, "How many captures; stops at the first that fails")
-            ->type_name("N")
-            ->capture_default_str()
-            ->check(CLI::Range(1U, kMost).description(""));
-        app.add_option("--interval", request.intervalMilliseconds,
-                       "At least so many ms from one start to the next")
-            ->type_name("MS")
-            ->capture_default_str()
-            ->check(CLI::Range(0U, kMost).description(""));
-        app.add_option("--wait-ready", request.waitReadyMilliseconds,
-                       "Wait up to so many ms before each capture for the system to be ready")
-            ->type_name("MS")
-            ->capture_default_str()
-            ->check(CLI::Range(0U, kMost).description(""));
+        AddTriggerArguments(app, request);
+    } else if (command.arguments == CommandArguments::timer) {
+        AddTimerArguments(app, request);
     }
 }
 

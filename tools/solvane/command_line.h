@@ -1,6 +1,7 @@
 /// What the user asked for.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <variant>
 #include <vector>
@@ -17,6 +18,10 @@ struct Request {
     unsigned captures = 1;
     unsigned intervalMilliseconds = 0;
     unsigned waitReadyMilliseconds = 0;
+
+    std::uint32_t timerParameter = 0;
+    std::uint64_t timerContext = 0;
+    unsigned events = 0; ///< 0: until Ctrl-C
 };
 
 /// The codes with which the program ends.

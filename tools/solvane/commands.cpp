@@ -133,6 +133,10 @@ constexpr std::array kCommands{
     Command{"close", "Set the lines to rest as any first use does, then close the hardware", none,
             Close},
     Command{"reset-com", "Reset the serial channel beside the camera lines", none, ResetCom},
+    Command{"timer",
+            "Run a timer of the kernel driver, which performs a trigger of its own at each event, "
+            "and print the events until Ctrl-C",
+            timer, RunTimer},
 };
 
 } // namespace

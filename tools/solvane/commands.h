@@ -18,7 +18,7 @@ struct Session {
     const LibraryLog& log;
 };
 
-enum class CommandArguments { none, onOffState, trigger };
+enum class CommandArguments { none, onOffState, trigger, timer };
 
 struct Command {
     const char* name;
@@ -36,6 +36,7 @@ const Command& FindCommand(const std::string& name);
 
 int Probe(const Session& session);
 int Trigger(const Session& session);
+int RunTimer(const Session& session);
 
 /// Prints the report; its status.
 int Finish(const Report& report, const Session& session);

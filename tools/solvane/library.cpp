@@ -101,6 +101,10 @@ Library::Library(const fs::path& path) : module(Load(path)) {
     Resolve(module, CheckAccessoriesPower, "Solvane_CheckAccessoriesPower");
     Resolve(module, CloseDevice, "Solvane_CloseDevice");
     Resolve(module, ResetComPort, "Solvane_ResetComPort");
+    Resolve(module, CreateTimer, "Solvane_CreateTimer");
+    Resolve(module, RunTimer, "Solvane_RunTimer");
+    Resolve(module, StopTimer, "Solvane_StopTimer");
+    Resolve(module, DisposeTimer, "Solvane_DisposeTimer");
 }
 
 } // namespace host

@@ -43,6 +43,10 @@ class Library {
     decltype(&Solvane_CheckAccessoriesPower) CheckAccessoriesPower;
     decltype(&Solvane_CloseDevice) CloseDevice;
     decltype(&Solvane_ResetComPort) ResetComPort;
+    decltype(&Solvane_CreateTimer) CreateTimer;
+    decltype(&Solvane_RunTimer) RunTimer;
+    decltype(&Solvane_StopTimer) StopTimer;
+    decltype(&Solvane_DisposeTimer) DisposeTimer;
 
   private:
     Module module;

@@ -22,7 +22,8 @@ class LibraryLog {
     /// With `echoLines` every line goes to standard error as it comes.
     explicit LibraryLog(bool echoLines) : echo(echoLines) {}
 
-    /// The log function for the library; the context is the LibraryLog.
+    /// The log function for the library; the context is the LibraryLog. Timers call it from other
+    /// threads too, but only when no hardware is looked for: nothing is kept of those lines.
     static void SOLVANE_CALL Receive(void* context, const char* line) noexcept;
 
     /// In the order in which they were tried, several times if the library looked several times.

@@ -19,11 +19,14 @@ void PrintObject(const nlohmann::ordered_json& object) {
 } // namespace
 
 Report::Report(std::string_view commandName, int commandStatus)
-    : command(commandName), status(commandStatus) {
+    : Report(commandName, commandStatus, Meaning(commandName, commandStatus)) {}
+
+Report::Report(std::string_view commandName, int commandStatus, std::string_view statusMeaning)
+    : command(commandName), status(commandStatus), meaning(statusMeaning) {
     object["command"] = command;
     object["status"] = status;
     if (status != 0) {
-        object["meaning"] = Meaning(command, status);
+        object["meaning"] = meaning;
     }
 }
 
@@ -42,14 +45,18 @@ void Report::Remark(std::string_view label, std::string text) {
 }
 
 void Report::Print(bool json) const {
+    PrintValues(json);
+    if (status != 0 && !json) {
+        std::cerr << "solvane: " << command << " failed with status " << status << ": " << meaning
+                  << "." << std::endl;
+    }
+}
+
+void Report::PrintValues(bool json) const {
     if (json) {
         PrintObject(object);
-        return;
-    }
-    PrintLines();
-    if (status != 0) {
-        std::cerr << "solvane: " << command << " failed with status " << status << ": "
-                  << Meaning(command, status) << "." << std::endl;
+    } else {
+        PrintLines();
     }
 }
 

@@ -16,6 +16,9 @@ class Report {
     /// Begins with the keys that every object has: command, status and, unless that is 0, meaning.
     Report(std::string_view command, int status);
 
+    /// With a meaning of the status other than the command's own.
+    Report(std::string_view command, int status, std::string_view meaning);
+
     /// A value: under its key for programs, as text behind its label for people.
     void Add(std::string_view key, nlohmann::ordered_json value, std::string_view label,
              std::string text);
@@ -29,6 +32,9 @@ class Report {
     /// Prints to standard output; in human form a failure goes to standard error.
     void Print(bool json) const;
 
+    /// Prints to standard output alone: a status other than 0 is a value like any other.
+    void PrintValues(bool json) const;
+
     int Status() const { return status; }
 
   private:
@@ -36,6 +42,7 @@ class Report {
 
     const std::string command;
     const int status;
+    const std::string meaning;
     nlohmann::ordered_json object;
     std::vector<std::pair<std::string, std::string>> lines;
 };

@@ -11,10 +11,12 @@ import json
 import os
 import re
 import shutil
+import signal
 import struct
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 from pathlib import Path
 
@@ -65,8 +67,18 @@ class CliTest(unittest.TestCase):
         self.addCleanup(directory.cleanup)
         self.directory = Path(directory.name)
 
-    def run_host(self, *arguments, scenario=CHIP, program=None, rig=True,
-                 current=None, merged=False):
+    def run_host(self, *arguments, **options):
+        """Runs a command to its end; the options are those of start_host."""
+        with self.start_host(*arguments, **options) as running:
+            try:
+                code = running.wait(timeout=120)
+            except subprocess.TimeoutExpired:
+                running.kill()
+                raise
+        return Outcome(code, self.directory)
+
+    def start_host(self, *arguments, scenario=CHIP, program=None, rig=True,
+                   current=None, merged=False):
         """`scenario` is the text of one, or the name of a file among the rig's scenarios.
 
         `merged` sends standard error where standard output goes, so that their order shows.
@@ -86,10 +98,9 @@ class CliTest(unittest.TestCase):
             environment["WINEPATH"] = f"Z:{RIG}"
         # Files, not pipes: the first run starts Wine's services, which would keep a pipe open.
         with open(self.directory / "out", "wb") as out, open(self.directory / "err", "wb") as err:
-            run = subprocess.run([WINE, program or BIN / "solvane.exe", *arguments],
-                                 env=environment, cwd=current, stdin=subprocess.DEVNULL, stdout=out,
-                                 stderr=out if merged else err, timeout=120)
-        return Outcome(run.returncode, self.directory)
+            return subprocess.Popen([WINE, program or BIN / "solvane.exe", *arguments],
+                                    env=environment, cwd=current, stdin=subprocess.DEVNULL,
+                                    stdout=out, stderr=out if merged else err)
 
     def answer(self, *arguments, **options):
         """The one object that a successful command prints with --json."""
@@ -335,6 +346,80 @@ class OtherCommands(CliTest):
                            scenario="no_hardware.toml")
 
 
+HAS_DRIVER = os.environ.get("SOLVANE_TEST_DRIVER") == "1"
+
+
+@unittest.skipIf(HAS_DRIVER, "the timer driver is present")
+class TimerWithoutDriver(CliTest):
+    def test_tells_that_there_is_none(self):
+        self.expect_status(-1, "the timer driver could not be opened, or failed; --log tells why",
+                           "timer", "--parameter", "1000", scenario=CHIP)
+
+    def test_log_tells_why(self):
+        outcome = self.run_host("timer", "--parameter", "1000", "--log")
+        self.assertEqual((outcome.code, outcome.out), (FAILED, ""))
+        self.assertIn("Error. Solvane_CreateTimer() failed with exception: Error in CreateFile: ",
+                      outcome.err)
+
+    def test_leaves_the_lines_alone(self):
+        outcome = self.run_host("timer", "--parameter", "1000", "--log")
+        self.assertEqual(outcome.edges, [])
+        self.assertNotIn("Controller candidate", outcome.err)
+
+
+@unittest.skipUnless(HAS_DRIVER, "needs the timer driver: SOLVANE_TEST_DRIVER=1")
+class TimerWithDriver(CliTest):
+    PERIOD = ("timer", "--parameter", "20000")
+    LARGEST_CONTEXT = 2**64 - 1
+
+    def test_stops_itself_after_count_events(self):
+        outcome = self.run_host(*self.PERIOD, "--count", "5")
+        self.assertEqual((outcome.code, outcome.err), (DONE, ""))
+        lines = outcome.out.splitlines()
+        self.assertEqual(len(lines), 5, outcome.out)
+        for number, line in enumerate(lines, 1):
+            self.assertRegex(line, rf"^event {number}  status -?\d+: [^;]+; "
+                             r"initial status (not )?ok; data( \d+){4}; \d+\.\d ms since the last$")
+
+    def test_tells_the_same_in_json(self):
+        outcome = self.run_host(*self.PERIOD, "--count", "5", "--context",
+                                str(self.LARGEST_CONTEXT), "--json")
+        self.assertEqual((outcome.code, outcome.err), (DONE, ""))
+        events = outcome.objects()
+        self.assertEqual([event["event"] for event in events], [1, 2, 3, 4, 5])
+        for event in events:
+            keys = {"command", "status", "event", "initial_status_ok", "data", "since_last_ms",
+                    "context"}
+            self.assertEqual(set(event), keys | ({"meaning"} if event["status"] != 0 else set()))
+            self.assertEqual((event["command"], event["context"]), ("timer", self.LARGEST_CONTEXT))
+            self.assertIn(event["initial_status_ok"], (True, False))
+            self.assertEqual(len(event["data"]), 4)
+            self.assertTrue(all(0 <= word <= 0xFFFF for word in event["data"]), event["data"])
+            self.assertGreaterEqual(event["since_last_ms"], 0)
+
+    def test_ctrl_c_ends_the_run(self):
+        with self.start_host(*self.PERIOD, "--json", "--log") as running:
+            try:
+                self.wait_for_events(3)
+                running.send_signal(signal.SIGINT)  # which Wine hands on as a Ctrl-C
+                code = running.wait(timeout=30)
+            except BaseException:
+                running.kill()
+                raise
+        outcome = Outcome(code, self.directory)
+        self.assertEqual(outcome.code, DONE)
+        # Only a program that ends by itself disposes of its timer, which then runs no more.
+        self.assertIn("Solvane_StopTimer() timer was not started", outcome.err)
+        numbers = [event["event"] for event in outcome.objects()]
+        self.assertEqual(numbers, list(range(1, len(numbers) + 1)))
+
+    def wait_for_events(self, count):
+        deadline = time.monotonic() + 30
+        while (self.directory / "out").read_text("utf-8").count("\n") < count:
+            self.assertLess(time.monotonic(), deadline, "no events came")
+            time.sleep(0.02)
+
+
 class Log(CliTest):
     LINE = r"\[\d\d:\d\d:\d\d\.\d{3}\] "
 
@@ -367,6 +452,13 @@ class CommandLine(CliTest):
                 (["trigger", "-n"], "-n"),
                 (["trigger", "--interval", "-5"], "--interval"),
                 (["trigger", "--wait-ready", "1e99"], "--wait-ready"),
+                (["timer"], "--parameter"),
+                (["timer", "--parameter", "soon"], "--parameter"),
+                (["timer", "--parameter", "-1"], "--parameter"),
+                (["timer", "--parameter", str(2**32)], "--parameter"),
+                (["timer", "--parameter", "1", "--count", "0"], "--count"),
+                (["timer", "--parameter", "1", "--context", "-1"], "--context"),
+                (["timer", "--parameter", "1", "--context", str(2**64)], "--context"),
                 (["probe", "--library"], "--library")):
             with self.subTest(arguments=arguments):
                 outcome = self.run_host(*arguments)
@@ -378,7 +470,7 @@ class CommandLine(CliTest):
         outcome = self.run_host("--help", rig=False)
         self.assertEqual((outcome.code, outcome.err), (DONE, ""))
         for command in ("probe", "trigger", "wake", "dark", "camera-power", "accessories-power",
-                        "ready", "mep", "recheck", "enforce-ftdi", "close", "reset-com"):
+                        "ready", "mep", "recheck", "enforce-ftdi", "close", "reset-com", "timer"):
             self.assertRegex(outcome.out, rf"(?m)^  {command} ")
             part = self.run_host(command, "--help", rig=False)
             self.assertEqual(part.code, DONE)

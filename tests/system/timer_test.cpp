@@ -1,0 +1,264 @@
+/// Timers through the real DLL, against the rig's kernel driver. A second handle scripts the
+/// driver.
+
+#include <atomic>
+#include <chrono>
+#include <cstring>
+#include <functional>
+#include <thread>
+
+#include "library_fixture.h"
+#include "solvane_device.h"
+
+namespace {
+
+using namespace test;
+using testing::ElementsAre;
+
+constexpr std::uint32_t kTwoMilliseconds = 2'000;
+
+/// What a run does with its events; `userContext` points at one.
+using Receiver = std::function<void(const SolvaneTimerEvent&)>;
+
+void SOLVANE_CALL Receive(std::uint64_t userContext, const SolvaneTimerEvent* event) {
+    (*reinterpret_cast<const Receiver*>(static_cast<std::uintptr_t>(userContext)))(*event);
+}
+
+std::uint64_t ContextOf(const Receiver& receiver) {
+    return reinterpret_cast<std::uintptr_t>(&receiver);
+}
+
+/// The driver as another program sees it.
+class Device {
+  public:
+    Device()
+        : handle(CreateFileA("\\\\.\\SolvaneDevice", GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+                             OPEN_EXISTING, 0, nullptr)) {
+        EXPECT_NE(handle, INVALID_HANDLE_VALUE) << "error " << GetLastError();
+    }
+    ~Device() { CloseHandle(handle); }
+    Device(const Device&) = delete;
+    Device& operator=(const Device&) = delete;
+
+    /// 0, or the error of the request.
+    DWORD Request(DWORD code, const void* input, DWORD inputSize, void* output = nullptr,
+                  DWORD outputSize = 0) {
+        DWORD returned = 0;
+        return DeviceIoControl(handle, code, const_cast<void*>(input), inputSize, output,
+                               outputSize, &returned, nullptr)
+                   ? 0
+                   : GetLastError();
+    }
+
+    void Script(const solvane_device_script& script) {
+        EXPECT_EQ(Request(SOLVANE_DEVICE_SCRIPT, &script, sizeof script), 0u);
+    }
+
+  private:
+    HANDLE handle;
+};
+
+class Timer : public OnTheRig {
+  protected:
+    Timer() {
+        Listen();
+        Device().Script({});
+    }
+    ~Timer() override { Device().Script({}); }
+
+    /// Creates a timer, runs it with the receiver, disposes of it; the status of the run.
+    std::int16_t
+    RunOnce(std::uint32_t parameter,
+            const std::function<void(SolvaneTimerHandle, const SolvaneTimerEvent&)>& onEvent) {
+        SolvaneTimerHandle timer = 0;
+        const Receiver receiver = [&](const SolvaneTimerEvent& event) { onEvent(timer, event); };
+        EXPECT_EQ(library.CreateTimer(&timer, ContextOf(receiver)), 0);
+        const std::int16_t status = library.RunTimer(timer, parameter, Receive);
+        EXPECT_EQ(library.DisposeTimer(timer), 0);
+        return status;
+    }
+};
+
+TEST_F(Timer, TwoHundredEventsComeInOrderAndOnTime) {
+    constexpr int kEvents = 200;
+    std::vector<SolvaneTimerEvent> events;
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(RunOnce(kTwoMilliseconds,
+                      [&](SolvaneTimerHandle timer, const SolvaneTimerEvent& event) {
+                          events.push_back(event);
+                          if (events.size() == kEvents) {
+                              EXPECT_EQ(library.StopTimer(timer), 0);
+                          }
+                      }),
+              0);
+    const double milliseconds =
+        std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+    ASSERT_EQ(events.size(), std::size_t{kEvents});
+    for (int i = 0; i < kEvents; ++i) {
+        EXPECT_EQ(events[static_cast<std::size_t>(i)].status, 0);
+        EXPECT_EQ(events[static_cast<std::size_t>(i)].initialStatusOk, 1);
+        EXPECT_EQ(events[static_cast<std::size_t>(i)].data0, i + 1);
+    }
+    // The driver keeps its own clock, so delays do not add up.
+    EXPECT_GE(milliseconds, 0.98 * 2 * kEvents);
+    EXPECT_LE(milliseconds, 1.25 * 2 * kEvents);
+}
+
+TEST_F(Timer, AStopFromAnotherThreadEndsTheRunAtTheNextEvent) {
+    SolvaneTimerHandle timer = 0;
+    std::atomic<int> events{0};
+    const Receiver receiver = [&](const SolvaneTimerEvent&) { ++events; };
+    ASSERT_EQ(library.CreateTimer(&timer, ContextOf(receiver)), 0);
+    std::int16_t status = -99;
+    std::thread runner([&] { status = library.RunTimer(timer, kTwoMilliseconds, Receive); });
+    while (events < 5) {
+        Sleep(1);
+    }
+    EXPECT_EQ(library.StopTimer(timer), 0);
+    runner.join();
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(library.DisposeTimer(timer), 0);
+}
+
+TEST_F(Timer, TwoTimersRunOnTwoThreads) {
+    library.SetLogger(nullptr, nullptr);
+    std::atomic<int> total{0};
+    const auto run = [&] {
+        int events = 0;
+        EXPECT_EQ(RunOnce(kTwoMilliseconds,
+                          [&](SolvaneTimerHandle timer, const SolvaneTimerEvent& event) {
+                              EXPECT_EQ(event.data0, ++events) << "each counts its own";
+                              if (events == 50) {
+                                  library.StopTimer(timer);
+                              }
+                          }),
+                  0);
+        total += events;
+    };
+    std::thread other(run);
+    run();
+    other.join();
+    EXPECT_EQ(total, 100);
+}
+
+TEST_F(Timer, ScriptedStatusesAreTranslatedAndWordsPassed) {
+    solvane_device_script script{};
+    script.initial_status = 3;
+    script.event_count = 4;
+    const std::int16_t statuses[] = {-7, -6, -3, 5};
+    for (int i = 0; i < 4; ++i) {
+        script.events[i].status = statuses[i];
+        script.events[i].data[0] = static_cast<std::uint16_t>(100 + i);
+        script.events[i].data[3] = 0xFFFF;
+    }
+    Device().Script(script);
+    std::vector<int> received;
+    EXPECT_EQ(RunOnce(kTwoMilliseconds,
+                      [&](SolvaneTimerHandle timer, const SolvaneTimerEvent& event) {
+                          EXPECT_EQ(event.initialStatusOk, 0);
+                          EXPECT_EQ(event.data0, 100 + received.size());
+                          EXPECT_EQ(event.data3, 0xFFFF);
+                          received.push_back(event.status);
+                          if (received.size() == 4) {
+                              library.StopTimer(timer);
+                          }
+                      }),
+              0);
+    EXPECT_THAT(received, ElementsAre(-5, -2, 0, -1));
+    EXPECT_THAT(TakeTexts(), ElementsAre("Error. Unknown GPIO trigger status: 5",
+                                         "Error. Solvane_StopTimer() timer was not started. "));
+}
+
+TEST_F(Timer, ADriverThatRefusesTheTimerFailsTheRun) {
+    solvane_device_script script{};
+    script.failing_code = SOLVANE_DEVICE_CREATE;
+    script.failure = static_cast<std::int32_t>(0xC000009A); // STATUS_INSUFFICIENT_RESOURCES
+    Device().Script(script);
+    EXPECT_EQ(RunOnce(kTwoMilliseconds, [](SolvaneTimerHandle, const SolvaneTimerEvent&) {}), -1);
+    const std::string line = TakeTexts().front();
+    EXPECT_THAT(line, testing::StartsWith("Error. Solvane_RunTimer() failed with exception: "
+                                          "DeviceIoControl failed to create timer: "));
+    EXPECT_THAT(line, testing::EndsWith("\r\n (0x000005aa)")); // ERROR_NO_SYSTEM_RESOURCES
+}
+
+TEST_F(Timer, AWaitThatFailsEndsTheRunAndTheTimerRunsAgain) {
+    SolvaneTimerHandle timer = 0;
+    int events = 0;
+    const Receiver receiver = [&](const SolvaneTimerEvent&) {
+        ++events;
+        solvane_device_script script{};
+        script.failing_code = SOLVANE_DEVICE_WAIT;
+        script.failure = static_cast<std::int32_t>(0xC0000001); // STATUS_UNSUCCESSFUL
+        if (events == 1) {
+            Device().Script(script);
+        } else {
+            library.StopTimer(timer);
+        }
+    };
+    ASSERT_EQ(library.CreateTimer(&timer, ContextOf(receiver)), 0);
+    EXPECT_EQ(library.RunTimer(timer, kTwoMilliseconds, Receive), -1);
+    EXPECT_EQ(events, 1);
+    EXPECT_EQ(library.RunTimer(timer, kTwoMilliseconds, Receive), 0);
+    EXPECT_EQ(events, 2);
+    EXPECT_EQ(library.DisposeTimer(timer), 0);
+}
+
+TEST_F(Timer, AThousandCyclesGrowNoHandles) {
+    library.SetLogger(nullptr, nullptr);
+    const auto cycle = [&] {
+        EXPECT_EQ(RunOnce(100, [&](SolvaneTimerHandle timer,
+                                   const SolvaneTimerEvent&) { library.StopTimer(timer); }),
+                  0);
+    };
+    for (int i = 0; i < 100; ++i) {
+        cycle();
+    }
+    DWORD settled = 0;
+    GetProcessHandleCount(GetCurrentProcess(), &settled);
+    for (int i = 0; i < 900; ++i) {
+        cycle();
+    }
+    DWORD now = 0;
+    GetProcessHandleCount(GetCurrentProcess(), &now);
+    EXPECT_LE(now, settled);
+}
+
+/// The driver alone, by its own rules.
+TEST_F(Timer, TheDriverRefusesWhatItDoesNotUnderstand) {
+    Device device;
+    const std::uint32_t period = kTwoMilliseconds;
+    const std::uint32_t zero = 0;
+    const std::uint64_t unknownId = 1'000'000'000;
+    solvane_timer_created created{};
+    solvane_timer_event event{};
+    EXPECT_EQ(device.Request(SOLVANE_DEVICE_CREATE, &period, 3, &created, sizeof created),
+              DWORD{ERROR_INVALID_PARAMETER});
+    EXPECT_EQ(device.Request(SOLVANE_DEVICE_CREATE, &zero, 4, &created, sizeof created),
+              DWORD{ERROR_INVALID_PARAMETER});
+    EXPECT_EQ(device.Request(SOLVANE_DEVICE_CREATE, &period, 4, &created, 15),
+              DWORD{ERROR_INSUFFICIENT_BUFFER});
+    EXPECT_EQ(device.Request(SOLVANE_DEVICE_DELETE, &unknownId, 8), DWORD{ERROR_NOT_FOUND});
+    EXPECT_EQ(device.Request(SOLVANE_DEVICE_WAIT, &unknownId, 8, &event, sizeof event),
+              DWORD{ERROR_NOT_FOUND});
+    EXPECT_EQ(device.Request(SOLVANE_DEVICE_CODE(0x905u), &unknownId, 8),
+              DWORD{ERROR_INVALID_FUNCTION});
+}
+
+TEST_F(Timer, TheDriverNeverUsesAnIdAgain) {
+    Device device;
+    const std::uint32_t period = kTwoMilliseconds;
+    std::uint64_t last = 0;
+    for (int i = 0; i < 20; ++i) {
+        solvane_timer_created created{};
+        ASSERT_EQ(device.Request(SOLVANE_DEVICE_CREATE, &period, 4, &created, sizeof created), 0u);
+        EXPECT_GT(created.id, last);
+        last = created.id;
+        if (i % 2 == 0) {
+            EXPECT_EQ(device.Request(SOLVANE_DEVICE_DELETE, &created.id, 8), 0u);
+            EXPECT_EQ(device.Request(SOLVANE_DEVICE_DELETE, &created.id, 8),
+                      DWORD{ERROR_NOT_FOUND});
+        } // the others go with the handle
+    }
+}
+
+} // namespace

@@ -1,0 +1,149 @@
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <mutex>
+
+#include <windows.h>
+
+#include "commands.h"
+#include "statuses.h"
+
+namespace host {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Milliseconds = std::chrono::duration<double, std::milli>;
+
+/// A timer of the driver's, disposed of when its owner goes.
+class Timer {
+  public:
+    Timer(const Library& ofLibrary, std::uint64_t context)
+        : library(ofLibrary), status(library.CreateTimer(&handle, context)) {}
+    ~Timer() {
+        if (status == SOLVANE_OK) {
+            library.DisposeTimer(handle);
+        }
+    }
+    Timer(const Timer&) = delete;
+    Timer& operator=(const Timer&) = delete;
+
+    int Status() const { return status; }
+
+    int Run(std::uint32_t parameter, SolvaneTimerCallback callback) const {
+        return library.RunTimer(handle, parameter, callback);
+    }
+
+    void Stop() const { library.StopTimer(handle); }
+
+  private:
+    const Library& library;
+    SolvaneTimerHandle handle = 0; // before the status, whose call sets it
+    const int status;
+};
+
+/// The run of this process, for as long as it lasts. Neither the context of an event, which is the
+/// user's, nor Windows at Ctrl-C leads to it, so it is found by way of a static member.
+class TimerRun {
+  public:
+    TimerRun(const Session& ofSession, const Timer& ofTimer) : session(ofSession), timer(ofTimer) {
+        SetCurrent(this);
+        SetConsoleCtrlHandler(OnConsoleEvent, TRUE);
+    }
+    ~TimerRun() {
+        SetConsoleCtrlHandler(OnConsoleEvent, FALSE);
+        SetCurrent(nullptr); // waits for a Ctrl-C that is just stopping the timer
+    }
+    TimerRun(const TimerRun&) = delete;
+    TimerRun& operator=(const TimerRun&) = delete;
+
+    int Run() { return timer.Run(session.request.timerParameter, OnEvent); }
+
+  private:
+    static void SetCurrent(TimerRun* run) {
+        const std::lock_guard lock(currentMutex);
+        current = run;
+    }
+
+    static void SOLVANE_CALL OnEvent(std::uint64_t context,
+                                     const SolvaneTimerEvent* event) noexcept {
+        current->Receive(context, *event); // on the thread of the run: no lock is needed
+    }
+
+    /// On a thread of its own. What is not handled here ends the process.
+    static BOOL WINAPI OnConsoleEvent(DWORD event) noexcept {
+        if (event != CTRL_C_EVENT) {
+            return FALSE;
+        }
+        const std::lock_guard lock(currentMutex);
+        if (current == nullptr || current->stopAsked.exchange(true)) {
+            return FALSE;
+        }
+        current->timer.Stop();
+        return TRUE;
+    }
+
+    void Receive(std::uint64_t context, const SolvaneTimerEvent& event) {
+        const Clock::time_point now = Clock::now();
+        if (stopAsked) { // Ctrl-C came before the library had begun the run
+            timer.Stop();
+            return;
+        }
+        Print(context, event, now - last);
+        last = now;
+        if (++events == session.request.events) {
+            timer.Stop();
+        }
+    }
+
+    void Print(std::uint64_t context, const SolvaneTimerEvent& event, Milliseconds sinceLast) const;
+
+    inline static std::mutex currentMutex;
+    inline static TimerRun* current = nullptr;
+
+    const Session& session;
+    const Timer& timer;
+    std::atomic<bool> stopAsked = false;
+    std::uint64_t events = 0;
+    Clock::time_point last = Clock::now();
+};
+
+void TimerRun::Print(std::uint64_t context, const SolvaneTimerEvent& event,
+                     Milliseconds sinceLast) const {
+    const Request& request = session.request;
+    const std::array data{event.data0, event.data1, event.data2, event.data3};
+    const bool initialStatusOk = event.initialStatusOk != 0;
+    const std::string_view meaning =
+        event.status == SOLVANE_OK ? "done" : Meaning(kTimerEvent, event.status);
+
+    Report report(request.command, event.status, meaning);
+    report.Add("event", events + 1);
+    report.Add("initial_status_ok", initialStatusOk);
+    report.Add("data", data);
+    report.Add("since_last_ms", Rounded(sinceLast.count()));
+    report.Add("context", context);
+
+    std::string words;
+    for (const unsigned word : data) {
+        words += " " + std::to_string(word);
+    }
+    report.Remark("event " + std::to_string(events + 1),
+                  "status " + std::to_string(event.status) + ": " + std::string(meaning) +
+                      "; initial status " + (initialStatusOk ? "ok" : "not ok") + "; data" + words +
+                      "; " + Text(sinceLast.count()) + " since the last");
+    report.PrintValues(request.json);
+}
+
+} // namespace
+
+int RunTimer(const Session& session) {
+    const Request& request = session.request;
+    const Timer timer(session.library, request.timerContext);
+    int status = timer.Status();
+    if (status == SOLVANE_OK) {
+        status = TimerRun(session, timer).Run();
+    }
+    return status == SOLVANE_OK ? status : Finish(Report(request.command, status), session);
+}
+
+} // namespace host
