@@ -244,6 +244,42 @@ TEST_F(Timer, TheDriverRefusesWhatItDoesNotUnderstand) {
               DWORD{ERROR_INVALID_FUNCTION});
 }
 
+TEST_F(Timer, DeletingATimerEndsItsPendingWait) {
+    const HANDLE device = CreateFileA("\\\\.\\SolvaneDevice", GENERIC_READ | GENERIC_WRITE, 0,
+                                      nullptr, OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr);
+    ASSERT_NE(device, INVALID_HANDLE_VALUE);
+    OVERLAPPED wait{};
+    OVERLAPPED other{};
+    wait.hEvent = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+    other.hEvent = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+    const auto request = [&](DWORD code, const void* input, DWORD size, void* output, DWORD room,
+                             OVERLAPPED& overlapped) {
+        DWORD returned = 0;
+        DeviceIoControl(device, code, const_cast<void*>(input), size, output, room, nullptr,
+                        &overlapped);
+        return GetOverlappedResult(device, &overlapped, &returned, TRUE) ? 0 : GetLastError();
+    };
+    const std::uint32_t anHour = 3'600'000'000;
+    solvane_timer_created created{};
+    ASSERT_EQ(request(SOLVANE_DEVICE_CREATE, &anHour, 4, &created, sizeof created, other), 0u);
+
+    solvane_timer_event event{};
+    solvane_timer_event unused{};
+    EXPECT_FALSE(DeviceIoControl(device, SOLVANE_DEVICE_WAIT, &created.id, 8, &event, sizeof event,
+                                 nullptr, &wait));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_IO_PENDING});
+    EXPECT_EQ(request(SOLVANE_DEVICE_WAIT, &created.id, 8, &unused, sizeof unused, other),
+              DWORD{ERROR_BUSY})
+        << "one wait a timer";
+    EXPECT_EQ(request(SOLVANE_DEVICE_DELETE, &created.id, 8, nullptr, 0, other), 0u);
+    DWORD returned = 0;
+    EXPECT_FALSE(GetOverlappedResult(device, &wait, &returned, TRUE));
+    EXPECT_EQ(GetLastError(), DWORD{ERROR_OPERATION_ABORTED});
+    CloseHandle(wait.hEvent);
+    CloseHandle(other.hEvent);
+    CloseHandle(device);
+}
+
 TEST_F(Timer, TheDriverNeverUsesAnIdAgain) {
     Device device;
     const std::uint32_t period = kTwoMilliseconds;

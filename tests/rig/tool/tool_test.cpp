@@ -140,4 +140,12 @@ TEST_F(Tool, Helps) {
     EXPECT_EQ(err.str(), "");
 }
 
+TEST_F(Tool, TheDriverBelongsIntoWine) {
+    for (const char* command : {"install", "remove", "status"}) {
+        EXPECT_EQ(Run({command}), rig::kFailure) << command;
+        EXPECT_EQ(err.str(), "solvane-rig: the driver is a Windows driver; run solvane-rig.exe in "
+                             "Wine\n");
+    }
+}
+
 } // namespace
