@@ -358,7 +358,8 @@ SOLVANE_API int16_t SOLVANE_CALL Solvane_RunTimer(SolvaneTimerHandle timer, uint
 /*
  * Asks a running timer to stop, and returns at once: it does not wait for the run to end. From
  * inside the timer's function the run ends when that returns. From another thread it ends at the
- * driver's next event, which is not delivered any more.
+ * driver's next event, which is not delivered any more. A stop that comes while a run is still
+ * asking the driver for its timer is lost: stop after the first event, or stop again.
  *
  * Statuses: SOLVANE_OK; SOLVANE_E_INVALID for a handle of 0 or a timer that does not run.
  */

@@ -22,6 +22,7 @@ struct TimerEventRecord {
 };
 
 static_assert(sizeof(TimerEventRecord) == 12);
+static_assert(sizeof(SolvaneTimerEvent) == 12, "the layout that hosts of every language declare");
 
 class HighResolutionTimerBase {
   public:

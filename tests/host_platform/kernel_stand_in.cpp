@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 #include <set>
+#include <utility>
 
 #include <solvane/rig.h>
 
@@ -99,6 +100,9 @@ BOOL DeviceIoControl(HANDLE device, DWORD code, void* input, DWORD inputSize, vo
         Note("... with a closed handle, no count or a buffer that is not clear");
         lastError = kInvalidHandle;
         return 0;
+    }
+    if (const auto happens = std::exchange(script.onRequest, nullptr)) {
+        happens();
     }
     const Answer answer = TakeFirst(script.answers, Answer{});
     const std::size_t size = std::min<std::size_t>(answer.output.size(), outputSize);

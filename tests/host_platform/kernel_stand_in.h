@@ -22,9 +22,10 @@ struct Answer {
 struct Script {
     DWORD createFileError = 0;
     DWORD createEventError = 0;
-    std::deque<Answer> answers;    ///< one a request; when used up, requests succeed emptily
-    std::deque<DWORD> waitResults; ///< one a wait; when used up, waits succeed
-    std::function<void()> onWait;  ///< what happens meanwhile
+    std::deque<Answer> answers;      ///< one a request; when used up, requests succeed emptily
+    std::deque<DWORD> waitResults;   ///< one a wait; when used up, waits succeed
+    std::function<void()> onRequest; ///< what happens during the next request
+    std::function<void()> onWait;    ///< what happens during every wait
     std::wstring systemText = L"A sentence.\r\n";
     bool hasSystemText = true;
     bool textConverts = true;

@@ -238,6 +238,16 @@ TEST_F(TimerExports, AStopBetweenEventsKeepsTheNextEventBack) {
     Dispose();
 }
 
+/// The run is begun when its function is stored, and stoppable when the driver has made the timer.
+TEST_F(TimerExports, AStopBeforeTheFirstWaitIsAcceptedAndLost) {
+    Create();
+    script.answers = {Created(7), Event(0)};
+    script.onRequest = [] { EXPECT_EQ(Solvane_StopTimer(timer), 0); };
+    EXPECT_EQ(Solvane_RunTimer(timer, 1, Receive), 0);
+    EXPECT_EQ(received.size(), 1u) << "the run went on until the stop of its first event";
+    Dispose();
+}
+
 TEST_F(TimerExports, AStopOfATimerThatNeverRanIsMinusFour) {
     Create();
     EXPECT_EQ(Solvane_StopTimer(timer), -4);
