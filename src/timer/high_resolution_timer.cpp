@@ -71,9 +71,9 @@ void HighResolutionTimerBase::RunLoop(std::uint32_t timerParameter) {
 void HighResolutionTimerBase::CreateDriverTimer(std::uint32_t timerParameter) {
     TimerCreateReply reply{};
     platform::DWORD returned = 0;
-    if (!platform::DeviceIoControl(device, IOCTL_SOLVANE_TIMER_CREATE, &timerParameter,
-                                   sizeof timerParameter, &reply, sizeof reply, &returned,
-                                   nullptr)) {
+    if (platform::DeviceIoControl(device, IOCTL_SOLVANE_TIMER_CREATE, &timerParameter,
+                                  sizeof timerParameter, &reply, sizeof reply, &returned,
+                                  nullptr) == FALSE) {
         throw Win32Exception("DeviceIoControl failed to create timer: ");
     }
     timerId = reply.timerId;
@@ -89,8 +89,8 @@ void HighResolutionTimerBase::WaitForEvents(platform::HANDLE event) {
         waiting = true;
         TimerWaitReply reply{}; // what the driver does not fill reads as 0
         platform::DWORD returned = 0;
-        if (!platform::DeviceIoControl(device, IOCTL_SOLVANE_TIMER_WAIT, &timerId, sizeof timerId,
-                                       &reply, sizeof reply, &returned, &overlapped)) {
+        if (platform::DeviceIoControl(device, IOCTL_SOLVANE_TIMER_WAIT, &timerId, sizeof timerId,
+                                      &reply, sizeof reply, &returned, &overlapped) == FALSE) {
             const platform::DWORD error = platform::GetLastError();
             if (error != ERROR_IO_PENDING) {
                 throw Win32Exception(error, "DeviceIoControl failed: ");
@@ -112,8 +112,8 @@ void HighResolutionTimerBase::DeleteDriverTimer() {
         return;
     }
     platform::DWORD returned = 0;
-    if (!platform::DeviceIoControl(device, IOCTL_SOLVANE_TIMER_DELETE, &timerId, sizeof timerId,
-                                   nullptr, 0, &returned, nullptr)) {
+    if (platform::DeviceIoControl(device, IOCTL_SOLVANE_TIMER_DELETE, &timerId, sizeof timerId,
+                                  nullptr, 0, &returned, nullptr) == FALSE) {
         throw Win32Exception("DeviceIoControl failed: ");
     }
     timerId = 0;

@@ -31,7 +31,6 @@ void Note(const char* format, Arguments... arguments) {
 }
 
 HANDLE Open() {
-    // NOLINTNEXTLINE(performance-no-int-to-ptr): handles are numbers
     const auto handle = reinterpret_cast<HANDLE>(nextHandle++);
     openHandles.insert(handle);
     return handle;
