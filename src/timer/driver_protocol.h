@@ -14,7 +14,7 @@ constexpr std::uint32_t ControlCode(std::uint32_t function) {
     return kDeviceType << 16 | function << 2;
 }
 
-/// In: TimerCreateRequest. Out: TimerCreateReply.
+/// In: the 32-bit timer parameter. Out: TimerCreateReply.
 inline constexpr std::uint32_t IOCTL_SOLVANE_TIMER_CREATE = ControlCode(0x900);
 /// In: the timer's id. Out: nothing.
 inline constexpr std::uint32_t IOCTL_SOLVANE_TIMER_DELETE = ControlCode(0x901);

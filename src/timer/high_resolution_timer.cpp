@@ -1,7 +1,5 @@
 #include "high_resolution_timer.h"
 
-#include <utility>
-
 #include "driver_protocol.h"
 #include "logger.h"
 #include "win32_exception.h"
