@@ -28,13 +28,15 @@ Levels Installation::AllLevels() const {
     return levels;
 }
 
-void Installation::Drive(rig_line line, bool level) {
-    lines[line].driven = level;
+void Installation::Drive(rig_line line, bool level, const void* driver) {
+    std::vector<Driver>& drivers = lines[line].drivers;
+    std::erase_if(drivers, [&](const Driver& other) { return other.who == driver; });
+    drivers.push_back({driver, level});
     Update(line);
 }
 
-void Installation::Release(rig_line line) {
-    lines[line].driven.reset();
+void Installation::Release(rig_line line, const void* driver) {
+    std::erase_if(lines[line].drivers, [&](const Driver& other) { return other.who == driver; });
     Update(line);
 }
 
@@ -45,7 +47,7 @@ void Installation::Rest(rig_line line, bool level) {
 
 void Installation::Update(rig_line line) {
     Line& it = lines[line];
-    const bool level = it.driven.value_or(it.rest);
+    const bool level = it.drivers.empty() ? it.rest : it.drivers.back().level;
     if (level != it.level) {
         it.level = level;
         trace.Edge(line, level);

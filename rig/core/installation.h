@@ -3,7 +3,7 @@
 
 #include <array>
 #include <cstdint>
-#include <optional>
+#include <vector>
 
 #include "timeline.h"
 #include "trace.h"
@@ -37,9 +37,10 @@ class Installation {
     bool Level(rig_line line) const { return lines[line].level; }
     Levels AllLevels() const;
 
-    /// Gives a line a level of a chip's, until Release() lets go of it.
-    void Drive(rig_line line, bool level);
-    void Release(rig_line line);
+    /// Gives a line a level of a driver's, until the driver lets go of it. Of several drivers the
+    /// one that drove last has the line.
+    void Drive(rig_line line, bool level, const void* driver);
+    void Release(rig_line line, const void* driver);
 
     /// What scenarios make the camera do of its own accord.
     void BecomeReady();
@@ -51,10 +52,15 @@ class Installation {
   private:
     enum class Activity { Off, Starting, Asleep, Busy, Ready, Exposing };
 
+    struct Driver {
+        const void* who;
+        bool level;
+    };
+
     struct Line {
         bool level;
-        bool rest;                  ///< its pull, or what the camera gives
-        std::optional<bool> driven; ///< what stands against that
+        bool rest;                   ///< its pull, or what the camera gives
+        std::vector<Driver> drivers; ///< what stands against that, the last one before all
     };
 
     void Rest(rig_line line, bool level);

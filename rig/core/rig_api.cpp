@@ -20,6 +20,9 @@ Result Guarded(Result failure, Work work) {
     }
 }
 
+/// Who forces lines.
+constexpr const void* kProgram = nullptr;
+
 bool IsLine(rig_line line) {
     return line >= RIG_TRIGGER && line < RIG_LINE_COUNT;
 }
@@ -70,9 +73,9 @@ int rig_force(rig_line line, int level) {
     return Guarded(-1, [&] {
         Access access;
         if (level < 0) {
-            access->installation->Release(line);
+            access->installation->Release(line, kProgram);
         } else {
-            access->installation->Drive(line, level != 0);
+            access->installation->Drive(line, level != 0, kProgram);
         }
         return 0;
     });

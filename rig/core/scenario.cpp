@@ -108,6 +108,47 @@ std::vector<UsbChipSetup> ReadUsb(std::vector<TableReader> tables) {
     return chips;
 }
 
+template <typename Number>
+Number Whole(TableReader& table, std::string_view key, Number otherwise,
+             std::int64_t highest = std::numeric_limits<Number>::max()) {
+    return static_cast<Number>(table.Integer(key, 0, highest).value_or(otherwise));
+}
+
+EapiSetup ReadEapi(TableReader table) {
+    constexpr std::int64_t kMaxGpios = 32;
+    EapiSetup board;
+    board.gpios = Whole(table, "gpios", board.gpios, kMaxGpios);
+    table.RefuseOtherKeys();
+    return board;
+}
+
+SuperIoSetup ReadSuperIo(TableReader table) {
+    SuperIoSetup chip;
+    chip.id = Whole(table, "id", chip.id);
+    chip.activeBanks = Whole(table, "active_banks", chip.activeBanks);
+    if (table.Has("data")) {
+        chip.data = Whole(table, "data", std::uint8_t{0});
+    }
+    table.RefuseOtherKeys();
+    return chip;
+}
+
+LptSetup ReadLpt(TableReader table) {
+    LptSetup port;
+    port.base = Whole(table, "base", port.base);
+    port.presenceWire = table.Boolean("presence_wire").value_or(port.presenceWire);
+    port.powerWire = table.Boolean("power_wire").value_or(port.powerWire);
+    table.RefuseOtherKeys();
+    return port;
+}
+
+/// Whoever has something behind I/O ports has InpOut installed, unless the scenario says no.
+bool ReadInpoutDriver(TableReader table, bool otherwise) {
+    const bool isOpen = table.Boolean("driver_open").value_or(otherwise);
+    table.RefuseOtherKeys();
+    return isOpen;
+}
+
 using Knows = std::function<bool(std::string_view)>;
 
 std::string ReadFunction(TableReader& table, std::string_view key, const Knows& knows) {
@@ -178,6 +219,17 @@ Scenario ParseScenario(std::string_view text, const Knows& knows) {
     scenario.camera = ReadCamera(root.Table("camera"));
     ReadPulls(root.Table("pulls"), scenario.camera.pulls);
     scenario.usb = ReadUsb(root.Tables("usb"));
+    if (root.Has("eapi")) {
+        scenario.eapi = ReadEapi(root.Table("eapi"));
+    }
+    if (root.Has("superio")) {
+        scenario.superIo = ReadSuperIo(root.Table("superio"));
+    }
+    if (root.Has("lpt")) {
+        scenario.lpt = ReadLpt(root.Table("lpt"));
+    }
+    scenario.inpoutDriver =
+        ReadInpoutDriver(root.Table("inpout"), scenario.superIo || scenario.lpt);
     for (TableReader& table : root.Tables("fault")) {
         scenario.faults.push_back(ReadFault(table, knows));
     }

@@ -28,6 +28,25 @@ struct UsbChipSetup {
     std::optional<std::uint64_t> resetPort; ///< how long FT_ResetPort takes, ns; none = for ever
 };
 
+/// A mainboard with the Embedded API.
+struct EapiSetup {
+    std::uint32_t gpios = 8;
+};
+
+/// A mainboard's Super I/O chip.
+struct SuperIoSetup {
+    std::uint16_t id = 0xC452;
+    std::uint8_t activeBanks = 0xFF;
+    std::optional<std::uint8_t> data; ///< what its outputs are set to; none = what the lines are at
+};
+
+/// A parallel port.
+struct LptSetup {
+    std::uint16_t base = 0x378;
+    bool presenceWire = true; ///< control bit 3 to status bit 7
+    bool powerWire = true;    ///< control bit 2 to status bit 4
+};
+
 /// Something that happens of its own accord, at a moment or just before a vendor call.
 struct ScenarioEvent {
     enum class Action { Unplug, Plug, Ready, NotReady, LatchMep };
@@ -42,6 +61,10 @@ struct ScenarioEvent {
 struct Scenario {
     CameraSetup camera;
     std::vector<UsbChipSetup> usb;
+    std::optional<EapiSetup> eapi;
+    std::optional<SuperIoSetup> superIo;
+    std::optional<LptSetup> lpt;
+    bool inpoutDriver = false; ///< whether InpOut's kernel driver is open
     std::vector<Fault> faults;
     std::vector<ScenarioEvent> events;
 };

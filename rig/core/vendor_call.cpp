@@ -1,10 +1,22 @@
 #include "vendor_call.h"
 
+#include <cstdio>
+
 #include <solvane/rig.h>
 
 namespace rig {
 
-VendorCall::VendorCall(const char* name) : function(name) {
+std::string Decimal(std::uint32_t number) {
+    return std::to_string(number);
+}
+
+std::string Hexadecimal(std::uint32_t number) {
+    char text[16];
+    std::snprintf(text, sizeof text, "0x%lx", static_cast<unsigned long>(number));
+    return text;
+}
+
+VendorCall::VendorCall(const char* name, ShowResult showResult) : function(name), show(showResult) {
     if (const Fault* found = rig->BeginCall(function)) {
         fault = *found;
     }
@@ -30,8 +42,9 @@ std::uint32_t VendorCall::Finish(std::uint32_t status) {
     if (fault && (fault->kind & RIG_FAULT_STATUS) != 0) {
         status = fault->status;
     }
-    rig->trace.Call(std::string(function) + '(' + inputs + ") -> " + std::to_string(status) +
-                    outputs);
+    const std::string result = show(status);
+    rig->trace.Call(std::string(function) + '(' + inputs + ')' +
+                    (result.empty() ? "" : " -> " + result) + outputs);
     return status;
 }
 

@@ -11,10 +11,17 @@
 
 namespace rig {
 
+/// How the journal shows what a call returns; nothing for a call that returns nothing.
+using ShowResult = std::string (*)(std::uint32_t);
+
+std::string Decimal(std::uint32_t number);
+/// "0xfffffffe"
+std::string Hexadecimal(std::uint32_t number);
+
 class VendorCall {
   public:
     /// Locks the rig, counts the call and has happen what the scenario puts before it.
-    explicit VendorCall(const char* name);
+    explicit VendorCall(const char* name, ShowResult showResult = Decimal);
 
     /// Adds to the text between the parentheses, and to that behind the status.
     void Input(const std::string& text);
@@ -41,6 +48,7 @@ class VendorCall {
     std::uint32_t Finish(std::uint32_t status);
 
     const char* function;
+    ShowResult show;
     std::optional<Fault> fault;
     std::string inputs;
     std::string outputs;

@@ -13,9 +13,8 @@ namespace rig::usb {
 
 class Channel {
   public:
-    Channel(bool canBecomePins, Installation& camera, std::span<const Wire> wires,
-            const Timeline& time)
-        : hasMpsse(canBecomePins), timeline(time), pins(camera, wires) {}
+    Channel(bool canBecomePins, Installation& camera, const Wiring& wiring, const Timeline& time)
+        : hasMpsse(canBecomePins), timeline(time), pins(camera, wiring) {}
     Channel(const Channel&) = delete;
     Channel& operator=(const Channel&) = delete;
 

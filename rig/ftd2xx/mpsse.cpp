@@ -35,16 +35,16 @@ std::vector<std::uint8_t> Mpsse::Execute(std::span<const std::uint8_t> stream) {
 void Mpsse::ExecuteCommand(std::vector<std::uint8_t>& answers) {
     switch (command[0]) {
     case kSetLowByte:
-        pins.Set(Bank::Low, command[1], command[2]);
+        pins.low.Set(command[1], command[2]);
         break;
     case kSetHighByte:
-        pins.Set(Bank::High, command[1], command[2]);
+        pins.high.Set(command[1], command[2]);
         break;
     case kReadLowByte:
-        answers.push_back(pins.Read(Bank::Low));
+        answers.push_back(static_cast<std::uint8_t>(pins.low.Read()));
         break;
     case kReadHighByte:
-        answers.push_back(pins.Read(Bank::High));
+        answers.push_back(static_cast<std::uint8_t>(pins.high.Read()));
         break;
     default:
         answers.push_back(kBadCommand);

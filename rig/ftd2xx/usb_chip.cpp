@@ -14,9 +14,7 @@ UsbChip::UsbChip(const UsbChipSetup& start, Installation& camera, const Timeline
     const bool isDual = setup.type == UsbChipSetup::Type::FT2232H;
     for (std::size_t i = 0; i < (isDual ? kChannelsOfFt2232h : 1); ++i) {
         const bool isWired = setup.camera && i == kCameraChannel;
-        channels.emplace_back(
-            isDual, camera,
-            isWired ? std::span<const Wire>(kCameraWiring) : std::span<const Wire>(), time);
+        channels.emplace_back(isDual, camera, isWired ? kCameraWiring : Wiring{}, time);
     }
 }
 

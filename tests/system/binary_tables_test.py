@@ -1,6 +1,7 @@
 """What the linker put into Solvane.dll: its exports, its imports and its protections."""
 
 import argparse
+import os
 import re
 import subprocess
 import unittest
@@ -61,10 +62,24 @@ class Tables(unittest.TestCase):
         self.assertEqual(sorted(def_file(OPTIONS.definition)), sorted(documented))
 
     def test_imports_are_the_system_and_the_vendors_bound_so_far(self):
-        self.assertEqual(set(self.imports()), SYSTEM_DLLS | {"FTD2XX.dll"})
+        self.assertEqual(set(self.imports()),
+                         SYSTEM_DLLS | {"FTD2XX.dll", "EAPI_Library.dll", "inpoutx64.dll"})
+
+    def test_the_embedded_api_is_bound_by_name(self):
+        listed = def_file(os.path.join(OPTIONS.platform, "eapi.def"))
+        self.assertEqual(set(listed.values()), {None})
+        self.assertEqual(sorted(self.imports()["EAPI_Library.dll"]), sorted(listed))
+        self.assertEqual(set(listed), {
+            "EApiLibInitialize", "EApiLibUnInitialize", "EApiGetEAPIVersion", "EApiGPIOGetCount",
+            "EApiGPIOSetDirection", "EApiGPIOGetLevel", "EApiGPIOSetLevel"})
+
+    def test_inpout_is_bound_by_its_three_ordinals(self):
+        listed = def_file(os.path.join(OPTIONS.platform, "inpout.def"))
+        self.assertEqual(listed, {"Inp32": 1, "Out32": 2, "IsInpOutDriverOpen": 3})
+        self.assertEqual(sorted(self.imports()["inpoutx64.dll"]), [1, 2, 3])
 
     def test_ftd2xx_is_bound_by_the_listed_ordinals_alone(self):
-        listed = def_file(OPTIONS.vendor_def)
+        listed = def_file(os.path.join(OPTIONS.platform, "ftd2xx.def"))
         self.assertEqual(sorted(self.imports()["FTD2XX.dll"]), sorted(listed.values()))
         self.assertEqual(listed, {
             "FT_Open": 1, "FT_Close": 2, "FT_Read": 3, "FT_Write": 4, "FT_ResetDevice": 6,
@@ -100,7 +115,7 @@ class Tables(unittest.TestCase):
 if __name__ == "__main__":
     parser = argparse.ArgumentParser()
     parser.add_argument("--def", dest="definition", required=True)
-    for option in ("objdump", "library", "header", "vendor-def"):
+    for option in ("objdump", "library", "header", "platform"):
         parser.add_argument("--" + option, required=True)
     OPTIONS, rest = parser.parse_known_args()
     unittest.main(argv=["binary_tables_test", *rest])

@@ -51,6 +51,10 @@ void OnTheRig::Load(const std::string& scenario) {
 std::vector<std::string> OnTheRig::TakeTexts() {
     std::vector<std::string> texts;
     for (const std::string& line : TakeLines()) {
+        if (line.empty()) {
+            texts.emplace_back();
+            continue;
+        }
         EXPECT_THAT(line.substr(0, line.find(' ')),
                     testing::MatchesRegex("\\[\\d\\d:\\d\\d:\\d\\d\\.\\d\\d\\d\\]"));
         texts.push_back(line.substr(line.find(' ') + 1));

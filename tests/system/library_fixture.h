@@ -15,6 +15,10 @@ namespace test {
 /// One camera on an FT2232H.
 inline constexpr const char* kUsbCamera = "[[usb]]\nchip = \"FT2232H\"\nserial = \"SLV1\"\n";
 
+/// The same camera on the pins of a board with the Embedded API, or of a Super I/O chip.
+inline constexpr const char* kEapiCamera = "[eapi]\n";
+inline constexpr const char* kSuperIoCamera = "[superio]\n";
+
 /// The loaded library and its functions, under the names of the header.
 class Library {
   public:
@@ -67,7 +71,7 @@ class OnTheRig : public ::testing::Test {
     /// Lines delivered to Keep() since the last look.
     std::vector<std::string> TakeLines() { return std::exchange(lines, {}); }
 
-    /// The same without their time stamps.
+    /// The same without their time stamps. Only an empty line has none.
     std::vector<std::string> TakeTexts();
 
     /// Edges of the lines since the last look: "trigger 1".

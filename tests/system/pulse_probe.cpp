@@ -1,10 +1,12 @@
 /// Triggers captures through the DLL and measures, in the same run and at the same timer
-/// resolution, what the system makes of the sleeps that a trigger pulse consists of. Prints one
-/// JSON object.
+/// resolution, what the system makes of the sleeps that a trigger pulse consists of: 10 ms, and
+/// before them the milliseconds that the hardware needs to settle (the argument). Prints one JSON
+/// object.
 
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 
 #include <solvane/solvane.h>
 #include <windows.h>
@@ -15,11 +17,11 @@ namespace {
 
 constexpr int kRounds = 10;
 
-/// On the FT2232H the trigger line stays high for the 2 ms that a write takes to settle and the
-/// 10 ms of the pulse.
-double MilliSecondsOfBareSleeps() {
+double MillisecondsOfBareSleeps(DWORD settle) {
     const auto start = std::chrono::steady_clock::now();
-    Sleep(2);
+    if (settle != 0) {
+        Sleep(settle);
+    }
     Sleep(10);
     return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start)
         .count();
@@ -27,11 +29,12 @@ double MilliSecondsOfBareSleeps() {
 
 } // namespace
 
-int main() {
+int main(int argumentCount, char** arguments) {
+    const auto settle = static_cast<DWORD>(argumentCount > 1 ? std::atoi(arguments[1]) : 0);
     double longest = 0;
     for (int i = 0; i < kRounds; ++i) {
         timeBeginPeriod(1);
-        longest = std::max(longest, MilliSecondsOfBareSleeps());
+        longest = std::max(longest, MillisecondsOfBareSleeps(settle));
         timeEndPeriod(1);
         const int status = Solvane_TriggerCapture();
         if (status != SOLVANE_OK) {

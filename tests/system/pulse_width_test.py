@@ -23,12 +23,15 @@ def widths_ms(vcd, signal):
 
 
 class PulseWidth(unittest.TestCase):
-    def test_trigger_is_high_for_ten_milliseconds(self):
+    def measure(self, scenario, settle_ms):
         with tempfile.TemporaryDirectory() as folder:
             vcd = os.path.join(folder, "pulse.vcd")
+            rig = os.path.join(folder, "rig.toml")
+            with open(rig, "w") as file:
+                file.write(scenario)
             environment = dict(os.environ, WINEPATH=f"{OPTIONS.rig};{OPTIONS.bin}",
-                               SOLVANE_RIG_VCD=vcd)
-            run = subprocess.run([OPTIONS.wine, OPTIONS.probe], env=environment,
+                               SOLVANE_RIG=rig, SOLVANE_RIG_VCD=vcd)
+            run = subprocess.run([OPTIONS.wine, OPTIONS.probe, str(settle_ms)], env=environment,
                                  capture_output=True, text=True, timeout=120)
             self.assertEqual(run.returncode, 0, run.stderr)
             probe = json.loads(run.stdout)
@@ -42,6 +45,15 @@ class PulseWidth(unittest.TestCase):
         for high in highs:
             self.assertGreaterEqual(high, SHORTEST_MS)
             self.assertLessEqual(high, probe["longest_bare_ms"] + TOLERANCE_MS)
+
+    def test_on_an_ft2232h_the_pulse_is_ten_milliseconds_after_two_that_a_write_settles(self):
+        self.measure("[[usb]]\nchip = 'FT2232H'\n", 2)
+
+    def test_on_the_embedded_api_the_pulse_is_ten_milliseconds(self):
+        self.measure("[eapi]\n", 0)
+
+    def test_on_a_super_io_chip_the_pulse_is_ten_milliseconds(self):
+        self.measure("[superio]\n", 0)
 
 
 if __name__ == "__main__":

@@ -3,6 +3,7 @@
 #include <array>
 #include <charconv>
 #include <iostream>
+#include <utility>
 
 namespace host {
 
@@ -12,18 +13,32 @@ constexpr std::string_view kTrying = "Controller candidate been created.";
 constexpr std::string_view kSucceeded = "... succeeded!";
 constexpr std::string_view kFailed = "... not available. Error ";
 
-constexpr std::string_view kUnknownKind = "unknown hardware";
-
-/// Words that only one kind of hardware logs while it is looked for.
+/// Words that only one kind of hardware logs while it is looked for, or when it is made just
+/// before.
 struct Mark {
     std::string_view words;
     std::string_view kind;
 };
 
 constexpr std::array kMarks{
+    Mark{"[KTRN]: ", "Super I/O"},
+    Mark{"[EAPI]: ", "Embedded API"},
     Mark{"FTDI", "FT2232H"},
     Mark{"Error in getting the number of devices", "FT2232H"},
 };
+constexpr std::array kMarksBefore{
+    Mark{"[EAPI]: GPIO control v", "Embedded API"},
+};
+
+template <typename Marks>
+std::string_view KindOf(std::string_view line, const Marks& marks, std::string_view otherwise) {
+    for (const Mark& mark : marks) {
+        if (line.find(mark.words) != line.npos) {
+            return mark.kind;
+        }
+    }
+    return otherwise;
+}
 
 } // namespace
 
@@ -44,11 +59,12 @@ std::optional<std::string_view> LibraryLog::Answered() const {
 
 void LibraryLog::Read(std::string_view line) {
     if (line.find(kTrying) != line.npos) {
-        candidates.push_back({kUnknownKind, std::nullopt});
+        candidates.push_back({std::exchange(announced, kUnknownKind), std::nullopt});
         return;
     }
-    if (candidates.empty() || candidates.back().status) {
-        return; // nothing is being looked for
+    if (candidates.empty() || candidates.back().status) { // nothing is being looked for
+        announced = KindOf(line, kMarksBefore, announced);
+        return;
     }
 
     Candidate& candidate = candidates.back();
@@ -60,11 +76,7 @@ void LibraryLog::Read(std::string_view line) {
         std::from_chars(number.data(), number.data() + number.size(), status);
         candidate.status = status;
     } else {
-        for (const Mark& mark : kMarks) {
-            if (line.find(mark.words) != line.npos) {
-                candidate.kind = mark.kind;
-            }
-        }
+        candidate.kind = KindOf(line, kMarks, candidate.kind);
     }
 }
 

@@ -35,7 +35,10 @@ class LibraryLog {
   private:
     void Read(std::string_view line);
 
+    static constexpr std::string_view kUnknownKind = "unknown hardware";
+
     const bool echo;
+    std::string_view announced = kUnknownKind; ///< of the candidate that comes next
     std::vector<Candidate> candidates;
 };
 

@@ -126,24 +126,47 @@ class CliTest(unittest.TestCase):
 
 NO_HARDWARE = "the hardware was not found, or could not be opened and configured"
 
+# The kinds of hardware in the order in which they are looked for, and a scenario of each.
+KINDS = {"Super I/O": "[superio]\n", "Embedded API": "[eapi]\n", "FT2232H": CHIP}
+
+
+def candidates(answering):
+    """What probe says of a selection in which only this kind answers."""
+    found = []
+    for kind in KINDS:
+        found.append({"number": len(found) + 1, "kind": kind,
+                      "status": 0 if kind == answering else -3})
+        if kind == answering:
+            break
+    return found
+
+
+def candidate_lines(answering):
+    return {f"candidate {each['number']}":
+            each["kind"] + (", answered" if each["status"] == 0
+                            else ", not available (status -3)")
+            for each in candidates(answering)}
+
 
 class Probe(CliTest):
     def test_tells_everything_of_a_working_camera(self):
-        outcome = self.run_host("probe")
-        self.assertEqual((outcome.code, outcome.err), (DONE, ""))
-        self.assertEqual(outcome.values(), {
-            "candidate 1": "FT2232H, answered", "controller": "FT2232H", "available": "yes",
-            "power control": "yes", "ready": "yes", "dark": "off", "camera power": "on",
-            "accessories power": "on"})
-        columns = {line.index(line.split("  ")[-1].strip()) for line in outcome.out.splitlines()}
-        self.assertEqual(len(columns), 1, "not aligned:\n" + outcome.out)
+        for kind, scenario in KINDS.items():
+            outcome = self.run_host("probe", scenario=scenario)
+            self.assertEqual((outcome.code, outcome.err), (DONE, ""))
+            self.assertEqual(outcome.values(), {
+                **candidate_lines(kind), "controller": kind, "available": "yes",
+                "power control": "yes", "ready": "yes", "dark": "off", "camera power": "on",
+                "accessories power": "on"})
+            columns = {line.index(line.split("  ")[-1].strip())
+                       for line in outcome.out.splitlines()}
+            self.assertEqual(len(columns), 1, "not aligned:\n" + outcome.out)
 
     def test_tells_the_same_in_json(self):
-        self.assertEqual(self.answer("probe"), {
-            "command": "probe", "status": 0,
-            "candidates": [{"number": 1, "kind": "FT2232H", "status": 0}],
-            "controller": "FT2232H", "available": True, "power_control": True, "ready": True,
-            "dark": False, "camera_power": True, "accessories_power": True})
+        for kind, scenario in KINDS.items():
+            self.assertEqual(self.answer("probe", scenario=scenario), {
+                "command": "probe", "status": 0, "candidates": candidates(kind),
+                "controller": kind, "available": True, "power_control": True, "ready": True,
+                "dark": False, "camera_power": True, "accessories_power": True})
 
     def test_reads_each_line_by_itself(self):
         lines = {"ready": "", "dark": "[pulls]\ndark = 1\n",
@@ -165,12 +188,14 @@ class Probe(CliTest):
 
     def test_without_hardware(self):
         people = self.expect_status(-3, NO_HARDWARE, "probe", scenario="no_hardware.toml")
-        self.assertEqual(people.values()["candidate 1"], "FT2232H, not available (status -3)")
+        values = people.values()
+        for label, text in candidate_lines(None).items():
+            self.assertEqual(values[label], text)
         self.assertEqual(people.values()["controller"], "none")
         self.assertEqual(people.values()["camera power"], "unknown")
 
         found = self.run_host("probe", "--json", scenario="no_hardware.toml").objects()[0]
-        self.assertEqual(found["candidates"], [{"number": 1, "kind": "FT2232H", "status": -3}])
+        self.assertEqual(found["candidates"], candidates(None))
         for key in "controller", "ready", "dark", "camera_power", "accessories_power":
             self.assertIsNone(found[key], key)
         self.assertIs(found["available"], False)
@@ -314,14 +339,14 @@ class OtherCommands(CliTest):
         return self.run_host(command, "--log").err.count("Controller candidate been created")
 
     def test_recheck(self):
-        self.assertEqual(self.count_candidates("recheck"), 2)
+        self.assertEqual(self.count_candidates("recheck"), 2 * len(KINDS))
         self.assertEqual(self.run_host("recheck").out, "controller  FT2232H\n")
         self.assertEqual(self.answer("recheck"),
                          {"command": "recheck", "status": 0, "controller": "FT2232H"})
         self.expect_status(-3, NO_HARDWARE, "recheck", scenario="no_hardware.toml")
 
     def test_enforce_ftdi(self):
-        self.assertEqual(self.count_candidates("enforce-ftdi"), 2)
+        self.assertEqual(self.count_candidates("enforce-ftdi"), len(KINDS) + 1)
         self.assertEqual(self.run_host("enforce-ftdi").out, "available  yes\n")
         self.assertEqual(self.answer("enforce-ftdi"),
                          {"command": "enforce-ftdi", "status": 0, "available": True})
@@ -483,8 +508,10 @@ class CommandLine(CliTest):
 
 
 class LibraryFile(CliTest):
-    VENDOR_LIBRARY_MISSING = ("Solvane.dll needs FTD2XX.dll, which was not found. "
-                              "Put it beside solvane.exe or into a directory of PATH.")
+    VENDOR_LIBRARIES = ("EAPI_Library.dll", "FTD2XX.dll", "inpoutx64.dll")
+    VENDOR_LIBRARIES_MISSING = (
+        " ".join(f"Solvane.dll needs {dll}, which was not found." for dll in VENDOR_LIBRARIES) +
+        " Put them beside solvane.exe or into a directory of PATH.")
 
     def expect_no_library(self, sentence, *arguments, **options):
         outcome = self.run_host("wake", *arguments, **options)
@@ -501,12 +528,20 @@ class LibraryFile(CliTest):
             shutil.copy(file, directory)
         return directory
 
-    def test_vendor_library_missing(self):
-        self.expect_no_library(self.VENDOR_LIBRARY_MISSING, rig=False)
+    def test_vendor_libraries_missing(self):
+        self.expect_no_library(self.VENDOR_LIBRARIES_MISSING, rig=False)
         outcome = self.run_host("wake", "--json", rig=False)
         self.assertEqual(outcome.code, NO_LIBRARY)
         self.assertEqual(outcome.objects(),
-                         [{"command": "wake", "error": self.VENDOR_LIBRARY_MISSING}])
+                         [{"command": "wake", "error": self.VENDOR_LIBRARIES_MISSING}])
+
+    def test_one_vendor_library_missing(self):
+        for missing in self.VENDOR_LIBRARIES:
+            place = self.place(self.directory / missing, BIN / "solvane.exe", BIN / "Solvane.dll",
+                               *(dll for dll in RIG.glob("*.dll") if dll.name != missing))
+            self.expect_no_library(f"Solvane.dll needs {missing}, which was not found. Put it "
+                                   "beside solvane.exe or into a directory of PATH.",
+                                   program=place / "solvane.exe", rig=False)
 
     def test_vendor_library_beside_the_program(self):
         place = self.place(self.directory / "beside", BIN / "solvane.exe", BIN / "Solvane.dll",
@@ -522,10 +557,11 @@ class LibraryFile(CliTest):
         self.assertEqual((outcome.out, outcome.err), ("ready  yes\n", ""))
 
     def test_vendor_library_in_the_current_directory_is_not_taken(self):
-        self.expect_no_library(self.VENDOR_LIBRARY_MISSING, current=RIG, rig=False)
+        self.expect_no_library(self.VENDOR_LIBRARIES_MISSING, current=RIG, rig=False)
 
     def test_vendor_library_does_not_fit(self):
-        place = self.place(self.directory / "misfit", BIN / "solvane.exe", BIN / "Solvane.dll")
+        place = self.place(self.directory / "misfit", BIN / "solvane.exe", BIN / "Solvane.dll",
+                           *RIG.glob("*.dll"))
         (place / "FTD2XX.dll").write_text("not a DLL")
         self.expect_no_library("Solvane.dll needs FTD2XX.dll, which is not a 64-bit DLL.",
                                program=place / "solvane.exe", rig=False)

@@ -4,7 +4,9 @@
 #include <string_view>
 
 #include "bit_port.h"
+#include "gpio_mobo_library.h"
 #include "host_platform.h"
+#include "solvane_kontron.h"
 
 namespace test {
 
@@ -19,6 +21,9 @@ void ResetProcessState() {
         port->restore = nullptr;
         port->logger = nullptr;
     }
+    s_gpioMobo = {};
+    moboAccessoriesPowerFlag = 0;
+    kontronAccessoriesPowerFlag = 0;
 }
 
 Journal TakeEntries(std::initializer_list<rig_entry_kind> kinds) {

@@ -22,6 +22,12 @@ chip = "FT2232H"
 serial = "SLV1"
 )";
 
+/// The camera on the GPIO pins of a board with the Embedded API.
+inline constexpr const char* kEapiCamera = "[eapi]\n";
+
+/// The camera on the GPIO bank of a Super I/O chip.
+inline constexpr const char* kSuperIoCamera = "[superio]\n";
+
 class OnTheRig : public ::testing::Test {
   protected:
     OnTheRig();

@@ -7,11 +7,14 @@
 
 #include "host_platform.h"
 #include "instant_chip.h"
+#include "solvane_eapi.h"
+#include "solvane_kontron.h"
 #include "solvane_usb.h"
 
 namespace {
 
 std::size_t allocations = 0;
+std::size_t releases = 0;
 
 } // namespace
 
@@ -24,11 +27,12 @@ void* operator new(std::size_t size) {
 }
 
 void operator delete(void* memory) noexcept {
+    releases += memory != nullptr ? 1 : 0;
     std::free(memory);
 }
 
 void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
+    operator delete(memory);
 }
 
 namespace {
@@ -36,28 +40,29 @@ namespace {
 using namespace SLV::Internal;
 
 /// Allocations of three rounds of every operation of a configured controller.
+template <typename Controller>
 std::size_t AllocationsOfEveryOperation(Logger& logger) {
-    SolvaneUsb usb(logger);
-    EXPECT_EQ(usb.CheckAvailable(), 0);
+    Controller controller(logger);
+    EXPECT_EQ(controller.CheckAvailable(), 0);
     const std::size_t before = allocations;
     for (int round = 0; round < 3; ++round) {
         short out = 0;
-        usb.CheckPowerControlAvailable();
-        usb.TriggerCapture();
-        usb.EnableForcedBlackUpdate();
-        usb.DisableForcedBlackUpdate();
-        usb.CheckAndResetMepFlag(&out);
-        usb.CheckSystemReady(&out);
-        usb.CheckForcedBlackUpdate(&out);
-        usb.WakeCamera();
-        usb.EnableCameraPower();
-        usb.DisableCameraPower();
-        usb.CheckCameraPower(&out);
-        usb.EnableAccessoriesPower();
-        usb.DisableAccessoriesPower();
-        usb.CheckAccessoriesPower(&out);
+        controller.CheckPowerControlAvailable();
+        EXPECT_EQ(controller.TriggerCapture(), 0);
+        controller.EnableForcedBlackUpdate();
+        controller.DisableForcedBlackUpdate();
+        controller.CheckAndResetMepFlag(&out);
+        controller.CheckSystemReady(&out);
+        controller.CheckForcedBlackUpdate(&out);
+        controller.WakeCamera();
+        controller.EnableCameraPower();
+        controller.DisableCameraPower();
+        controller.CheckCameraPower(&out);
+        controller.EnableAccessoriesPower();
+        controller.DisableAccessoriesPower();
+        controller.CheckAccessoriesPower(&out);
     }
-    usb.CloseDevice();
+    controller.CloseDevice();
     return allocations - before;
 }
 
@@ -68,7 +73,9 @@ class AllocationTest : public testing::Test {
 };
 
 TEST_F(AllocationTest, NoOperationAllocatesWhileNobodyListens) {
-    EXPECT_EQ(AllocationsOfEveryOperation(logger), 0u);
+    EXPECT_EQ(AllocationsOfEveryOperation<SolvaneUsb>(logger), 0u);
+    EXPECT_EQ(AllocationsOfEveryOperation<SolvaneEApi>(logger), 0u);
+    EXPECT_EQ(AllocationsOfEveryOperation<SolvaneKontron>(logger), 0u);
 }
 
 /// Configuring allocates the list of devices, and nothing that grows with a full queue.
@@ -86,7 +93,23 @@ TEST_F(AllocationTest, AFullQueueIsDrainedInPiecesOfAtMost64KiB) {
 
 TEST_F(AllocationTest, TheMeasurementSeesTheLinesOfAListener) {
     logger.Install(nullptr, [](void*, const char*) {});
-    EXPECT_GT(AllocationsOfEveryOperation(logger), 0u);
+    EXPECT_GT(AllocationsOfEveryOperation<SolvaneUsb>(logger), 0u);
+    EXPECT_GT(AllocationsOfEveryOperation<SolvaneKontron>(logger), 0u);
+}
+
+/// A Super I/O controller holds one bank, and lets go of it. Each further Configure() leaves the
+/// one before behind, on purpose.
+TEST_F(AllocationTest, OnlyAReplacedBankIsLeftBehind) {
+    for (int configurations = 1; configurations <= 3; ++configurations) {
+        const std::size_t held = allocations - releases;
+        {
+            SolvaneKontron kontron(logger);
+            for (int i = 0; i < configurations; ++i) {
+                EXPECT_EQ(kontron.Configure(), 0);
+            }
+        }
+        EXPECT_EQ(allocations - releases - held, static_cast<std::size_t>(configurations - 1));
+    }
 }
 
 } // namespace

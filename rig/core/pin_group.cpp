@@ -1,0 +1,43 @@
+#include "pin_group.h"
+
+namespace rig {
+
+namespace {
+
+bool Bit(std::uint32_t word, std::uint8_t bit) {
+    return (word >> bit & 1) != 0;
+}
+
+} // namespace
+
+void PinGroup::Set(std::uint32_t value, std::uint32_t outputs) {
+    const std::uint32_t before = driven;
+    latch = value;
+    driven = outputs;
+    for (const Wire& wire : wiring) {
+        if (!wire.isDrivenByChip) {
+            continue;
+        }
+        if (Bit(outputs, wire.bit)) {
+            installation.Drive(wire.line, Bit(value, wire.bit) == wire.activeLevel, this);
+        } else if (Bit(before, wire.bit)) {
+            installation.Release(wire.line, this);
+        }
+    }
+}
+
+std::uint32_t PinGroup::Read() const {
+    return (latch & driven) | (LineLevels() & ~driven);
+}
+
+std::uint32_t PinGroup::LineLevels() const {
+    std::uint32_t levels = open;
+    for (const Wire& wire : wiring) {
+        const std::uint32_t mask = std::uint32_t{1} << wire.bit;
+        const bool isHigh = installation.Level(wire.line) == wire.activeLevel;
+        levels = isHigh ? levels | mask : levels & ~mask;
+    }
+    return levels;
+}
+
+} // namespace rig

@@ -1,0 +1,16 @@
+/// Statuses of the published EAPI that the library needs no names for.
+#pragma once
+
+#include "eapi.h"
+
+namespace rig::eapi {
+
+inline constexpr EApiStatus_t kNotInitialised = 0xFFFF'FFFF;
+inline constexpr EApiStatus_t kAllocationError = 0xFFFF'FFFD;
+inline constexpr EApiStatus_t kInvalidParameter = 0xFFFF'FEFF;
+inline constexpr EApiStatus_t kInvalidDirection = 0xFFFF'FEFC;
+inline constexpr EApiStatus_t kInvalidBitmask = 0xFFFF'FEFB;
+inline constexpr EApiStatus_t kUnsupported = 0xFFFF'FCFF;
+inline constexpr EApiStatus_t kNotFound = 0xFFFF'FBFF;
+
+} // namespace rig::eapi

@@ -1,0 +1,51 @@
+/// A mainboard's Super I/O chip: an index port, a data port, and registers behind them, one set a
+/// logical device. Its GPIO bank is wired to the camera.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "pin_group.h"
+#include "scenario.h"
+
+namespace rig::io {
+
+/// The power pins are active high.
+inline constexpr std::array kBankWires = {
+    Wire{0, RIG_TRIGGER, true, true},      Wire{1, RIG_READY, true, false},
+    Wire{2, RIG_MEP, false, false},        Wire{3, RIG_CLEAR_MEP, false, true},
+    Wire{4, RIG_DARK, true, true},         Wire{5, RIG_ACCESSORIES_POWER, true, true},
+    Wire{6, RIG_CAMERA_POWER, true, true}, Wire{7, RIG_CAMERA_POWER, true, false},
+};
+
+class SuperIo {
+  public:
+    SuperIo(const SuperIoSetup& start, Installation& camera);
+
+    static bool Has(std::uint16_t port) { return port == kIndexPort || port == kDataPort; }
+
+    std::uint8_t Read(std::uint16_t port) const;
+    void Write(std::uint16_t port, std::uint8_t value);
+
+    static constexpr std::uint16_t kIndexPort = 0x2E;
+    static constexpr std::uint16_t kDataPort = 0x2F;
+
+  private:
+    void WriteIndex(std::uint8_t value);
+    std::uint8_t ReadRegister() const;
+    void WriteRegister(std::uint8_t value);
+    bool IsGpioSelected() const;
+
+    const SuperIoSetup setup;
+    PinGroup pins;
+    bool isConfiguring = false; ///< extended function mode: the registers answer
+    unsigned keys = 0;          ///< how many of the keys that open it came in a row
+    std::uint8_t index = 0;
+    std::uint8_t logicalDevice = 0;
+    std::uint8_t directions = 0xFF; ///< a 1 is an input; so they all are after power-on
+    std::uint8_t latch;             ///< what the outputs are set to, or would be
+    std::uint8_t third = 0;
+    std::uint8_t fourth = 0;
+};
+
+} // namespace rig::io

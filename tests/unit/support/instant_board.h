@@ -1,0 +1,10 @@
+/// Mainboards that answer at once and remember nothing but their pins, for measuring what the
+/// library itself costs: the Embedded API, and a Super I/O chip behind I/O ports.
+#pragma once
+
+namespace test::instant_board {
+
+/// How often a port or the Embedded API was called.
+unsigned Calls();
+
+} // namespace test::instant_board
