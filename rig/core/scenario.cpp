@@ -227,6 +227,11 @@ Scenario ParseScenario(std::string_view text, const Knows& knows) {
     }
     if (root.Has("lpt")) {
         scenario.lpt = ReadLpt(root.Table("lpt"));
+        // Windows knows the port, unless the scenario says what it knows.
+        scenario.wmi.ports.push_back({{"LPT1"}, {{std::to_string(scenario.lpt->base)}}});
+    }
+    if (root.Has("parallel_port")) {
+        scenario.wmi = ReadWmi(root.Tables("parallel_port"));
     }
     scenario.inpoutDriver =
         ReadInpoutDriver(root.Table("inpout"), scenario.superIo || scenario.lpt);

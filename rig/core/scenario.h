@@ -12,6 +12,7 @@
 
 #include "fault_plan.h"
 #include "installation.h"
+#include "wmi_scenario.h"
 
 namespace rig {
 
@@ -64,6 +65,7 @@ struct Scenario {
     std::optional<EapiSetup> eapi;
     std::optional<SuperIoSetup> superIo;
     std::optional<LptSetup> lpt;
+    WmiSetup wmi;              ///< the parallel ports that Windows knows
     bool inpoutDriver = false; ///< whether InpOut's kernel driver is open
     std::vector<Fault> faults;
     std::vector<ScenarioEvent> events;

@@ -61,8 +61,7 @@ static NTSTATUS NTAPI control(DEVICE_OBJECT* device, IRP* irp) {
             return finish(irp, STATUS_BUFFER_TOO_SMALL, 0);
         }
         status = timers_wait(owner, *(const uint64_t*)buffer, irp);
-        return status == STATUS_PENDING ? status
-                                        : finish(irp, status, sizeof(solvane_timer_event));
+        return status == STATUS_PENDING ? status : finish(irp, status, sizeof(solvane_timer_event));
 
     case SOLVANE_DEVICE_SCRIPT:
         if (in != sizeof(solvane_device_script)) {

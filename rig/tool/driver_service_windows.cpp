@@ -9,12 +9,14 @@
 
 #include <windows.h>
 
+#include "this_program.h"
+
 namespace rig {
 
 namespace {
 
 constexpr const wchar_t* kService = L"SolvaneDevice";
-constexpr const wchar_t* kFile = L"SolvaneDevice.sys";
+constexpr const char* kFile = "SolvaneDevice.sys";
 
 struct ServiceCloser {
     void operator()(SC_HANDLE handle) const { CloseServiceHandle(handle); }
@@ -27,17 +29,6 @@ using ServiceHandle = std::unique_ptr<std::remove_pointer_t<SC_HANDLE>, ServiceC
                              (error == ERROR_ACCESS_DENIED
                                   ? "this needs an administrator"
                                   : "Windows error " + std::to_string(error)));
-}
-
-bool RunsInWine() {
-    const HMODULE ntdll = GetModuleHandleW(L"ntdll.dll");
-    return ntdll != nullptr && GetProcAddress(ntdll, "wine_get_version") != nullptr;
-}
-
-std::wstring PathOfDriver() {
-    std::wstring path(32768, L'\0');
-    path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
-    return path.substr(0, path.find_last_of(L'\\') + 1) + kFile;
 }
 
 DWORD StateOf(SC_HANDLE service) {
@@ -90,7 +81,7 @@ void InstallDriver(std::ostream& out) {
             "the driver is made for Wine; on Windows, use the one that belongs "
             "to your hardware");
     }
-    const std::wstring path = PathOfDriver();
+    const std::wstring path = PathBesideThisProgram(kFile).wstring();
     if (GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES) {
         throw std::runtime_error("SolvaneDevice.sys is not beside this program");
     }

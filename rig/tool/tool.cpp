@@ -5,7 +5,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "driver_service.h"
+#include "pc_command.h"
 #include "wave_command.h"
 
 namespace rig {
@@ -17,14 +17,7 @@ ExitCode RunTool(std::vector<std::string> arguments, std::ostream& out, std::ost
     app.get_formatter()->label("SUBCOMMAND", "COMMAND");
     app.require_subcommand(1);
     wave::AddWaveCommand(app, out, err);
-    app.add_subcommand("install", "Installs and starts the kernel driver (in Wine)")
-        ->callback([&out] { InstallDriver(out); });
-    app.add_subcommand("remove", "Stops and removes the kernel driver")->callback([&out] {
-        RemoveDriver(out);
-    });
-    app.add_subcommand("status", "Tells whether the kernel driver runs")->callback([&out] {
-        TellDriver(out);
-    });
+    AddPcCommands(app, out, err);
 
     if (!arguments.empty()) {
         arguments.erase(arguments.begin());

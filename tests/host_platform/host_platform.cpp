@@ -48,6 +48,9 @@ int RaisedTimerPeriods() {
 void Record(bool on) {
     recording = on;
 }
+bool IsRecording() {
+    return recording;
+}
 
 } // namespace host
 

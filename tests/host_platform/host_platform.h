@@ -20,5 +20,6 @@ int RaisedTimerPeriods();
 
 /// Whether system calls go into the rig's journal (they do at the start of a process).
 void Record(bool on);
+bool IsRecording();
 
 } // namespace host

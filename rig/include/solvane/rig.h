@@ -98,6 +98,15 @@ SOLVANE_RIG_API uint32_t rig_captures(void);
 SOLVANE_RIG_API int rig_unplug(unsigned chip);
 SOLVANE_RIG_API int rig_plug(unsigned chip);
 
+/* ---- WMI ------------------------------------------------------------------------------------ */
+
+/*
+ * How many references to interfaces of the rig's WMI the host holds: what QueryInterface, AddRef
+ * and the calls that make objects gave it, less its Release calls. 0 when everything was released.
+ * A scenario that is loaded releases nothing.
+ */
+SOLVANE_RIG_API int rig_wbem_interfaces(void);
+
 /* ---- Faults -------------------------------------------------------------------------------- */
 
 /* What a call does instead of working. Combine with |. */

@@ -124,7 +124,9 @@ TEST_F(Tool, RefusesWrongUsage) {
                                                          {"wave", file, "--width", "1001"},
                                                          {"wave", file, file},
                                                          {"wave", file, "--signal", "mep", "dark"},
-                                                         {"wave", file, "--colour"}};
+                                                         {"wave", file, "--colour"},
+                                                         {"install", "--wave"},
+                                                         {"status", "wmi"}};
     for (const std::vector<std::string>& arguments : wrong) {
         EXPECT_EQ(Run(arguments), rig::kUsageError) << testing::PrintToString(arguments);
         EXPECT_EQ(out.str(), "");
@@ -140,12 +142,28 @@ TEST_F(Tool, Helps) {
     EXPECT_EQ(err.str(), "");
 }
 
-TEST_F(Tool, TheDriverBelongsIntoWine) {
+TEST_F(Tool, TheVirtualPcBelongsIntoWine) {
+    const std::string driver =
+        "solvane-rig: the driver is a Windows driver; run solvane-rig.exe in Wine\n";
+    const std::string wmi =
+        "solvane-rig: the WMI class is a Windows class; run solvane-rig.exe in Wine\n";
     for (const char* command : {"install", "remove", "status"}) {
         EXPECT_EQ(Run({command}), rig::kFailure) << command;
-        EXPECT_EQ(err.str(), "solvane-rig: the driver is a Windows driver; run solvane-rig.exe in "
-                             "Wine\n");
+        EXPECT_EQ(err.str(), driver + wmi) << command;
+        EXPECT_EQ(Run({command, "--driver"}), rig::kFailure) << command;
+        EXPECT_EQ(err.str(), driver) << command;
+        EXPECT_EQ(Run({command, "--wmi"}), rig::kFailure) << command;
+        EXPECT_EQ(err.str(), wmi) << command;
+        EXPECT_EQ(Run({command, "--driver", "--wmi"}), rig::kFailure) << command;
+        EXPECT_EQ(err.str(), driver + wmi) << command;
     }
+}
+
+TEST_F(Tool, StatusListsTheVendorsDllsBesideIt) {
+    Run({"status", "--wmi"});
+    EXPECT_EQ(out.str(), "");
+    Run({"status"});
+    EXPECT_EQ(out.str(), "Vendor DLLs beside this program: none.\n");
 }
 
 } // namespace

@@ -36,10 +36,9 @@ TEST_F(LibraryTest, WithoutHardwareEveryOperationIsTheUsbControllersMinusThree) 
     InFreshProcess([] {
         Load("");
         EXPECT_EQ(Solvane_CheckAvailable(), -3);
-        EXPECT_EQ(TakeJournal(),
-                  TryAllBeforeUsb() + Entries(kChecking) + FindNoChip() +
-                      Entries(Log("Configure() result: -3"), kNotAvailable) +
-                      FindNoChip() + Entries(Log("Configure() result: -3")));
+        EXPECT_EQ(TakeJournal(), TryAllBeforeUsb() + Entries(kChecking) + FindNoChip() +
+                                     Entries(Log("Configure() result: -3"), kNotAvailable) +
+                                     FindNoChip() + Entries(Log("Configure() result: -3")));
         std::int16_t out = 55;
         EXPECT_EQ(Solvane_CheckSystemReady(&out), -3);
         EXPECT_EQ(Solvane_CheckSystemReady(nullptr), -3);

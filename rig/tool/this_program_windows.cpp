@@ -1,0 +1,20 @@
+#include "this_program.h"
+
+#include <string>
+
+#include <windows.h>
+
+namespace rig {
+
+bool RunsInWine() {
+    const HMODULE ntdll = GetModuleHandleW(L"ntdll.dll");
+    return ntdll != nullptr && GetProcAddress(ntdll, "wine_get_version") != nullptr;
+}
+
+std::filesystem::path PathBesideThisProgram(const char* file) {
+    std::wstring path(32768, L'\0');
+    path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
+    return std::filesystem::path(path).parent_path() / file;
+}
+
+} // namespace rig

@@ -1,0 +1,16 @@
+/// The answers of WMI that the stand-in gives.
+#pragma once
+
+#include <unknwn.h>
+
+namespace rig::wbem {
+
+inline constexpr HRESULT kFewerThanAskedFor = 1;
+inline constexpr auto kNotFound = static_cast<HRESULT>(0x80041002);
+inline constexpr auto kOutOfMemory = static_cast<HRESULT>(0x80041006);
+inline constexpr auto kInvalidParameter = static_cast<HRESULT>(0x80041008);
+inline constexpr auto kInvalidNamespace = static_cast<HRESULT>(0x8004100E);
+inline constexpr auto kInvalidQuery = static_cast<HRESULT>(0x80041017);
+inline constexpr auto kInvalidQueryType = static_cast<HRESULT>(0x80041018);
+
+} // namespace rig::wbem

@@ -1,0 +1,191 @@
+#include "com_stand_in.h"
+
+#include <atomic>
+#include <cstdio>
+#include <cwchar>
+#include <limits>
+#include <new>
+
+#include <solvane/rig.h>
+#include <wbemidl.h>
+
+#include "host_platform.h"
+
+/// The rig's class object, as its DLL exports it.
+extern "C" HRESULT solvane_wbem_get_class_object(REFCLSID classId, REFIID id, void** object);
+
+namespace host::com {
+
+Script script;
+
+namespace {
+
+std::atomic<int> initialisations{0};
+std::atomic<int> aliveStrings{0};
+
+/// A BSTR has the size of its text in bytes before it.
+constexpr std::size_t kPrefix = 1;
+
+template <typename... Arguments>
+void Note(const char* format, Arguments... arguments) {
+    if (!IsRecording()) {
+        return;
+    }
+    char text[256];
+    std::snprintf(text, sizeof text, format, arguments...);
+    rig_note(text);
+}
+
+const char* NullOr(const void* pointer, const char* name = "?") {
+    return pointer == nullptr ? "null" : name;
+}
+
+bool IsInitialised() {
+    return initialisations > 0 || script.hostIsSingleThreaded;
+}
+
+} // namespace
+
+void Reset() {
+    script = {};
+    initialisations = 0;
+    aliveStrings = 0;
+}
+
+int Initialisations() {
+    return initialisations;
+}
+int AliveStrings() {
+    return aliveStrings;
+}
+
+} // namespace host::com
+
+using namespace host::com;
+
+HRESULT CoInitializeEx(void* reserved, DWORD model) {
+    Note("CoInitializeEx(%s, %u)", NullOr(reserved), model);
+    if (FAILED(script.initialize)) {
+        return script.initialize;
+    }
+    if (script.hostIsSingleThreaded && model == COINIT_MULTITHREADED) {
+        return RPC_E_CHANGED_MODE;
+    }
+    return initialisations++ > 0 ? S_FALSE : S_OK;
+}
+
+void CoUninitialize() {
+    Note("CoUninitialize()");
+    --initialisations;
+}
+
+HRESULT CoInitializeSecurity(void* descriptor, LONG services, SOLE_AUTHENTICATION_SERVICE* list,
+                             void* reserved, DWORD level, DWORD impersonation, void* identities,
+                             DWORD capabilities, void* reservedToo) {
+    Note("CoInitializeSecurity(%s, %d, %s, %s, %u, %u, %s, %u, %s)", NullOr(descriptor), services,
+         NullOr(list), NullOr(reserved), level, impersonation, NullOr(identities), capabilities,
+         NullOr(reservedToo));
+    return IsInitialised() ? script.initializeSecurity : CO_E_NOTINITIALIZED;
+}
+
+HRESULT CoCreateInstance(REFCLSID classId, IUnknown* outer, DWORD context, REFIID id,
+                         void** object) {
+    Note("CoCreateInstance(%s, %s, %u, %s)",
+         classId == CLSID_WbemLocator ? "CLSID_WbemLocator" : "?", NullOr(outer), context,
+         id == IID_IWbemLocator ? "IID_IWbemLocator" : "?");
+    if (object == nullptr) {
+        return E_POINTER;
+    }
+    *object = nullptr;
+    if (!IsInitialised()) {
+        return CO_E_NOTINITIALIZED;
+    }
+    void* found = nullptr;
+    const HRESULT status = solvane_wbem_get_class_object(classId, IID_IClassFactory, &found);
+    if (FAILED(status) || (context & CLSCTX_INPROC_SERVER) == 0) {
+        if (found != nullptr) {
+            static_cast<IClassFactory*>(found)->Release();
+        }
+        return REGDB_E_CLASSNOTREG;
+    }
+    auto* const factory = static_cast<IClassFactory*>(found);
+    const HRESULT created = factory->CreateInstance(outer, id, object);
+    factory->Release();
+    return created;
+}
+
+HRESULT CoSetProxyBlanket(IUnknown* proxy, DWORD authentication, DWORD authorization,
+                          OLECHAR* principal, DWORD level, DWORD impersonation, void* identity,
+                          DWORD capabilities) {
+    Note("CoSetProxyBlanket(%s, %u, %u, %s, %u, %u, %s, %u)", NullOr(proxy, "proxy"),
+         authentication, authorization, NullOr(principal), level, impersonation, NullOr(identity),
+         capabilities);
+    if (proxy == nullptr) {
+        return E_INVALIDARG;
+    }
+    void* found = nullptr;
+    const HRESULT status = proxy->QueryInterface(IID_IClientSecurity, &found);
+    if (FAILED(status)) {
+        return status;
+    }
+    auto* const security = static_cast<IClientSecurity*>(found);
+    const HRESULT set = security->SetBlanket(proxy, authentication, authorization, principal, level,
+                                             impersonation, identity, capabilities);
+    security->Release();
+    return set;
+}
+
+BSTR SysAllocString(const OLECHAR* text) {
+    return text == nullptr ? nullptr
+                           : SysAllocStringLen(text, static_cast<unsigned>(std::wcslen(text)));
+}
+
+BSTR SysAllocStringLen(const OLECHAR* text, unsigned length) {
+    if (length >= std::numeric_limits<std::int32_t>::max() / sizeof(OLECHAR)) {
+        return nullptr;
+    }
+    auto* const memory = new (std::nothrow) OLECHAR[kPrefix + length + 1]{};
+    if (memory == nullptr) {
+        return nullptr;
+    }
+    memory[0] = static_cast<OLECHAR>(length * sizeof(OLECHAR));
+    if (text != nullptr) {
+        std::wmemcpy(memory + kPrefix, text, length);
+    }
+    ++aliveStrings;
+    return memory + kPrefix;
+}
+
+void SysFreeString(BSTR text) {
+    if (text != nullptr) {
+        delete[](text - kPrefix);
+        --aliveStrings;
+    }
+}
+
+unsigned SysStringLen(BSTR text) {
+    return text == nullptr
+               ? 0
+               : static_cast<unsigned>(static_cast<std::size_t>(text[-1]) / sizeof(OLECHAR));
+}
+
+void VariantInit(VARIANT* value) {
+    *value = {};
+}
+
+HRESULT VariantClear(VARIANT* value) {
+    switch (value->vt) {
+    case VT_BSTR:
+        SysFreeString(value->bstrVal);
+        break;
+    case VT_EMPTY:
+    case VT_NULL:
+    case VT_I4:
+    case VT_BOOL:
+        break;
+    default: // memory that was never a value
+        return DISP_E_BADVARTYPE;
+    }
+    *value = {};
+    return S_OK;
+}
