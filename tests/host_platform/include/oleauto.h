@@ -21,6 +21,7 @@ struct VARIANT {
     };
 };
 
+#define DISP_E_TYPEMISMATCH (static_cast<HRESULT>(0x80020005u))
 #define DISP_E_BADVARTYPE (static_cast<HRESULT>(0x80020008u))
 
 extern "C" {

@@ -4,9 +4,11 @@
 #include <string_view>
 
 #include "bit_port.h"
+#include "com_stand_in.h"
 #include "gpio_mobo_library.h"
 #include "host_platform.h"
 #include "solvane_kontron.h"
+#include "solvane_lpt.h"
 
 namespace test {
 
@@ -22,6 +24,11 @@ void ResetProcessState() {
         port->logger = nullptr;
     }
     s_gpioMobo = {};
+    s_lptAvailability = -1;
+    s_lptPowerAvailability = -1;
+    s_lptBaseAddress = 0;
+    s_lptInitialised = false;
+    host::com::Reset();
     moboAccessoriesPowerFlag = 0;
     kontronAccessoriesPowerFlag = 0;
 }
@@ -56,6 +63,9 @@ OnTheRig::OnTheRig() {
 
 OnTheRig::~OnTheRig() {
     EXPECT_EQ(host::RaisedTimerPeriods(), 0) << "the timer resolution stayed raised";
+    EXPECT_EQ(rig_wbem_interfaces(), 0) << "an interface was not released";
+    EXPECT_EQ(host::com::AliveStrings(), 0) << "a text was not freed";
+    EXPECT_EQ(host::com::Initialisations(), 0) << "COM was left initialised";
     ResetProcessState();
 }
 

@@ -22,6 +22,9 @@ chip = "FT2232H"
 serial = "SLV1"
 )";
 
+/// The camera on a parallel port that Windows knows.
+inline constexpr const char* kLptCamera = "[lpt]\n";
+
 /// The camera on the GPIO pins of a board with the Embedded API.
 inline constexpr const char* kEapiCamera = "[eapi]\n";
 

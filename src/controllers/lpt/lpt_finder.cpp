@@ -1,0 +1,176 @@
+#include "lpt_finder.h"
+
+#include <string>
+
+#include "com_owners.h"
+#include "log_format.h"
+#include "wmi.h"
+
+namespace SLV::Internal {
+
+namespace {
+
+using platform::HRESULT;
+
+constexpr std::uint16_t kNoPort = 0;
+
+/// What Get() would say of a property that is no text, if it could convert it.
+constexpr HRESULT kTypeMismatch = DISP_E_TYPEMISMATCH;
+
+void LogResult(Logger& logger, const char* words, HRESULT result) {
+    logger.Line("[LPT]: ", words, " hr = 0x", Hex(static_cast<std::uint32_t>(result)));
+}
+
+/// Whether a step failed; then its line is in the log.
+bool Failed(Logger& logger, HRESULT result, const char* words) {
+    if (FAILED(result)) {
+        LogResult(logger, words, result);
+        return true;
+    }
+    return false;
+}
+
+/// The result of a call that hands out an interface. One that succeeds without an interface has
+/// failed.
+template <typename Interface>
+HRESULT ResultFor(HRESULT result, const ComPtr<Interface>& obtained) {
+    return SUCCEEDED(result) && !obtained ? E_POINTER : result;
+}
+
+/// Begins the use of COM. A host that began it in another way keeps it so.
+bool Begin(Logger& logger, ComSession& session) {
+    const HRESULT result = platform::CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+    if (result == RPC_E_CHANGED_MODE) {
+        LogResult(logger, "CoInitializeEx() info: already initialized.", result);
+        return true;
+    }
+    session.isBegun = SUCCEEDED(result);
+    return !Failed(logger, result, "CoInitializeEx() failed.");
+}
+
+/// Whoever sets the security of the process first decides it; later is no failure.
+bool SetSecurity(Logger& logger) {
+    constexpr int kSystemChooses = -1;
+    const HRESULT result = platform::CoInitializeSecurity(
+        nullptr, kSystemChooses, nullptr, nullptr, RPC_C_AUTHN_LEVEL_DEFAULT,
+        RPC_C_IMP_LEVEL_IMPERSONATE, nullptr, EOAC_NONE, nullptr);
+    return result == RPC_E_TOO_LATE || !Failed(logger, result, "CoInitializeSecurity() failed.");
+}
+
+HRESULT CreateLocator(ComPtr<platform::IWbemLocator>& locator) {
+    const HRESULT result =
+        platform::CoCreateInstance(CLSID_WbemLocator, nullptr, CLSCTX_INPROC_SERVER,
+                                   IID_IWbemLocator, reinterpret_cast<void**>(locator.Out()));
+    return ResultFor(result, locator);
+}
+
+/// Connects to the namespace that describes the machine.
+HRESULT Connect(platform::IWbemLocator& locator, ComPtr<platform::IWbemServices>& services) {
+    const HRESULT result =
+        locator.ConnectServer(BStr(L"root\\cimv2").Get(), nullptr, nullptr, nullptr,
+                              WBEM_FLAG_CONNECT_USE_MAX_WAIT, nullptr, nullptr, services.Out());
+    return ResultFor(result, services);
+}
+
+HRESULT SetBlanket(platform::IWbemServices& services) {
+    return platform::CoSetProxyBlanket(&services, RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, nullptr,
+                                       RPC_C_AUTHN_LEVEL_CALL, RPC_C_IMP_LEVEL_IMPERSONATE, nullptr,
+                                       EOAC_NONE);
+}
+
+HRESULT Query(platform::IWbemServices& services, const wchar_t* query,
+              ComPtr<platform::IEnumWbemClassObject>& results) {
+    const HRESULT result = services.ExecQuery(BStr(L"WQL").Get(), BStr(query).Get(),
+                                              WBEM_FLAG_FORWARD_ONLY, nullptr, results.Out());
+    return ResultFor(result, results);
+}
+
+/// Takes the first result, if there is one: the count says so.
+HRESULT TakeFirst(platform::IEnumWbemClassObject& results,
+                  ComPtr<platform::IWbemClassObject>& object, bool& isThere) {
+    platform::ULONG returned = 0;
+    const HRESULT result =
+        results.Next(static_cast<LONG>(WBEM_INFINITE), 1, object.Out(), &returned);
+    isThere = returned != 0 && object;
+    return result;
+}
+
+/// Reads a property that is a text.
+HRESULT ReadText(platform::IWbemClassObject& object, const wchar_t* name, Variant& value) {
+    value.Clear();
+    const HRESULT result = object.Get(name, 0, value.Out(), nullptr, nullptr);
+    return SUCCEEDED(result) && value.Text() == nullptr ? kTypeMismatch : result;
+}
+
+/// The query for what belongs to a port, cut off after 511 characters.
+std::wstring QueryForResources(const wchar_t* deviceId) {
+    constexpr std::size_t kLongest = 511;
+    std::wstring query = std::wstring(L"ASSOCIATORS OF {Win32_ParallelPort.DeviceID='") + deviceId +
+                         L"'} WHERE ResultClass = Win32_PortResource";
+    query.resize(std::min(query.size(), kLongest));
+    return query;
+}
+
+/// Decimal, hexadecimal after 0x, or octal after 0. What does not fit a port number is no port.
+std::uint16_t ToAddress(const wchar_t* text) {
+    constexpr long kHighest = 0xFFFF;
+    const long number = platform::wcstol(text, nullptr, 0);
+    return number >= 0 && number <= kHighest ? static_cast<std::uint16_t>(number) : kNoPort;
+}
+
+/// The first I/O range of the first port.
+std::uint16_t AskForAddress(Logger& logger, platform::IWbemServices& services) {
+    ComPtr<platform::IEnumWbemClassObject> ports;
+    if (Failed(logger, Query(services, L"SELECT * FROM Win32_ParallelPort", ports),
+               "pSvc->ExecQuery(SELECT *) failed.")) {
+        return kNoPort;
+    }
+    ComPtr<platform::IWbemClassObject> port;
+    bool isThere = false;
+    if (const HRESULT result = TakeFirst(*ports.Get(), port, isThere); !isThere) {
+        LogResult(logger, "pEnumerator->Next() failed.", result);
+        return kNoPort;
+    }
+    Variant value;
+    if (Failed(logger, ReadText(*port.Get(), L"DeviceID", value), "pPort->Get(DeviceID) failed.")) {
+        return kNoPort;
+    }
+    ComPtr<platform::IEnumWbemClassObject> resources;
+    if (Failed(logger, Query(services, QueryForResources(value.Text()).c_str(), resources),
+               "pSvc->ExecQuery(ASSOCIATORS OF) failed.")) {
+        return kNoPort;
+    }
+    ComPtr<platform::IWbemClassObject> resource;
+    // The misspelt word stands so in the logs of all hosts.
+    if (Failed(logger, TakeFirst(*resources.Get(), resource, isThere),
+               "pResouceEnum->Next() failed.") ||
+        !isThere) {
+        return kNoPort;
+    }
+    if (Failed(logger, ReadText(*resource.Get(), L"StartingAddress", value),
+               "pResource->Get(StartingAddress) failed.")) {
+        return kNoPort;
+    }
+    return ToAddress(value.Text());
+}
+
+} // namespace
+
+std::uint16_t FindLptBaseAddress(Logger& logger) {
+    ComSession session;
+    if (!Begin(logger, session) || !SetSecurity(logger)) {
+        return kNoPort;
+    }
+    ComPtr<platform::IWbemLocator> locator;
+    if (Failed(logger, CreateLocator(locator), "CoCreateInstance() failed.")) {
+        return kNoPort;
+    }
+    ComPtr<platform::IWbemServices> services;
+    if (Failed(logger, Connect(*locator.Get(), services), "pLoc->ConnectServer() failed.") ||
+        Failed(logger, SetBlanket(*services.Get()), "CoSetProxyBlanket() failed.")) {
+        return kNoPort;
+    }
+    return AskForAddress(logger, *services.Get());
+}
+
+} // namespace SLV::Internal
