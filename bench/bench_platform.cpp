@@ -3,6 +3,9 @@
 #include <timeapi.h>
 #include <windows.h>
 
+#include <objbase.h>
+#include <oleauto.h>
+
 void Sleep(DWORD) {}
 
 void GetSystemTimePreciseAsFileTime(FILETIME* time) {
@@ -25,4 +28,29 @@ unsigned timeBeginPeriod(unsigned) {
 
 unsigned timeEndPeriod(unsigned) {
     return 0;
+}
+
+// There is no COM here: the parallel port is not looked for.
+
+HRESULT CoInitializeEx(void*, DWORD) {
+    return E_OUTOFMEMORY;
+}
+void CoUninitialize() {}
+HRESULT CoInitializeSecurity(void*, LONG, SOLE_AUTHENTICATION_SERVICE*, void*, DWORD, DWORD, void*,
+                             DWORD, void*) {
+    return E_OUTOFMEMORY;
+}
+HRESULT CoCreateInstance(REFCLSID, IUnknown*, DWORD, REFIID, void**) {
+    return E_OUTOFMEMORY;
+}
+HRESULT CoSetProxyBlanket(IUnknown*, DWORD, DWORD, OLECHAR*, DWORD, DWORD, void*, DWORD) {
+    return E_OUTOFMEMORY;
+}
+BSTR SysAllocString(const OLECHAR*) {
+    return nullptr;
+}
+void SysFreeString(BSTR) {}
+void VariantInit(VARIANT*) {}
+HRESULT VariantClear(VARIANT*) {
+    return S_OK;
 }

@@ -12,7 +12,7 @@ namespace {
 using SLV::Internal::SolvaneInterface;
 
 SolvaneInterface& Configured() {
-    Solvane_CheckAvailable();
+    Solvane_EnforceFTDI();
     return *SLV::Internal::GetLibraryState().controller;
 }
 

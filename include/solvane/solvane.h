@@ -3,7 +3,9 @@
  *
  * Solvane drives the electrical lines round a camera: it triggers a capture, wakes the camera,
  * switches camera power and accessories power, forces the picture dark, and reads back "system
- * ready" and the latched MEP flag. It finds by itself which hardware carries the lines.
+ * ready" and the latched MEP flag. It finds by itself which hardware carries the lines: a parallel
+ * port, the GPIO bank of a mainboard's Super I/O chip, GPIO pins behind the PICMG Embedded API, or
+ * an FTDI FT2232H, looked for in this order.
  *
  * Rules of the whole interface
  *
@@ -15,16 +17,21 @@
  * 2. Every function but those of timers is synchronous: it returns when the lines have their new
  *    levels. The times given below are those of a healthy FT2232H with a 1 ms timer; "ms" are
  *    wall-clock milliseconds. An operation that meets a fault first tries to recover the chip,
- * which can take a little over 3 s before it gives up.
+ *    which can take a little over 3 s before it gives up. On the other hardware nothing takes time
+ *    but the 10 ms of the pulses, and nothing is recovered.
  *
  * 3. Statuses. A function that returns a value returns one of the SOLVANE_ statuses below, and 0
  *    (SOLVANE_OK) is success. Test for "not 0", not for single numbers you know: which numbers an
- *    operation can return depends on the hardware that serves it.
+ *    operation can return depends on the hardware that serves it. On a parallel port whose port
+ *    driver (InpOut) is not open, every operation answers SOLVANE_E_WRITE.
  *
  * 4. First use finds the hardware. The first call of any function except Solvane_SetLogger and the
  *    timer functions looks for the hardware, brings it up and sets the lines to rest (trigger low,
- *    clear-MEP at rest). On a working FT2232H that takes about 60 ms, once. Later calls configure
- *    again by themselves when the hardware was lost in between.
+ *    clear-MEP at rest; a mainboard also gets camera and accessories power on and dark off). Asking
+ *    Windows for a parallel port can take some tenths of a second, configuring an FT2232H about
+ *    60 ms. Later calls configure again by themselves when
+ *    the hardware was lost in between, or was not there; a parallel port is looked for once, and
+ *    again by Solvane_RecheckStatus only.
  *
  * 5. Out-values. A function that answers a question takes a pointer to an int16_t that it sets to
  *    1 (yes) or 0 (no). The pointer is used during the call only. A null pointer is answered with
@@ -33,7 +40,8 @@
  *
  * 6. Lost reads. A question whose line cannot be read still returns 0. Power questions then answer
  *    1 (on), all other questions 0 (not ready, not dark, no flag): a camera whose power is unknown
- *    must be taken as powered.
+ *    must be taken as powered. The Super I/O chip is the exception, where unknown camera power
+ *    answers 0. Reads of a parallel port cannot be told from lost ones.
  *
  * 7. The log function must not call back into the library, and its line is valid only during the
  *    call. Copy what you keep.
@@ -119,8 +127,10 @@ SOLVANE_API void SOLVANE_CALL Solvane_SetLogger(void* context, SolvaneLogCallbac
  * Tells whether the hardware is there and configured, and configures it if it is not.
  *
  * Lines:    none when configured already. Otherwise they are set to rest: trigger low, clear-MEP
- *           at rest; dark and power stay as they are on the FT2232H.
- * Statuses: SOLVANE_OK, SOLVANE_E_NO_HARDWARE.
+ *           at rest. Dark and power stay as they are on the FT2232H and the parallel port; on a
+ *           mainboard both powers go on and dark goes off.
+ * Statuses: SOLVANE_OK, SOLVANE_E_NO_HARDWARE, SOLVANE_E_WRITE (the port driver of a parallel port
+ *           is not open; or a mainboard's line could not be set to rest, which is told once).
  * Time:     none when configured already, about 60 ms when it configures.
  */
 SOLVANE_API int16_t SOLVANE_CALL Solvane_CheckAvailable(void);
@@ -128,7 +138,10 @@ SOLVANE_API int16_t SOLVANE_CALL Solvane_CheckAvailable(void);
 /*
  * Tells whether camera and accessories power can be switched.
  *
- * The same as Solvane_CheckAvailable on the FT2232H, in lines, statuses and time.
+ * The same as Solvane_CheckAvailable on the FT2232H and on mainboards, in lines, statuses and time.
+ * On a parallel port it tells whether the power interface is wired: SOLVANE_OK, or
+ * SOLVANE_E_NO_HARDWARE if it is not, or SOLVANE_E_UNDETERMINED if the port itself is not usable.
+ * The power functions drive their lines in any case.
  */
 SOLVANE_API int16_t SOLVANE_CALL Solvane_CheckPowerControlAvailable(void);
 
@@ -136,8 +149,8 @@ SOLVANE_API int16_t SOLVANE_CALL Solvane_CheckPowerControlAvailable(void);
  * Looks for the hardware again, from the first kind, and keeps the first that answers.
  *
  * Lines:    the present hardware is released; what is found is configured afresh, which sets the
- *           lines to rest. When nothing is found the FT2232H stays chosen and every later
- *           operation looks for it once more.
+ *           lines to rest (see Solvane_CheckAvailable). When nothing is found the FT2232H stays
+ *           chosen and every later operation looks for it once more.
  * Statuses: SOLVANE_OK when some hardware answered, else the status of the last kind tried.
  * Time:     as the first use. As the very first call it looks twice.
  * Threads:  never while another call is in progress: the object behind the call is replaced.
@@ -162,8 +175,7 @@ SOLVANE_API void SOLVANE_CALL Solvane_EnforceFTDI(void);
  *           FT2232H the line is high for 12 ms: the 2 ms that a write takes to settle come first.
  * Statuses: SOLVANE_OK, SOLVANE_E_NOT_READY, SOLVANE_E_NO_HARDWARE, SOLVANE_E_WRITE (the trigger
  *           may have been given, and its line may have stayed high when the write that lowers it
- *           was the one that failed: call Solvane_CloseDevice, whose next operation sets the lines
- *           to rest).
+ *           was the one that failed: Solvane_RecheckStatus sets the lines to rest).
  * Time:     about 18 ms; 4 ms more when a flag is cleared.
  */
 SOLVANE_API int16_t SOLVANE_CALL Solvane_TriggerCapture(void);
@@ -237,7 +249,8 @@ SOLVANE_API int16_t SOLVANE_CALL Solvane_DisableCameraPower(void);
 /*
  * Asks whether camera power is on; `*on` becomes 1 or 0, and 1 when the line cannot be read.
  *
- * Lines:    none driven. On the FT2232H the line itself is read back.
+ * Lines:    none driven. The line itself is read back; on a parallel port, what it was set to. (On
+ *           a Super I/O chip a line that cannot be read answers 0.)
  * Statuses: SOLVANE_OK, SOLVANE_E_NO_HARDWARE, SOLVANE_E_INVALID.
  * Time:     about 2 ms.
  */
@@ -258,7 +271,8 @@ SOLVANE_API int16_t SOLVANE_CALL Solvane_DisableAccessoriesPower(void);
 /*
  * Asks whether accessories power is on; `*on` becomes 1 or 0, and 1 when the line cannot be read.
  *
- * Lines:    none driven. On the FT2232H the line itself is read back.
+ * Lines:    none driven. On the FT2232H the line itself is read back, on a parallel port what it
+ *           was set to; on a mainboard the answer is the last command that succeeded.
  * Statuses: SOLVANE_OK, SOLVANE_E_NO_HARDWARE, SOLVANE_E_INVALID.
  * Time:     about 2 ms.
  */

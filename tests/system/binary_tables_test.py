@@ -6,7 +6,7 @@ import re
 import subprocess
 import unittest
 
-SYSTEM_DLLS = {"KERNEL32.dll", "msvcrt.dll", "WINMM.dll"}
+SYSTEM_DLLS = {"KERNEL32.dll", "msvcrt.dll", "WINMM.dll", "ole32.dll", "OLEAUT32.dll"}
 MOST_BYTES = 1024 * 1024
 
 
@@ -90,6 +90,13 @@ class Tables(unittest.TestCase):
 
     def test_the_multimedia_timer_is_the_only_use_of_winmm(self):
         self.assertEqual(sorted(self.imports()["WINMM.dll"]), ["timeBeginPeriod", "timeEndPeriod"])
+
+    def test_com_is_used_for_the_parallel_port_alone(self):
+        self.assertEqual(sorted(self.imports()["ole32.dll"]),
+                         ["CoCreateInstance", "CoInitializeEx", "CoInitializeSecurity",
+                          "CoSetProxyBlanket", "CoUninitialize"])
+        # Imported by ordinal: SysAllocString, SysFreeString, VariantInit, VariantClear.
+        self.assertEqual(len(self.imports()["OLEAUT32.dll"]), 4)
 
     def test_nothing_is_delay_loaded(self):
         entry = re.search(r"Entry d ([0-9a-f]+) ([0-9a-f]+) Delay Import Directory", self.headers)

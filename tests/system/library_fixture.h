@@ -15,7 +15,9 @@ namespace test {
 /// One camera on an FT2232H.
 inline constexpr const char* kUsbCamera = "[[usb]]\nchip = \"FT2232H\"\nserial = \"SLV1\"\n";
 
-/// The same camera on the pins of a board with the Embedded API, or of a Super I/O chip.
+/// The same camera on a parallel port, on the pins of a board with the Embedded API, or of a Super
+/// I/O chip.
+inline constexpr const char* kLptCamera = "[lpt]\n";
 inline constexpr const char* kEapiCamera = "[eapi]\n";
 inline constexpr const char* kSuperIoCamera = "[superio]\n";
 

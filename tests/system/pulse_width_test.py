@@ -52,6 +52,9 @@ class PulseWidth(unittest.TestCase):
     def test_on_the_embedded_api_the_pulse_is_ten_milliseconds(self):
         self.measure("[eapi]\n", 0)
 
+    def test_on_a_parallel_port_the_pulse_is_ten_milliseconds(self):
+        self.measure("[lpt]\n", 0)
+
     def test_on_a_super_io_chip_the_pulse_is_ten_milliseconds(self):
         self.measure("[superio]\n", 0)
 

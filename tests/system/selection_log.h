@@ -19,6 +19,17 @@ inline Lines operator+(Lines left, const Lines& right) {
     return left;
 }
 
+inline Lines LptAnswers() {
+    return {kChecking, "[LPT]: initializing...", "[LPT]: succeeded.",
+            "[LPT]: power interface available.", kSucceeded};
+}
+
+/// Windows knows no parallel port.
+inline Lines LptIsNotThere() {
+    return {kChecking, "[LPT]: initializing...", "[LPT]: pEnumerator->Next() failed. hr = 0x1",
+            "[LPT]: error -3", kNotAvailable};
+}
+
 inline Lines SuperIoAnswers() {
     const std::string rest = "[KTRN]: >>> trg-RDY-MEP-CLR-drk-APW-CPW-PWS";
     return {kChecking,
@@ -32,6 +43,7 @@ inline Lines SuperIoAnswers() {
             kSucceeded};
 }
 
+/// Nothing is behind I/O ports, so InpOut's driver is not open.
 inline Lines SuperIoIsNotThere() {
     return {kChecking, "[KTRN]: InpOut driver is not opened.", "[MOBO]: Configure() result: -3",
             kNotAvailable};
@@ -92,7 +104,7 @@ inline Lines UsbIsNotThere() {
 
 /// Nothing that is asked before the FT2232H is there.
 inline Lines NothingBeforeUsb() {
-    return SuperIoIsNotThere() + EapiIsMade() + SuperIoGoes() + EapiIsNotThere() +
+    return LptIsNotThere() + SuperIoIsNotThere() + EapiIsMade() + SuperIoGoes() + EapiIsNotThere() +
            UninitialisedEapiGoes();
 }
 

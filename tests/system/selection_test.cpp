@@ -3,6 +3,8 @@
 #include "library_fixture.h"
 #include "selection_log.h"
 
+#include <objbase.h>
+
 namespace {
 
 using namespace test;
@@ -12,13 +14,13 @@ using testing::IsEmpty;
 using testing::StartsWith;
 
 /// Bits of a subset.
-enum : unsigned { kSuperIo = 1, kEapi = 2, kUsb = 4, kAll = 7 };
+enum : unsigned { kLpt = 1, kSuperIo = 2, kEapi = 4, kUsb = 8, kAll = 15 };
 
 class Selection : public OnTheRig, public testing::WithParamInterface<unsigned> {
   protected:
     Selection() {
-        Load(std::string(Has(kSuperIo) ? kSuperIoCamera : "") + (Has(kEapi) ? kEapiCamera : "") +
-             (Has(kUsb) ? kUsbCamera : ""));
+        Load(std::string(Has(kLpt) ? kLptCamera : "") + (Has(kSuperIo) ? kSuperIoCamera : "") +
+             (Has(kEapi) ? kEapiCamera : "") + (Has(kUsb) ? kUsbCamera : ""));
         Listen();
     }
 
@@ -26,21 +28,27 @@ class Selection : public OnTheRig, public testing::WithParamInterface<unsigned> 
 
     /// The lines of one pass over the candidates; the FT2232H says less when it answers again.
     static Lines Pass(const Lines& usb = UsbAnswers()) {
+        if (Has(kLpt)) {
+            return LptAnswers();
+        }
         if (Has(kSuperIo)) {
-            return SuperIoAnswers();
+            return LptIsNotThere() + SuperIoAnswers();
         }
         if (Has(kEapi)) {
-            return SuperIoIsNotThere() + EapiIsMade() + SuperIoGoes() + EapiAnswers();
+            return LptIsNotThere() + SuperIoIsNotThere() + EapiIsMade() + SuperIoGoes() +
+                   EapiAnswers();
         }
         return NothingBeforeUsb() + (Has(kUsb) ? usb : UsbIsNotThere());
     }
 
+    /// The kind that serves: the first that is there.
+    static bool Serves(unsigned kind) { return (GetParam() & (2 * kind - 1)) == kind; }
+
     /// What the controller that serves says when it goes.
     static Lines Goes() {
-        return Has(kSuperIo) ? SuperIoGoes()
-               : Has(kEapi)  ? Lines{}
-               : Has(kUsb)   ? Lines{"Closing device..."}
-                             : Lines{};
+        return Serves(kSuperIo) ? SuperIoGoes()
+               : Serves(kUsb)   ? Lines{"Closing device..."}
+                                : Lines{};
     }
 
     static short Expected() { return GetParam() != 0 ? short{0} : short{-3}; }
@@ -65,10 +73,9 @@ TEST_P(Selection, EnforcingFtdiTakesTheFt2232hWhateverElseIsThere) {
     EXPECT_EQ(library.CheckAvailable(), Expected());
     TakeTexts();
     library.EnforceFTDI();
-    const bool isServing = GetParam() == kUsb;
-    EXPECT_EQ(TakeTexts(), Goes() + (!Has(kUsb)  ? UsbIsNotThere()
-                                     : isServing ? UsbAnswersAgain()
-                                                 : UsbAnswers()));
+    EXPECT_EQ(TakeTexts(), Goes() + (!Has(kUsb)     ? UsbIsNotThere()
+                                     : Serves(kUsb) ? UsbAnswersAgain()
+                                                    : UsbAnswers()));
     EXPECT_EQ(library.CheckAvailable(), Has(kUsb) ? 0 : -3) << "it stays, available or not";
     EXPECT_EQ(library.TriggerCapture(), Has(kUsb) ? 0 : -3);
 }
@@ -80,33 +87,41 @@ TEST_P(Selection, UnloadingLetsGoOfTheHardware) {
     library.Unload();
     EXPECT_EQ(TakeTexts(), Goes());
     const Lines calls = TakeCalls();
-    if (Has(kSuperIo)) {
+    if (Serves(kSuperIo)) {
         EXPECT_EQ(calls, (Lines{"Out32(0x2e, 0xaa)", "Out32(0x2e, 0xaa)"}));
-    } else if (Has(kEapi)) {
+    } else if (Serves(kEapi)) {
         EXPECT_EQ(calls, (Lines{"EApiLibUnInitialize() -> 0x0"}));
-    } else if (Has(kUsb)) {
+    } else if (Serves(kUsb)) {
         EXPECT_EQ(calls, (Lines{"FT_Close(SLV1B) -> 0"}));
     } else {
         EXPECT_THAT(calls, IsEmpty());
     }
 }
 
-TEST_P(Selection, NoPortButTheSuperIoChipsIsTouched) {
+TEST_P(Selection, NoPortIsTouchedButThoseOfTheKindThatServes) {
     library.TriggerCapture();
     library.RecheckStatus();
     library.WakeCamera();
     library.Unload();
+    const Lines ports = Serves(kLpt)       ? Lines{"0x378", "0x379", "0x37a"}
+                        : Serves(kSuperIo) ? Lines{"0x2e", "0x2f"}
+                                           : Lines{};
     for (const std::string& call : TakeCalls()) {
         if (call.starts_with("Out32(") || call.starts_with("Inp32(")) {
-            EXPECT_TRUE(Has(kSuperIo));
-            EXPECT_THAT(call, testing::AnyOf(StartsWith("Out32(0x2e, "), StartsWith("Out32(0x2f, "),
-                                             StartsWith("Inp32(0x2f)")));
+            const std::string port = call.substr(6, call.find_first_of(",)") - 6);
+            EXPECT_THAT(ports, testing::Contains(port)) << call;
         }
     }
 }
 
+TEST_P(Selection, NoInterfaceOfWmiIsKept) {
+    library.CheckAvailable();
+    EXPECT_EQ(rig_wbem_interfaces(), 0);
+}
+
 std::string NameOfSubset(const testing::TestParamInfo<unsigned>& subset) {
     std::string name;
+    name += (subset.param & kLpt) != 0 ? "Lpt" : "";
     name += (subset.param & kSuperIo) != 0 ? "SuperIo" : "";
     name += (subset.param & kEapi) != 0 ? "Eapi" : "";
     name += (subset.param & kUsb) != 0 ? "Usb" : "";
@@ -157,6 +172,91 @@ TEST_F(OtherBoard, TooFewPinsAreLoggedWithTheControlByte) {
     EXPECT_EQ(library.CheckAvailable(), -3);
     EXPECT_THAT(TakeTexts(),
                 testing::Contains("[EAPI]: not enough GPIO pins available (7 instead of \x08)"));
+}
+
+// ---- A parallel port that is not usable ----
+
+class UnusablePort : public OnTheRig {
+  protected:
+    /// The lines of the parallel port as the first candidate, between its first and its last.
+    Lines LinesOfLpt(const std::string& scenario) {
+        Load(scenario);
+        Listen();
+        library.CheckAvailable();
+        Lines texts = TakeTexts();
+        const auto end = std::find_if(texts.begin(), texts.end(), [](const std::string& text) {
+            return text.starts_with("... not available. Error ");
+        });
+        EXPECT_NE(end, texts.end());
+        return {texts.begin() + 2, end + 1};
+    }
+};
+
+TEST_F(UnusablePort, WithoutItsLoopbackItIsNotThere) {
+    EXPECT_EQ(LinesOfLpt("[lpt]\npresence_wire = false\n"),
+              (Lines{"[LPT]: error -3", kNotAvailable}));
+}
+
+TEST_F(UnusablePort, WithoutThePortDriverItCannotBeReached) {
+    EXPECT_EQ(LinesOfLpt("[lpt]\n[inpout]\ndriver_open = false\n"),
+              (Lines{"[LPT]: error -2", "... not available. Error -2"}));
+}
+
+TEST_F(UnusablePort, WithoutARangeItHasNoAddress) {
+    EXPECT_EQ(LinesOfLpt("[lpt]\n[[parallel_port]]\n"), (Lines{"[LPT]: error -3", kNotAvailable}));
+}
+
+TEST_F(UnusablePort, AFailureOfWmiIsLoggedWithItsNumber) {
+    EXPECT_EQ(LinesOfLpt("[lpt]\n[[fault]]\nfunction = 'IWbemServices::ExecQuery'\ncall = 2\n"
+                         "status = 0x80041001\n"),
+              (Lines{"[LPT]: pSvc->ExecQuery(ASSOCIATORS OF) failed. hr = 0x80041001",
+                     "[LPT]: error -3", kNotAvailable}));
+}
+
+TEST_F(UnusablePort, WithoutAPowerInterfaceItServesAndSaysSo) {
+    Load("[lpt]\npower_wire = false\n");
+    EXPECT_EQ(library.CheckAvailable(), 0);
+    EXPECT_EQ(library.CheckPowerControlAvailable(), -3);
+    EXPECT_EQ(library.DisableCameraPower(), 0);
+    EXPECT_EQ(rig_level(RIG_CAMERA_POWER), 0);
+}
+
+// ---- COM is the host's ----
+
+class HostsCom : public OnTheRig {
+  protected:
+    HostsCom() { Load(kLptCamera); }
+};
+
+TEST_F(HostsCom, AThreadWithoutComHasNoneAfterwards) {
+    EXPECT_EQ(library.CheckAvailable(), 0);
+    EXPECT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
+    CoUninitialize();
+}
+
+TEST_F(HostsCom, ASingleThreadedHostStaysSo) {
+    ASSERT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
+    Listen();
+    EXPECT_EQ(library.CheckAvailable(), 0);
+    EXPECT_EQ(TakeTexts(),
+              (Lines{kChecking, "[LPT]: initializing...",
+                     "[LPT]: CoInitializeEx() info: already initialized. hr = 0x80010106",
+                     "[LPT]: succeeded.", "[LPT]: power interface available.", kSucceeded}));
+    EXPECT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_FALSE);
+    CoUninitialize();
+    CoUninitialize();
+    EXPECT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK) << "one too few was ended";
+    CoUninitialize();
+}
+
+TEST_F(HostsCom, SecurityThatTheHostSetIsNoFailure) {
+    ASSERT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
+    CoInitializeSecurity(nullptr, -1, nullptr, nullptr, RPC_C_AUTHN_LEVEL_DEFAULT,
+                         RPC_C_IMP_LEVEL_IMPERSONATE, nullptr, EOAC_NONE, nullptr);
+    Listen();
+    EXPECT_EQ(library.CheckAvailable(), 0);
+    EXPECT_EQ(TakeTexts(), LptAnswers());
+    CoUninitialize();
 }
 
 // ---- The log of a board ----

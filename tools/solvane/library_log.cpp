@@ -21,6 +21,7 @@ struct Mark {
 };
 
 constexpr std::array kMarks{
+    Mark{"[LPT]: ", "parallel port"},
     Mark{"[KTRN]: ", "Super I/O"},
     Mark{"[EAPI]: ", "Embedded API"},
     Mark{"FTDI", "FT2232H"},

@@ -127,7 +127,8 @@ class CliTest(unittest.TestCase):
 NO_HARDWARE = "the hardware was not found, or could not be opened and configured"
 
 # The kinds of hardware in the order in which they are looked for, and a scenario of each.
-KINDS = {"Super I/O": "[superio]\n", "Embedded API": "[eapi]\n", "FT2232H": CHIP}
+KINDS = {"parallel port": "[lpt]\n", "Super I/O": "[superio]\n", "Embedded API": "[eapi]\n",
+         "FT2232H": CHIP}
 
 
 def candidates(answering):
@@ -589,9 +590,8 @@ class LibraryFile(CliTest):
     def test_library_is_for_another_processor(self):
         image = bytearray((BIN / "Solvane.dll").read_bytes())
         headers = struct.unpack_from("<I", image, 0x3C)[0]
-        i386, pe32 = 0x14C, 0x10B
-        struct.pack_into("<H", image, headers + 4, i386)
-        struct.pack_into("<H", image, headers + 24, pe32)
+        arm64 = 0xAA64
+        struct.pack_into("<H", image, headers + 4, arm64)
         file = self.directory / "Solvane.dll"
         file.write_bytes(image)
         self.expect_no_library(self.windows(file) + " is not a 64-bit DLL.",

@@ -9,6 +9,7 @@
 #include "instant_chip.h"
 #include "solvane_eapi.h"
 #include "solvane_kontron.h"
+#include "solvane_lpt.h"
 #include "solvane_usb.h"
 
 namespace {
@@ -66,6 +67,13 @@ std::size_t AllocationsOfEveryOperation(Logger& logger) {
     return allocations - before;
 }
 
+/// The port as it is after its controller has found it.
+void FoundLpt() {
+    s_lptInitialised = true;
+    s_lptAvailability = 0;
+    s_lptBaseAddress = 0x378;
+}
+
 class AllocationTest : public testing::Test {
   protected:
     AllocationTest() { host::Record(false); }
@@ -76,6 +84,8 @@ TEST_F(AllocationTest, NoOperationAllocatesWhileNobodyListens) {
     EXPECT_EQ(AllocationsOfEveryOperation<SolvaneUsb>(logger), 0u);
     EXPECT_EQ(AllocationsOfEveryOperation<SolvaneEApi>(logger), 0u);
     EXPECT_EQ(AllocationsOfEveryOperation<SolvaneKontron>(logger), 0u);
+    FoundLpt();
+    EXPECT_EQ(AllocationsOfEveryOperation<SolvaneLpt>(logger), 0u);
 }
 
 /// Configuring allocates the list of devices, and nothing that grows with a full queue.

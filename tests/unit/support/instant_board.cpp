@@ -4,6 +4,7 @@
 
 #include "eapi.h"
 #include "inpout.h"
+#include "wmi.h"
 
 namespace {
 
@@ -53,8 +54,13 @@ EApiStatus_t EAPI_CALL EApiGPIOSetLevel(EApiId_t, std::uint32_t, std::uint32_t) 
     return EAPI_STATUS_SUCCESS;
 }
 
-std::uint16_t INPOUT_CALL Inp32(std::uint16_t) {
+std::uint16_t INPOUT_CALL Inp32(std::uint16_t port) {
     ++calls;
+    constexpr std::uint16_t kSuperIoData = 0x2F;
+    constexpr std::uint16_t kPortReadyWithoutFlag = 0x60;
+    if (port != kSuperIoData) {
+        return kPortReadyWithoutFlag;
+    }
     switch (superIoIndex) {
     case 0x20:
         return 0xC4;
@@ -74,6 +80,11 @@ void INPOUT_CALL Out32(std::uint16_t port, std::uint16_t value) {
     } else if (superIoIndex == 0xED) {
         superIoData = value;
     }
+}
+
+/// COM has no WMI here.
+extern "C" HRESULT solvane_wbem_get_class_object(REFCLSID, REFIID, void**) {
+    return CLASS_E_CLASSNOTAVAILABLE;
 }
 
 std::uint32_t INPOUT_CALL IsInpOutDriverOpen() {
