@@ -1,6 +1,7 @@
 /// The abstract controller: what each kind of hardware does for the host.
 #pragma once
 
+#include "fine_timing.h"
 #include "logger.h"
 
 namespace SLV::Internal {
@@ -58,6 +59,21 @@ class SolvaneInterface {
             }
             *out = question() ? 1 : 0;
             return kOk;
+        });
+    }
+
+    /// The gated question for the MEP flag: a latched flag is cleared with one pulse, and told even
+    /// if the pulse fails.
+    template <typename Latched, typename Pulse>
+    short AnswerAndClear(short* flag, Latched&& isLatched, Pulse&& pulse) {
+        return Answer(flag, [&] {
+            *flag = 0;
+            if (!isLatched()) {
+                return false;
+            }
+            const FineTiming fineTiming;
+            pulse();
+            return true;
         });
     }
 };

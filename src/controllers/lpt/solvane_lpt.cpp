@@ -113,15 +113,7 @@ short SolvaneLpt::DisableForcedBlackUpdate() {
 }
 
 short SolvaneLpt::CheckAndResetMepFlag(short* flag) {
-    return Answer(flag, [&] {
-        *flag = 0;
-        if (!MepFlagLatched()) {
-            return false;
-        }
-        const FineTiming fineTiming;
-        PulseClearMep();
-        return true;
-    });
+    return AnswerAndClear(flag, MepFlagLatched, PulseClearMep);
 }
 
 short SolvaneLpt::CheckSystemReady(short* ready) {

@@ -75,15 +75,8 @@ short SolvaneMoBo::DisableForcedBlackUpdate() {
 }
 
 short SolvaneMoBo::CheckAndResetMepFlag(short* flag) {
-    return Answer(flag, [&] {
-        *flag = 0;
-        if (!IsAt(Mep_Pin, levelLow)) {
-            return false;
-        }
-        const FineTiming fineTiming;
-        PulseClearMep();
-        return true;
-    });
+    return AnswerAndClear(
+        flag, [&] { return IsAt(Mep_Pin, levelLow); }, [&] { PulseClearMep(); });
 }
 
 short SolvaneMoBo::CheckSystemReady(short* ready) {

@@ -79,15 +79,7 @@ short SolvaneUsb::DisableForcedBlackUpdate() {
 }
 
 short SolvaneUsb::CheckAndResetMepFlag(short* flag) {
-    return Answer(flag, [&] {
-        *flag = 0;
-        if (!MepFlagLatched()) {
-            return false;
-        }
-        const FineTiming fineTiming;
-        PulseClearMep();
-        return true;
-    });
+    return AnswerAndClear(flag, MepFlagLatched, PulseClearMep);
 }
 
 short SolvaneUsb::CheckSystemReady(short* ready) {
