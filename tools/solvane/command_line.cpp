@@ -18,9 +18,12 @@ constexpr const char* kDescription =
 What may surprise:
   - Each run is a process of its own. Its first use of the library looks for the hardware,
     configures it afresh and sets the lines to rest: trigger low, clear-MEP at rest. Dark and
-    power stay as they are. This takes about 65 ms, and more than 3 s when the chip must be
-    recovered.
-  - mep clears the flag that it reads. probe therefore leaves the flag alone.
+    power stay as they are on an FT2232H and a parallel port; on a mainboard both powers go on
+    and dark goes off. This takes some tenths of a second, and more than 3 s when an FT2232H must
+    be recovered.
+  - For the same reason accessories-power state on a mainboard always answers "on": the line is
+    not read back, and each run begins with switching it on.
+  - mep clears the flag that it reads. probe and watch therefore leave the flag alone.
   - wake flashes the dark line: there is no wake line, and a camera that shows a picture sees
     10 ms of black.
   - Closing, also at the end of every run, leaves the lines at their levels.
@@ -35,7 +38,7 @@ constexpr const char* kFooter =
 3 the library cannot be loaded. "no" and "off" are answers like any other and end with 0.
 
 With --json each command prints one object in one line on standard output (trigger: one a capture;
-timer: one an event):
+timer: one an event; watch: one a change):
   every command      command; status (0: done); meaning (text, unless status is 0);
                      or in place of both: error (text, the library cannot be loaded)
   probe              candidates (list of number, kind, status); controller (kind or null);
@@ -43,6 +46,10 @@ timer: one an event):
                      (true, false, or null when it could not be asked)
   trigger            capture, of (counted from 1); start_ms (since the first was due);
                      duration_ms
+  doctor             controller (kind or null); kinds (list of kind, asked, status, found, advice:
+                     status is null when it was not asked, advice when nothing is to be done)
+  watch              since_start_ms; ready, dark, camera_power, accessories_power (true, false, or
+                     null); changed (list of their keys)
   dark, camera-power, accessories-power
                      on (true or false: as read, or as set)
   ready              ready (true or false)
@@ -53,8 +60,8 @@ timer: one an event):
                      event); initial_status_ok (true or false: as the run began); data (list of
                      the driver's four words); since_last_ms (since the last event, or since the
                      run began); context
-When the status is not 0 there are no other keys, but for those of probe (whose status is the first
-that is not 0), those of a capture that failed, those of an event, and available. An event whose
+When the status is not 0 there are no other keys, but for those of probe and watch (whose status is
+the first that is not 0), those of doctor, those of a capture that failed, those of an event, and available. An event whose
 status is not 0 is an event like any other and leaves the exit code at 0.)";
 
 constexpr unsigned kMost = 1'000'000'000; // 11 days in ms
@@ -98,6 +105,17 @@ void AddTimerArguments(CLI::App& app, Request& request) {
         ->check(WhyNotUnsigned64);
 }
 
+void AddWatchArguments(CLI::App& app, Request& request) {
+    app.add_flag("--once", request.once, "Show the lines as they are, and end");
+    app.add_option("--interval", request.watchMilliseconds, "So many ms from one look to the next")
+        ->type_name("MS")
+        ->capture_default_str()
+        ->check(CLI::Range(1U, kMost).description(""));
+    app.add_option("--duration", request.watchSeconds, "End after so many seconds")
+        ->type_name("S")
+        ->check(CLI::Range(1U, kMost).description(""));
+}
+
 void AddArguments(CLI::App& app, const Command& command, Request& request) {
     if (command.arguments == CommandArguments::onOffState) {
         app.add_option("setting", request.setting, "Switch it, or ask for its state")
@@ -108,6 +126,8 @@ void AddArguments(CLI::App& app, const Command& command, Request& request) {
         AddTriggerArguments(app, request);
     } else if (command.arguments == CommandArguments::timer) {
         AddTimerArguments(app, request);
+    } else if (command.arguments == CommandArguments::watch) {
+        AddWatchArguments(app, request);
     }
 }
 

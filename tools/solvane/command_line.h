@@ -19,6 +19,10 @@ struct Request {
     unsigned intervalMilliseconds = 0;
     unsigned waitReadyMilliseconds = 0;
 
+    bool once = false;
+    unsigned watchMilliseconds = 100;
+    unsigned watchSeconds = 0; ///< 0: until Ctrl-C
+
     std::uint32_t timerParameter = 0;
     std::uint64_t timerContext = 0;
     unsigned events = 0; ///< 0: until Ctrl-C

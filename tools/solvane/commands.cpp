@@ -12,7 +12,8 @@ int Finish(const Report& report, const Session& session) {
 
 void AddController(Report& report, const LibraryLog& log) {
     using Json = nlohmann::ordered_json;
-    const auto kind = log.Answered();
+    // The last kind stays when none answers, and may answer the next call.
+    const auto kind = report.Status() == SOLVANE_OK ? log.LastTried() : log.Answered();
     report.Add("controller", kind ? Json(*kind) : Json(), "controller",
                std::string(kind.value_or("none")));
 }
@@ -120,6 +121,9 @@ constexpr std::array kCommands{
             "Tell which hardware answers and how its lines stand; the MEP flag is not read, "
             "because reading clears it",
             none, Probe},
+    Command{"doctor", "Tell why each kind of hardware was found or not, and what to do", none,
+            Doctor},
+    Command{"watch", "Show the lines and every change of them, until Ctrl-C", watch, Watch},
     Command{"trigger", "Trigger captures; refused while the system is not ready", trigger, Trigger},
     Command{"wake", "Wake the camera by inverting the dark line for 10 ms", none, Wake},
     Command{"dark", "Force the picture black, or ask", onOffState, Dark},

@@ -18,7 +18,7 @@ struct Session {
     const LibraryLog& log;
 };
 
-enum class CommandArguments { none, onOffState, trigger, timer };
+enum class CommandArguments { none, onOffState, trigger, timer, watch };
 
 struct Command {
     const char* name;
@@ -34,9 +34,11 @@ const Command& FindCommand(const std::string& name);
 
 // The longer commands have files of their own; these are the pieces that all of them share.
 
+int Doctor(const Session& session);
 int Probe(const Session& session);
 int Trigger(const Session& session);
 int RunTimer(const Session& session);
+int Watch(const Session& session);
 
 /// Prints the report; its status.
 int Finish(const Report& report, const Session& session);

@@ -58,9 +58,13 @@ std::optional<std::string_view> LibraryLog::Answered() const {
     return candidates.back().kind;
 }
 
+std::optional<std::string_view> LibraryLog::LastTried() const {
+    return candidates.empty() ? std::nullopt : std::optional(candidates.back().kind);
+}
+
 void LibraryLog::Read(std::string_view line) {
     if (line.find(kTrying) != line.npos) {
-        candidates.push_back({std::exchange(announced, kUnknownKind), std::nullopt});
+        candidates.push_back({std::exchange(announced, kUnknownKind), std::nullopt, {}});
         return;
     }
     if (candidates.empty() || candidates.back().status) { // nothing is being looked for
@@ -78,6 +82,7 @@ void LibraryLog::Read(std::string_view line) {
         candidate.status = status;
     } else {
         candidate.kind = KindOf(line, kMarks, candidate.kind);
+        candidate.lines.emplace_back(line);
     }
 }
 

@@ -15,6 +15,7 @@ namespace host {
 struct Candidate {
     std::string_view kind;     ///< by the marks that it leaves in the log
     std::optional<int> status; ///< of its availability check, 0 if it answered; empty until known
+    std::vector<std::string> lines; ///< what was logged while it was asked
 };
 
 class LibraryLog {
@@ -31,6 +32,9 @@ class LibraryLog {
 
     /// The kind that the library settled on; empty when none answered.
     std::optional<std::string_view> Answered() const;
+
+    /// The kind that the library tried last, which serves if any does; empty before the first.
+    std::optional<std::string_view> LastTried() const;
 
   private:
     void Read(std::string_view line);

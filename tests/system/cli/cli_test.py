@@ -495,7 +495,7 @@ class CommandLine(CliTest):
     def test_help(self):
         outcome = self.run_host("--help", rig=False)
         self.assertEqual((outcome.code, outcome.err), (DONE, ""))
-        for command in ("probe", "trigger", "wake", "dark", "camera-power", "accessories-power",
+        for command in ("probe", "doctor", "watch", "trigger", "wake", "dark", "camera-power", "accessories-power",
                         "ready", "mep", "recheck", "enforce-ftdi", "close", "reset-com", "timer"):
             self.assertRegex(outcome.out, rf"(?m)^  {command} ")
             part = self.run_host(command, "--help", rig=False)
