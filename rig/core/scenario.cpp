@@ -235,10 +235,10 @@ Scenario ParseScenario(std::string_view text, const Knows& knows) {
     }
     scenario.inpoutDriver =
         ReadInpoutDriver(root.Table("inpout"), scenario.superIo || scenario.lpt);
-    for (TableReader& table : root.Tables("fault")) {
+    for (const TableReader& table : root.Tables("fault")) {
         scenario.faults.push_back(ReadFault(table, knows));
     }
-    for (TableReader& table : root.Tables("event")) {
+    for (const TableReader& table : root.Tables("event")) {
         scenario.events.push_back(ReadEvent(table, scenario.usb.size(), knows));
     }
     root.RefuseOtherKeys();

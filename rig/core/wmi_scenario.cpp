@@ -24,7 +24,7 @@ WmiPort ReadPort(TableReader& table, std::size_t index) {
     WmiPort port;
     port.deviceId = {table.Text("device_id").value_or("LPT" + std::to_string(index + 1)),
                      ReadType(table, "device_id_type")};
-    for (TableReader& range : table.Tables("range")) {
+    for (const TableReader& range : table.Tables("range")) {
         port.startingAddresses.push_back(ReadRange(range));
     }
     table.RefuseOtherKeys();

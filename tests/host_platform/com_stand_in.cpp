@@ -75,7 +75,7 @@ HRESULT CoInitializeEx(void* reserved, DWORD model) {
 }
 
 void CoUninitialize() {
-    Note("CoUninitialize()");
+    Note("%s", "CoUninitialize()");
     --initialisations;
 }
 

@@ -96,7 +96,7 @@ BOOL DeviceIoControl(HANDLE device, DWORD code, void* input, DWORD inputSize, vo
     const bool isClear =
         std::all_of(bytes, bytes + outputSize, [](unsigned char byte) { return byte == 0; });
     if (openHandles.count(device) == 0 || returned == nullptr || *returned != 0 || !isClear) {
-        Note("... with a closed handle, no count or a buffer that is not clear");
+        rig_note("... with a closed handle, no count or a buffer that is not clear");
         lastError = kInvalidHandle;
         return 0;
     }

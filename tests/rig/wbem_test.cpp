@@ -9,7 +9,6 @@ namespace test {
 namespace {
 
 constexpr auto kFailedHere = static_cast<HRESULT>(0x80041001);
-constexpr auto kNotFound = static_cast<HRESULT>(0x80041002);
 constexpr auto kWrongParameter = static_cast<HRESULT>(0x80041008);
 constexpr auto kWrongNamespace = static_cast<HRESULT>(0x8004100E);
 constexpr auto kWrongQuery = static_cast<HRESULT>(0x80041017);
