@@ -12,9 +12,6 @@
 
 namespace test {
 
-namespace {
-
-/// What the process-wide hardware state is when the library is loaded.
 void ResetProcessState() {
     using namespace SLV::Internal;
     s_ft_handle = nullptr;
@@ -32,6 +29,8 @@ void ResetProcessState() {
     moboAccessoriesPowerFlag = 0;
     kontronAccessoriesPowerFlag = 0;
 }
+
+namespace {
 
 Journal TakeEntries(std::initializer_list<rig_entry_kind> kinds) {
     Journal journal;

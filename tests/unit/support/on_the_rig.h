@@ -31,6 +31,9 @@ inline constexpr const char* kEapiCamera = "[eapi]\n";
 /// The camera on the GPIO bank of a Super I/O chip.
 inline constexpr const char* kSuperIoCamera = "[superio]\n";
 
+/// Makes the process-wide hardware state what it is when the library is loaded.
+void ResetProcessState();
+
 class OnTheRig : public ::testing::Test {
   protected:
     OnTheRig();

@@ -1,0 +1,363 @@
+/// Every vendor call of every operation goes wrong, once and from then on, in every way that it
+/// can. Whatever it is, the operation ends in bounded time with a documented status, leaves the
+/// timer resolution as it was and the trigger low, and the hardware serves again once it is whole.
+
+#include <iostream>
+#include <map>
+
+#include "host_platform.h"
+#include "on_the_rig.h"
+#include "proof_kinds.h"
+#include "usb_claims.h"
+
+namespace {
+
+using namespace proof;
+using namespace test;
+using SLV::Internal::ControllerPtr;
+using SLV::Internal::kOk;
+
+constexpr std::uint64_t kMillisecond = 1'000'000;
+constexpr std::uint64_t kSecond = 1000 * kMillisecond;
+
+/// A latched flag makes every operation do all that it can.
+constexpr const char* kCamera = "[camera]\nmep_latched = true\nready_after_power_ms = 100\n";
+
+enum class State { Fresh, Configured, AfterAMishap };
+constexpr State kStates[] = {State::Fresh, State::Configured, State::AfterAMishap};
+constexpr const char* kStateNames[] = {", fresh, ", ", configured, ", ", after a mishap, "};
+
+/// A fault and when it strikes.
+struct Strike {
+    std::string function;
+    std::uint32_t call; ///< counted from 1 from the operation on
+    std::uint32_t times;
+    const Way* way;
+};
+
+struct Case {
+    const Kind& kind;
+    const Operation& operation;
+    State state;
+    const Strike& strike;
+
+    bool Configures() const {
+        return state != State::Configured || operation.op == Op::RecheckStatus;
+    }
+};
+
+std::string Text(const Case& one) {
+    const Strike& strike = one.strike;
+    return std::string(one.kind.name) + ", " + one.operation.name +
+           kStateNames[static_cast<int>(one.state)] + strike.function + " call " +
+           std::to_string(strike.call) + (strike.times == 0 ? " and on " : " ") + strike.way->name +
+           " (" + std::to_string(strike.way->status) + ", " + std::to_string(strike.way->count) +
+           ")";
+}
+
+class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kind> {
+  protected:
+    EveryFailureTest() {
+        host::Record(false);
+        logger.Install(nullptr, [](void* context, const char*) { static_cast<void>(context); });
+    }
+
+    /// Hardware in the starting state of a case.
+    void Start(const Kind& kind, State state) {
+        controller.reset();
+        ResetProcessState();
+        Load(std::string(kind.scenario) + kCamera);
+        controller = kind.make(logger);
+        if (state == State::Configured) {
+            controller->CheckAvailable();
+        } else if (state == State::AfterAMishap) {
+            Stumble(kind.mishap);
+        }
+    }
+
+    void Stumble(const Mishap& mishap) {
+        if (mishap.isConfigured) {
+            controller->CheckAvailable();
+        }
+        FailStatus(mishap.function, 1, mishap.status);
+        if (!mishap.isConfigured) {
+            EXPECT_NE(controller->CheckAvailable(), 0);
+        }
+    }
+
+    /// The way selection does it: the new one is there before the old one goes.
+    void Replace(const Kind& kind) {
+        ControllerPtr old = std::exchange(controller, kind.make(logger));
+        old.reset();
+    }
+
+    short Run(const Kind& kind, const Operation& operation, short& answer) {
+        if (operation.op == Op::RecheckStatus) {
+            Replace(kind);
+            return controller->CheckAvailable();
+        }
+        return operation.run(*controller, &answer);
+    }
+
+    /// The names of the calls of the operation on hardware that works.
+    static std::vector<std::string> Calls(std::size_t journalBefore) {
+        std::vector<std::string> names;
+        rig_entry entry{};
+        for (std::size_t i = journalBefore; rig_journal_entry(i, &entry) == 0; ++i) {
+            if (entry.kind == RIG_CALL) {
+                names.emplace_back(entry.text, std::string_view(entry.text).find('('));
+            }
+        }
+        return names;
+    }
+
+    std::vector<Strike> Strikes(const Kind& kind, const Operation& operation, State state) {
+        Start(kind, state);
+        const std::size_t before = rig_journal_size();
+        short answer = kUntouched;
+        Run(kind, operation, answer);
+        std::vector<Strike> strikes;
+        std::map<std::string, std::uint32_t> ordinals;
+        std::uint32_t call = 0;
+        for (const std::string& name : Calls(before)) {
+            const std::size_t known = strikes.size();
+            ++call;
+            const std::uint32_t ordinal = ++ordinals[name];
+            for (const VendorFunction& function : kind.functions) {
+                for (const Way& way : function.ways) {
+                    if (name == function.name) {
+                        strikes.push_back({name, ordinal, 1, &way});
+                        strikes.push_back({name, ordinal, 0, &way});
+                    }
+                }
+            }
+            EXPECT_GT(strikes.size(), known) << "nobody knows how this fails: " << name;
+            for (const Way& way : kind.dead) {
+                strikes.push_back({"*", call, 0, &way});
+            }
+        }
+        return strikes;
+    }
+
+    /// What is wrong, empty if nothing is.
+    std::string Try(const Case& one) {
+        const Strike& strike = one.strike;
+        Start(one.kind, one.state);
+        const rig_fault fault{strike.function.c_str(),
+                              rig_calls(strike.function.c_str()) + strike.call,
+                              strike.times,
+                              strike.way->kind,
+                              strike.way->status,
+                              strike.way->count};
+        if (rig_add_fault(&fault) != 0) {
+            return "no such fault";
+        }
+        const std::uint64_t began = rig_time();
+        short answer = kUntouched;
+        const short status = Run(one.kind, one.operation, answer);
+        const std::uint64_t took = rig_time() - began;
+        longest = std::max(longest, took);
+        if (took > kLongest * kMillisecond) {
+            return std::to_string(took / kMillisecond) + " ms";
+        }
+        for (const std::string& complaint :
+             {StatusComplaint(one, status, answer), AnswerComplaint(one, status, answer),
+              LineComplaint(one, status)}) {
+            if (!complaint.empty()) {
+                return complaint;
+            }
+        }
+        const bool isFinal = one.kind.comeback == Comeback::NewController;
+        const short afterwards = isFinal ? controller->CheckAvailable() : kOk;
+        rig_clear_faults();
+        host::Advance(kSecond);
+        if (isFinal && controller->CheckAvailable() != afterwards) {
+            return "availability changed";
+        }
+        return Recovery(one);
+    }
+
+    static std::string StatusComplaint(const Case& one, short status, short answer) {
+        // Lines that do not come to rest are an answer of whatever operation configures.
+        const bool isRest =
+            one.kind.configuringMayAnswerWrite && one.Configures() && status == SOLVANE_E_WRITE;
+        if (!IsDocumented(one.operation, status) && !isRest) {
+            return "undocumented status " + std::to_string(status);
+        }
+        const bool isAnswered = status == 0 && HasAnswer(one.operation.op);
+        if (isAnswered ? answer != 0 && answer != 1 : answer != kUntouched) {
+            return "answer " + std::to_string(answer) + " with status " + std::to_string(status);
+        }
+        if (rig_wbem_interfaces() != 0) {
+            return "a COM interface is held";
+        }
+        return host::RaisedTimerPeriods() == 0 ? "" : "the timer resolution stays raised";
+    }
+
+    /// What the hardware does not lie about is answered truly or safely: a camera is taken for
+    /// powered, and for neither dark nor ready. A chip that failed once was read once more.
+    static std::string AnswerComplaint(const Case& one, short status, short answer) {
+        const Way& way = *one.strike.way;
+        const bool isHonest = way.kind == RIG_FAULT_STATUS && way.risk != TriggerRisk::WrongByte;
+        if (!isHonest || status != 0 || !HasAnswer(one.operation.op)) {
+            return "";
+        }
+        const bool isTrue = answer == (one.operation.op == Op::CheckForcedBlackUpdate ? 0 : 1);
+        const bool mustBeTrue =
+            one.operation.op == Op::CheckAccessoriesPower ||
+            one.operation.op == Op::CheckForcedBlackUpdate ||
+            (one.operation.op == Op::CheckCameraPower && !one.kind.lostPowerIsOff) ||
+            (one.kind.comeback == Comeback::UsbHandle && one.strike.times == 1 &&
+             one.state != State::AfterAMishap);
+        return isTrue || !mustBeTrue ? "" : "answer " + std::to_string(answer);
+    }
+
+    /// Only bytes that went wrong take a picture that nobody asked for.
+    static bool MayTrigger(const Case& one) {
+        const TriggerRisk risk = one.strike.way->risk;
+        return risk == TriggerRisk::Garble || risk == TriggerRisk::WrongByte ||
+               (risk == TriggerRisk::WrongRegister && one.Configures());
+    }
+
+    std::string LineComplaint(const Case& one, short status) {
+        const bool isTrigger = one.operation.op == Op::TriggerCapture;
+        const bool isUnasked = rig_captures() > (isTrigger ? 1u : 0u);
+        unasked += isUnasked ? 1 : 0;
+        if (isUnasked && !MayTrigger(one)) {
+            return "a picture that nobody asked for";
+        }
+        unseenLosses += isTrigger && status == 0 && rig_captures() == 0 ? 1 : 0;
+        const bool isHigh = rig_level(RIG_TRIGGER) != 0;
+        leftHigh += isHigh ? 1 : 0;
+        return isHigh && !MayStayHigh(one, status) ? "the trigger stays high" : "";
+    }
+
+    /// Only a failed write of a trigger leaves it so, and the host is told unless nobody can tell;
+    /// or bytes went wrong that the hardware then took for the truth.
+    static bool MayStayHigh(const Case& one, short status) {
+        const bool isTrigger = one.operation.op == Op::TriggerCapture;
+        switch (one.strike.way->risk) {
+        case TriggerRisk::None:
+            return false;
+        case TriggerRisk::FailedWrite:
+        case TriggerRisk::WrongRegister:
+            return isTrigger && status == SOLVANE_E_WRITE;
+        case TriggerRisk::UnseenWrite:
+            return isTrigger;
+        case TriggerRisk::Garble:
+            // A question that reads again takes a single cut command away with it, unless it has
+            // read again already.
+            return isTrigger || one.strike.times == 0 || one.state == State::AfterAMishap;
+        case TriggerRisk::WrongByte:
+            return true;
+        }
+        return false;
+    }
+
+    /// The hardware is whole again: who serves when?
+    std::string Recovery(const Case& one) {
+        const UsbClaims claims(one.strike.way->kind);
+        const bool isUsb = one.kind.comeback == Comeback::UsbHandle;
+        if (one.kind.comeback != Comeback::NewController) {
+            const bool atOnce = !isUsb || claims.ServesAtOnce();
+            if ((controller->CheckAvailable() == 0) != atOnce) {
+                return atOnce ? "the next operation fails" : "the next operation works";
+            }
+            needNewController += atOnce ? 0 : 1;
+            if (isUsb && atOnce && !RestsAfterClose()) {
+                return "closing does not bring the lines to rest";
+            }
+        }
+        if (isUsb && (controller->ResetComPort() == 0) == claims.isSerialClaimed) {
+            return "serial channel";
+        }
+        Replace(one.kind);
+        const bool isClaimed = isUsb && !claims.ServesANewController();
+        if (isClaimed) {
+            ++needReplug;
+            if (controller->CheckAvailable() == 0) {
+                return "a new controller opened a channel that nobody had closed";
+            }
+            rig_unplug(0);
+            rig_plug(0);
+        }
+        const std::string complaint = Service(one.kind);
+        controller.reset();
+        const std::size_t stillOpen = claims.isSerialClaimed && !isClaimed ? 1 : 0;
+        return complaint.empty() && OpenChannels() != stillOpen ? "an open channel" : complaint;
+    }
+
+    /// What a host is told to do about a trigger that stayed high.
+    bool RestsAfterClose() {
+        controller->CloseDevice();
+        return controller->CheckAvailable() == 0 && rig_level(RIG_TRIGGER) == 0;
+    }
+
+    /// Everything works: lines at rest, and one trigger is one picture.
+    std::string Service(const Kind& kind) {
+        if (controller->CheckAvailable() != 0) {
+            return "a new controller fails";
+        }
+        if (rig_level(RIG_TRIGGER) != 0 || (kind.restsClearMep && rig_level(RIG_CLEAR_MEP) != 0)) {
+            return "lines are not at rest";
+        }
+        controller->EnableCameraPower();
+        host::Advance(kSecond);
+        const std::uint32_t captures = rig_captures();
+        short ready = kUntouched;
+        if (controller->CheckSystemReady(&ready) != 0 || ready != 1) {
+            return "not ready again";
+        }
+        if (controller->TriggerCapture() != 0 || rig_captures() != captures + 1 ||
+            rig_level(RIG_TRIGGER) != 0) {
+            return "no picture again";
+        }
+        controller->CloseDevice();
+        return controller->CheckAvailable() != 0 ? "not closed" : "";
+    }
+
+    void RunAll(const Kind& kind) {
+        std::size_t all = 0;
+        std::size_t good = 0;
+        for (const Operation& operation : Operations()) {
+            if (operation.op == Op::EnforceFTDI) {
+                continue; // the same as RecheckStatus, for one kind
+            }
+            for (const State state : kStates) {
+                for (const Strike& strike : Strikes(kind, operation, state)) {
+                    const Case one{kind, operation, state, strike};
+                    const std::string wrong = Try(one);
+                    ++all;
+                    good += wrong.empty() ? 1 : 0;
+                    if (!wrong.empty() && all - good <= kMostComplaints) {
+                        ADD_FAILURE() << Text(one) << ": " << wrong;
+                    }
+                }
+            }
+        }
+        EXPECT_EQ(good, all);
+        std::cout << kind.name << ": " << good << " of " << all << " failures; longest "
+                  << longest / kMillisecond << " ms, trigger left high by a failed access "
+                  << leftHigh << ", unasked picture by wrong bytes " << unasked
+                  << ", success without a picture " << unseenLosses << ", new controller needed "
+                  << needNewController << ", replugging needed " << needReplug << '\n';
+    }
+
+    static constexpr std::size_t kMostComplaints = 20;
+
+    ControllerPtr controller;
+    std::uint64_t longest = 0;
+    std::size_t leftHigh = 0;
+    std::size_t unasked = 0;
+    std::size_t unseenLosses = 0;
+    std::size_t needNewController = 0;
+    std::size_t needReplug = 0;
+};
+
+TEST_P(EveryFailureTest, IsSurvivedByEveryOperation) {
+    RunAll(GetParam());
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, EveryFailureTest, testing::ValuesIn(Kinds()), TestName);
+
+} // namespace

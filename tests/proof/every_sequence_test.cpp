@@ -1,0 +1,229 @@
+/// Every sequence of three calls (four with SOLVANE_LONG=1) that a host can make, through the
+/// exported functions, against the model of what it should see: after each call the status, the
+/// answer, all lines, the captures and the time, and after the last one every edge at its moment.
+
+#include <algorithm>
+#include <cstdlib>
+#include <functional>
+#include <iostream>
+
+#include "host_platform.h"
+#include "library_state.h"
+#include "on_the_rig.h"
+#include "proof_kinds.h"
+
+namespace {
+
+using namespace proof;
+using namespace test;
+using SLV::Internal::GetLibraryState;
+using SLV::Internal::LibraryState;
+using SLV::Internal::SelectController;
+
+constexpr std::uint64_t kNanosecondsPerMillisecond = 1'000'000;
+
+const CameraStart kCameras[] = {
+    {.name = "ready"},
+    {.name = "unpowered and dark, flag latched",
+     .flagLatched = true,
+     .pulledDark = true,
+     .pulledOn = false,
+     .exposure = 40,
+     .readyAfterPower = 1},
+    {.name = "asleep, flag stuck", .asleep = true, .flagStuck = true, .exposure = 5},
+};
+
+std::string Text(const Outcome& outcome) {
+    return "status " + std::to_string(outcome.status) + ", answer " +
+           std::to_string(outcome.answer);
+}
+
+std::string Text(const std::vector<Edge>& edges) {
+    std::string text;
+    for (const Edge& edge : edges) {
+        text += std::to_string(edge.at) + " ms " + rig_line_name(edge.line) +
+                (edge.level ? " 1; " : " 0; ");
+    }
+    return text;
+}
+
+/// What happened at one moment has no order.
+std::vector<Edge> Sorted(std::vector<Edge> edges) {
+    std::ranges::sort(edges);
+    return edges;
+}
+
+std::vector<Edge> EdgesOnTheRig() {
+    std::vector<Edge> edges;
+    rig_entry entry{};
+    for (std::size_t i = 0; rig_journal_entry(i, &entry) == 0; ++i) {
+        if (entry.kind != RIG_EDGE) {
+            continue;
+        }
+        const std::string_view text = entry.text;
+        for (int line = 0; line < RIG_LINE_COUNT; ++line) {
+            if (text.substr(0, text.size() - 2) == rig_line_name(static_cast<rig_line>(line))) {
+                edges.push_back({entry.time / kNanosecondsPerMillisecond,
+                                 static_cast<rig_line>(line), text.back() == '1'});
+            }
+        }
+    }
+    return Sorted(std::move(edges));
+}
+
+class EverySequenceTest : public OnTheRig {
+  protected:
+    using Sequence = std::vector<const Operation*>;
+    using Call = std::function<short(const Operation&, short*)>;
+
+    EverySequenceTest() { host::Record(false); }
+    ~EverySequenceTest() override { GetLibraryState().controller.reset(); }
+
+    /// The library as its first call finds it: one pass over the candidates.
+    static void StartLibrary(const std::string& scenario) {
+        LibraryState& state = GetLibraryState();
+        state.controller.reset();
+        ResetProcessState();
+        Load(scenario);
+        SelectController(state);
+    }
+
+    /// What differs from the model, empty if nothing does.
+    static std::string Difference(const Sequence& sequence, const Call& call, HostModel& model) {
+        for (const Operation* operation : sequence) {
+            short answer = kUntouched;
+            const short status = call(*operation, &answer);
+            const Outcome outcome{status, answer};
+            if (const Outcome expected = model.Run(operation->op); outcome != expected) {
+                return std::string(operation->name) + ": " + Text(outcome) + " instead of " +
+                       Text(expected);
+            }
+            if (const std::string difference = LineDifference(model.camera); !difference.empty()) {
+                return std::string(operation->name) + ": " + difference;
+            }
+        }
+        const std::vector<Edge> edges = EdgesOnTheRig();
+        const std::vector<Edge> expected = Sorted(model.camera.edges);
+        return edges == expected ? "" : "edges " + Text(edges) + "instead of " + Text(expected);
+    }
+
+    static std::string LineDifference(const CameraModel& camera) {
+        for (int i = 0; i < RIG_LINE_COUNT; ++i) {
+            const auto line = static_cast<rig_line>(i);
+            if ((rig_level(line) != 0) != camera.Level(line)) {
+                return std::string("level of ") + rig_line_name(line);
+            }
+        }
+        if (rig_captures() != camera.Captures()) {
+            return "captures";
+        }
+        return rig_time() == camera.Now() * kNanosecondsPerMillisecond
+                   ? ""
+                   : "time " + std::to_string(rig_time()) + " ns";
+    }
+
+    static short CallExport(const Operation& operation, short* answer) {
+        return operation.callExport(answer);
+    }
+
+    static Sequence SequenceOf(std::size_t number, int length) {
+        Sequence sequence;
+        for (int i = 0; i < length; ++i) {
+            sequence.push_back(&Operations()[number % Operations().size()]);
+            number /= Operations().size();
+        }
+        return sequence;
+    }
+
+    static void RunAll(const char* name, const std::string& hardware, const Behaviour& behaviour,
+                       const CameraStart& camera) {
+        const int length = std::getenv("SOLVANE_LONG") != nullptr ? 4 : 3;
+        std::size_t all = 1;
+        for (int i = 0; i < length; ++i) {
+            all *= Operations().size();
+        }
+        std::size_t good = 0;
+        const std::string scenario = hardware + camera.Scenario();
+        for (std::size_t number = 0; number < all && number - good < 5; ++number) {
+            const Sequence sequence = SequenceOf(number, length);
+            StartLibrary(scenario);
+            HostModel model(behaviour, camera);
+            model.Select();
+            const std::string difference = Difference(sequence, CallExport, model);
+            good += difference.empty() ? 1 : 0;
+            EXPECT_EQ(difference, "")
+                << name << ", camera " << camera.name << ": " << Names(sequence);
+        }
+        EXPECT_EQ(good, all);
+        std::cout << name << ", camera " << camera.name << ": " << good << " of " << all
+                  << " sequences of " << length << '\n';
+    }
+
+    static std::string Names(const Sequence& sequence) {
+        std::string names;
+        for (const Operation* operation : sequence) {
+            names += std::string(operation->name) + "; ";
+        }
+        return names;
+    }
+};
+
+class EverySequenceOfAKindTest : public EverySequenceTest,
+                                 public testing::WithParamInterface<Kind> {
+  protected:
+    std::string FreshDifference(const CameraStart& camera, bool isAbsent, const Operation& first,
+                                const Operation& second) {
+        ResetProcessState();
+        Load((isAbsent ? "" : GetParam().scenario) + camera.Scenario());
+        const SLV::Internal::ControllerPtr controller = GetParam().make(logger);
+        const Behaviour& behaviour = GetParam().behaviour;
+        HostModel model(isAbsent ? behaviour.Absent() : behaviour, camera);
+        if (HasAnswer(first.op)) {
+            const short status = first.run(*controller, nullptr);
+            const short expected = model.Run(first.op, false).status;
+            if (status != expected) {
+                return "null pointer: status " + std::to_string(status);
+            }
+        }
+        const auto call = [&](const Operation& operation, short* answer) {
+            return operation.run(*controller, answer);
+        };
+        return Difference({&first, &second}, call, model);
+    }
+};
+
+TEST_P(EverySequenceOfAKindTest, IsAsTheModelSays) {
+    for (const CameraStart& camera : kCameras) {
+        RunAll(GetParam().name, GetParam().scenario, GetParam().behaviour, camera);
+    }
+}
+
+/// No call needs another one before it: a controller that was never asked configures by itself, and
+/// where nothing is there it says so. A null pointer comes after that.
+TEST_P(EverySequenceOfAKindTest, IsAsTheModelSaysOnAFreshController) {
+    std::size_t all = 0;
+    std::size_t good = 0;
+    for (const CameraStart& camera : kCameras) {
+        for (const bool isAbsent : {false, true}) {
+            for (const Operation& first : ControllerOperations()) {
+                for (const Operation& second : ControllerOperations()) {
+                    const std::string difference = FreshDifference(camera, isAbsent, first, second);
+                    EXPECT_EQ(difference, "") << first.name << "; " << second.name << ", camera "
+                                              << camera.name << (isAbsent ? ", absent" : "");
+                    ++all;
+                    good += difference.empty() ? 1 : 0;
+                }
+            }
+        }
+    }
+    std::cout << GetParam().name << ": " << good << " of " << all
+              << " pairs on a fresh controller\n";
+}
+
+INSTANTIATE_TEST_SUITE_P(On, EverySequenceOfAKindTest, testing::ValuesIn(Kinds()), TestName);
+
+TEST_F(EverySequenceTest, WithoutHardwareIsAsTheModelSays) {
+    RunAll("no hardware", "", Behaviour().Absent(), kCameras[0]);
+}
+
+} // namespace

@@ -1,0 +1,284 @@
+/// The chip leaves before every call of every operation and comes back at once, 20 ms or 5 s later:
+/// pulled off the bus, or only silent, or answering with an error. In between it may lie. The
+/// operation ends with a documented status and a safe answer, and one question brings the chip
+/// back.
+
+#include <iostream>
+#include <random>
+
+#include "bit_port.h"
+#include "host_platform.h"
+#include "on_the_rig.h"
+#include "proof_operations.h"
+#include "solvane_usb.h"
+
+namespace {
+
+using namespace proof;
+using namespace test;
+using SLV::Internal::SolvaneUsb;
+
+constexpr std::uint64_t kMillisecond = 1'000'000;
+
+constexpr std::uint64_t kNever = ~std::uint64_t{0};
+constexpr std::uint32_t kError = RIG_FAULT_STATUS;
+constexpr std::uint32_t kSilence = RIG_FAULT_SILENT;
+constexpr std::uint32_t kIoError = 4; // of D2XX
+
+constexpr const char* kCamera = "[camera]\nmep_latched = true\nready_after_power_ms = 100\n";
+
+/// How the chip is away.
+enum class Absence { Unplugged, Silent, Failing };
+constexpr Absence kAbsences[] = {Absence::Unplugged, Absence::Silent, Absence::Failing};
+constexpr const char* kAbsenceNames[] = {"unplugged", "silent", "failing"};
+constexpr std::uint32_t kMillisecondsAway[] = {0, 20, 5000};
+
+struct Case {
+    const Operation* operation;
+    bool isConfigured;
+    std::uint32_t call;   ///< of any function, since the scenario began
+    std::uint64_t callAt; ///< in ms
+    Absence absence;
+    std::uint32_t away;
+};
+
+std::string Text(const Case& one) {
+    return std::string(one.operation->name) + (one.isConfigured ? ", configured" : ", fresh") +
+           ", " + kAbsenceNames[static_cast<int>(one.absence)] + " before call " +
+           std::to_string(one.call) + " for " + std::to_string(one.away) + " ms";
+}
+
+class EveryUnplugTest : public OnTheRig {
+  protected:
+    EveryUnplugTest() {
+        host::Record(false);
+        logger.Install(this, [](void* context, const char*) {
+            static_cast<EveryUnplugTest*>(context)->ComeBackWhenDue();
+        });
+    }
+
+    void Start(bool isConfigured, const std::string& events) {
+        controller.reset();
+        ResetProcessState();
+        Load(std::string(kUsbCamera) + kCamera + events);
+        controller = std::make_unique<SolvaneUsb>(logger);
+        if (isConfigured) {
+            controller->CheckAvailable();
+        }
+    }
+
+    /// The library logs while it waits, which is where a chip that is only silent comes back.
+    void ComeBackWhenDue() {
+        if (host::Now() >= backAt) {
+            rig_clear_faults();
+        }
+    }
+
+    static std::string Events(const Case& one) {
+        if (one.absence != Absence::Unplugged) {
+            return "";
+        }
+        const std::string before = "before = \"*\"\ncall = " + std::to_string(one.call) + "\n";
+        const std::string back =
+            one.away == 0 ? before : "at_ms = " + std::to_string(one.callAt + one.away) + "\n";
+        return "[[event]]\n" + before + "action = \"unplug\"\n[[event]]\n" + back +
+               "action = \"plug\"\n";
+    }
+
+    /// Plans a chip that stays on the bus and does nothing.
+    void FallSilent(const Case& one) {
+        const bool isSilent = one.absence == Absence::Silent;
+        const rig_fault fault{"*",
+                              one.call,
+                              one.away == 0 ? 1u : 0u,
+                              isSilent ? kSilence : kError,
+                              isSilent ? 0u : kIoError,
+                              0};
+        ASSERT_EQ(rig_add_fault(&fault), 0);
+        if (one.away != 0) {
+            const std::uint64_t began = host::Now() - rig_time();
+            backAt = began + (one.callAt + one.away) * kMillisecond;
+        }
+    }
+
+    std::string Try(const Case& one) {
+        backAt = kNever;
+        Start(one.isConfigured, Events(one));
+        if (one.absence != Absence::Unplugged) {
+            FallSilent(one);
+        }
+        const std::uint64_t before = rig_time();
+        short answer = kUntouched;
+        const short status = one.operation->run(*controller, &answer);
+        const std::uint64_t took = rig_time() - before;
+        longest = std::max(longest, took);
+        (status == 0 ? recovered : refused) += 1;
+        if (std::string complaint = Complaint(one, status, answer); !complaint.empty()) {
+            return complaint;
+        }
+        if (took > kLongest * kMillisecond) {
+            return std::to_string(took / kMillisecond) + " ms";
+        }
+        if (one.absence == Absence::Unplugged && rig_level(RIG_TRIGGER) != 0) {
+            return "the trigger stays high"; // a chip that left has let go of it
+        }
+        rig_clear_faults();
+        host::Advance(6000 * kMillisecond);
+        return one.absence == Absence::Unplugged ? ComesBackByItself() : ComesBackAfresh();
+    }
+
+    static std::string Complaint(const Case& one, short status, short answer) {
+        if (!IsDocumented(*one.operation, status)) {
+            return "undocumented status " + std::to_string(status);
+        }
+        if (host::RaisedTimerPeriods() != 0) {
+            return "the timer resolution stays raised";
+        }
+        const Op op = one.operation->op;
+        if (status != 0 || !HasAnswer(op)) {
+            return answer == kUntouched ? "" : "an answer with status " + std::to_string(status);
+        }
+        const bool isPower = op == Op::CheckCameraPower || op == Op::CheckAccessoriesPower;
+        // Both powers are on and dark is off: a lost line answers so as well.
+        if ((isPower && answer != 1) || (op == Op::CheckForcedBlackUpdate && answer != 0) ||
+            (answer != 0 && answer != 1)) {
+            return "answer " + std::to_string(answer);
+        }
+        return "";
+    }
+
+    /// Whatever happened, a chip that was plugged in again is found by the first question.
+    std::string ComesBackByItself() {
+        short ready = kUntouched;
+        if (controller->CheckSystemReady(&ready) != 0 || ready != rig_level(RIG_READY)) {
+            return "no true answer again";
+        }
+        return Service();
+    }
+
+    std::string ComesBackAfresh() {
+        controller = nullptr; // closes what it holds
+        controller = std::make_unique<SolvaneUsb>(logger);
+        if (controller->CheckAvailable() != 0) { // a close that failed keeps the channel
+            ++replugged;
+            rig_unplug(0);
+            rig_plug(0);
+        }
+        return Service();
+    }
+
+    std::string Service() {
+        controller->EnableCameraPower();
+        host::Advance(1000 * kMillisecond);
+        const std::uint32_t captures = rig_captures();
+        if (controller->TriggerCapture() != 0 || rig_captures() != captures + 1) {
+            return "no picture again";
+        }
+        return rig_level(RIG_TRIGGER) == 0 ? "" : "the trigger stays high";
+    }
+
+    /// The calls of an operation on a chip that stays: when each of them is made.
+    std::vector<Case> Cases(const Operation& operation, bool isConfigured) {
+        backAt = kNever;
+        Start(isConfigured, "");
+        const std::uint32_t before = rig_calls(nullptr);
+        short answer = kUntouched;
+        operation.run(*controller, &answer);
+        std::vector<Case> cases;
+        std::uint32_t call = 0;
+        rig_entry entry{};
+        for (std::size_t i = 0; rig_journal_entry(i, &entry) == 0; ++i) {
+            if (entry.kind != RIG_CALL || ++call <= before) {
+                continue;
+            }
+            for (const Absence absence : kAbsences) {
+                for (const std::uint32_t away : kMillisecondsAway) {
+                    cases.push_back(
+                        {&operation, isConfigured, call, entry.time / kMillisecond, absence, away});
+                }
+            }
+        }
+        return cases;
+    }
+
+    std::unique_ptr<SolvaneUsb> controller;
+    std::uint64_t backAt = kNever;
+    std::uint64_t longest = 0;
+    std::size_t recovered = 0;
+    std::size_t refused = 0;
+    std::size_t replugged = 0;
+};
+
+TEST_F(EveryUnplugTest, IsSurvivedByEveryOperation) {
+    std::size_t all = 0;
+    std::size_t good = 0;
+    for (const Operation& operation : ControllerOperations()) {
+        for (const bool isConfigured : {false, true}) {
+            for (const Case& one : Cases(operation, isConfigured)) {
+                const std::string wrong = Try(one);
+                ++all;
+                good += wrong.empty() ? 1 : 0;
+                if (!wrong.empty() && all - good <= 20) {
+                    ADD_FAILURE() << Text(one) << ": " << wrong;
+                }
+            }
+        }
+    }
+    EXPECT_EQ(good, all);
+    std::cout << "FT2232H: " << good << " of " << all << " absences; " << recovered
+              << " operations answered 0, " << refused << " a documented failure; longest "
+              << longest / kMillisecond << " ms, replugged after a lost close " << replugged
+              << '\n';
+}
+
+/// Bytes that nobody asked for wait in the queue, and numbers are wrong: the operation ends as
+/// documented, and the chip serves again.
+class NoiseTest : public EveryUnplugTest {
+  protected:
+    /// Reads of either byte, and commands that there are not: each is answered.
+    void LeaveBytes() {
+        for (std::size_t i = random() % 4 + 1; i > 0; --i) {
+            const auto none = static_cast<std::uint8_t>(random() % 128);
+            std::uint8_t commands[] = {0x81, 0x83, none};
+            std::uint32_t written = 0;
+            FT_Write(SLV::Internal::s_ft_handle, &commands[random() % 3], 1, &written);
+        }
+        host::Advance(kMillisecond * (random() % 3));
+    }
+
+    void CountWrong() {
+        for (const char* const function :
+             {"FT_GetQueueStatus", "FT_CreateDeviceInfoList", "FT_GetDeviceInfoList"}) {
+            const auto call = static_cast<std::uint32_t>(random() % 4 + 1);
+            FailCount(function, call, static_cast<std::uint32_t>(random() >> random() % 32));
+        }
+    }
+
+    static constexpr unsigned kSeed = 20;
+    std::mt19937 random{kSeed};
+};
+
+TEST_F(NoiseTest, IsSurvivedByEveryOperation) {
+    constexpr int kRounds = 100;
+    std::size_t all = 0;
+    std::size_t good = 0;
+    for (const Operation& operation : ControllerOperations()) {
+        for (int round = 0; round < kRounds; ++round, ++all) {
+            Start(true, "");
+            LeaveBytes();
+            CountWrong();
+            short answer = kUntouched;
+            const short status = operation.run(*controller, &answer);
+            rig_clear_faults();
+            host::Advance(1000 * kMillisecond);
+            std::string wrong = IsDocumented(operation, status) ? "" : "status; ";
+            wrong += host::RaisedTimerPeriods() == 0 ? "" : "timer resolution; ";
+            wrong += ComesBackAfresh();
+            good += wrong.empty() ? 1 : 0;
+            EXPECT_EQ(wrong, "") << operation.name << ", round " << round << ", seed " << kSeed;
+        }
+    }
+    std::cout << "FT2232H: " << good << " of " << all << " noises, seed " << kSeed << '\n';
+}
+
+} // namespace

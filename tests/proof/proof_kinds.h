@@ -1,0 +1,74 @@
+/// The kinds of hardware that everything here is proved for. A new kind is one row of the table.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "controller_ptr.h"
+#include "host_model.h"
+
+namespace proof {
+
+/// What a fault can do to the trigger line.
+enum class TriggerRisk : std::uint8_t {
+    None,
+    FailedWrite,   ///< an access fails that drives a line or sees whether it was driven
+    UnseenWrite,   ///< the same, and nobody can tell
+    WrongRegister, ///< the same; or the write that is lost chose the register to be accessed next
+    Garble,        ///< a command is cut short, and the chip takes the next ones for its rest
+    WrongByte      ///< a register reads other than it is, and is written back so
+};
+
+/// One way in which a vendor call goes wrong: a rig_fault without its place.
+struct Way {
+    const char* name = "";
+    std::uint32_t kind = 0;
+    std::uint32_t status = 0;
+    std::uint32_t count = 0;
+    TriggerRisk risk = TriggerRisk::None;
+};
+
+struct VendorFunction {
+    const char* name;
+    std::vector<Way> ways;
+};
+
+/// When hardware that failed serves again, once it is whole.
+enum class Comeback : std::uint8_t {
+    NextOperation, ///< whatever was asked, the next operation configures it
+    NewController, ///< a controller whose configuration failed never tries again
+    UsbHandle      ///< it depends on the handle that was left open: see usb_claims.h
+};
+
+/// A mishap before the operation, so that its way back is proved as well: one call of the function
+/// fails, on a configured controller the next one, on a fresh one the first while it configures.
+struct Mishap {
+    const char* function;
+    std::uint32_t status; ///< that it returns
+    bool isConfigured;
+};
+
+struct Kind {
+    const char* name;
+    const char* scenario;
+    SLV::Internal::ControllerFactory make;
+    std::vector<VendorFunction> functions;
+    std::vector<Way> dead; ///< in which every call fails once the hardware or its driver is dead
+    Mishap mishap;
+    Comeback comeback;
+    bool configuringMayAnswerWrite = false; ///< a line that cannot be set to rest is told once
+    bool restsClearMep = true;   ///< configuring lets go of a clear-MEP that a failure left active
+    bool lostPowerIsOff = false; ///< camera power that cannot be read is answered with 0
+    Behaviour behaviour;
+};
+
+const std::vector<Kind>& Kinds();
+
+/// The kind as part of a test's name, which holds letters and digits only.
+std::string TestName(const testing::TestParamInfo<Kind>& info);
+void PrintTo(const Kind& kind, std::ostream* stream);
+
+} // namespace proof
