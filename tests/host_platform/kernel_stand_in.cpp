@@ -153,6 +153,9 @@ DWORD FormatMessageW(DWORD flags, const void* source, DWORD message, DWORD langu
         return 0;
     }
     const std::size_t length = script.systemText.size();
+    if (!script.handsTextOver) {
+        return static_cast<DWORD>(length);
+    }
     auto* const text = new wchar_t[length + 1];
     std::copy_n(script.systemText.c_str(), length + 1, text);
     ++allocatedTexts;
@@ -174,11 +177,15 @@ int wcstombs_s(std::size_t* converted, char* narrow, std::size_t size, const wch
     if (!script.textConverts || count != _TRUNCATE) {
         return 42; // EILSEQ of that library
     }
-    std::size_t i = 0;
-    for (; wide[i] != L'\0' && i + 1 < size; ++i) {
-        narrow[i] = static_cast<char>(wide[i]);
+    std::size_t bytes = 0;
+    for (; *wide != L'\0'; ++wide) {
+        if (bytes + script.bytesPerCharacter >= size) {
+            return 80; // STRUNCATE
+        }
+        std::fill_n(narrow + bytes, script.bytesPerCharacter, static_cast<char>(*wide));
+        bytes += script.bytesPerCharacter;
+        narrow[bytes] = '\0';
     }
-    narrow[i] = '\0';
-    *converted = i + 1;
+    *converted = bytes + 1;
     return 0;
 }

@@ -28,7 +28,9 @@ struct Script {
     std::function<void()> onWait;    ///< what happens during every wait
     std::wstring systemText = L"A sentence.\r\n";
     bool hasSystemText = true;
+    bool handsTextOver = true; ///< else only its length is answered
     bool textConverts = true;
+    std::size_t bytesPerCharacter = 1; ///< of the host's code page
 };
 
 /// What the next calls are answered with.

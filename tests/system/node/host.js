@@ -12,7 +12,7 @@ const setLogger = library.func('Solvane_SetLogger', 'void',
   ['void *', koffi.pointer(LogCallback)]);
 const command = (name) => library.func(`Solvane_${name}`, 'int16_t', []);
 const question = (name) => {
-  const ask = library.func(`Solvane_${name}`, 'int16_t', ['_Out_ int16_t *']);
+  const ask = library.func(`Solvane_${name}`, 'int16_t', ['_Inout_ int16_t *']);
   return () => {
     const answer = [-1];
     const status = ask(answer);

@@ -97,6 +97,7 @@ TEST_F(AllocationTest, AFullQueueIsDrainedInPiecesOfAtMost64KiB) {
         EXPECT_EQ(usb.CheckAvailable(), 0);
         EXPECT_EQ(test::instant_chip::InQueue(), 0u) << left;
         EXPECT_LE(test::instant_chip::LargestRead(), 64u * 1024);
+        EXPECT_EQ(test::instant_chip::ReadsOfNothing(), 0u) << "such a read waits for ever";
         EXPECT_EQ(allocations - before, 1u) << "the list of devices";
     }
 }

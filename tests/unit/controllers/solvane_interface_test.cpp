@@ -38,15 +38,30 @@ TEST_F(SolvaneInterfaceTest, ClosingAndResettingTheComPortDoNothingByDefault) {
 }
 
 TEST_F(SolvaneInterfaceTest, ADeleterDestroysItsOwnClassAndLeavesOthersAlone) {
-    ControllerPtr made = MakeController<A>(logger);
-    const ControllerDeleter deleterOfA = made.get_deleter();
-    ControllerPtr other = MakeController<B>(logger);
-    events.clear();
-    deleterOfA(other.get());
-    EXPECT_THAT(events, IsEmpty());
-    other.reset();
-    made.reset();
-    EXPECT_THAT(events, ElementsAre("B gone", "A gone"));
+    const ControllerFactory factories[] = {MakeController<A>, MakeController<B>, MakeController<C>,
+                                           MakeController<D>};
+    for (const ControllerFactory& factory : factories) {
+        ControllerPtr made = factory(logger);
+        const ControllerDeleter itsDeleter = made.get_deleter();
+        const std::string name = events.back().substr(0, 1);
+        for (const ControllerFactory& anotherFactory : factories) {
+            ControllerPtr another = anotherFactory(logger);
+            const std::string anotherName = events.back().substr(0, 1);
+            events.clear();
+            itsDeleter(another.get());
+            if (anotherName == name) {
+                EXPECT_THAT(events, ElementsAre(name + " gone"));
+                static_cast<void>(another.release());
+            } else {
+                EXPECT_THAT(events, IsEmpty()) << name << " of " << anotherName;
+            }
+        }
+        events.clear();
+        itsDeleter(nullptr);
+        EXPECT_THAT(events, IsEmpty());
+        made.reset();
+        EXPECT_THAT(events, ElementsAre(name + " gone"));
+    }
 }
 
 TEST_F(SolvaneInterfaceTest, MovingAControllerMovesItsDeleter) {

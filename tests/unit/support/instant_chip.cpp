@@ -10,6 +10,7 @@ std::uint8_t output = 0;
 std::uint8_t answer = 0;
 std::uint32_t waiting = 0;
 std::uint32_t largestRead = 0;
+std::uint32_t readsOfNothing = 0;
 
 constexpr std::uint8_t kInputs = 0x30; // ready, and no flag latched
 
@@ -20,6 +21,7 @@ namespace test::instant_chip {
 void LeaveInQueue(std::uint32_t bytes) {
     waiting = bytes;
     largestRead = 0;
+    readsOfNothing = 0;
 }
 
 std::uint32_t InQueue() {
@@ -28,6 +30,10 @@ std::uint32_t InQueue() {
 
 std::uint32_t LargestRead() {
     return largestRead;
+}
+
+std::uint32_t ReadsOfNothing() {
+    return readsOfNothing;
 }
 
 } // namespace test::instant_chip
@@ -70,6 +76,7 @@ FT_STATUS FT_CALL FT_GetQueueStatus(FT_HANDLE, std::uint32_t* bytesInReceiveQueu
 
 FT_STATUS FT_CALL FT_Read(FT_HANDLE, void* buffer, std::uint32_t bytesToRead,
                           std::uint32_t* bytesReturned) {
+    readsOfNothing += waiting == 0 ? 1 : 0;
     *bytesReturned = std::min(bytesToRead, waiting);
     std::fill_n(static_cast<std::uint8_t*>(buffer), *bytesReturned, answer);
     largestRead = std::max(largestRead, bytesToRead);

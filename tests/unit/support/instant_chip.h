@@ -15,4 +15,7 @@ std::uint32_t InQueue();
 /// The largest number of bytes that one FT_Read asked for.
 std::uint32_t LargestRead();
 
+/// How many of them found the queue empty.
+std::uint32_t ReadsOfNothing();
+
 } // namespace test::instant_chip

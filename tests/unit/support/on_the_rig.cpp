@@ -12,22 +12,39 @@
 
 namespace test {
 
+namespace {
+
+/// The process-wide state of the library, as the first test of the process finds it.
+struct ProcessState {
+    FT_HANDLE handle = SLV::Internal::s_ft_handle;
+    SLV::Internal::BitPort highPort = SLV::Internal::s_highPort;
+    SLV::Internal::BitPort lowPort = SLV::Internal::s_lowPort;
+    SLV::Internal::GpioMoboLibrary gpioMobo = SLV::Internal::s_gpioMobo;
+    std::uint16_t moboFlag = SLV::Internal::moboAccessoriesPowerFlag;
+    std::uint16_t kontronFlag = SLV::Internal::kontronAccessoriesPowerFlag;
+    short lptAvailability = SLV::Internal::s_lptAvailability;
+    short lptPowerAvailability = SLV::Internal::s_lptPowerAvailability;
+    std::uint16_t lptBaseAddress = SLV::Internal::s_lptBaseAddress;
+    bool lptInitialised = SLV::Internal::s_lptInitialised;
+};
+
+} // namespace
+
+/// Every test finds what a host finds that has just loaded the library.
 void ResetProcessState() {
     using namespace SLV::Internal;
-    s_ft_handle = nullptr;
-    for (BitPort* port : {&s_highPort, &s_lowPort}) {
-        port->value = 0;
-        port->restore = nullptr;
-        port->logger = nullptr;
-    }
-    s_gpioMobo = {};
-    s_lptAvailability = -1;
-    s_lptPowerAvailability = -1;
-    s_lptBaseAddress = 0;
-    s_lptInitialised = false;
+    static const ProcessState atLoad;
+    s_ft_handle = atLoad.handle;
+    s_highPort = atLoad.highPort;
+    s_lowPort = atLoad.lowPort;
+    s_gpioMobo = atLoad.gpioMobo;
+    moboAccessoriesPowerFlag = atLoad.moboFlag;
+    kontronAccessoriesPowerFlag = atLoad.kontronFlag;
+    s_lptAvailability = atLoad.lptAvailability;
+    s_lptPowerAvailability = atLoad.lptPowerAvailability;
+    s_lptBaseAddress = atLoad.lptBaseAddress;
+    s_lptInitialised = atLoad.lptInitialised;
     host::com::Reset();
-    moboAccessoriesPowerFlag = 0;
-    kontronAccessoriesPowerFlag = 0;
 }
 
 namespace {

@@ -276,6 +276,14 @@ TEST_F(TimerExports, AnExceptionOfTheLogFunctionInAStopIsMinusOne) {
     Dispose();
 }
 
+TEST_F(TimerExports, AnyOtherExceptionOfTheLogFunctionPassesThroughAStop) {
+    Create();
+    SLV::Internal::s_logger.Install(nullptr, [](void*, const char*) { throw 42; });
+    EXPECT_THROW(Solvane_StopTimer(timer), int);
+    SLV::Internal::s_logger.Install(nullptr, nullptr);
+    Dispose();
+}
+
 // ---- Dispose ----
 
 TEST_F(TimerExports, DisposeOfATimerThatNeverRanSaysSoAndClosesTheDevice) {

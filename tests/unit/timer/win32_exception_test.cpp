@@ -26,6 +26,23 @@ TEST_F(Win32ExceptionTest, WithoutASentencePrefixAndCodeStand) {
     EXPECT_STREQ(Win32Exception(5, "prefix: ").what(), "prefix:  (0x00000005)");
 }
 
+TEST_F(Win32ExceptionTest, ASentenceOfTwoBytesACharacterIsNotCutOff) {
+    script.systemText = L"No.";
+    script.bytesPerCharacter = 2;
+    EXPECT_STREQ(Win32Exception(5, "prefix: ").what(), "prefix: NNoo.. (0x00000005)");
+}
+
+TEST_F(Win32ExceptionTest, ALengthWithoutASentenceIsNoSentence) {
+    script.handsTextOver = false;
+    EXPECT_STREQ(Win32Exception(5, "prefix: ").what(), "prefix:  (0x00000005)");
+}
+
+TEST_F(Win32ExceptionTest, AnEmptySentenceIsFreed) {
+    script.systemText.clear();
+    EXPECT_STREQ(Win32Exception(5, "prefix: ").what(), "prefix:  (0x00000005)");
+    EXPECT_EQ(host::kernel::AllocatedTexts(), 0);
+}
+
 TEST_F(Win32ExceptionTest, ASentenceThatCannotBeConvertedIsEmptyAndFreed) {
     script.textConverts = false;
     EXPECT_STREQ(Win32Exception(5, "prefix: ").what(), "prefix:  (0x00000005)");

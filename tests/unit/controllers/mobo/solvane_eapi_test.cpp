@@ -1,6 +1,7 @@
 #include "solvane_eapi.h"
 
 #include <optional>
+#include <stdexcept>
 
 #include "on_the_rig.h"
 
@@ -44,10 +45,21 @@ TEST_F(SolvaneEApiTest, MakingAsksForTheVersionAndInitialisesNothing) {
                             "log: [EAPI]: GPIO control v2.2 for EAPI library v1.2.3.4"));
 }
 
+TEST_F(SolvaneEApiTest, AtLoadAccessoriesCountAsOff) {
+    EXPECT_EQ(moboAccessoriesPowerFlag, 0);
+}
+
 TEST_F(SolvaneEApiTest, AVersionThatCannotBeAskedForIsZeros) {
     FailStatus("EApiGetEAPIVersion", 1, 0xFFFF'F0FF);
     const SolvaneEApi another(logger);
     EXPECT_THAT(TakeLog(), ElementsAre("[EAPI]: GPIO control v2.2 for EAPI library v0.0.0.0"));
+}
+
+TEST_F(SolvaneEApiTest, AnExceptionOfTheLogFunctionEndsTheMakingAndLeavesTheBoardAlone) {
+    logger.Install(nullptr, [](void*, const char*) { throw std::runtime_error("no room"); });
+    EXPECT_THROW(SolvaneEApi another(logger), std::runtime_error);
+    EXPECT_THAT(TakeJournal(), ElementsAre("EApiGetEAPIVersion() -> 0x0, 1.2.3.4"));
+    logger.Install(nullptr, LogToJournal);
 }
 
 TEST_F(SolvaneEApiTest, DestroyingUninitialisesAndSaysNothingWhenItWorks) {
@@ -189,6 +201,21 @@ TEST_F(SolvaneEApiTest, AnotherLevelThanTheTwoIsNeither) {
     EXPECT_EQ(out, 0);
     EXPECT_EQ(eapi->CheckCameraPower(&out), 0);
     EXPECT_EQ(out, 1);
+}
+
+/// A level that the board does not tell is taken for the one that starts nothing.
+TEST_F(SolvaneEApiTest, ALevelThatIsNotToldIsNeitherReadyNorLatchedNorDark) {
+    ASSERT_EQ(eapi->CheckAvailable(), 0);
+    FailSilently("EApiGPIOGetLevel", 1, 0);
+    TakeJournal();
+    short out = 9;
+    EXPECT_EQ(eapi->CheckSystemReady(&out), 0);
+    EXPECT_EQ(out, 0);
+    EXPECT_EQ(eapi->CheckAndResetMepFlag(&out), 0);
+    EXPECT_EQ(out, 0);
+    EXPECT_EQ(eapi->CheckForcedBlackUpdate(&out), 0);
+    EXPECT_EQ(out, 0);
+    EXPECT_THAT(TakeJournal(), testing::Not(testing::Contains("timeBeginPeriod(1)")));
 }
 
 } // namespace

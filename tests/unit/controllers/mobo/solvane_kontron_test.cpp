@@ -68,6 +68,11 @@ TEST_F(SolvaneKontronTest, MakingTouchesNothing) {
     EXPECT_THAT(TakeJournal(), IsEmpty());
 }
 
+TEST_F(SolvaneKontronTest, AtLoadAccessoriesCountAsOffAndThePortsAreNotInUse) {
+    EXPECT_EQ(kontronAccessoriesPowerFlag, 0);
+    EXPECT_EQ(s_gpioMobo.portStatus, 0xFFFE);
+}
+
 TEST_F(SolvaneKontronTest, ADriverThatIsNotOpenIsTheEndAndLeavesThePortsAlone) {
     Start("[inpout]\ndriver_open = false\n");
     EXPECT_EQ(kontron->Configure(), -3);

@@ -295,6 +295,20 @@ TEST_P(MoBoTest, ALatchedFlagIsOneEvenWhenItsPulseFails) {
     EXPECT_EQ(out, 1);
 }
 
+TEST_P(MoBoTest, AFlagIsZeroUntilItsPulseHasBeenGiven) {
+    static std::vector<short> seen;
+    seen.clear();
+    Start("mep_latched = true");
+    board->Plan({Get(Mep_Pin), Failing(Set(Clear_Mep_Pin, 0))});
+    logger.Install(
+        &out, [](void* flag, const char*) { seen.push_back(*static_cast<const short*>(flag)); });
+    EXPECT_EQ(mobo->CheckAndResetMepFlag(&out), 0);
+    EXPECT_EQ(out, 1);
+    EXPECT_THAT(seen, testing::Not(IsEmpty())) << "the failure is logged";
+    EXPECT_THAT(seen, testing::Each(0));
+    logger.Install(nullptr, LogToJournal);
+}
+
 TEST_P(MoBoTest, AFlagThatCannotBeReadIsZero) {
     Start("mep_latched = true");
     Expect(0, [&] { return mobo->CheckAndResetMepFlag(&out); }, {Failing(Get(Mep_Pin))});

@@ -145,6 +145,15 @@ TEST_F(DeviceNodesTest, ASenselessCountIsAListThatCannotBeHad) {
                                    "Failed to obtain FTDI devices info list. Error: 5"));
 }
 
+TEST_F(DeviceNodesTest, FourThousandAndNinetySixChannelsAreTheMostThatAreAskedFor) {
+    library.count = 4096;
+    EXPECT_EQ(FindDevice(logger, 'B'), -1);
+    EXPECT_EQ(lines.back(), "No valid device found in following device list: ");
+    library.count = 4097;
+    EXPECT_EQ(FindDevice(logger, 'B'), -1);
+    EXPECT_EQ(lines.back(), "Failed to obtain FTDI devices info list. Error: 5");
+}
+
 TEST_F(DeviceNodesTest, WorksSilently) {
     logger.Install(nullptr, nullptr);
     EXPECT_EQ(Find('B', {Ft2232hNode("S1A")}), -1);

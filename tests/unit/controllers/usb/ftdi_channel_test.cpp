@@ -71,6 +71,13 @@ TEST_F(FtdiChannelTest, NoChipIsNoHardware) {
         << "and is looked for again";
 }
 
+TEST_F(FtdiChannelTest, ANumberOfDevicesThatIsNotToldIsNone) {
+    FailSilently("FT_CreateDeviceInfoList", 1);
+    EXPECT_EQ(usb.CheckAvailable(), -3);
+    EXPECT_THAT(TakeLog(),
+                ElementsAre("There are no FTDI devices installed", "Configure() result: -3"));
+}
+
 TEST_F(FtdiChannelTest, OnlyAnFt232RIsDumpedAndNoHardware) {
     Load("[[usb]]\nchip = \"FT232R\"\nserial = \"R1\"\n");
     EXPECT_EQ(usb.CheckAvailable(), -3);
@@ -171,6 +178,21 @@ TEST_F(FtdiChannelTest, AFailingDrainIsNoFailureOfTheInitialisation) {
     EXPECT_THAT(TakeJournal(), Contains("FT_Read(SLV1B, 3) -> 4"));
 }
 
+TEST_F(FtdiChannelTest, ADrainThatIsToldOfNoBytesEnds) {
+    FailCount("FT_GetQueueStatus", 1, 3);
+    FailSilently("FT_Read", 1);
+    EXPECT_EQ(usb.CheckAvailable(), 0);
+    EXPECT_THAT(TakeJournal(), Not(Contains(testing::StartsWith("FT_Read(SLV1B, 2)"))));
+}
+
+TEST_F(FtdiChannelTest, AQueueWhoseLengthIsNotToldIsNotDrained) {
+    FailSilently("FT_GetQueueStatus", 1);
+    EXPECT_EQ(usb.CheckAvailable(), 0);
+    const Journal journal = TakeJournal();
+    const auto next = std::find(journal.begin(), journal.end(), "FT_ResetDevice(SLV1B) -> 0") + 2;
+    EXPECT_EQ(*next, "FT_SetUSBParameters(SLV1B, 64, 64) -> 0");
+}
+
 TEST_F(FtdiChannelTest, AHugeWaitingCountIsReadInPiecesUntilNothingComes) {
     FailCount("FT_GetQueueStatus", 1, 0xFFFF'FFFF);
     EXPECT_EQ(usb.CheckAvailable(), 0);
@@ -245,6 +267,15 @@ TEST_F(FtdiChannelTest, ARepairResetsThePortWaitsForTheChipAndConfiguresAgain) {
                   FindOneChip() + OpenAndInitialise() + ReadHigh("f0") +
                   WriteHigh("f0", kAtRest, ".") + ReadLow("1f") +
                   Entries(Log(".Configure() result: 0")));
+}
+
+/// Channels are told apart by their letters: the lines may be the first of the list.
+TEST_F(FtdiChannelTest, AChannelAtTheHeadOfTheListIsOpenedAndFoundAgain) {
+    Load(std::string(kUsbCamera) + "letters = \"BA\"\n");
+    EXPECT_EQ(usb.CheckAvailable(), 0);
+    EXPECT_THAT(TakeJournal(), Contains("FT_Open(0) -> 0"));
+    EXPECT_TRUE(s_highPort.restore());
+    EXPECT_THAT(TakeLog(), Contains("Device been restored after port resetting."));
 }
 
 TEST_F(FtdiChannelTest, BothPortsShareTheRepair) {

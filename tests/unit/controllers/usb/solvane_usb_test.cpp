@@ -239,6 +239,18 @@ TEST_F(SolvaneUsbTest, AFlagIsOneEvenWhenItsPulseFails) {
     }
 }
 
+TEST_F(SolvaneUsbTest, AFlagIsZeroUntilItsPulseHasBeenGiven) {
+    static std::vector<short> seen;
+    seen.clear();
+    Start(kMepLatched);
+    logger.Install(
+        &out, [](void* flag, const char*) { seen.push_back(*static_cast<const short*>(flag)); });
+    EXPECT_EQ(usb.CheckAndResetMepFlag(&out), 0);
+    EXPECT_EQ(out, 1);
+    EXPECT_THAT(seen, ElementsAre(0, 0)) << "at the two lines of the pulse";
+    logger.Install(nullptr, LogToJournal);
+}
+
 TEST_F(SolvaneUsbTest, AFlagThatCannotBeReadIsZeroWithoutAPulse) {
     Start(kMepLatched);
     FailStatus("FT_Write", 1, kIoError, 0);
