@@ -17,8 +17,9 @@
  * 2. Every function but those of timers is synchronous: it returns when the lines have their new
  *    levels. The times given below are those of a healthy FT2232H with a 1 ms timer; "ms" are
  *    wall-clock milliseconds. An operation that meets a fault first tries to recover the chip,
- *    which can take a little over 3 s before it gives up. On the other hardware nothing takes time
- *    but the 10 ms of the pulses, and nothing is recovered.
+ *    which can take a little over 3 s before it gives up, and a trigger may need several
+ * recoveries. On the other hardware nothing takes time but the 10 ms of the pulses, and nothing is
+ * recovered.
  *
  * 3. Statuses. A function that returns a value returns one of the SOLVANE_ statuses below, and 0
  *    (SOLVANE_OK) is success. Test for "not 0", not for single numbers you know: which numbers an
