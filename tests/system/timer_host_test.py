@@ -1,5 +1,5 @@
-"""Hosts of timers as processes of their own: the example of the documentation, Node.js through
-koffi, and a host that is killed in the middle of a run. They need the rig's driver."""
+"""Hosts of timers as processes of their own: Node.js through koffi, and a host that is killed in the
+middle of a run. They need the rig's driver."""
 
 import argparse
 import json
@@ -29,12 +29,6 @@ class TimerHosts(unittest.TestCase):
                                "2000", "--count", str(count), "--json")
         self.assertEqual(run.returncode, 0, run.stderr)
         return [json.loads(line) for line in run.stdout.splitlines()]
-
-    def test_the_example(self):
-        run = self.run_in_wine(OPTIONS.example)
-        self.assertEqual(run.returncode, 0, run.stderr)
-        self.assertEqual(run.stdout.splitlines(),
-                         [f"event {number}: status 0" for number in range(1, 11)])
 
     def test_node(self):
         with tempfile.TemporaryDirectory() as folder:
@@ -72,7 +66,7 @@ class TimerHosts(unittest.TestCase):
 
 if __name__ == "__main__":
     parser = argparse.ArgumentParser()
-    for option in ("wine", "modules", "bin", "rig", "example"):
+    for option in ("wine", "modules", "bin", "rig"):
         parser.add_argument("--" + option, required=True)
     OPTIONS, rest = parser.parse_known_args()
     unittest.main(argv=["timer_host_test", *rest])

@@ -1,0 +1,446 @@
+/// solvane.hpp - Solvane.dll for C++17 hosts: solvane.h with exceptions, lambdas and destructors.
+///
+/// Needs solvane.h on the include path and the import library of Solvane.dll; nothing else is to be
+/// compiled or linked. What solvane.h says of lines, times and threads holds here too. In short:
+///
+/// - A function does what the one of the same name in solvane.h does. The one without a parameter
+///   throws solvane::Error when the status is not 0; the one with a std::error_code throws nothing
+///   of its own and tells the status there. Questions return bool: false when there is no answer.
+/// - One thread at a time, except for timers: nothing here adds a lock.
+/// - An exception that leaves the host's own functions never travels through the library. A timer's
+///   function ends the run with it and Timer::Run throws it; of a log function it is dropped.
+#pragma once
+
+#include <condition_variable>
+#include <cstdint>
+#include <exception>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include <solvane/solvane.h>
+
+namespace solvane {
+
+/// The statuses of solvane.h, to compare a std::error_code with.
+enum class Status : std::int16_t {
+    Ok = SOLVANE_OK,
+    Undetermined = SOLVANE_E_UNDETERMINED,
+    Write = SOLVANE_E_WRITE,
+    NoHardware = SOLVANE_E_NO_HARDWARE,
+    Invalid = SOLVANE_E_INVALID,
+    NotReady = SOLVANE_E_NOT_READY
+};
+
+} // namespace solvane
+
+template <>
+struct std::is_error_code_enum<solvane::Status> : std::true_type {};
+
+namespace solvane {
+
+/// The category of Solvane's statuses.
+inline const std::error_category& Category() {
+    class SolvaneCategory final : public std::error_category {
+      public:
+        const char* name() const noexcept override { return "solvane"; }
+        std::string message(int status) const override {
+            switch (status) {
+            case SOLVANE_OK:
+                return "the lines did what was asked";
+            case SOLVANE_E_UNDETERMINED:
+                return "the state asked for could not be determined, or a timer failed";
+            case SOLVANE_E_WRITE:
+                return "a line could not be written, or the serial channel not be reset";
+            case SOLVANE_E_NO_HARDWARE:
+                return "the hardware was not found, or could not be opened and configured";
+            case SOLVANE_E_INVALID:
+                return "a null pointer, or a timer that is not there or not running";
+            case SOLVANE_E_NOT_READY:
+                return "the system is not ready";
+            default:
+                return "a status that this header does not know";
+            }
+        }
+    };
+    static const SolvaneCategory category;
+    return category;
+}
+
+inline std::error_code make_error_code(Status status) {
+    return {static_cast<int>(status), Category()};
+}
+
+/// What a function throws whose status is not 0. what() names the function and explains the status.
+class Error : public std::system_error {
+  public:
+    Error(const std::error_code& error, const char* function)
+        : std::system_error(error,
+                            std::string(function) + ": status " + std::to_string(error.value())) {}
+
+    /// The number is kept as it came, so it may be none that Status names.
+    Status status() const noexcept { return static_cast<Status>(code().value()); }
+};
+
+namespace detail {
+
+inline std::error_code ToCode(std::int16_t status) {
+    return {status, Category()};
+}
+
+inline void Throw(const std::error_code& error, const char* function) {
+    if (error) {
+        throw Error(error, function);
+    }
+}
+
+using Question = std::int16_t(SOLVANE_CALL*)(std::int16_t*);
+
+inline bool Ask(Question question, std::error_code& error) {
+    std::int16_t answer = 0;
+    error = ToCode(question(&answer));
+    return !error && answer != 0;
+}
+
+inline bool Ask(Question question, const char* function) {
+    std::error_code error;
+    const bool answer = Ask(question, error);
+    Throw(error, function);
+    return answer;
+}
+
+} // namespace detail
+
+// ---- Logging ------------------------------------------------------------------------------------
+
+/// Hands the library's log lines to any callable for as long as this object lives.
+///
+/// There is one log function in the process: a second Logger takes over from the first. Make it
+/// before the first other call, to see how the hardware was chosen, and neither make nor destroy it
+/// while a call or a timer is in progress. The callable must not call into the library, and the
+/// line is valid during the call only. While timers run it is called on their threads as well.
+class Logger {
+  public:
+    explicit Logger(std::function<void(std::string_view line)> toCall) : onLine(std::move(toCall)) {
+        installed = this;
+        Solvane_SetLogger(this, &Logger::OnLine);
+    }
+    ~Logger() {
+        if (installed == this) {
+            installed = nullptr;
+            Solvane_SetLogger(nullptr, nullptr);
+        }
+    }
+    Logger(const Logger&) = delete;
+    Logger& operator=(const Logger&) = delete;
+
+  private:
+    static void SOLVANE_CALL OnLine(void* context, const char* line) noexcept {
+        try {
+            static_cast<const Logger*>(context)->onLine(line);
+        } catch (...) { // the lines wait in mid-pulse: a failed log must not disturb them
+        }
+    }
+
+    inline static const Logger* installed = nullptr;
+    std::function<void(std::string_view line)> onLine;
+};
+
+// ---- Finding the hardware -----------------------------------------------------------------------
+
+/// Returns when the hardware is there and configured.
+inline void CheckAvailable(std::error_code& error) {
+    error = detail::ToCode(Solvane_CheckAvailable());
+}
+inline void CheckAvailable() {
+    detail::Throw(detail::ToCode(Solvane_CheckAvailable()), "Solvane_CheckAvailable");
+}
+
+/// Returns when camera and accessories power can be switched.
+inline void CheckPowerControlAvailable(std::error_code& error) {
+    error = detail::ToCode(Solvane_CheckPowerControlAvailable());
+}
+inline void CheckPowerControlAvailable() {
+    detail::Throw(detail::ToCode(Solvane_CheckPowerControlAvailable()),
+                  "Solvane_CheckPowerControlAvailable");
+}
+
+/// Looks for the hardware again, from the first kind.
+inline void RecheckStatus(std::error_code& error) {
+    error = detail::ToCode(Solvane_RecheckStatus());
+}
+inline void RecheckStatus() {
+    detail::Throw(detail::ToCode(Solvane_RecheckStatus()), "Solvane_RecheckStatus");
+}
+
+/// Chooses the FT2232H, whether it is there or not.
+inline void EnforceFTDI() {
+    Solvane_EnforceFTDI();
+}
+
+// ---- Capture ------------------------------------------------------------------------------------
+
+/// Triggers one capture; Status::NotReady when the system is not ready for it.
+inline void TriggerCapture(std::error_code& error) {
+    error = detail::ToCode(Solvane_TriggerCapture());
+}
+inline void TriggerCapture() {
+    detail::Throw(detail::ToCode(Solvane_TriggerCapture()), "Solvane_TriggerCapture");
+}
+
+/// Whether the system is ready for a trigger.
+inline bool CheckSystemReady(std::error_code& error) {
+    return detail::Ask(&Solvane_CheckSystemReady, error);
+}
+inline bool CheckSystemReady() {
+    return detail::Ask(&Solvane_CheckSystemReady, "Solvane_CheckSystemReady");
+}
+
+/// Whether the MEP flag was latched; it is cleared if it was.
+inline bool CheckAndResetMepFlag(std::error_code& error) {
+    return detail::Ask(&Solvane_CheckAndResetMepFlag, error);
+}
+inline bool CheckAndResetMepFlag() {
+    return detail::Ask(&Solvane_CheckAndResetMepFlag, "Solvane_CheckAndResetMepFlag");
+}
+
+/// Wakes the camera with a short pulse on the dark line.
+inline void WakeCamera(std::error_code& error) {
+    error = detail::ToCode(Solvane_WakeCamera());
+}
+inline void WakeCamera() {
+    detail::Throw(detail::ToCode(Solvane_WakeCamera()), "Solvane_WakeCamera");
+}
+
+// ---- Forced black update (dark) -----------------------------------------------------------------
+
+inline void EnableForcedBlackUpdate(std::error_code& error) {
+    error = detail::ToCode(Solvane_EnableForcedBlackUpdate());
+}
+inline void EnableForcedBlackUpdate() {
+    detail::Throw(detail::ToCode(Solvane_EnableForcedBlackUpdate()),
+                  "Solvane_EnableForcedBlackUpdate");
+}
+
+inline void DisableForcedBlackUpdate(std::error_code& error) {
+    error = detail::ToCode(Solvane_DisableForcedBlackUpdate());
+}
+inline void DisableForcedBlackUpdate() {
+    detail::Throw(detail::ToCode(Solvane_DisableForcedBlackUpdate()),
+                  "Solvane_DisableForcedBlackUpdate");
+}
+
+/// Whether the picture is forced dark.
+inline bool CheckForcedBlackUpdate(std::error_code& error) {
+    return detail::Ask(&Solvane_CheckForcedBlackUpdate, error);
+}
+inline bool CheckForcedBlackUpdate() {
+    return detail::Ask(&Solvane_CheckForcedBlackUpdate, "Solvane_CheckForcedBlackUpdate");
+}
+
+// ---- Power --------------------------------------------------------------------------------------
+
+inline void EnableCameraPower(std::error_code& error) {
+    error = detail::ToCode(Solvane_EnableCameraPower());
+}
+inline void EnableCameraPower() {
+    detail::Throw(detail::ToCode(Solvane_EnableCameraPower()), "Solvane_EnableCameraPower");
+}
+
+inline void DisableCameraPower(std::error_code& error) {
+    error = detail::ToCode(Solvane_DisableCameraPower());
+}
+inline void DisableCameraPower() {
+    detail::Throw(detail::ToCode(Solvane_DisableCameraPower()), "Solvane_DisableCameraPower");
+}
+
+/// Whether camera power is on. A line that cannot be read says so too: see rule 6 of solvane.h.
+inline bool CheckCameraPower(std::error_code& error) {
+    return detail::Ask(&Solvane_CheckCameraPower, error);
+}
+inline bool CheckCameraPower() {
+    return detail::Ask(&Solvane_CheckCameraPower, "Solvane_CheckCameraPower");
+}
+
+inline void EnableAccessoriesPower(std::error_code& error) {
+    error = detail::ToCode(Solvane_EnableAccessoriesPower());
+}
+inline void EnableAccessoriesPower() {
+    detail::Throw(detail::ToCode(Solvane_EnableAccessoriesPower()),
+                  "Solvane_EnableAccessoriesPower");
+}
+
+inline void DisableAccessoriesPower(std::error_code& error) {
+    error = detail::ToCode(Solvane_DisableAccessoriesPower());
+}
+inline void DisableAccessoriesPower() {
+    detail::Throw(detail::ToCode(Solvane_DisableAccessoriesPower()),
+                  "Solvane_DisableAccessoriesPower");
+}
+
+/// Whether accessories power is on. A line that cannot be read says so too.
+inline bool CheckAccessoriesPower(std::error_code& error) {
+    return detail::Ask(&Solvane_CheckAccessoriesPower, error);
+}
+inline bool CheckAccessoriesPower() {
+    return detail::Ask(&Solvane_CheckAccessoriesPower, "Solvane_CheckAccessoriesPower");
+}
+
+// ---- The device itself --------------------------------------------------------------------------
+
+/// Closes the hardware, so that another program may use it. The next operation opens it again.
+inline void CloseDevice(std::error_code& error) {
+    error = detail::ToCode(Solvane_CloseDevice());
+}
+inline void CloseDevice() {
+    detail::Throw(detail::ToCode(Solvane_CloseDevice()), "Solvane_CloseDevice");
+}
+
+/// Resets the serial channel of the FT2232H.
+inline void ResetComPort(std::error_code& error) {
+    error = detail::ToCode(Solvane_ResetComPort());
+}
+inline void ResetComPort() {
+    detail::Throw(detail::ToCode(Solvane_ResetComPort()), "Solvane_ResetComPort");
+}
+
+// ---- Timers -------------------------------------------------------------------------------------
+
+using TimerEvent = SolvaneTimerEvent;
+using TimerFunction = std::function<void(const TimerEvent& event)>;
+
+/// A timer of the kernel driver, disposed of when this object and its last run have ended.
+///
+/// Run() blocks the thread that calls it and calls the host's function on that thread. Stop() may
+/// be called from any thread. The library loses a stop that comes while a run is only beginning;
+/// this class does not: it remembers the stop and ends the run at the next event, undelivered.
+class Timer {
+  public:
+    /// Opens the driver; Status::Undetermined when it cannot, and the log says why.
+    Timer() {
+        std::error_code error;
+        Create(error);
+        detail::Throw(error, "Solvane_CreateTimer");
+    }
+    explicit Timer(std::error_code& error) { Create(error); }
+
+    /// Stops a run on another thread and waits for its end, which is the driver's next event.
+    ~Timer() {
+        Stop();
+        std::unique_lock<std::mutex> lock(state->mutex);
+        if (state->thread != std::this_thread::get_id()) { // else this is the timer's own function
+            state->ended.wait(lock, [this] { return !state->running; });
+        }
+    }
+    Timer(const Timer&) = delete;
+    Timer& operator=(const Timer&) = delete;
+
+    /// Calls `onEvent` for each event, until Stop() or an exception out of `onEvent`, which is
+    /// thrown on. Status::Invalid when the timer is in a run already.
+    void Run(std::uint32_t parameter, const TimerFunction& onEvent, std::error_code& error) {
+        // Kept here, so that it outlives the run even when `onEvent` destroys this object.
+        const std::shared_ptr<State> kept = state;
+        error = kept->Run(parameter, onEvent);
+    }
+    void Run(std::uint32_t parameter, const TimerFunction& onEvent) {
+        std::error_code error;
+        Run(parameter, onEvent, error);
+        detail::Throw(error, "Solvane_RunTimer");
+    }
+
+    /// Ends the run in progress, or the next one at once when there is none. Does not wait.
+    void Stop() { state->Stop(); }
+
+  private:
+    struct State {
+        State() = default;
+        ~State() {
+            if (handle != 0) {
+                Solvane_DisposeTimer(handle);
+            }
+        }
+        State(const State&) = delete;
+        State& operator=(const State&) = delete;
+
+        std::error_code Run(std::uint32_t parameter, const TimerFunction& onEvent) {
+            {
+                const std::lock_guard<std::mutex> lock(mutex);
+                if (running) {
+                    return Status::Invalid;
+                }
+                if (std::exchange(stopped, false)) {
+                    return {};
+                }
+                running = true;
+                thread = std::this_thread::get_id();
+            }
+            function = &onEvent;
+            const std::int16_t status = Solvane_RunTimer(handle, parameter, &State::OnEvent);
+            std::exception_ptr toThrow;
+            {
+                const std::lock_guard<std::mutex> lock(mutex);
+                running = false;
+                stopped = false;
+                thread = {};
+                toThrow = std::exchange(thrown, nullptr);
+                ended.notify_all();
+            }
+            if (toThrow) {
+                std::rethrow_exception(toThrow);
+            }
+            return detail::ToCode(status);
+        }
+
+        void Stop() {
+            const std::lock_guard<std::mutex> lock(mutex);
+            stopped = true;
+            if (running) {
+                Solvane_StopTimer(handle);
+            }
+        }
+
+        static void SOLVANE_CALL OnEvent(std::uint64_t context, const SolvaneTimerEvent* event) {
+            auto& self = *reinterpret_cast<State*>(static_cast<std::uintptr_t>(context));
+            if (self.StopWasLost()) {
+                Solvane_StopTimer(self.handle);
+                return;
+            }
+            try {
+                (*self.function)(*event);
+            } catch (...) {
+                self.thrown = std::current_exception();
+                self.Stop();
+            }
+        }
+
+        bool StopWasLost() {
+            const std::lock_guard<std::mutex> lock(mutex);
+            return stopped;
+        }
+
+        SolvaneTimerHandle handle = 0;
+        const TimerFunction* function = nullptr;
+        std::exception_ptr thrown;
+        std::mutex mutex; ///< guards what follows
+        std::condition_variable ended;
+        bool running = false;
+        bool stopped = false;
+        std::thread::id thread;
+    };
+
+    void Create(std::error_code& error) {
+        // The state's address is the timer's context: it never moves.
+        error = detail::ToCode(Solvane_CreateTimer(
+            &state->handle,
+            static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(state.get()))));
+    }
+
+    std::shared_ptr<State> state = std::make_shared<State>();
+};
+
+} // namespace solvane

@@ -1,0 +1,362 @@
+"""Solvane.dll for Python on 64-bit Windows, through ctypes; one file, nothing to install.
+
+    import solvane
+    if solvane.check_system_ready():
+        solvane.trigger_capture()
+
+A function here does what the one of the same name in solvane.h does (trigger_capture is
+Solvane_TriggerCapture), and what solvane.h says of lines, times and threads holds here too. In short:
+
+- A status other than 0 is raised as solvane.Error; questions return True or False.
+- One thread at a time, except for timers. ctypes lets other Python threads run during a call, so the
+  interpreter's lock does not see to that.
+- An exception in a timer's function ends the run, and Timer.run raises it. One in a log function is
+  printed by ctypes and goes no further.
+
+Solvane.dll is taken from beside this file, or else from where Windows looks for the DLLs of a program,
+PATH included. The environment variable SOLVANE_DLL names another one.
+"""
+
+import atexit
+import contextlib
+import ctypes
+import locale
+import os
+import threading
+from ctypes import POINTER, c_char_p, c_int16, c_uint16, c_uint32, c_uint64, c_void_p
+
+# ---- Statuses -----------------------------------------------------------------------------------
+
+OK = 0
+E_UNDETERMINED = -1
+E_WRITE = -2
+E_NO_HARDWARE = -3
+E_INVALID = -4
+E_NOT_READY = -5
+
+_MEANINGS = {
+    E_UNDETERMINED: "the state asked for could not be determined, or a timer failed",
+    E_WRITE: "a line could not be written, or the serial channel not be reset",
+    E_NO_HARDWARE: "the hardware was not found, or could not be opened and configured",
+    E_INVALID: "a null pointer, or a timer that is not there or not running",
+    E_NOT_READY: "the system is not ready",
+}
+
+
+class Error(Exception):
+    """A status other than 0: `function` is what returned it."""
+
+    def __init__(self, function, status):
+        meaning = _MEANINGS.get(status, "a status that this module does not know")
+        super().__init__(f"{function}: status {status}: {meaning}")
+        self.function = function
+        self.status = status
+
+
+# ---- The C interface, as it is ------------------------------------------------------------------
+
+
+class TimerEvent(ctypes.Structure):
+    """One event of a timer. Valid during the call only: copy what you keep."""
+
+    _fields_ = [("status", c_int16), ("initialStatusOk", c_uint16), ("data0", c_uint16),
+                ("data1", c_uint16), ("data2", c_uint16), ("data3", c_uint16)]
+
+
+LogCallback = ctypes.WINFUNCTYPE(None, c_void_p, c_char_p)
+TimerCallback = ctypes.WINFUNCTYPE(None, c_uint64, POINTER(TimerEvent))
+
+_COMMAND = (c_int16,)
+_QUESTION = (c_int16, POINTER(c_int16))
+_SIGNATURES = {  # the result, then the parameters
+    "Solvane_SetLogger": (None, c_void_p, LogCallback),
+    "Solvane_CheckAvailable": _COMMAND,
+    "Solvane_CheckPowerControlAvailable": _COMMAND,
+    "Solvane_RecheckStatus": _COMMAND,
+    "Solvane_EnforceFTDI": (None,),
+    "Solvane_TriggerCapture": _COMMAND,
+    "Solvane_CheckSystemReady": _QUESTION,
+    "Solvane_CheckAndResetMepFlag": _QUESTION,
+    "Solvane_WakeCamera": _COMMAND,
+    "Solvane_EnableForcedBlackUpdate": _COMMAND,
+    "Solvane_DisableForcedBlackUpdate": _COMMAND,
+    "Solvane_CheckForcedBlackUpdate": _QUESTION,
+    "Solvane_EnableCameraPower": _COMMAND,
+    "Solvane_DisableCameraPower": _COMMAND,
+    "Solvane_CheckCameraPower": _QUESTION,
+    "Solvane_EnableAccessoriesPower": _COMMAND,
+    "Solvane_DisableAccessoriesPower": _COMMAND,
+    "Solvane_CheckAccessoriesPower": _QUESTION,
+    "Solvane_CloseDevice": _COMMAND,
+    "Solvane_ResetComPort": _COMMAND,
+    "Solvane_CreateTimer": (c_int16, POINTER(c_uint64), c_uint64),
+    "Solvane_RunTimer": (c_int16, c_uint64, c_uint32, TimerCallback),
+    "Solvane_StopTimer": (c_int16, c_uint64),
+    "Solvane_DisposeTimer": (c_int16, c_uint64),
+}
+
+
+def _load():
+    path = os.environ.get("SOLVANE_DLL")
+    if path is None:
+        path = os.path.join(os.path.dirname(os.path.abspath(__file__)), "Solvane.dll")
+        if not os.path.exists(path):
+            path = "Solvane.dll"
+    # The vendors' DLLs lie beside Solvane.dll or on PATH, where Python alone would not look: 8 is
+    # LOAD_WITH_ALTERED_SEARCH_PATH, which wants a full path, and 0 the system's own order.
+    library = ctypes.WinDLL(path, winmode=8 if os.path.isabs(path) else 0)
+    for name, (result, *parameters) in _SIGNATURES.items():
+        function = getattr(library, name)
+        function.restype = result
+        function.argtypes = parameters
+    return library
+
+
+library = _load()
+
+
+def _command(name, *arguments):
+    status = getattr(library, name)(*arguments)
+    if status != OK:
+        raise Error(name, status)
+
+
+def _question(name):
+    answer = c_int16()
+    _command(name, ctypes.byref(answer))
+    return answer.value != 0
+
+
+# ---- Logging ------------------------------------------------------------------------------------
+
+_log_callback = None  # kept alive for as long as the library may call it
+
+
+def set_logger(function):
+    """Hands each log line, a str, to `function`; None ends that.
+
+    Call it before the first other call, to see how the hardware was chosen, and never while another
+    call or a timer is in progress. `function` must not call into the library.
+    """
+    global _log_callback
+    if function is None:
+        callback = LogCallback()
+    else:
+        encoding = locale.getpreferredencoding(False)
+        callback = LogCallback(lambda _, line: function(line.decode(encoding, "replace")))
+    library.Solvane_SetLogger(None, callback)
+    _log_callback = callback
+
+
+@contextlib.contextmanager
+def logger(function):
+    """with solvane.logger(print): ... logs inside the block, and not after it."""
+    set_logger(function)
+    try:
+        yield
+    finally:
+        set_logger(None)
+
+
+@atexit.register
+def _remove_logger():
+    # The library's unload logs too, when there is no interpreter left to be called.
+    if _log_callback:
+        set_logger(None)
+
+
+# ---- Finding the hardware -----------------------------------------------------------------------
+
+
+def check_available():
+    """Returns when the hardware is there and configured."""
+    _command("Solvane_CheckAvailable")
+
+
+def check_power_control_available():
+    """Returns when camera and accessories power can be switched."""
+    _command("Solvane_CheckPowerControlAvailable")
+
+
+def recheck_status():
+    """Looks for the hardware again, from the first kind."""
+    _command("Solvane_RecheckStatus")
+
+
+def enforce_ftdi():
+    """Chooses the FT2232H, whether it is there or not."""
+    library.Solvane_EnforceFTDI()
+
+
+# ---- Capture ------------------------------------------------------------------------------------
+
+
+def trigger_capture():
+    """Triggers one capture; E_NOT_READY when the system is not ready for it."""
+    _command("Solvane_TriggerCapture")
+
+
+def check_system_ready():
+    """Whether the system is ready for a trigger."""
+    return _question("Solvane_CheckSystemReady")
+
+
+def check_and_reset_mep_flag():
+    """Whether the MEP flag was latched; it is cleared if it was."""
+    return _question("Solvane_CheckAndResetMepFlag")
+
+
+def wake_camera():
+    """Wakes the camera with a short pulse on the dark line."""
+    _command("Solvane_WakeCamera")
+
+
+# ---- Forced black update (dark) -----------------------------------------------------------------
+
+
+def enable_forced_black_update():
+    """Forces the picture dark."""
+    _command("Solvane_EnableForcedBlackUpdate")
+
+
+def disable_forced_black_update():
+    """Forces the picture dark no more."""
+    _command("Solvane_DisableForcedBlackUpdate")
+
+
+def check_forced_black_update():
+    """Whether the picture is forced dark."""
+    return _question("Solvane_CheckForcedBlackUpdate")
+
+
+# ---- Power --------------------------------------------------------------------------------------
+
+
+def enable_camera_power():
+    """Switches camera power on."""
+    _command("Solvane_EnableCameraPower")
+
+
+def disable_camera_power():
+    """Switches camera power off."""
+    _command("Solvane_DisableCameraPower")
+
+
+def check_camera_power():
+    """Whether camera power is on. A line that cannot be read says so too: rule 6 of solvane.h."""
+    return _question("Solvane_CheckCameraPower")
+
+
+def enable_accessories_power():
+    """Switches accessories power on."""
+    _command("Solvane_EnableAccessoriesPower")
+
+
+def disable_accessories_power():
+    """Switches accessories power off."""
+    _command("Solvane_DisableAccessoriesPower")
+
+
+def check_accessories_power():
+    """Whether accessories power is on. A line that cannot be read says so too."""
+    return _question("Solvane_CheckAccessoriesPower")
+
+
+# ---- The device itself --------------------------------------------------------------------------
+
+
+def close_device():
+    """Closes the hardware, so that another program may use it. The next operation opens it again."""
+    _command("Solvane_CloseDevice")
+
+
+def reset_com_port():
+    """Resets the serial channel of the FT2232H."""
+    _command("Solvane_ResetComPort")
+
+
+# ---- Timers -------------------------------------------------------------------------------------
+
+
+class Timer:
+    """A timer of the kernel driver.
+
+        with solvane.Timer() as timer:
+            timer.run(20000, on_event)
+
+    run() blocks its thread and calls the function on it; stop() may be called from any thread. The
+    library loses a stop that comes while a run is only beginning; this class does not: it remembers
+    the stop and ends the run at the next event, undelivered.
+    """
+
+    def __init__(self):
+        self._handle = 0
+        self._state = threading.Condition(threading.RLock())  # guards what follows
+        self._thread = None  # of the run in progress
+        self._stopped = False
+        handle = c_uint64()
+        _command("Solvane_CreateTimer", ctypes.byref(handle), 0)
+        self._handle = handle.value
+
+    def run(self, parameter, function):
+        """Calls function(event) for each TimerEvent, until stop() or an exception out of it."""
+        thrown = []
+
+        def on_event(_, event):
+            try:
+                if self._stopped:
+                    library.Solvane_StopTimer(self._handle)  # it came too early the first time
+                else:
+                    function(event.contents)
+            except BaseException as exception:  # Ctrl+C among them: run() raises it again
+                thrown.append(exception)
+                self.stop()
+
+        callback = TimerCallback(on_event)  # this frame keeps it alive during the run
+        with self._state:
+            if self._thread is not None or self._handle == 0:
+                raise Error("Solvane_RunTimer", E_INVALID)
+            if self._stopped:
+                self._stopped = False
+                return
+            self._thread = threading.get_ident()
+        try:
+            status = library.Solvane_RunTimer(self._handle, parameter, callback)
+        finally:
+            with self._state:
+                self._thread = None
+                self._stopped = False
+                self._state.notify_all()
+        if thrown:
+            raise thrown[0]
+        if status != OK:
+            raise Error("Solvane_RunTimer", status)
+
+    def stop(self):
+        """Ends the run in progress, or the next one at once when there is none. Does not wait."""
+        with self._state:
+            self._stopped = True
+            if self._thread is not None:
+                library.Solvane_StopTimer(self._handle)
+
+    def close(self):
+        """Stops a run on another thread, waits for its end, and disposes of the timer."""
+        with self._state:
+            if self._thread == threading.get_ident():
+                raise RuntimeError("a timer cannot be closed by its own function: stop it")
+            while self._thread is not None:
+                self.stop()
+                self._state.wait()
+            if self._handle != 0:
+                library.Solvane_DisposeTimer(self._handle)
+                self._handle = 0
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.close()
+
+    def __del__(self):
+        if self._handle != 0:  # nobody runs it: a run holds a reference
+            library.Solvane_DisposeTimer(self._handle)

@@ -1,0 +1,27 @@
+// Finds the hardware and prints what every line that can be read says. It drives none of them.
+
+#include <iostream>
+
+#include <solvane/solvane.hpp>
+
+int main() try {
+    // The first call looks for the hardware and brings it up; all that follow use what it found. It
+    // throws when there is none.
+    solvane::CheckAvailable();
+    std::cout << "available: yes\n";
+
+    // "No" is no failure here, so this one is asked for the status instead.
+    std::error_code error;
+    solvane::CheckPowerControlAvailable(error);
+    std::cout << "power control: " << (error ? "no" : "yes") << '\n';
+
+    // Asking for the MEP flag would clear it, so that a probe leaves it alone.
+    std::cout << "ready: " << (solvane::CheckSystemReady() ? "yes" : "no") << '\n'
+              << "dark: " << (solvane::CheckForcedBlackUpdate() ? "on" : "off") << '\n'
+              << "camera power: " << (solvane::CheckCameraPower() ? "on" : "off") << '\n'
+              << "accessories power: " << (solvane::CheckAccessoriesPower() ? "on" : "off") << '\n';
+    return 0;
+} catch (const solvane::Error& error) {
+    std::cerr << error.what() << '\n'; // the function, the status and what it means
+    return 1;
+}

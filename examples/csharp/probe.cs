@@ -1,0 +1,44 @@
+// Finds the hardware and prints what every line that can be read says. It drives none of them.
+
+using System;
+using Solvane;
+
+static class Probe
+{
+    static int Main()
+    {
+        try
+        {
+            // The first call looks for the hardware and brings it up; all that follow use what it
+            // found. It throws when there is none.
+            Camera.CheckAvailable();
+            Console.WriteLine("available: yes");
+            Console.WriteLine("power control: " + (CanSwitchPower() ? "yes" : "no"));
+
+            // Asking for the MEP flag would clear it, so that a probe leaves it alone.
+            Console.WriteLine("ready: " + (Camera.CheckSystemReady() ? "yes" : "no"));
+            Console.WriteLine("dark: " + (Camera.CheckForcedBlackUpdate() ? "on" : "off"));
+            Console.WriteLine("camera power: " + (Camera.CheckCameraPower() ? "on" : "off"));
+            Console.WriteLine("accessories power: " + (Camera.CheckAccessoriesPower() ? "on" : "off"));
+            return 0;
+        }
+        catch (SolvaneException error)
+        {
+            Console.Error.WriteLine(error.Message); // the function, the status and what it means
+            return 1;
+        }
+    }
+
+    static bool CanSwitchPower()
+    {
+        try
+        {
+            Camera.CheckPowerControlAvailable();
+            return true;
+        }
+        catch (SolvaneException)
+        {
+            return false; // which is an answer here, no failure
+        }
+    }
+}

@@ -1,0 +1,30 @@
+// Finds the hardware and prints what every line that can be read says. It drives none of them.
+'use strict';
+
+const solvane = require('../../bindings/node/solvane');
+
+const canSwitchPower = () => {
+  try {
+    solvane.checkPowerControlAvailable();
+    return true;
+  } catch (error) {
+    return false; // which is an answer here, no failure
+  }
+};
+
+try {
+  // The first call looks for the hardware and brings it up; all that follow use what it found. It
+  // throws when there is none.
+  solvane.checkAvailable();
+  console.log('available: yes');
+  console.log(`power control: ${canSwitchPower() ? 'yes' : 'no'}`);
+
+  // Asking for the MEP flag would clear it, so that a probe leaves it alone.
+  console.log(`ready: ${solvane.checkSystemReady() ? 'yes' : 'no'}`);
+  console.log(`dark: ${solvane.checkForcedBlackUpdate() ? 'on' : 'off'}`);
+  console.log(`camera power: ${solvane.checkCameraPower() ? 'on' : 'off'}`);
+  console.log(`accessories power: ${solvane.checkAccessoriesPower() ? 'on' : 'off'}`);
+} catch (error) {
+  console.error(error.message); // the function, the status and what it means
+  process.exitCode = 1;
+}

