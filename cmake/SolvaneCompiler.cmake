@@ -14,8 +14,21 @@ if(WIN32)
     _WIN32_WINNT=0x0A00 WIN32_LEAN_AND_MEAN NOMINMAX UNICODE _UNICODE)
 endif()
 
+# Symbols for the debugger, which name the sources as /solvane/...: the same bytes from every
+# directory.
+# Tests need none.
+define_property(TARGET PROPERTY SOLVANE_NO_SYMBOLS INITIALIZE_FROM_VARIABLE SOLVANE_NO_SYMBOLS)
+add_library(solvane_symbols INTERFACE)
+if(MINGW)
+  target_compile_options(solvane_symbols INTERFACE
+    $<IF:$<BOOL:$<TARGET_PROPERTY:SOLVANE_NO_SYMBOLS>>,-g0,-g>
+    "-ffile-prefix-map=${CMAKE_SOURCE_DIR}=/solvane"
+    "-ffile-prefix-map=${CMAKE_BINARY_DIR}=/solvane/build")
+endif()
+
 if(MINGW)
   # No run-time library of the compiler's has to be shipped; the same bytes from every build.
+  target_link_libraries(solvane_options INTERFACE solvane_symbols)
   target_compile_options(solvane_options INTERFACE -ffunction-sections -fdata-sections)
   target_link_options(solvane_options INTERFACE
     -static -Wl,--gc-sections -Wl,--no-insert-timestamp

@@ -1,0 +1,68 @@
+# What `cmake --install` and `cpack` ship: the library for host developers, the rig to run their
+# hosts on, and beside every binary its symbols (<file>.debug).
+
+# The one import library that both GNU's ld and Microsoft's linker (or lld-link) take: ld's own is
+# for ld alone.
+find_program(SOLVANE_LLVM_DLLTOOL NAMES llvm-dlltool-14 llvm-dlltool REQUIRED)
+set(definition "${CMAKE_SOURCE_DIR}/src/api/solvane.def")
+set(import_library "${CMAKE_BINARY_DIR}/lib/Solvane.lib")
+file(MAKE_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
+add_custom_command(OUTPUT "${import_library}"
+  COMMAND "${SOLVANE_LLVM_DLLTOOL}" -m i386:x86-64 -d "${definition}" -l Solvane.lib
+  WORKING_DIRECTORY "${CMAKE_BINARY_DIR}/lib"
+  DEPENDS "${definition}" VERBATIM COMMENT "Import library Solvane.lib")
+add_custom_target(solvane_import_library DEPENDS "${import_library}")
+add_dependencies(products solvane_import_library)
+
+# solvane_install_binary(<target> <directory>): stripped, with a link to its symbols. objcopy
+# would put the time of day into it.
+function(solvane_install_binary target directory)
+  install(PROGRAMS "$<TARGET_FILE:${target}>" DESTINATION ${directory})
+  install(CODE "
+    set(installed \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${directory}\")
+    string(APPEND installed \"/$<TARGET_FILE_NAME:${target}>\")
+    foreach(step \"--only-keep-debug;$<TARGET_FILE:${target}>;\${installed}.debug\"
+                 \"--strip-all;\${installed}\"
+                 \"--add-gnu-debuglink=\${installed}.debug;\${installed}\")
+      execute_process(COMMAND \"\${CMAKE_COMMAND}\" -E env SOURCE_DATE_EPOCH=0
+        \"${CMAKE_OBJCOPY}\" \${step} COMMAND_ERROR_IS_FATAL ANY)
+    endforeach()
+    file(CHMOD \"\${installed}.debug\" PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)")
+endfunction()
+
+solvane_install_binary(Solvane bin)
+solvane_install_binary(solvane_host bin)
+foreach(target solvane_rig EAPI_Library FTD2XX inpoutx64 rig_wbem solvane_rig_tool SolvaneDevice)
+  solvane_install_binary(${target} rig)
+endforeach()
+
+install(FILES "${import_library}" "${definition}" DESTINATION lib)
+install(FILES include/solvane/solvane.h DESTINATION include/solvane)
+install(FILES rig/include/solvane/rig.h DESTINATION rig/include/solvane)
+install(DIRECTORY rig/scenarios/ DESTINATION rig/scenarios FILES_MATCHING PATTERN "*.toml")
+install(FILES examples/CMakeLists.txt examples/capture.c examples/capture.cpp DESTINATION examples)
+install(DIRECTORY examples/c examples/cpp examples/csharp examples/node examples/no_crt
+  examples/python DESTINATION examples PATTERN "__pycache__" EXCLUDE)
+install(DIRECTORY bindings DESTINATION . PATTERN "__pycache__" EXCLUDE)
+
+include(CMakePackageConfigHelpers)
+set(generated "${CMAKE_BINARY_DIR}/install")
+write_basic_package_version_file("${generated}/SolvaneConfigVersion.cmake"
+  COMPATIBILITY SameMajorVersion)
+install(FILES cmake/install/SolvaneConfig.cmake "${generated}/SolvaneConfigVersion.cmake"
+  DESTINATION lib/cmake/Solvane)
+configure_file(cmake/install/solvane.pc.in "${generated}/solvane.pc" @ONLY)
+install(FILES "${generated}/solvane.pc" DESTINATION lib/pkgconfig)
+
+install(FILES README.md DESTINATION doc)
+install(DIRECTORY docs/ DESTINATION doc
+  FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN "*.png")
+install(FILES rig/README.md DESTINATION rig)
+install(SCRIPT cmake/install/document_links.cmake)
+
+set(CPACK_GENERATOR External)
+set(CPACK_EXTERNAL_ENABLE_STAGING ON)
+set(CPACK_EXTERNAL_PACKAGE_SCRIPT "${CMAKE_SOURCE_DIR}/cmake/install/archives.cmake")
+set(CPACK_PACKAGE_FILE_NAME "solvane-${PROJECT_VERSION}-win64")
+set(CPACK_VERBATIM_VARIABLES ON)
+include(CPack)

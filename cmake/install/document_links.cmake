@@ -1,0 +1,36 @@
+# The links of the installed documents, which lie elsewhere than in the source tree: a link to
+# something that is shipped leads there, of any other the text is left.
+set(root "$ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}")
+file(GLOB_RECURSE documents RELATIVE "${root}" "${root}/doc/*.md")
+list(APPEND documents rig/README.md)
+
+foreach(document IN LISTS documents)
+  # Where the document came from, for its links are relative to that.
+  if(document STREQUAL "doc/README.md")
+    set(source "README.md")
+  else()
+    string(REGEX REPLACE "^doc/" "docs/" source "${document}")
+  endif()
+  cmake_path(GET source PARENT_PATH source_directory)
+  cmake_path(GET document PARENT_PATH directory)
+
+  file(READ "${root}/${document}" text)
+  # Brackets would keep a list from being split.
+  string(REPLACE "](" "@(" plain "${text}")
+  string(REGEX MATCHALL "@\\([^)#: ]+" links "${plain}")
+  list(REMOVE_DUPLICATES links)
+  foreach(link IN LISTS links)
+    string(SUBSTRING "${link}" 2 -1 link)
+    cmake_path(APPEND source_directory "${link}" OUTPUT_VARIABLE target)
+    cmake_path(NORMAL_PATH target)
+    string(REGEX REPLACE "^docs/" "doc/" target "${target}")
+    string(REGEX REPLACE "^README.md$" "doc/README.md" target "${target}")
+    if(EXISTS "${root}/${target}")
+      cmake_path(RELATIVE_PATH target BASE_DIRECTORY "${directory}")
+      string(REPLACE "](${link}" "](${target}" text "${text}")
+    else()
+      string(REGEX REPLACE "\\[([^]]*)\\]\\(${link}[^)]*\\)" "\\1" text "${text}")
+    endif()
+  endforeach()
+  file(WRITE "${root}/${document}" "${text}")
+endforeach()
