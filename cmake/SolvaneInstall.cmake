@@ -11,7 +11,7 @@ add_custom_command(OUTPUT "${import_library}"
   COMMAND "${SOLVANE_LLVM_DLLTOOL}" -m i386:x86-64 -d "${definition}" -l Solvane.lib
   WORKING_DIRECTORY "${CMAKE_BINARY_DIR}/lib"
   DEPENDS "${definition}" VERBATIM COMMENT "Import library Solvane.lib")
-add_custom_target(solvane_import_library DEPENDS "${import_library}")
+add_custom_target(solvane_import_library ALL DEPENDS "${import_library}")
 add_dependencies(products solvane_import_library)
 
 # solvane_install_binary(<target> <directory>): stripped, with a link to its symbols. objcopy

@@ -60,7 +60,7 @@ class Variant {
     const wchar_t* Text() const { return value.vt == VT_BSTR ? value.bstrVal : nullptr; }
 
   private:
-    platform::VARIANT value;
+    platform::VARIANT value{};
 };
 
 /// Ends this thread's use of COM, if it was begun.
