@@ -203,6 +203,29 @@ class Probe(CliTest):
         self.assertIs(found["power_control"], False)
 
 
+class EveryKind(CliTest):
+    # A command, what it prints, and the edges of the line that it is about.
+    OPERATIONS = [
+        (("ready",), "ready  yes\n", "ready", []),
+        (("mep",), "flag  no\n", "mep", []),
+        (("wake",), "wake  done\n", "dark", [1, 0]),
+        (("dark", "on"), "dark  on\n", "dark", [1]),
+        (("camera-power", "off"), "camera-power  off\n", "camera_power", [0]),
+        (("accessories-power", "off"), "accessories-power  off\n", "accessories_power", [0]),
+        (("accessories-power", "state"), "accessories-power  on\n", "accessories_power", []),
+    ]
+
+    def test_every_operation_is_the_same_on_every_kind(self):
+        for kind, scenario in KINDS.items():
+            for arguments, text, line, edges in self.OPERATIONS:
+                with self.subTest(kind=kind, arguments=arguments):
+                    outcome = self.run_host(*arguments, scenario=scenario)
+                    self.assertEqual((outcome.code, outcome.out, outcome.err), (DONE, text, ""))
+                    self.assertEqual(outcome.levels(line), edges)
+            outcome = self.run_host("trigger", scenario=scenario)
+            self.assertEqual((outcome.code, outcome.levels("trigger")), (DONE, [1, 0]))
+
+
 class Trigger(CliTest):
     def test_one(self):
         outcome = self.run_host("trigger")
