@@ -1,30 +1,13 @@
 #include <array>
 
 #include "commands.h"
+#include "questions.h"
 
 namespace host {
 
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-/// A line that is asked for its state.
-struct Question {
-    const char* key;
-    const char* label;
-    decltype(Library::CheckSystemReady) Library::*ask;
-    const char* yes;
-    const char* no;
-};
-
-// The MEP flag is not among them: asking for it clears it.
-constexpr std::array kQuestions{
-    Question{"ready", "ready", &Library::CheckSystemReady, "yes", "no"},
-    Question{"dark", "dark", &Library::CheckForcedBlackUpdate, "on", "off"},
-    Question{"camera_power", "camera power", &Library::CheckCameraPower, "on", "off"},
-    Question{"accessories_power", "accessories power", &Library::CheckAccessoriesPower, "on",
-             "off"},
-};
 
 /// Everything that was asked. Without hardware nothing more is: each question would look for the
 /// hardware once more, only to answer the same.

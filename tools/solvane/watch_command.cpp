@@ -8,6 +8,7 @@
 #include <windows.h>
 
 #include "commands.h"
+#include "questions.h"
 
 namespace host {
 
@@ -17,22 +18,6 @@ using Json = nlohmann::ordered_json;
 using Clock = std::chrono::steady_clock;
 using Milliseconds = std::chrono::duration<double, std::milli>;
 
-/// A column of the table. The MEP flag is not among them: asking for it clears it.
-struct Column {
-    const char* key;
-    const char* title;
-    decltype(Library::CheckSystemReady) Library::*ask;
-    const char* yes;
-    const char* no;
-};
-
-constexpr std::array kColumns{
-    Column{"ready", "ready", &Library::CheckSystemReady, "yes", "no"},
-    Column{"dark", "dark", &Library::CheckForcedBlackUpdate, "on", "off"},
-    Column{"camera_power", "camera power", &Library::CheckCameraPower, "on", "off"},
-    Column{"accessories_power", "accessories power", &Library::CheckAccessoriesPower, "on", "off"},
-};
-
 /// What was read of one line: its answer, or the status with which it was refused.
 struct Cell {
     int status = SOLVANE_OK;
@@ -41,7 +26,7 @@ struct Cell {
     bool operator==(const Cell&) const = default;
 };
 
-using Row = std::array<Cell, kColumns.size()>;
+using Row = std::array<Cell, kQuestions.size()>;
 
 std::atomic<bool> isStopped{false};
 
@@ -55,9 +40,9 @@ BOOL WINAPI StopAtCtrlC(DWORD event) {
 
 Row Read(const Library& library) {
     Row row;
-    for (std::size_t i = 0; i < kColumns.size(); ++i) {
+    for (std::size_t i = 0; i < kQuestions.size(); ++i) {
         std::int16_t answer = 0;
-        row[i].status = (library.*kColumns[i].ask)(&answer);
+        row[i].status = (library.*kQuestions[i].ask)(&answer);
         row[i].answer = row[i].status == SOLVANE_OK && answer != 0;
     }
     return row;
@@ -80,8 +65,8 @@ std::string Padded(std::string text, std::size_t width) {
 
 constexpr std::size_t kTimeWidth = 14;
 
-std::size_t WidthOf(const Column& column) {
-    return std::string_view(column.title).size() + 3;
+std::size_t WidthOf(const Question& column) {
+    return std::string_view(column.label).size() + 3;
 }
 
 /// Ends a line of the table without the blanks that pad its last column.
@@ -92,13 +77,13 @@ void PrintLine(std::string line) {
 
 void PrintTitles() {
     std::string line = Padded("since start", kTimeWidth);
-    for (const Column& column : kColumns) {
-        line += Padded(column.title, WidthOf(column));
+    for (const Question& column : kQuestions) {
+        line += Padded(column.label, WidthOf(column));
     }
     PrintLine(line);
 }
 
-std::string TextOf(const Cell& cell, const Column& column) {
+std::string TextOf(const Cell& cell, const Question& column) {
     if (cell.status != SOLVANE_OK) {
         return "? (" + std::to_string(cell.status) + ")";
     }
@@ -110,7 +95,8 @@ void PrintRow(const Row& row, const Row* before, Milliseconds since) {
     std::string line = Padded(Text(since.count()), kTimeWidth);
     for (std::size_t i = 0; i < row.size(); ++i) {
         const bool isChanged = before != nullptr && row[i] != (*before)[i];
-        line += Padded(TextOf(row[i], kColumns[i]) + (isChanged ? " *" : ""), WidthOf(kColumns[i]));
+        line +=
+            Padded(TextOf(row[i], kQuestions[i]) + (isChanged ? " *" : ""), WidthOf(kQuestions[i]));
     }
     PrintLine(line);
 }
@@ -120,9 +106,9 @@ void PrintObject(const Session& session, const Row& row, const Row* before, Mill
     report.Add("since_start_ms", Rounded(since.count()));
     Json changed = Json::array();
     for (std::size_t i = 0; i < row.size(); ++i) {
-        report.Add(kColumns[i].key, row[i].status == SOLVANE_OK ? Json(row[i].answer) : Json());
+        report.Add(kQuestions[i].key, row[i].status == SOLVANE_OK ? Json(row[i].answer) : Json());
         if (before != nullptr && row[i] != (*before)[i]) {
-            changed.push_back(kColumns[i].key);
+            changed.push_back(kQuestions[i].key);
         }
     }
     report.Add("changed", changed);
