@@ -300,7 +300,11 @@ FT_STATUS FT_CALL FT_Write(FT_HANDLE handle, void* buffer, std::uint32_t bytesTo
         return FT_OK;
     case Manner::Odd:
         *bytesWritten = OddNumber();
-        return library->input.Byte() % 2 == 0 ? FT_OK : OddStatus();
+        if (library->input.Byte() % 2 != 0) {
+            return OddStatus();
+        }
+        library->seen.lostWrites += bytesToWrite == 3 && *bytesWritten == 3 ? 1 : 0;
+        return FT_OK;
     case Manner::Healthy:
         break;
     }

@@ -16,9 +16,10 @@ void Heal();
 
 /// What a controller did since the last look.
 struct Seen {
-    unsigned readBytes = 0; ///< successful FT_Read() calls
-    unsigned writes = 0;    ///< attempts to set the lines
-    unsigned triggers = 0;  ///< those with the trigger line high
+    unsigned readBytes = 0;  ///< successful FT_Read() calls
+    unsigned writes = 0;     ///< attempts to set the lines
+    unsigned triggers = 0;   ///< those with the trigger line high
+    unsigned lostWrites = 0; ///< told to be complete, yet the chip has nothing of them
 };
 Seen TakeSeen();
 
