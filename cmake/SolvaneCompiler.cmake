@@ -21,9 +21,12 @@ define_property(TARGET PROPERTY SOLVANE_NO_SYMBOLS INITIALIZE_FROM_VARIABLE SOLV
 add_library(solvane_symbols INTERFACE)
 if(MINGW)
   target_compile_options(solvane_symbols INTERFACE
-    $<IF:$<BOOL:$<TARGET_PROPERTY:SOLVANE_NO_SYMBOLS>>,-g0,-g>
-    "-ffile-prefix-map=${CMAKE_SOURCE_DIR}=/solvane"
-    "-ffile-prefix-map=${CMAKE_BINARY_DIR}=/solvane/build")
+    $<IF:$<BOOL:$<TARGET_PROPERTY:SOLVANE_NO_SYMBOLS>>,-g0,-g>)
+  if(NOT SOLVANE_COVERAGE) # which looks for the sources
+    target_compile_options(solvane_symbols INTERFACE
+      "-ffile-prefix-map=${CMAKE_SOURCE_DIR}=/solvane"
+      "-ffile-prefix-map=${CMAKE_BINARY_DIR}=/solvane/build")
+  endif()
 endif()
 
 if(MINGW)
