@@ -1,5 +1,6 @@
-/*
- * solvane.h - the C interface of Solvane.dll, the only header that a host needs.
+/**
+ * @file
+ * The C interface of Solvane.dll, the only header that a host needs.
  *
  * Solvane drives the electrical lines round a camera: it triggers a capture, wakes the camera,
  * switches camera power and accessories power, forces the picture dark, and reads back "system
@@ -11,15 +12,15 @@
  *
  * 1. One thread at a time. Nothing here is locked: a host calls these functions from one thread,
  *    or makes sure that no two calls overlap. There are two exceptions. The very first call may
- * come from several threads at once; all but one of them wait until the hardware was looked for.
- * And timers run on threads of their own, as told with them.
+ *    come from several threads at once; all but one of them wait until the hardware was looked for.
+ *    And timers run on threads of their own, as told with them.
  *
  * 2. Every function but those of timers is synchronous: it returns when the lines have their new
  *    levels. The times given below are those of a healthy FT2232H with a 1 ms timer; "ms" are
  *    wall-clock milliseconds. An operation that meets a fault first tries to recover the chip,
  *    which can take a little over 3 s before it gives up, and a trigger may need several
- * recoveries. On the other hardware nothing takes time but the 10 ms of the pulses, and nothing is
- * recovered.
+ *    recoveries. On the other hardware nothing takes time but the 10 ms of the pulses, and nothing
+ *    is recovered.
  *
  * 3. Statuses. A function that returns a value returns one of the SOLVANE_ statuses below, and 0
  *    (SOLVANE_OK) is success. Test for "not 0", not for single numbers you know: which numbers an
@@ -30,9 +31,8 @@
  *    timer functions looks for the hardware, brings it up and sets the lines to rest (trigger low,
  *    clear-MEP at rest; a mainboard also gets camera and accessories power on and dark off). Asking
  *    Windows for a parallel port can take some tenths of a second, configuring an FT2232H about
- *    60 ms. Later calls configure again by themselves when
- *    the hardware was lost in between, or was not there; a parallel port is looked for once, and
- *    again by Solvane_RecheckStatus only.
+ *    60 ms. Later calls configure again by themselves when the hardware was lost in between, or was
+ *    not there; a parallel port is looked for once, and again by Solvane_RecheckStatus only.
  *
  * 5. Out-values. A function that answers a question takes a pointer to an int16_t that it sets to
  *    1 (yes) or 0 (no). The pointer is used during the call only. A null pointer is answered with
@@ -51,21 +51,21 @@
  *    while the hardware is looked for, std::bad_alloc leaves the call and the next call starts
  *    afresh.
  *
- * The header is clean C89 (with <stdint.h>) and C++.
+ * The header is clean C89 (with stdint.h) and C++.
  */
 #ifndef SOLVANE_SOLVANE_H
 #define SOLVANE_SOLVANE_H
 
 #include <stdint.h>
 
-/* Calling convention of every function and callback. It has a meaning on 32-bit Windows only. */
+/** Calling convention of every function and callback. It has a meaning on 32-bit Windows only. */
 #if defined(_WIN32)
 #define SOLVANE_CALL __stdcall
 #else
 #define SOLVANE_CALL
 #endif
 
-/*
+/**
  * Import decoration. Define SOLVANE_NO_IMPORT before including this header to get plain
  * declarations, for instance to take function types for GetProcAddress.
  */
@@ -81,84 +81,91 @@ extern "C" {
 
 /* ---- Statuses ------------------------------------------------------------------------------ */
 
-/* The lines did what was asked. */
+/** The lines did what was asked. */
 #define SOLVANE_OK 0
-/* The state asked for could not be determined; a timer function met a failure. */
+/** The state asked for could not be determined; a timer function met a failure. */
 #define SOLVANE_E_UNDETERMINED (-1)
-/* A line could not be written, or a step of the serial-channel reset failed. */
+/** A line could not be written, or a step of the serial-channel reset failed. */
 #define SOLVANE_E_WRITE (-2)
-/* The hardware was not found, or could not be opened and configured. */
+/** The hardware was not found, or could not be opened and configured. */
 #define SOLVANE_E_NO_HARDWARE (-3)
-/* A null pointer, or a timer that is not there or not running. */
+/** A null pointer, or a timer that is not there or not running. */
 #define SOLVANE_E_INVALID (-4)
-/* A trigger was refused because the system is not ready (or its ready line cannot be read). */
+/** A trigger was refused because the system is not ready (or its ready line cannot be read). */
 #define SOLVANE_E_NOT_READY (-5)
 
 /* ---- Logging ------------------------------------------------------------------------------- */
 
-/*
+/**
  * The host's log function.
  *
- * context  the pointer given to Solvane_SetLogger, untouched.
- * line     one line of text, zero-terminated, without a line break at its end, beginning with the
- *          local time as "[14:03:07.042] ". Narrow characters. Valid only during the call.
- *
  * Called on the thread that called the library, in the middle of an operation: return quickly, for
- * the lines may wait in mid-pulse for you. Do not call any Solvane_ function from here, and let no
- * exception out.
+ * the lines may wait in mid-pulse for you. Do not call any function of the library from here, and
+ * let no exception out.
+ *
+ * @param context the pointer given to Solvane_SetLogger, untouched.
+ * @param line one line of text, zero-terminated, without a line break at its end, beginning with
+ *     the local time as "[14:03:07.042] "; or empty. After a write that was cut short there is a
+ *     line break inside. Narrow characters. Valid only during the call.
  */
 typedef void(SOLVANE_CALL* SolvaneLogCallback)(void* context, const char* line);
 
-/*
+/**
  * Installs the host's log function, or with a null `callback` stops logging.
  *
- * Lines:    none. Does not look for hardware.
- * Pointers: `context` is handed back with every line and never looked at; it may be null. Both are
- *           kept until the next call of this function or until the library is unloaded: the unload
- *           itself logs, so keep the function callable until then or remove it first.
- * Threads:  never while another call is in progress.
- * Time:     no waiting. Without a log function nothing is formatted and nothing is kept for later,
- *           so install it before the first other call to see how the hardware was chosen.
+ * - Lines: none. Does not look for hardware.
+ * - Pointers: both are kept until the next call of this function or until the library is
+ *   unloaded: the unload itself logs, so keep the function callable until then or remove it first.
+ * - Threads: never while another call is in progress.
+ * - Time: no waiting. Without a log function nothing is formatted and nothing is kept for later, so
+ *   install it before the first other call to see how the hardware was chosen.
+ *
+ * @param context handed back with every line and never looked at; may be null.
+ * @param callback the host's log function; null stops logging.
  */
 SOLVANE_API void SOLVANE_CALL Solvane_SetLogger(void* context, SolvaneLogCallback callback);
 
 /* ---- Finding the hardware ------------------------------------------------------------------ */
 
-/*
+/**
  * Tells whether the hardware is there and configured, and configures it if it is not.
  *
- * Lines:    none when configured already. Otherwise they are set to rest: trigger low, clear-MEP
- *           at rest. Dark and power stay as they are on the FT2232H and the parallel port; on a
- *           mainboard both powers go on and dark goes off.
- * Statuses: SOLVANE_OK, SOLVANE_E_NO_HARDWARE, SOLVANE_E_WRITE (the port driver of a parallel port
- *           is not open; or a mainboard's line could not be set to rest, which is told once).
- * Time:     none when configured already, about 60 ms when it configures.
+ * - Lines: none when configured already. Otherwise they are set to rest: trigger low, clear-MEP at
+ *   rest. Dark and power stay as they are on the FT2232H and the parallel port; on a mainboard both
+ *   powers go on and dark goes off.
+ * - Time: none when configured already, about 60 ms when it configures.
+ *
+ * @return SOLVANE_OK, SOLVANE_E_NO_HARDWARE, SOLVANE_E_WRITE (the port driver of a parallel port is
+ *     not open; or a mainboard's line could not be set to rest, which is told once).
  */
 SOLVANE_API int16_t SOLVANE_CALL Solvane_CheckAvailable(void);
 
-/*
+/**
  * Tells whether camera and accessories power can be switched.
  *
  * The same as Solvane_CheckAvailable on the FT2232H and on mainboards, in lines, statuses and time.
- * On a parallel port it tells whether the power interface is wired: SOLVANE_OK, or
- * SOLVANE_E_NO_HARDWARE if it is not, or SOLVANE_E_UNDETERMINED if the port itself is not usable.
- * The power functions drive their lines in any case.
+ * On a parallel port it tells whether the power interface is wired. The power functions drive their
+ * lines in any case.
+ *
+ * @return as Solvane_CheckAvailable; on a parallel port SOLVANE_OK, SOLVANE_E_NO_HARDWARE if the
+ *     power interface is not wired, SOLVANE_E_UNDETERMINED if the port itself is not usable.
  */
 SOLVANE_API int16_t SOLVANE_CALL Solvane_CheckPowerControlAvailable(void);
 
-/*
+/**
  * Looks for the hardware again, from the first kind, and keeps the first that answers.
  *
- * Lines:    the present hardware is released; what is found is configured afresh, which sets the
- *           lines to rest (see Solvane_CheckAvailable). When nothing is found the FT2232H stays
- *           chosen and every later operation looks for it once more.
- * Statuses: SOLVANE_OK when some hardware answered, else the status of the last kind tried.
- * Time:     as the first use. As the very first call it looks twice.
- * Threads:  never while another call is in progress: the object behind the call is replaced.
+ * - Lines: the present hardware is released; what is found is configured afresh, which sets the
+ *   lines to rest (see Solvane_CheckAvailable). When nothing is found the FT2232H stays chosen and
+ *   every later operation looks for it once more.
+ * - Time: as the first use. As the very first call it looks twice.
+ * - Threads: never while another call is in progress: the object behind the call is replaced.
+ *
+ * @return SOLVANE_OK when some hardware answered, else the status of the last kind tried.
  */
 SOLVANE_API int16_t SOLVANE_CALL Solvane_RecheckStatus(void);
 
-/*
+/**
  * Chooses the FT2232H, whether it is there or not, until the next Solvane_RecheckStatus.
  *
  * Lines, time and threads as Solvane_RecheckStatus. Returns nothing: ask Solvane_CheckAvailable.
@@ -167,143 +174,174 @@ SOLVANE_API void SOLVANE_CALL Solvane_EnforceFTDI(void);
 
 /* ---- Capture ------------------------------------------------------------------------------- */
 
-/*
+/**
  * Triggers one capture.
  *
- * Lines:    refuses, touching nothing, unless "system ready" is active. Clears a latched MEP flag
- *           first with one short pulse on clear-MEP. Then drives the trigger line high for 10 ms
- *           (at a system timer resolution of 1 ms, raised for this call only) and low again. On the
- *           FT2232H the line is high for 12 ms: the 2 ms that a write takes to settle come first.
- * Statuses: SOLVANE_OK, SOLVANE_E_NOT_READY, SOLVANE_E_NO_HARDWARE, SOLVANE_E_WRITE (the trigger
- *           may have been given, and its line may have stayed high when the write that lowers it
- *           was the one that failed: Solvane_RecheckStatus sets the lines to rest).
- * Time:     about 18 ms; 4 ms more when a flag is cleared.
+ * - Lines: refuses, touching nothing, unless "system ready" is active. Clears a latched MEP flag
+ *   first with one short pulse on clear-MEP. Then drives the trigger line high for 10 ms (at a
+ *   system timer resolution of 1 ms, raised for this call only) and low again. On the FT2232H the
+ *   line is high for 12 ms: the 2 ms that a write takes to settle come first.
+ * - Time: about 18 ms; 4 ms more when a flag is cleared.
+ *
+ * @return SOLVANE_OK, SOLVANE_E_NOT_READY, SOLVANE_E_NO_HARDWARE, SOLVANE_E_WRITE (the trigger may
+ *     have been given, and its line may have stayed high when the write that lowers it was the one
+ *     that failed: Solvane_RecheckStatus sets the lines to rest).
  */
 SOLVANE_API int16_t SOLVANE_CALL Solvane_TriggerCapture(void);
 
-/*
- * Asks whether the system is ready for a trigger; `*ready` becomes 1 or 0.
+/**
+ * Asks whether the system is ready for a trigger.
  *
- * Lines:    none driven.
- * Statuses: SOLVANE_OK, SOLVANE_E_NO_HARDWARE, SOLVANE_E_INVALID.
- * Time:     about 2 ms.
+ * - Lines: none driven.
+ * - Time: about 2 ms.
+ *
+ * @param[out] ready becomes 1 or 0.
+ * @return SOLVANE_OK, SOLVANE_E_NO_HARDWARE, SOLVANE_E_INVALID.
  */
 SOLVANE_API int16_t SOLVANE_CALL Solvane_CheckSystemReady(int16_t* ready);
 
-/*
- * Asks whether the MEP flag is latched, and clears it if it is; `*flag` becomes 1 or 0.
+/**
+ * Asks whether the MEP flag is latched, and clears it if it is.
  *
- * Lines:    one short pulse on clear-MEP when the flag is latched, none otherwise. `*flag` is 1
- *           even when that pulse could not be given: ask again to see whether the latch let go.
- * Statuses: SOLVANE_OK, SOLVANE_E_NO_HARDWARE, SOLVANE_E_INVALID.
- * Time:     about 2 ms; 4 ms more when the flag is cleared.
+ * - Lines: one short pulse on clear-MEP when the flag is latched, none otherwise. `*flag` is 1 even
+ *   when that pulse could not be given: ask again to see whether the latch let go.
+ * - Time: about 2 ms; 4 ms more when the flag is cleared.
+ *
+ * @param[out] flag becomes 1 or 0.
+ * @return SOLVANE_OK, SOLVANE_E_NO_HARDWARE, SOLVANE_E_INVALID.
  */
 SOLVANE_API int16_t SOLVANE_CALL Solvane_CheckAndResetMepFlag(int16_t* flag);
 
-/*
+/**
  * Wakes the camera: the dark line is inverted for 10 ms and put back.
  *
- * Lines:    the dark line only, and it ends as it was. There is no wake line of its own: a camera
- *           that shows a picture sees a short dark pulse.
- * Statuses: SOLVANE_OK, SOLVANE_E_NO_HARDWARE, SOLVANE_E_WRITE.
- * Time:     about 18 ms. The timer resolution is left alone, so a coarse system timer (15.6 ms)
- *           lengthens the pulse.
+ * - Lines: the dark line only, and it ends as it was. There is no wake line of its own: a camera
+ *   that shows a picture sees a short dark pulse.
+ * - Time: about 18 ms. The timer resolution is left alone, so a coarse system timer (15.6 ms)
+ *   lengthens the pulse.
+ *
+ * @return SOLVANE_OK, SOLVANE_E_NO_HARDWARE, SOLVANE_E_WRITE.
  */
 SOLVANE_API int16_t SOLVANE_CALL Solvane_WakeCamera(void);
 
 /* ---- Forced black update (dark) ------------------------------------------------------------ */
 
-/*
+/**
  * Switches the forced black update on: the dark line goes high and stays.
  *
- * Statuses: SOLVANE_OK, SOLVANE_E_NO_HARDWARE, SOLVANE_E_WRITE.
- * Time:     about 2 ms.
+ * - Time: about 2 ms.
+ *
+ * @return SOLVANE_OK, SOLVANE_E_NO_HARDWARE, SOLVANE_E_WRITE.
  */
 SOLVANE_API int16_t SOLVANE_CALL Solvane_EnableForcedBlackUpdate(void);
 
-/* Switches the forced black update off: the dark line goes low. Otherwise as the call above. */
+/**
+ * Switches the forced black update off: the dark line goes low. Otherwise as the call above.
+ *
+ * @return SOLVANE_OK, SOLVANE_E_NO_HARDWARE, SOLVANE_E_WRITE.
+ */
 SOLVANE_API int16_t SOLVANE_CALL Solvane_DisableForcedBlackUpdate(void);
 
-/*
- * Asks for the level of the dark line; `*on` becomes 1 or 0.
+/**
+ * Asks for the level of the dark line.
  *
- * Lines:    none driven. The line itself is read back, not remembered.
- * Statuses: SOLVANE_OK, SOLVANE_E_NO_HARDWARE, SOLVANE_E_INVALID.
- * Time:     about 2 ms.
+ * - Lines: none driven. The line itself is read back, not remembered.
+ * - Time: about 2 ms.
+ *
+ * @param[out] on becomes 1 or 0.
+ * @return SOLVANE_OK, SOLVANE_E_NO_HARDWARE, SOLVANE_E_INVALID.
  */
 SOLVANE_API int16_t SOLVANE_CALL Solvane_CheckForcedBlackUpdate(int16_t* on);
 
 /* ---- Power --------------------------------------------------------------------------------- */
 
-/*
+/**
  * Switches camera power on.
  *
- * Lines:    camera power only.
- * Statuses: SOLVANE_OK, SOLVANE_E_NO_HARDWARE, SOLVANE_E_WRITE.
- * Time:     about 2 ms, which does not include the camera's own start.
+ * - Lines: camera power only.
+ * - Time: about 2 ms, which does not include the camera's own start.
+ *
+ * @return SOLVANE_OK, SOLVANE_E_NO_HARDWARE, SOLVANE_E_WRITE.
  */
 SOLVANE_API int16_t SOLVANE_CALL Solvane_EnableCameraPower(void);
 
-/* Switches camera power off. Otherwise as Solvane_EnableCameraPower. */
+/**
+ * Switches camera power off. Otherwise as Solvane_EnableCameraPower.
+ *
+ * @return SOLVANE_OK, SOLVANE_E_NO_HARDWARE, SOLVANE_E_WRITE.
+ */
 SOLVANE_API int16_t SOLVANE_CALL Solvane_DisableCameraPower(void);
 
-/*
- * Asks whether camera power is on; `*on` becomes 1 or 0, and 1 when the line cannot be read.
+/**
+ * Asks whether camera power is on.
  *
- * Lines:    none driven. The line itself is read back; on a parallel port, what it was set to. (On
- *           a Super I/O chip a line that cannot be read answers 0.)
- * Statuses: SOLVANE_OK, SOLVANE_E_NO_HARDWARE, SOLVANE_E_INVALID.
- * Time:     about 2 ms.
+ * - Lines: none driven. The line itself is read back; on a parallel port, what it was set to. (On a
+ *   Super I/O chip a line that cannot be read answers 0.)
+ * - Time: about 2 ms.
+ *
+ * @param[out] on becomes 1 or 0, and 1 when the line cannot be read.
+ * @return SOLVANE_OK, SOLVANE_E_NO_HARDWARE, SOLVANE_E_INVALID.
  */
 SOLVANE_API int16_t SOLVANE_CALL Solvane_CheckCameraPower(int16_t* on);
 
-/*
+/**
  * Switches accessories power on.
  *
- * Lines:    accessories power only.
- * Statuses: SOLVANE_OK, SOLVANE_E_NO_HARDWARE, SOLVANE_E_WRITE.
- * Time:     about 2 ms.
+ * - Lines: accessories power only.
+ * - Time: about 2 ms.
+ *
+ * @return SOLVANE_OK, SOLVANE_E_NO_HARDWARE, SOLVANE_E_WRITE.
  */
 SOLVANE_API int16_t SOLVANE_CALL Solvane_EnableAccessoriesPower(void);
 
-/* Switches accessories power off. Otherwise as Solvane_EnableAccessoriesPower. */
+/**
+ * Switches accessories power off. Otherwise as Solvane_EnableAccessoriesPower.
+ *
+ * @return SOLVANE_OK, SOLVANE_E_NO_HARDWARE, SOLVANE_E_WRITE.
+ */
 SOLVANE_API int16_t SOLVANE_CALL Solvane_DisableAccessoriesPower(void);
 
-/*
- * Asks whether accessories power is on; `*on` becomes 1 or 0, and 1 when the line cannot be read.
+/**
+ * Asks whether accessories power is on.
  *
- * Lines:    none driven. On the FT2232H the line itself is read back, on a parallel port what it
- *           was set to; on a mainboard the answer is the last command that succeeded.
- * Statuses: SOLVANE_OK, SOLVANE_E_NO_HARDWARE, SOLVANE_E_INVALID.
- * Time:     about 2 ms.
+ * - Lines: none driven. On the FT2232H the line itself is read back, on a parallel port what it was
+ *   set to; on a mainboard the answer is the last command that succeeded.
+ * - Time: about 2 ms.
+ *
+ * @param[out] on becomes 1 or 0, and 1 when the line cannot be read.
+ * @return SOLVANE_OK, SOLVANE_E_NO_HARDWARE, SOLVANE_E_INVALID.
  */
 SOLVANE_API int16_t SOLVANE_CALL Solvane_CheckAccessoriesPower(int16_t* on);
 
 /* ---- The device itself --------------------------------------------------------------------- */
 
-/*
+/**
  * Closes the hardware, so that another program may use it. The next operation opens it again.
  *
- * Lines:    they keep their levels while the chip stays powered.
- * Statuses: SOLVANE_OK always.
- * Time:     no waiting. Does nothing on hardware other than the FT2232H.
+ * - Lines: they keep their levels while the chip stays powered.
+ * - Time: no waiting. Does nothing on hardware other than the FT2232H.
+ *
+ * @return SOLVANE_OK always.
  */
 SOLVANE_API int16_t SOLVANE_CALL Solvane_CloseDevice(void);
 
-/*
+/**
  * Resets the serial channel (channel A) of the FT2232H, the COM port beside the camera lines.
  *
- * Lines:    none.
- * Statuses: SOLVANE_OK; SOLVANE_E_NO_HARDWARE when no such channel is there; SOLVANE_E_WRITE when
- *           it could not be opened (another program holds the COM port), reset or closed. Always
- *           SOLVANE_OK, doing nothing, on hardware other than the FT2232H.
- * Time:     no waiting.
+ * - Lines: none.
+ * - Time: no waiting.
+ *
+ * @return SOLVANE_OK; SOLVANE_E_NO_HARDWARE when no such channel is there; SOLVANE_E_WRITE when it
+ *     could not be opened (another program holds the COM port), reset or closed. Always SOLVANE_OK,
+ *     doing nothing, on hardware other than the FT2232H.
  */
 SOLVANE_API int16_t SOLVANE_CALL Solvane_ResetComPort(void);
 
 /* ---- Timers -------------------------------------------------------------------------------- */
 
-/*
+/**
+ * A timer; never 0.
+ *
  * Timers run in Solvane's kernel driver, which performs a GPIO trigger of its own at each event and
  * reports how it went. They need the driver, and none of the hardware above: no timer function
  * looks for hardware or touches its lines.
@@ -316,71 +354,73 @@ SOLVANE_API int16_t SOLVANE_CALL Solvane_ResetComPort(void);
  * Each timer belongs to one run at a time; several timers may run on several threads. The log
  * function is then called from each of them, unsynchronised: let it be able to, or install none.
  */
-
-/* A timer; never 0. */
 typedef uint64_t SolvaneTimerHandle;
 
-/* One event of a timer, 12 bytes. */
+/** One event of a timer, 12 bytes. */
 typedef struct SolvaneTimerEvent {
-    /*
+    /**
      * How the driver's trigger went: SOLVANE_OK, SOLVANE_E_NOT_READY, SOLVANE_E_WRITE,
      * SOLVANE_E_NO_HARDWARE, or SOLVANE_E_UNDETERMINED for a status that this library does not
      * know.
      */
     int16_t status;
-    /* 1 if the driver said at the start of the run that all was well, else 0. */
+    /** 1 if the driver said at the start of the run that all was well, else 0. */
     uint16_t initialStatusOk;
-    /* Four words of the driver's, whose meaning is the driver's. */
+    /** The first of four words of the driver's, whose meaning is the driver's. */
     uint16_t data0;
-    uint16_t data1;
-    uint16_t data2;
-    uint16_t data3;
+    uint16_t data1; /**< the second */
+    uint16_t data2; /**< the third */
+    uint16_t data3; /**< the fourth */
 } SolvaneTimerEvent;
 
-/*
+/**
  * The host's timer function, called once for every event.
- *
- * userContext  the value given to Solvane_CreateTimer.
- * event        valid only during the call.
  *
  * Called on the thread in Solvane_RunTimer. The next event is waited for when it has returned. In
  * C++, a std::exception that leaves it ends the run, which then returns SOLVANE_E_UNDETERMINED.
+ *
+ * @param userContext the value given to Solvane_CreateTimer.
+ * @param event valid only during the call.
  */
 typedef void(SOLVANE_CALL* SolvaneTimerCallback)(uint64_t userContext,
                                                  const SolvaneTimerEvent* event);
 
-/*
- * Opens the driver and makes a timer, which does not run yet; `*timer` becomes its handle.
+/**
+ * Opens the driver and makes a timer, which does not run yet.
  *
- * Statuses: SOLVANE_OK; SOLVANE_E_UNDETERMINED when the driver cannot be opened, with the system's
- *           reason in the log; SOLVANE_E_INVALID for a null pointer. `*timer` is untouched unless
- * the status is 0.
+ * @param[out] timer becomes the handle; untouched unless the status is 0.
+ * @param userContext handed to the timer's function with every event and never looked at.
+ * @return SOLVANE_OK; SOLVANE_E_UNDETERMINED when the driver cannot be opened, with the system's
+ *     reason in the log; SOLVANE_E_INVALID for a null pointer.
  */
 SOLVANE_API int16_t SOLVANE_CALL Solvane_CreateTimer(SolvaneTimerHandle* timer,
                                                      uint64_t userContext);
 
-/*
+/**
  * Runs a timer: blocks, and calls `callback` for each event, until somebody stops the timer.
  *
- * timerParameter  passed to the driver as it is; its unit is the driver's.
- * Statuses: SOLVANE_OK after a stop; SOLVANE_E_UNDETERMINED when the driver, an event or a wait
- *           failed, with the reason in the log: the timer may be run again or disposed of;
- *           SOLVANE_E_INVALID for a handle of 0 or a null function.
+ * @param timer what Solvane_CreateTimer made.
+ * @param timerParameter passed to the driver as it is; its unit is the driver's.
+ * @param callback the host's timer function.
+ * @return SOLVANE_OK after a stop; SOLVANE_E_UNDETERMINED when the driver, an event or a wait
+ *     failed, with the reason in the log: the timer may be run again or disposed of;
+ *     SOLVANE_E_INVALID for a handle of 0 or a null function.
  */
 SOLVANE_API int16_t SOLVANE_CALL Solvane_RunTimer(SolvaneTimerHandle timer, uint32_t timerParameter,
                                                   SolvaneTimerCallback callback);
 
-/*
+/**
  * Asks a running timer to stop, and returns at once: it does not wait for the run to end. From
  * inside the timer's function the run ends when that returns. From another thread it ends at the
  * driver's next event, which is not delivered any more. A stop that comes while a run is still
  * asking the driver for its timer is lost: stop after the first event, or stop again.
  *
- * Statuses: SOLVANE_OK; SOLVANE_E_INVALID for a handle of 0 or a timer that does not run.
+ * @param timer what Solvane_CreateTimer made.
+ * @return SOLVANE_OK; SOLVANE_E_INVALID for a handle of 0 or a timer that does not run.
  */
 SOLVANE_API int16_t SOLVANE_CALL Solvane_StopTimer(SolvaneTimerHandle timer);
 
-/*
+/**
  * Deletes a timer and closes its driver handle. Never call it during a run: it does not wait, and
  * the run would go on with memory that is gone. Stop the timer and let Solvane_RunTimer return
  * first.
@@ -388,8 +428,9 @@ SOLVANE_API int16_t SOLVANE_CALL Solvane_StopTimer(SolvaneTimerHandle timer);
  * If the driver refuses to delete a timer that a failed run left behind, the process ends: the
  * driver would go on triggering with nobody to stop it.
  *
- * Statuses: SOLVANE_OK; SOLVANE_E_INVALID for a handle of 0. The log says that the timer was not
- *           started; that is no error here.
+ * @param timer what Solvane_CreateTimer made; of no use afterwards.
+ * @return SOLVANE_OK; SOLVANE_E_INVALID for a handle of 0. The log says that the timer was not
+ *     started; that is no error here.
  */
 SOLVANE_API int16_t SOLVANE_CALL Solvane_DisposeTimer(SolvaneTimerHandle timer);
 

@@ -1,5 +1,5 @@
 """The release archive, unpacked into an empty directory: what is in it, and hosts of several kinds
-that are built from nothing else and run on its rig."""
+that are built from nothing else, by the README's commands, and run on its rig."""
 
 import argparse
 import os
@@ -12,30 +12,10 @@ import unittest
 import zipfile
 import zlib
 
-# At most three commands each, as the documentation gives them. WINEPATH is where Windows looks for
-# DLLs.
+import document
+
+# WINEPATH is where Windows looks for DLLs.
 RUN = 'WINEPATH="$PWD/rig;$PWD/bin" wine '
-HOSTS = {
-    "c": [
-        "x86_64-w64-mingw32-gcc -Iinclude examples/capture.c lib/Solvane.lib -o capture.exe",
-        RUN + "capture.exe"],
-    "clang_for_msvc": [
-        "llvm-dlltool-14 -m i386:x86-64 -d examples/no_crt/kernel32.def -l kernel32.lib",
-        "clang-14 --target=x86_64-pc-windows-msvc -ffreestanding -Iinclude -fuse-ld=lld -nostdlib"
-        " -Wl,/entry:start,/subsystem:console"
-        " examples/no_crt/capture_without_crt.c lib/Solvane.lib kernel32.lib -o capture.exe",
-        RUN + "capture.exe"],
-    "cmake": [
-        'cmake -S examples -B capture -DCMAKE_PREFIX_PATH="$PWD" -DCMAKE_SYSTEM_NAME=Windows'
-        " -DCMAKE_CXX_COMPILER=x86_64-w64-mingw32-g++",
-        "cmake --build capture",
-        'WINEPATH="$PWD/rig" wine capture/capture.exe'],
-    "pkg_config": [
-        "export PKG_CONFIG_PATH=lib/pkgconfig",
-        "x86_64-w64-mingw32-gcc examples/capture.c $(pkg-config --cflags --libs solvane)"
-        " -o capture.exe",
-        RUN + "capture.exe"],
-}
 
 BINARIES = [
     "bin/Solvane.dll", "bin/solvane.exe",
@@ -225,13 +205,23 @@ class Archive(unittest.TestCase):
                               stdin=subprocess.DEVNULL, capture_output=True,
                               env=dict(os.environ, **environment))
 
-    def capture_with(self, host):
-        commands = HOSTS[host]
-        self.assertLessEqual(len(commands), 3)
+    def test_the_readme_has_a_host_of_each_kind(self):
+        self.assertEqual(len(self.hosts()), 4)
+
+    @staticmethod
+    def hosts():
+        """The commands of each host in the README, which are at most three."""
+        readme = document.Document(os.path.join(OPTIONS.source, "README.md"))
+        return [block.text for block in readme.blocks
+                if block.language == "sh" and block.section == "Install from the archive"]
+
+    def capture_with(self, of_its_kind):
+        [commands] = [commands for commands in self.hosts() if of_its_kind in commands]
+        self.assertLessEqual(len(commands.splitlines()), 3)
         with tempfile.TemporaryDirectory() as folder:
             unpack(self.archives[0], folder)
             journal = os.path.join(folder, "journal")
-            told = self.in_wine("set -e\n" + "\n".join(commands), os.path.join(folder, self.top),
+            told = self.in_wine("set -e\n" + commands, os.path.join(folder, self.top),
                                 SOLVANE_RIG_JOURNAL=journal)
             self.assertEqual(told.returncode, 0, told.stdout + told.stderr)
             with open(journal) as file:
@@ -243,16 +233,16 @@ class Archive(unittest.TestCase):
         return told.stdout
 
     def test_a_c_host_of_mingw(self):
-        self.assertTrue(self.capture_with("c").endswith("captured\n"))
+        self.assertTrue(self.capture_with("gcc -Iinclude").endswith("captured\n"))
 
     def test_a_c_host_of_clang_and_lld_for_the_msvc_target(self):
-        self.capture_with("clang_for_msvc")
+        self.capture_with("clang-14")
 
     def test_a_cpp_host_by_find_package(self):
         self.assertTrue(self.capture_with("cmake").endswith("captured\n"))
 
     def test_a_c_host_by_pkg_config(self):
-        self.assertTrue(self.capture_with("pkg_config").endswith("captured\n"))
+        self.assertTrue(self.capture_with("pkg-config").endswith("captured\n"))
 
 
 if __name__ == "__main__":

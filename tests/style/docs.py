@@ -1,22 +1,81 @@
-"""The documentation shows the examples as they are, and links to files that exist."""
+"""The documentation shows the examples as they are, and its links and paths lead somewhere."""
 
 import os
 import re
-import subprocess
 import sys
+import urllib.parse
+
+import document
+
+
+def slugs(headings):
+    """The anchors of a document's headings, as GitHub makes them."""
+    made = []
+    for heading in headings:
+        text = re.sub(r"!?\[([^]]*)\]\([^)]*\)", r"\1", heading).lower()
+        slug = re.sub(r"[^\w\- ]", "", text).replace(" ", "-")
+        again = 0
+        while (name := f"{slug}-{again}" if again else slug) in made:
+            again += 1
+        made.append(name)
+    return made
+
+
+def web_complaint(link):
+    """Of an address only its form is looked at: no test needs the network."""
+    parts = urllib.parse.urlsplit(link)
+    well_formed = re.fullmatch(r"([\w-]+\.)+[a-z]{2,}(:\d+)?", parts.netloc) and \
+        not re.search(r"[\s<>\"{}|\\^`]", link)
+    return "" if parts.scheme in ("http", "https") and well_formed else f"{link} is no address"
+
+
+def link_complaint(told, link):
+    """Why a link of a document leads nowhere; empty if it leads somewhere."""
+    if re.match(r"\w+:", link):
+        return web_complaint(link)
+    name, _, anchor = link.partition("#")
+    path = os.path.normpath(os.path.join(os.path.dirname(told.path), name)) if name else told.path
+    if not os.path.exists(path):
+        return f"no {link}"
+    if anchor:
+        if path not in documents:
+            return f"{link}: an anchor in what is no document"
+        if anchor not in slugs(documents[path].headings):
+            return f"{link}: no such heading"
+    return ""
+
+
+def links(told):
+    """Where links and images of a document lead, those at its end ("[name]: ...") too."""
+    prose = re.sub(r"(?<!`)`[^`]+`(?!`)", "`code`", told.prose)
+    return [link.strip() for link in re.findall(r"\]\(\s*([^)\s]+)[^)]*\)", prose) +
+            re.findall(r"(?m)^ {0,3}\[[^]]+\]:\s+(\S+)", prose) +
+            re.findall(r"<(https?:[^>]*)>", prose) +
+            re.findall(r"""\b(?:src|href)=["']([^"']*)""", prose)]
+
+
+def paths(told):
+    """What a document says that there is in the project: as code, or at the margin of a figure."""
+    rooms = ("bench", "bindings", "cmake", "docs", "examples", "include", "rig", "scripts", "src",
+             "tests", "tools")
+    code = [word for code in told.inline_code() for word in code.split()[:1]
+            if word.startswith(tuple(f"{room}/" for room in rooms)) and
+            not word.endswith((".dll", ".exe", ".sys"))]  # those are built
+    return code + [word for block in told.blocks if block.language == ""
+                   for word in re.findall(r"(?m)^([\w.]+/\S*)  ", block.text)]
+
 
 failures = []
-files = subprocess.run(["git", "ls-files", "-co", "--exclude-standard", "*.md"], check=True,
-                       capture_output=True, text=True).stdout.split()
-for path in files:
-    with open(path) as file:
+documents = {told.path: told for told in document.read_all()}
+for told in documents.values():
+    with open(told.path, encoding="utf-8") as file:
         text = file.read()
-    for target in re.findall(r"\]\(([^)#:]+)\)", text):
-        if not os.path.exists(os.path.join(os.path.dirname(path), target)):
-            failures.append(f"{path}: no {target}")
+    failures += [f"{told.path}: {wrong}" for link in links(told)
+                 if (wrong := link_complaint(told, link))]
+    failures += [f"{told.path}: no {path}" for path in paths(told) if not os.path.exists(path)]
     for example in re.findall(r"\(`(examples/[^`]+)`\)", text):
-        with open(example) as file:
+        with open(example, encoding="utf-8") as file:
             if file.read().strip() not in text:
-                failures.append(f"{path}: {example} is not shown as it is")
-print("\n".join(failures) or f"{len(files)} documents are in order")
+                failures.append(f"{told.path}: {example} is not shown as it is")
+print("\n".join(failures) or f"{len(documents)} documents are in order")
 sys.exit(1 if failures else 0)

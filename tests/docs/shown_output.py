@@ -1,0 +1,48 @@
+"""Compares what a document shows a command print with what it printed, times aside."""
+
+import difflib
+import re
+
+
+def without_times(line):
+    """The line with its times, and the width of what depends on them, made equal."""
+    line = re.sub(r"\[\d\d:\d\d:\d\d\.\d{3}\]", "[time]", line.rstrip())
+    # Dots are polls whose answer did not change: how many there are is a matter of time.
+    line = re.sub(r"\[time\] \.* ?(<<<|>>>)", r"[time] \1", line)
+    line = re.sub(r"^ *\d+\.\d{6} (edge|call|event|note)", r"N \1", line)  # of the journal
+    line = re.sub(r"\d+(\.\d+)? ms\b", "N ms", line)
+    if line.startswith("ms "):  # the times above a waveform
+        line = re.sub(r"\d+(\.\d+)?", "N", line)
+    return without_runs(line) if re.search(r"\bN\b|[┌┐]|____", line) else line
+
+
+def without_runs(line):
+    return re.sub(r"([ _─])\1+", r"\1", line)
+
+
+def unfolded(lines):
+    """With each waveform in one row: one whose times are long goes on in the row below."""
+    parts = []
+    for part in "\n".join(lines).split("\n\n"):
+        if parts and part.startswith("ms N") and parts[-1].startswith("ms N"):
+            times, *lanes = zip(parts[-1].split("\n"), part.split("\n"))
+            parts[-1] = "\n".join(
+                [times[0] + times[1].removeprefix("ms")] +
+                [without_runs(lane + rest.partition(" ")[2]) for lane, rest in lanes])
+        else:
+            parts.append(part)
+    return "\n\n".join(parts).split("\n")
+
+
+def difference(shown, printed):
+    """What a reader would see that is not shown, or the other way round; empty if nothing.
+
+    A shown line of three dots stands for any lines.
+    """
+    expected = unfolded(without_times(line) for line in shown.splitlines())
+    actual = unfolded(without_times(line) for line in printed.rstrip("\n").splitlines())
+    pattern = "".join(r"(?:.*\n)*?" if line == "..." else re.escape(line) + r"\n"
+                      for line in expected)
+    if re.fullmatch(pattern, "".join(line + "\n" for line in actual)):
+        return ""
+    return "\n".join(difflib.unified_diff(expected, actual, "shown", "printed", lineterm="", n=1))
