@@ -56,7 +56,7 @@ install(FILES "${generated}/solvane.pc" DESTINATION lib/pkgconfig)
 
 install(FILES README.md DESTINATION doc)
 install(DIRECTORY docs/ DESTINATION doc
-  FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN "*.png")
+  FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN "*.vcd")
 install(FILES rig/README.md DESTINATION rig)
 install(SCRIPT cmake/install/document_links.cmake)
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
+#include "block_columns.h"
 #include "wave_layout.h"
 
 namespace rig::wave {
@@ -78,41 +79,24 @@ void Write(Row& row, std::size_t column, std::string_view ascii) {
 class BlockDrawer {
   public:
     BlockDrawer(const Picture& drawn, const Block& drawnBlock, const Pen& drawnWith)
-        : picture(drawn), block(drawnBlock), pen(drawnWith) {
-        for (const Span& span : block) {
-            starts.push_back(width);
-            width += span.columns;
-        }
-    }
+        : picture(drawn), block(drawnBlock), pen(drawnWith), columns(drawn, drawnBlock) {}
 
     Row Times() const;
     Row Line(const Lane& lane) const;
 
   private:
-    std::size_t FirstInterval() const { return block.front().interval; }
-    std::size_t EndInterval() const { return block.back().interval + 1; }
-    void WriteWidth(Row& row, const Pulse& pulse) const;
+    void WriteWidth(Row& row, const BlockColumns::Piece& piece) const;
 
     const Picture& picture;
     const Block& block;
     const Pen& pen;
-    std::vector<std::size_t> starts; ///< the column of each span
-    std::size_t width = 0;
+    const BlockColumns columns;
 };
 
 Row BlockDrawer::Times() const {
-    Row row(width, U' ');
-    for (std::size_t i = 0; i < block.size(); ++i) {
-        const std::size_t interval = block[i].interval;
-        const bool isContinuation = i == 0 && interval > 0;
-        if (!isContinuation) {
-            Write(row, starts[i], picture.times[interval]);
-        }
-    }
-    const bool isLastBlock = EndInterval() == picture.Intervals();
-    const std::string& end = picture.times.back();
-    if (isLastBlock && picture.moments.back() > picture.moments[picture.Intervals() - 1]) {
-        Write(row, width - end.size(), end);
+    Row row(columns.Width(), U' ');
+    for (const BlockColumns::Time& time : columns.Times()) {
+        Write(row, time.column, picture.times[time.moment]);
     }
     return row;
 }
@@ -124,32 +108,26 @@ Row BlockDrawer::Line(const Lane& lane) const {
         row.append(block[i].columns, StrokeOf(pen, level));
         const Level before = i > 0 ? lane.levels[block[i - 1].interval] : level;
         if (before != level) {
-            row[starts[i]] = CornerOf(pen, before, level);
+            row[columns.StartOf(i)] = CornerOf(pen, before, level);
         }
     }
-    const auto& pulses = lane.pulses;
-    auto pulse = std::partition_point(pulses.begin(), pulses.end(), [&](const Pulse& candidate) {
-        return candidate.last <= FirstInterval();
-    });
-    for (; pulse != pulses.end() && pulse->first < EndInterval(); ++pulse) {
-        WriteWidth(row, *pulse);
+    for (const BlockColumns::Piece& piece : columns.PiecesOf(lane)) {
+        WriteWidth(row, piece);
     }
     return row;
 }
 
 /// In the middle of what this block shows of the pulse, if there is room with a blank on each side.
-void BlockDrawer::WriteWidth(Row& row, const Pulse& pulse) const {
-    const bool beginsHere = pulse.first > FirstInterval();
-    const bool endsHere = pulse.last < EndInterval();
-    const std::size_t begin = beginsHere ? starts[pulse.first - FirstInterval()] + 1 : 0;
-    const std::size_t end = endsHere ? starts[pulse.last - FirstInterval()] : width;
-    const std::size_t room = end - begin;
-    const std::size_t needed = ColumnsOf(pulse.width) + 2;
+void BlockDrawer::WriteWidth(Row& row, const BlockColumns::Piece& piece) const {
+    const std::string& width = piece.pulse->width;
+    const std::size_t begin = piece.begin + (piece.begin > 0 ? 1 : 0); // behind the corner
+    const std::size_t room = piece.end - begin;
+    const std::size_t needed = ColumnsOf(width) + 2;
     if (room < needed) {
         return;
     }
     Row text = U" ";
-    for (const char c : pulse.width) {
+    for (const char c : width) {
         // The one character beyond ASCII is the two bytes of "µ".
         if (c == '\xC2') {
             text.push_back(pen.micro);
@@ -159,14 +137,6 @@ void BlockDrawer::WriteWidth(Row& row, const Pulse& pulse) const {
     }
     text.push_back(U' ');
     row.replace(begin + (room - needed) / 2, needed, text);
-}
-
-std::string CutTo(std::size_t columns, const std::string& name) {
-    constexpr std::string_view kCut = "..";
-    // The end of a path tells more than its beginning.
-    return name.size() <= columns
-               ? name
-               : std::string(kCut) + name.substr(name.size() - (columns - kCut.size()));
 }
 
 void AppendRow(std::string& text, std::string name, std::size_t nameColumns, const Row& row) {

@@ -4,9 +4,9 @@
 #include <fstream>
 #include <memory>
 
+#include "svg_wave.h"
 #include "text_wave.h"
 #include "vcd_reader.h"
-#include "wave_json.h"
 #include "wave_picture.h"
 
 namespace rig::wave {
@@ -15,6 +15,7 @@ namespace {
 
 constexpr std::size_t kFewestColumns = 40;
 constexpr std::size_t kMostColumns = 1000;
+constexpr const char* kStandardOutput = "-";
 
 constexpr const char* kFooter =
     R"(Shows every change of the lines on a compressed time axis: an interval is as wide as what is
@@ -29,7 +30,7 @@ struct Request {
     std::string file;
     Excerpt excerpt;
     TextStyle style;
-    std::string waveJson;
+    std::string svg; ///< a file, or "-"; empty: none
 };
 
 std::filesystem::path PathOf(const std::string& utf8) {
@@ -73,9 +74,13 @@ void Run(const Request& request, std::ostream& out, std::ostream& err) {
         err << "note: " << note << '\n';
     }
     const Picture picture = TakePicture(recording, request.excerpt);
+    if (request.svg == kStandardOutput) {
+        out << DrawSvg(picture) << std::flush;
+        return;
+    }
     out << DrawText(picture, request.style) << std::flush;
-    if (!request.waveJson.empty()) {
-        Write(request.waveJson, WaveJson(picture));
+    if (!request.svg.empty()) {
+        Write(request.svg, DrawSvg(picture));
     }
 }
 
@@ -83,7 +88,7 @@ void Run(const Request& request, std::ostream& out, std::ostream& err) {
 
 void AddWaveCommand(CLI::App& app, std::ostream& out, std::ostream& err) {
     const auto request = std::make_shared<Request>();
-    CLI::App& wave = *app.add_subcommand("wave", "Shows a recording of the lines (VCD) as text");
+    CLI::App& wave = *app.add_subcommand("wave", "Shows a recording of the lines (VCD)");
     wave.footer(kFooter);
     wave.add_option("file", request->file, "The recording")->required()->type_name("FILE.vcd");
     wave.add_option("--signal", request->excerpt.signals,
@@ -97,9 +102,9 @@ void AddWaveCommand(CLI::App& app, std::ostream& out, std::ostream& err) {
         ->capture_default_str()
         ->check(CLI::Range(kFewestColumns, kMostColumns).description(""));
     wave.add_flag("--ascii", request->style.ascii, "Draw with ASCII characters only");
-    wave.add_option("--wavejson", request->waveJson,
-                    "Write the picture as WaveJSON too, which scripts/wave-svg draws")
-        ->type_name("FILE");
+    wave.add_option("--svg", request->svg,
+                    "Draw it into this file too; - is standard output, without the text")
+        ->type_name("FILE.svg");
     wave.callback([request, &out, &err] {
         CheckTimes(request->excerpt);
         Run(*request, out, err);

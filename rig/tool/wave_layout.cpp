@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <string_view>
 #include <tuple>
 
 namespace rig::wave {
@@ -15,10 +16,11 @@ constexpr std::size_t kBlanksAfterTime = 2;
 constexpr std::size_t kLeadIn = 4;
 
 /// How far apart the two changes of a pulse must be for its width to be written between them.
-std::size_t ColumnsOfPulse(const Pulse& pulse) {
+std::size_t ColumnsOfPulse(const Pulse& pulse, Form form) {
     constexpr std::size_t kCorner = 1;
     constexpr std::size_t kDashAndBlank = 2;
-    return kCorner + ColumnsOf(pulse.width) + 2 * kDashAndBlank;
+    constexpr std::size_t kBlank = 1;
+    return ColumnsOf(pulse.width) + (form == Form::text ? kCorner + 2 * kDashAndBlank : 2 * kBlank);
 }
 
 std::vector<const Pulse*> ShortestFirst(const std::vector<Lane>& lanes) {
@@ -35,7 +37,7 @@ std::vector<const Pulse*> ShortestFirst(const std::vector<Lane>& lanes) {
 }
 
 /// The fewest columns of each interval.
-std::vector<std::size_t> LeastColumns(const Picture& picture) {
+std::vector<std::size_t> LeastColumns(const Picture& picture, Form form) {
     std::vector<std::size_t> least;
     for (std::size_t i = 0; i < picture.Intervals(); ++i) {
         least.push_back(picture.times[i].size() + kBlanksAfterTime);
@@ -49,7 +51,7 @@ std::vector<std::size_t> LeastColumns(const Picture& picture) {
     // What a pulse of few intervals needs may do for the longer ones around it. What a pulse lacks
     // is given to the longest of its intervals.
     for (const Pulse* pulse : ShortestFirst(picture.lanes)) {
-        const std::size_t needed = ColumnsOfPulse(*pulse);
+        const std::size_t needed = ColumnsOfPulse(*pulse, form);
         std::size_t columns = 0;
         std::size_t longest = pulse->first;
         for (std::size_t i = pulse->first; i < pulse->last && columns < needed; ++i) {
@@ -61,19 +63,46 @@ std::vector<std::size_t> LeastColumns(const Picture& picture) {
     return least;
 }
 
-/// How much of the spare room an interval asks for: more for a longer one, but far from in
-/// proportion.
-std::vector<double> WeightsOf(const std::vector<double>& moments) {
+std::vector<double> DurationsOf(const std::vector<double>& moments) {
     std::vector<double> durations;
-    double shortest = std::numeric_limits<double>::infinity();
     for (std::size_t i = 1; i < moments.size(); ++i) {
-        const double duration = moments[i] - moments[i - 1];
-        shortest = duration > 0 ? std::min(shortest, duration) : shortest;
-        durations.push_back(duration);
+        durations.push_back(moments[i] - moments[i - 1]);
     }
+    return durations;
+}
+
+/// A drawing cuts what lasts far longer than is usual among its intervals.
+constexpr double kFarLonger = 4;
+/// How long it then looks.
+constexpr double kCutLength = 2;
+
+/// The median of those that are long enough to be seen beside the longest.
+double UsualDuration(std::vector<double> durations) {
+    constexpr double kUnseen = 0.001;
+    const double least = kUnseen * *std::max_element(durations.begin(), durations.end());
+    std::erase_if(durations, [=](double duration) { return duration < least; });
+    const auto middle = durations.begin() + static_cast<std::ptrdiff_t>(durations.size() / 2);
+    std::nth_element(durations.begin(), middle, durations.end());
+    return *middle;
+}
+
+/// How much of the spare room each interval asks for: 0 for none, or at least 1.
+std::vector<double> WeightsOf(const std::vector<double>& durations, Form form) {
+    double shortest = std::numeric_limits<double>::infinity();
+    for (const double duration : durations) {
+        shortest = duration > 0 ? std::min(shortest, duration) : shortest;
+    }
+    const double usual = UsualDuration(durations);
     std::vector<double> weights(durations.size());
     std::transform(durations.begin(), durations.end(), weights.begin(), [=](double duration) {
-        return duration > 0 ? 1.0 + std::log2(duration / shortest) : 0.0;
+        if (!(duration > 0)) {
+            return 0.0;
+        }
+        if (form == Form::text) {
+            return 1.0 + std::log2(duration / shortest);
+        }
+        const double length = duration > kFarLonger * usual ? kCutLength * usual : duration;
+        return std::max(1.0, length / shortest);
     });
     return weights;
 }
@@ -195,9 +224,19 @@ std::size_t ColumnsOf(const std::string& text) {
     }));
 }
 
-std::vector<Block> LayOut(const Picture& picture, std::size_t columns) {
-    const std::vector<std::size_t> least = LeastColumns(picture);
-    const std::vector<double> weights = WeightsOf(picture.moments);
+std::string CutTo(std::size_t columns, const std::string& name) {
+    constexpr std::string_view kCut = "..";
+    return name.size() <= columns
+               ? name
+               : std::string(kCut) + name.substr(name.size() - (columns - kCut.size()));
+}
+
+std::vector<Block> LayOut(const Picture& picture, std::size_t columns, Form form) {
+    const std::vector<std::size_t> least = LeastColumns(picture, form);
+    const std::vector<double> durations = DurationsOf(picture.moments);
+    const std::vector<double> weights = WeightsOf(durations, form);
+    const double longest = form == Form::drawing ? kFarLonger * UsualDuration(durations)
+                                                 : std::numeric_limits<double>::infinity();
     std::vector<std::size_t> ends = BreaksOf(picture, least, columns);
     ends.push_back(picture.Intervals() - 1);
 
@@ -211,22 +250,13 @@ std::vector<Block> LayOut(const Picture& picture, std::size_t columns) {
             blockWeights.push_back(0);
         }
         for (; next <= end; ++next) {
-            block.push_back({next, least[next]});
+            block.push_back({next, least[next], durations[next] > longest});
             blockWeights.push_back(weights[next]);
         }
         Fill(block, blockWeights, columns);
         blocks.push_back(std::move(block));
     }
     return blocks;
-}
-
-Block LayOutInOne(const Picture& picture, std::size_t columns) {
-    Block block;
-    for (const std::size_t least : LeastColumns(picture)) {
-        block.push_back({block.size(), least});
-    }
-    Fill(block, WeightsOf(picture.moments), columns);
-    return block;
 }
 
 } // namespace rig::wave

@@ -27,7 +27,7 @@ SHIPPED = BINARIES + [
     "lib/pkgconfig/solvane.pc", "rig/README.md", "rig/include/solvane/rig.h",
     "rig/scenarios/usb.toml", "examples/CMakeLists.txt", "examples/c/timer.c",
     "doc/README.md", "doc/architecture.md", "doc/hardware.md", "doc/timers.md",
-    "doc/images/capture.svg"]
+    "doc/waveforms.md", "doc/images/usb.svg"]
 FUNCTIONS = 24
 
 

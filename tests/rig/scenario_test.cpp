@@ -211,6 +211,26 @@ TEST_F(Example, MepLatched) {
     EXPECT_EQ(rig_level(RIG_MEP), 0);
 }
 
+TEST_F(Example, SlowCamera) {
+    LoadExample("slow_camera.toml");
+    FT_HANDLE pins = OpenPins();
+    Drive(pins, kRest | kTrigger);
+    Advance(399);
+    EXPECT_EQ(rig_level(RIG_READY), 0);
+    Advance(1);
+    EXPECT_EQ(rig_level(RIG_READY), 1);
+}
+
+TEST_F(Example, WakeWithDarkOn) {
+    LoadExample("wake_with_dark_on.toml");
+    EXPECT_EQ(rig_level(RIG_DARK), 1);
+    FT_HANDLE pins = OpenPins();
+    Drive(pins, kRest | kDark);
+    EXPECT_EQ(rig_level(RIG_READY), 0) << "dark was on already";
+    Drive(pins, kRest);
+    EXPECT_EQ(rig_level(RIG_READY), 1);
+}
+
 TEST_F(Example, UnplugDuringTrigger) {
     LoadExample("unplug_during_trigger.toml");
     FT_HANDLE pins = OpenPins();

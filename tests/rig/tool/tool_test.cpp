@@ -9,7 +9,6 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
 #include "recordings.h"
 
@@ -72,12 +71,16 @@ TEST_F(Tool, TakesAFileBehindASignal) {
     EXPECT_THAT(out.str(), HasSubstr("\nmep  "));
 }
 
-TEST_F(Tool, WritesWaveJsonBesideTheText) {
-    EXPECT_EQ(Run({"wave", PathOf("capture.vcd"), "--wavejson", PathOf("capture.json")}),
-              rig::kSuccess);
-    EXPECT_THAT(out.str(), HasSubstr("10.06 ms"));
-    std::ifstream stream(PathOf("capture.json"));
-    EXPECT_EQ(nlohmann::json::parse(stream)["edge"][0], "A<->B 10.06 ms");
+TEST_F(Tool, DrawsAPictureBesideTheText) {
+    EXPECT_EQ(Run({"wave", PathOf("capture.vcd"), "--svg", PathOf("capture.svg")}), rig::kSuccess);
+    EXPECT_THAT(out.str(), HasSubstr("┌─ 10.06 ms ──┐"));
+    std::ifstream stream(PathOf("capture.svg"), std::ios::binary);
+    const std::string svg(std::istreambuf_iterator<char>(stream), {});
+    EXPECT_THAT(svg, StartsWith("<svg "));
+    EXPECT_THAT(svg, HasSubstr(">10.1 ms</text>"));
+
+    EXPECT_EQ(Run({"wave", PathOf("capture.vcd"), "--svg", "-"}), rig::kSuccess);
+    EXPECT_EQ(out.str(), svg) << "in the place of the text";
 }
 
 TEST_F(Tool, NotesWhatIsLeftOut) {
@@ -105,9 +108,8 @@ TEST_F(Tool, TellsWhatItCannotDo) {
     EXPECT_THAT(err.str(), StartsWith("solvane-rig: there is no signal \"flash\""));
     EXPECT_EQ(Run({"wave", PathOf("capture.vcd"), "--from", "201"}), rig::kFailure);
     EXPECT_THAT(err.str(), StartsWith("solvane-rig: nothing was recorded then"));
-    EXPECT_EQ(Run({"wave", PathOf("capture.vcd"), "--wavejson", PathOf("none/a.json")}),
-              rig::kFailure);
-    EXPECT_THAT(err.str(), EndsWith("a.json cannot be written.\n"));
+    EXPECT_EQ(Run({"wave", PathOf("capture.vcd"), "--svg", PathOf("none/a.svg")}), rig::kFailure);
+    EXPECT_THAT(err.str(), EndsWith("a.svg cannot be written.\n"));
 }
 
 TEST_F(Tool, RefusesWrongUsage) {
@@ -138,7 +140,7 @@ TEST_F(Tool, Helps) {
     EXPECT_EQ(Run({"--help"}), rig::kSuccess);
     EXPECT_THAT(out.str(), HasSubstr("wave "));
     EXPECT_EQ(Run({"wave", "--help"}), rig::kSuccess);
-    EXPECT_THAT(out.str(), HasSubstr("--wavejson FILE"));
+    EXPECT_THAT(out.str(), HasSubstr("--svg FILE.svg"));
     EXPECT_EQ(err.str(), "");
 }
 

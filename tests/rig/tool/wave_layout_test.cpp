@@ -130,12 +130,51 @@ TEST(Layout, APictureWithoutChangesIsOneInterval) {
     EXPECT_THAT(ColumnsIn(blocks[0]), ElementsAre(80U));
 }
 
-TEST(Layout, InOnePieceIsAsWideAsItMustBe) {
-    const Picture picture = Take(Ticking(60));
-    const Block block = LayOutInOne(picture, 80);
-    EXPECT_EQ(block.size(), picture.Intervals());
-    EXPECT_GT(Sum(block), 300U);
-    EXPECT_EQ(Sum(LayOutInOne(picture, 2000)), 2000U);
+TEST(Layout, ADrawingIsInProportionButForWhatIsFarLonger) {
+    // 10, 20 and 30 ms, and 1 s, which is cut.
+    const std::vector<Block> blocks =
+        LayOut(Take(TwoLines("#0 0! 0\" #10000 1! 1\" #30000 x! #60000 x\" #1060000")), 300,
+               Form::drawing);
+    ASSERT_EQ(blocks.size(), 1U);
+    const std::vector<std::size_t> columns = ColumnsIn(blocks[0]);
+    EXPECT_EQ(Sum(blocks[0]), 300U);
+    EXPECT_NEAR(static_cast<double>(columns[1]), 2.0 * static_cast<double>(columns[0]), 1);
+    EXPECT_NEAR(static_cast<double>(columns[2]), 3.0 * static_cast<double>(columns[0]), 1);
+    EXPECT_NEAR(static_cast<double>(columns[3]), 2.0 * static_cast<double>(columns[2]), 1)
+        << "twice what is usual";
+    EXPECT_FALSE(blocks[0][0].isCut || blocks[0][1].isCut || blocks[0][2].isCut);
+    EXPECT_TRUE(blocks[0][3].isCut);
+}
+
+TEST(Layout, WhatIsTooShortToBeSeenIsNotUsual) {
+    // Three of 1 µs beside two of 10 and one of 30 ms: 10 ms are usual, 30 not far longer.
+    const std::vector<Block> blocks = LayOut(
+        Take(TwoLines("#0 0! #1 1! #2 0! #3 1! #10003 0! #20003 1! #50003")), 300, Form::drawing);
+    ASSERT_EQ(blocks.size(), 1U);
+    for (const Span& span : blocks[0]) {
+        EXPECT_FALSE(span.isCut) << span.interval;
+    }
+}
+
+TEST(Layout, TextCutsNothing) {
+    const std::vector<Block> blocks = LayOut(Take(OneCapture()), 100);
+    for (const Span& span : blocks.front()) {
+        EXPECT_FALSE(span.isCut);
+    }
+}
+
+TEST(Layout, ADrawingHasRoomForTheShortest) {
+    const Picture picture = Take(OneCapture());
+    for (const Block& block : LayOut(picture, 75, Form::drawing)) {
+        for (const Span& span : block) {
+            EXPECT_GE(span.columns, picture.times[span.interval].size() + 2) << span.interval;
+        }
+    }
+}
+
+TEST(Layout, ANameIsCutAtItsBeginning) {
+    EXPECT_EQ(CutTo(7, "trigger"), "trigger");
+    EXPECT_EQ(CutTo(6, "trigger"), "..gger");
 }
 
 TEST(Layout, AColumnIsACharacter) {
