@@ -1,5 +1,7 @@
 #include "high_resolution_timer.h"
 
+#include <memory>
+
 #include "driver_protocol.h"
 #include "logger.h"
 #include "win32_exception.h"
@@ -33,6 +35,19 @@ class ScopedFlag {
   private:
     bool& flag;
 };
+
+/// A question for the next event. It is the driver's to write into until it is answered.
+struct WaitRequest {
+    platform::OVERLAPPED overlapped{};
+    TimerWaitReply reply{};
+    platform::DWORD returned = 0;
+};
+
+std::unique_ptr<WaitRequest> MakeWaitRequest(platform::HANDLE event) {
+    auto request = std::make_unique<WaitRequest>();
+    request->overlapped.hEvent = event;
+    return request;
+}
 
 /// Hands an event on to the host of the timer that the context names.
 void DeliverToHost(void* context, const TimerEventRecord& record) {
@@ -79,27 +94,34 @@ void HighResolutionTimerBase::CreateDriverTimer(std::uint32_t timerParameter) {
 }
 
 void HighResolutionTimerBase::WaitForEvents(platform::HANDLE event) {
-    platform::OVERLAPPED overlapped{};
-    overlapped.hEvent = event;
+    std::unique_ptr<WaitRequest> request = MakeWaitRequest(event);
     running = true;
     const ScopedFlag lowersWaiting(waiting);
     do {
         waiting = true;
-        TimerWaitReply reply{}; // what the driver does not fill reads as 0
-        platform::DWORD returned = 0;
+        request->reply = {}; // what the driver does not fill reads as 0
+        request->returned = 0;
+        bool isPending = false;
         if (platform::DeviceIoControl(device, IOCTL_SOLVANE_TIMER_WAIT, &timerId, sizeof timerId,
-                                      &reply, sizeof reply, &returned, &overlapped) == FALSE) {
+                                      &request->reply, sizeof request->reply, &request->returned,
+                                      &request->overlapped) == FALSE) {
             const platform::DWORD error = platform::GetLastError();
-            if (error != ERROR_IO_PENDING) {
+            isPending = error == ERROR_IO_PENDING;
+            if (!isPending) {
                 throw Win32Exception(error, "DeviceIoControl failed: ");
             }
         }
         if (platform::WaitForSingleObject(event, INFINITE) != WAIT_OBJECT_0) {
+            if (isPending) {
+                // Left behind: it is not withdrawn, so the driver may answer into it at any time.
+                static_cast<void>(request.release());
+            }
             throw Win32Exception("Wait error: ");
         }
         if (!running) {
             break; // stopped between two events: this one is not delivered
         }
+        const TimerWaitReply& reply = request->reply;
         OnTimerEvent({static_cast<std::uint8_t>(initialStatusOk != 0), 0, reply.status,
                       reply.data[0], reply.data[1], reply.data[2], reply.data[3]});
     } while (running);

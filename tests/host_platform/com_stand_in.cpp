@@ -10,6 +10,7 @@
 #include <wbemidl.h>
 
 #include "host_platform.h"
+#include "system_faults.h"
 
 /// The rig's class object, as its DLL exports it.
 extern "C" HRESULT solvane_wbem_get_class_object(REFCLSID classId, REFIID id, void** object);
@@ -62,16 +63,30 @@ int AliveStrings() {
 } // namespace host::com
 
 using namespace host::com;
+using host::SystemCall;
+
+namespace {
+
+/// A call's result, or what a fault makes of it.
+HRESULT Finish(const SystemCall& call, HRESULT result) {
+    return static_cast<HRESULT>(call.Status(static_cast<std::uint32_t>(result)));
+}
+
+} // namespace
 
 HRESULT CoInitializeEx(void* reserved, DWORD model) {
     Note("CoInitializeEx(%s, %u)", NullOr(reserved), model);
+    const SystemCall call("CoInitializeEx");
+    if (!call.DoesItsWork()) {
+        return Finish(call, S_OK);
+    }
     if (FAILED(script.initialize)) {
         return script.initialize;
     }
     if (script.hostIsSingleThreaded && model == COINIT_MULTITHREADED) {
         return RPC_E_CHANGED_MODE;
     }
-    return initialisations++ > 0 ? S_FALSE : S_OK;
+    return Finish(call, initialisations++ > 0 ? S_FALSE : S_OK);
 }
 
 void CoUninitialize() {
@@ -85,7 +100,8 @@ HRESULT CoInitializeSecurity(void* descriptor, LONG services, SOLE_AUTHENTICATIO
     Note("CoInitializeSecurity(%s, %d, %s, %s, %u, %u, %s, %u, %s)", NullOr(descriptor), services,
          NullOr(list), NullOr(reserved), level, impersonation, NullOr(identities), capabilities,
          NullOr(reservedToo));
-    return IsInitialised() ? script.initializeSecurity : CO_E_NOTINITIALIZED;
+    return Finish(SystemCall("CoInitializeSecurity"),
+                  IsInitialised() ? script.initializeSecurity : CO_E_NOTINITIALIZED);
 }
 
 HRESULT CoCreateInstance(REFCLSID classId, IUnknown* outer, DWORD context, REFIID id,
@@ -97,6 +113,10 @@ HRESULT CoCreateInstance(REFCLSID classId, IUnknown* outer, DWORD context, REFII
         return E_POINTER;
     }
     *object = nullptr;
+    const SystemCall call("CoCreateInstance");
+    if (!call.DoesItsWork()) {
+        return Finish(call, S_OK);
+    }
     if (!IsInitialised()) {
         return CO_E_NOTINITIALIZED;
     }
@@ -120,6 +140,10 @@ HRESULT CoSetProxyBlanket(IUnknown* proxy, DWORD authentication, DWORD authoriza
     Note("CoSetProxyBlanket(%s, %u, %u, %s, %u, %u, %s, %u)", NullOr(proxy, "proxy"),
          authentication, authorization, NullOr(principal), level, impersonation, NullOr(identity),
          capabilities);
+    const SystemCall call("CoSetProxyBlanket");
+    if (!call.DoesItsWork()) {
+        return Finish(call, S_OK);
+    }
     if (proxy == nullptr) {
         return E_INVALIDARG;
     }
@@ -136,8 +160,10 @@ HRESULT CoSetProxyBlanket(IUnknown* proxy, DWORD authentication, DWORD authoriza
 }
 
 BSTR SysAllocString(const OLECHAR* text) {
-    return text == nullptr ? nullptr
-                           : SysAllocStringLen(text, static_cast<unsigned>(std::wcslen(text)));
+    const bool hasMemory = SystemCall("SysAllocString").DoesItsWork();
+    return text == nullptr || !hasMemory
+               ? nullptr
+               : SysAllocStringLen(text, static_cast<unsigned>(std::wcslen(text)));
 }
 
 BSTR SysAllocStringLen(const OLECHAR* text, unsigned length) {
@@ -173,7 +199,9 @@ void VariantInit(VARIANT* value) {
     *value = {};
 }
 
+/// At fault it has done its work all the same: a value that it keeps, nobody could give back.
 HRESULT VariantClear(VARIANT* value) {
+    const SystemCall call("VariantClear");
     switch (value->vt) {
     case VT_BSTR:
         SysFreeString(value->bstrVal);
@@ -187,5 +215,5 @@ HRESULT VariantClear(VARIANT* value) {
         return DISP_E_BADVARTYPE;
     }
     *value = {};
-    return S_OK;
+    return Finish(call, S_OK);
 }

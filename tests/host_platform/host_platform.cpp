@@ -9,6 +9,7 @@
 #include <windows.h>
 
 #include "rig_clock.h"
+#include "system_faults.h"
 
 namespace {
 
@@ -62,29 +63,44 @@ void rig::clock::Wait(std::uint64_t nanoseconds) {
     host::Advance(nanoseconds);
 }
 
+using host::SystemCall;
+
+/// At fault it sleeps longer or shorter: a system that is busy, one whose timer is coarse.
 void Sleep(DWORD milliseconds) {
     Note("Sleep", milliseconds);
-    now += milliseconds * kNanosecondsPerMillisecond;
+    now += SystemCall("Sleep").Count(milliseconds) * kNanosecondsPerMillisecond;
 }
 
+/// At fault it tells a time at the end of what it can express.
 void GetSystemTimePreciseAsFileTime(FILETIME* time) {
     const std::uint64_t ticks = kTicksFrom1601To1970 + wallClockAtZero + now / 100;
-    time->dwLowDateTime = static_cast<DWORD>(ticks);
-    time->dwHighDateTime = static_cast<DWORD>(ticks >> 32);
+    const SystemCall call("GetSystemTimePreciseAsFileTime");
+    time->dwLowDateTime = call.Status(static_cast<DWORD>(ticks));
+    time->dwHighDateTime = call.Status(static_cast<DWORD>(ticks >> 32));
 }
 
 int localtime_s(std::tm* local, const std::time_t* seconds) {
-    return localtime_r(seconds, local) != nullptr ? 0 : 22;
+    constexpr int kInvalid = 22;
+    const SystemCall call("localtime_s");
+    if (!call.Fails() && localtime_r(seconds, local) != nullptr) {
+        return 0;
+    }
+    local->tm_sec = local->tm_min = local->tm_hour = -1; // as the real one marks them
+    local->tm_mday = local->tm_mon = local->tm_year = -1;
+    local->tm_wday = local->tm_yday = local->tm_isdst = -1;
+    return static_cast<int>(call.Status(kInvalid));
 }
+
+// A refused period is none, and to end it does no harm: what counts is that they come in pairs.
 
 unsigned timeBeginPeriod(unsigned milliseconds) {
     Note("timeBeginPeriod", milliseconds);
     ++raisedPeriods;
-    return 0;
+    return SystemCall("timeBeginPeriod").Status();
 }
 
 unsigned timeEndPeriod(unsigned milliseconds) {
     Note("timeEndPeriod", milliseconds);
     --raisedPeriods;
-    return 0;
+    return SystemCall("timeEndPeriod").Status();
 }

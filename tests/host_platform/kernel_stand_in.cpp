@@ -3,10 +3,15 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <map>
+#include <memory>
 #include <set>
 #include <utility>
 
 #include <solvane/rig.h>
+
+#include "host_platform.h"
+#include "system_faults.h"
 
 namespace host::kernel {
 
@@ -21,19 +26,48 @@ constexpr DWORD kInvalidHandle = 6;
 
 std::set<HANDLE> openHandles;
 std::uintptr_t nextHandle = 0x10;
-int allocatedTexts = 0;
+int misuses = 0;
+std::map<wchar_t*, std::unique_ptr<wchar_t[]>> texts;
+std::vector<Made> trace;
+
+/// The request that signals an event when it completes.
+struct Request {
+    HANDLE event = nullptr;
+    bool isPending = false;
+    bool isKnown = true; ///< GetLastError() said so
+    OVERLAPPED* overlapped = nullptr;
+    unsigned char* output = nullptr;
+    Answer answer;
+};
+Request request;
+std::vector<Request> abandoned;
 
 template <typename... Arguments>
 void Note(const char* format, Arguments... arguments) {
+    if (!IsRecording()) {
+        return;
+    }
     char text[256];
     std::snprintf(text, sizeof text, format, arguments...);
     rig_note(text);
+}
+
+void Trace(const Made& made) {
+    if (script.keepsTrace) {
+        trace.push_back(made);
+    }
 }
 
 HANDLE Open() {
     const auto handle = reinterpret_cast<HANDLE>(nextHandle++);
     openHandles.insert(handle);
     return handle;
+}
+
+bool IsOpen(HANDLE handle) {
+    const bool isOpen = openHandles.contains(handle);
+    misuses += isOpen ? 0 : 1;
+    return isOpen;
 }
 
 std::string HexBytes(const void* bytes, DWORD size) {
@@ -47,6 +81,25 @@ std::string HexBytes(const void* bytes, DWORD size) {
     return text;
 }
 
+const char* RequestName(DWORD code) {
+    switch (code) {
+    case 0x9C412400:
+        return kCreateRequest;
+    case 0x9C412404:
+        return kDeleteRequest;
+    case 0x9C412408:
+        return kWaitRequest;
+    default:
+        return kUnknownRequest;
+    }
+}
+
+std::uint64_t Number(const void* bytes, DWORD size) {
+    std::uint64_t number = 0;
+    std::memcpy(&number, bytes, std::min<std::size_t>(size, sizeof number));
+    return number;
+}
+
 template <typename Value>
 Value TakeFirst(std::deque<Value>& values, Value whenEmpty) {
     if (values.empty()) {
@@ -57,34 +110,75 @@ Value TakeFirst(std::deque<Value>& values, Value whenEmpty) {
     return first;
 }
 
+/// What the driver says to a request that reaches it.
+Answer Ask(const SystemCall& call, const char* name, std::uint64_t input) {
+    if (!call.DoesItsWork()) {
+        return {};
+    }
+    Answer answer =
+        script.answers.empty() ? script.driver(name, input) : TakeFirst(script.answers, Answer{});
+    answer.output.resize(call.Count(static_cast<std::uint32_t>(answer.output.size())));
+    return answer;
+}
+
+void Complete(const Request& answered) {
+    answered.overlapped->Internal = answered.answer.error == ERROR_IO_PENDING ? 0 : 1;
+    if (!answered.answer.output.empty()) {
+        std::memcpy(answered.output, answered.answer.output.data(), answered.answer.output.size());
+    }
+}
+
 } // namespace
 
 void Reset() {
     script = {};
     openHandles.clear();
-    allocatedTexts = 0;
+    misuses = 0;
+    texts.clear();
+    trace.clear();
+    request = {};
+    abandoned.clear();
 }
 
 std::size_t OpenHandles() {
     return openHandles.size();
 }
+int Misuses() {
+    return misuses;
+}
+int AbandonedRequests() {
+    return static_cast<int>(abandoned.size());
+}
+void AnswerAbandoned() {
+    for (const Request& left : abandoned) {
+        if (left.isKnown) {
+            Complete(left);
+        }
+    }
+}
 int AllocatedTexts() {
-    return allocatedTexts;
+    return static_cast<int>(texts.size());
+}
+std::vector<Made> TakeTrace() {
+    return std::exchange(trace, {});
 }
 
 } // namespace host::kernel
 
 using namespace host::kernel;
+using host::SystemCall;
 
 HANDLE CreateFileW(const wchar_t* name, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security,
                    DWORD disposition, DWORD flags, HANDLE pattern) {
     Note("CreateFileW(%ls, 0x%x, %u, %s, %u, 0x%x, %s)", name, access, share,
          security == nullptr ? "null" : "?", disposition, flags, pattern == nullptr ? "null" : "?");
-    if (script.createFileError != 0) {
-        lastError = script.createFileError;
-        return INVALID_HANDLE_VALUE;
+    const SystemCall call("CreateFileW");
+    const bool isDone = !call.Fails() && script.createFileError == 0;
+    if (!isDone) {
+        lastError = call.Status(script.createFileError);
     }
-    return Open();
+    Trace({"CreateFileW", isDone, lastError});
+    return isDone ? Open() : INVALID_HANDLE_VALUE;
 }
 
 BOOL DeviceIoControl(HANDLE device, DWORD code, void* input, DWORD inputSize, void* output,
@@ -92,95 +186,136 @@ BOOL DeviceIoControl(HANDLE device, DWORD code, void* input, DWORD inputSize, vo
     Note("DeviceIoControl(0x%x, [%s], %s %u, %s)", code, HexBytes(input, inputSize).c_str(),
          output == nullptr ? "null" : "out", outputSize,
          overlapped == nullptr ? "at once" : "overlapped");
-    const auto* const bytes = static_cast<const unsigned char*>(output);
+    auto* const bytes = static_cast<unsigned char*>(output);
     const bool isClear =
         std::all_of(bytes, bytes + outputSize, [](unsigned char byte) { return byte == 0; });
-    if (openHandles.count(device) == 0 || returned == nullptr || *returned != 0 || !isClear) {
-        rig_note("... with a closed handle, no count or a buffer that is not clear");
+    if (!IsOpen(device) || returned == nullptr || *returned != 0 || !isClear) {
+        Note("%s", "... with a closed handle, no count or a buffer that is not clear");
         lastError = kInvalidHandle;
         return 0;
     }
     if (const auto happens = std::exchange(script.onRequest, nullptr)) {
         happens();
     }
-    const Answer answer = TakeFirst(script.answers, Answer{});
-    const std::size_t size = std::min<std::size_t>(answer.output.size(), outputSize);
-    if (size != 0) {
-        std::memcpy(output, answer.output.data(), size);
+    const SystemCall call(RequestName(code));
+    Answer answer = Ask(call, RequestName(code), Number(input, inputSize));
+    answer.output.resize(std::min<std::size_t>(answer.output.size(), outputSize));
+    const bool isDone = !call.Fails() && answer.error == 0;
+    lastError = isDone ? kErrorOfSuccess : call.Status(answer.error);
+    const bool isPending = !isDone && overlapped != nullptr && lastError == ERROR_IO_PENDING;
+    Trace({RequestName(code), isDone || isPending, lastError, Number(input, inputSize),
+           answer.output});
+    *returned = isPending ? 0 : static_cast<DWORD>(answer.output.size());
+    if (overlapped != nullptr) {
+        request = {overlapped->hEvent, isPending, true, overlapped, bytes, answer};
     }
-    *returned = static_cast<DWORD>(size);
-    lastError = answer.error != 0 ? answer.error : kErrorOfSuccess;
-    return answer.error == 0 ? 1 : 0;
+    if (!isPending && !answer.output.empty()) {
+        std::memcpy(output, answer.output.data(), answer.output.size());
+    }
+    return isDone ? 1 : 0;
 }
 
 HANDLE CreateEventW(SECURITY_ATTRIBUTES* security, BOOL manualReset, BOOL signalled,
                     const wchar_t* name) {
     Note("CreateEventW(%s, %d, %d, %s)", security == nullptr ? "null" : "?", manualReset, signalled,
          name == nullptr ? "null" : "?");
-    if (script.createEventError != 0) {
-        lastError = script.createEventError;
-        return nullptr;
+    const SystemCall call("CreateEventW");
+    const bool isDone = !call.Fails() && script.createEventError == 0;
+    if (!isDone) {
+        lastError = call.Status(script.createEventError);
     }
-    return Open();
+    Trace({"CreateEventW", isDone, lastError});
+    return isDone ? Open() : nullptr;
 }
 
 DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds) {
-    Note("WaitForSingleObject(%s, %s)", openHandles.count(handle) != 0 ? "open" : "closed",
+    const bool isOpen = IsOpen(handle);
+    Note("WaitForSingleObject(%s, %s)", isOpen ? "open" : "closed",
          milliseconds == INFINITE ? "INFINITE" : "?");
     if (script.onWait) {
         script.onWait();
     }
+    const SystemCall call("WaitForSingleObject");
+    const DWORD result = call.Status(TakeFirst(script.waitResults, WAIT_OBJECT_0));
     lastError = kInvalidHandle; // of a wait that fails
-    return TakeFirst(script.waitResults, WAIT_OBJECT_0);
+    if (result == WAIT_OBJECT_0 && std::exchange(request.isPending, false)) {
+        Complete(request);
+    }
+    Trace({"WaitForSingleObject", result == WAIT_OBJECT_0, lastError, 0, request.answer.output});
+    return result;
 }
 
 BOOL CloseHandle(HANDLE handle) {
-    const bool wasOpen = openHandles.erase(handle) != 0;
-    Note("CloseHandle(%s)", wasOpen ? "open" : "closed");
-    lastError = kErrorOfSuccess;
-    return wasOpen ? 1 : 0;
+    const bool isOpen = IsOpen(handle);
+    Note("CloseHandle(%s)", isOpen ? "open" : "closed");
+    const SystemCall call("CloseHandle");
+    if (call.DoesItsWork()) {
+        openHandles.erase(handle);
+    }
+    if (handle == request.event && std::exchange(request.isPending, false)) {
+        abandoned.push_back(request);
+    }
+    lastError = call.Status(kErrorOfSuccess);
+    Trace({"CloseHandle", call.DoesItsWork(), lastError});
+    return isOpen && !call.Fails() ? 1 : 0;
 }
 
 DWORD GetLastError(void) {
-    return lastError;
+    const DWORD error = SystemCall("GetLastError").Status(lastError);
+    request.isKnown = request.isKnown && error == lastError;
+    Trace({"GetLastError", true, error});
+    return error;
 }
 
 DWORD FormatMessageW(DWORD flags, const void* source, DWORD message, DWORD language,
                      wchar_t* buffer, DWORD size, void* arguments) {
     Note("FormatMessageW(0x%x, %s, %u, 0x%x, %u, %s)", flags, source == nullptr ? "null" : "?",
          message, language, size, arguments == nullptr ? "null" : "?");
-    if (!script.hasSystemText) {
+    const SystemCall call("FormatMessageW");
+    if (call.Fails() || !script.hasSystemText) {
+        Trace({"FormatMessageW", false, call.Status()});
         return 0;
     }
-    const std::size_t length = script.systemText.size();
-    if (!script.handsTextOver) {
-        return static_cast<DWORD>(length);
+    const auto whole = static_cast<DWORD>(script.systemText.size());
+    const std::size_t length = std::min(call.Count(whole), whole);
+    const bool isHandedOver = call.DoesItsWork() && script.handsTextOver;
+    Trace({"FormatMessageW", isHandedOver && length != 0, lastError});
+    if (isHandedOver) {
+        auto text = std::make_unique<wchar_t[]>(length + 1);
+        std::copy_n(script.systemText.c_str(), length, text.get());
+        wchar_t* const handed = text.get();
+        std::memcpy(buffer, &handed, sizeof handed); // the caller's pointer, as the flags ask for
+        texts.emplace(handed, std::move(text));
     }
-    auto* const text = new wchar_t[length + 1];
-    std::copy_n(script.systemText.c_str(), length + 1, text);
-    ++allocatedTexts;
-    std::memcpy(buffer, &text, sizeof text); // the caller's pointer, as the flags ask for
     return static_cast<DWORD>(length);
 }
 
 void* LocalFree(void* memory) {
-    if (memory != nullptr) {
-        delete[] static_cast<wchar_t*>(memory);
-        --allocatedTexts;
+    const SystemCall call("LocalFree");
+    Trace({"LocalFree", !call.Fails(), lastError});
+    if (call.Fails()) {
+        return memory;
+    }
+    if (memory != nullptr && texts.erase(static_cast<wchar_t*>(memory)) == 0) {
+        ++misuses;
     }
     return nullptr;
 }
 
 int wcstombs_s(std::size_t* converted, char* narrow, std::size_t size, const wchar_t* wide,
                std::size_t count) {
+    constexpr int kCannotConvert = 42; // EILSEQ of that library
+    constexpr int kCutOff = 80;        // STRUNCATE
+    const SystemCall call("wcstombs_s");
+    Trace({"wcstombs_s", !call.Fails(), lastError});
     narrow[0] = '\0';
-    if (!script.textConverts || count != _TRUNCATE) {
-        return 42; // EILSEQ of that library
+    if (!script.textConverts || count != _TRUNCATE || call.Fails()) {
+        return static_cast<int>(call.Status(kCannotConvert));
     }
     std::size_t bytes = 0;
     for (; *wide != L'\0'; ++wide) {
         if (bytes + script.bytesPerCharacter >= size) {
-            return 80; // STRUNCATE
+            return kCutOff;
         }
         std::fill_n(narrow + bytes, script.bytesPerCharacter, static_cast<char>(*wide));
         bytes += script.bytesPerCharacter;

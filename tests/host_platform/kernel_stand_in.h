@@ -1,5 +1,6 @@
 /// A kernel driver that does what a test says: the answers to the system calls of the timer
-/// service, given in advance. Every call goes into the rig's journal.
+/// service, given in advance. Every call goes into the rig's journal; each can be made to fail
+/// (system_faults.h).
 #pragma once
 
 #include <cstddef>
@@ -7,22 +8,45 @@
 #include <deque>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <windows.h>
 
 namespace host::kernel {
 
+// The driver's requests, each a function that can fail in its own way.
+inline constexpr const char* kCreateRequest = "DeviceIoControl(TIMER_CREATE)";
+inline constexpr const char* kDeleteRequest = "DeviceIoControl(TIMER_DELETE)";
+inline constexpr const char* kWaitRequest = "DeviceIoControl(TIMER_WAIT)";
+inline constexpr const char* kUnknownRequest = "DeviceIoControl(?)";
+
+// What a driver replies to them, for a driver whose replies can be odd.
+inline constexpr const char* kCreateReply = "reply to TIMER_CREATE";
+inline constexpr const char* kWaitReply = "reply to TIMER_WAIT";
+
 /// The answer to one DeviceIoControl().
 struct Answer {
     DWORD error = 0;                  ///< 0: the call succeeds
-    std::vector<std::uint8_t> output; ///< copied as far as the caller has room
+    std::vector<std::uint8_t> output; ///< copied as far as the caller has room; what is pending,
+                                      ///< when its event was waited for
+};
+
+/// A call that was made, and how it went.
+struct Made {
+    std::string_view function;
+    bool isDone;                           ///< it reported success, or that it is pending
+    DWORD error = 0;                       ///< what it left as the thread's error
+    std::uint64_t input = 0;               ///< of a request
+    std::vector<std::uint8_t> output = {}; ///< of a creation, or of the request waited for
 };
 
 struct Script {
     DWORD createFileError = 0;
     DWORD createEventError = 0;
-    std::deque<Answer> answers;      ///< one a request; when used up, requests succeed emptily
+    std::deque<Answer> answers; ///< one a request; when used up, the driver answers
+    std::function<Answer(const char* request, std::uint64_t input)> driver =
+        [](const char*, std::uint64_t) { return Answer{}; };
     std::deque<DWORD> waitResults;   ///< one a wait; when used up, waits succeed
     std::function<void()> onRequest; ///< what happens during the next request
     std::function<void()> onWait;    ///< what happens during every wait
@@ -31,6 +55,7 @@ struct Script {
     bool handsTextOver = true; ///< else only its length is answered
     bool textConverts = true;
     std::size_t bytesPerCharacter = 1; ///< of the host's code page
+    bool keepsTrace = false;           ///< for TakeTrace()
 };
 
 /// What the next calls are answered with.
@@ -42,7 +67,20 @@ void Reset();
 /// Handles that were given out and not closed.
 std::size_t OpenHandles();
 
+/// Calls with a handle that is not open.
+int Misuses();
+
+/// Requests that were still pending when their event was closed.
+int AbandonedRequests();
+
+/// The driver answers them all the same, into memory that must still be theirs; but for those that
+/// the caller was told not to be pending.
+void AnswerAbandoned();
+
 /// Buffers of FormatMessageW() that were not freed.
 int AllocatedTexts();
+
+/// The calls since the last look, if they are kept.
+std::vector<Made> TakeTrace();
 
 } // namespace host::kernel

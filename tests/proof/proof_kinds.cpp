@@ -185,6 +185,37 @@ const std::vector<Kind>& Kinds() {
     return kinds;
 }
 
+const std::vector<VendorFunction>& SystemFunctions() {
+    constexpr std::uint32_t kNoPeriod = 97;
+    constexpr std::uint32_t kBadValue = 22; // EINVAL
+    constexpr std::uint32_t kNoMemory = 0x8007'000E;
+    constexpr std::uint32_t kBadArgument = 0x8007'0057;
+    constexpr std::uint32_t kNoInterface = 0x8000'4002;
+    constexpr std::uint32_t kOtherApartment = 0x8001'0106;
+    constexpr std::uint32_t kTooLate = 0x8001'0119;
+    constexpr std::uint32_t kNotRegistered = 0x8004'0154;
+    constexpr std::uint32_t kBadType = 0x8002'0008;
+    constexpr std::uint32_t kLocked = 0x8002'000D;
+    const auto harmless = [](Way way) {
+        way.isHarmless = true;
+        return way;
+    };
+    static const std::vector<VendorFunction> functions{
+        {"Sleep", {Counts(0), harmless(Counts(kCoarseSleep))}},
+        {"timeBeginPeriod", {harmless(Fails(kNoPeriod))}},
+        {"timeEndPeriod", {harmless(Fails(kNoPeriod))}},
+        {"GetSystemTimePreciseAsFileTime", {harmless(Fails(0))}},
+        {"localtime_s", {harmless(Fails(kBadValue))}},
+        {"CoInitializeEx", {Fails(kNoMemory), Fails(kBadArgument), Fails(kOtherApartment)}},
+        {"CoInitializeSecurity",
+         {Fails(kNoMemory), Fails(kBadArgument), harmless(Fails(kTooLate))}},
+        {"CoCreateInstance", {Fails(kNotRegistered), Fails(kNoInterface), Silent()}},
+        {"CoSetProxyBlanket", {Fails(kNoInterface), Fails(kBadArgument)}},
+        {"SysAllocString", {Silent()}}, // a null pointer
+        {"VariantClear", {harmless(DoneButFails(kBadType)), harmless(DoneButFails(kLocked))}}};
+    return functions;
+}
+
 std::string TestName(const testing::TestParamInfo<Kind>& info) {
     std::string name = info.param.name;
     std::erase_if(name, [](char letter) { return letter == ' ' || letter == '/'; });

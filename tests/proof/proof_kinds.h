@@ -29,6 +29,7 @@ struct Way {
     std::uint32_t status = 0;
     std::uint32_t count = 0;
     TriggerRisk risk = TriggerRisk::None;
+    bool isHarmless = false; ///< nothing that the host sees may change
 };
 
 struct VendorFunction {
@@ -66,6 +67,13 @@ struct Kind {
 };
 
 const std::vector<Kind>& Kinds();
+
+/// What the library asks of Windows beside the vendors' libraries, whatever the hardware is
+/// (system_faults.h).
+const std::vector<VendorFunction>& SystemFunctions();
+
+/// What every Sleep() of the shortest kind lasts on a system whose timer stays coarse, in ms.
+inline constexpr std::uint32_t kCoarseSleep = 16;
 
 /// The kind as part of a test's name, which holds letters and digits only.
 std::string TestName(const testing::TestParamInfo<Kind>& info);

@@ -9,6 +9,7 @@
 #include "host_platform.h"
 #include "solvane_kontron.h"
 #include "solvane_lpt.h"
+#include "system_faults.h"
 
 namespace test {
 
@@ -45,6 +46,7 @@ void ResetProcessState() {
     s_lptBaseAddress = atLoad.lptBaseAddress;
     s_lptInitialised = atLoad.lptInitialised;
     host::com::Reset();
+    host::ClearFaults();
 }
 
 namespace {

@@ -66,6 +66,7 @@ class OnADriver : public OnTheRig {
     ~OnADriver() override {
         SLV::Internal::s_logger.Install(nullptr, nullptr);
         EXPECT_EQ(host::kernel::OpenHandles(), 0u);
+        EXPECT_EQ(host::kernel::Misuses(), 0);
         EXPECT_EQ(host::kernel::AllocatedTexts(), 0);
         host::kernel::Reset();
     }

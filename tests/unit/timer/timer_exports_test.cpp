@@ -168,6 +168,17 @@ TEST_F(TimerExports, AWaitThatFails) {
     Dispose();
 }
 
+/// The request is not withdrawn, and what is the driver's to write into must not be another's.
+TEST_F(TimerExports, ARequestWhoseWaitFailsMayBeAnsweredLate) {
+    Create();
+    script.answers = {Created(7), {997, Event(0).output}};
+    script.waitResults = {0xFFFFFFFF};
+    EXPECT_EQ(Solvane_RunTimer(timer, 1, Receive), -1);
+    EXPECT_EQ(host::kernel::AbandonedRequests(), 1);
+    Dispose();
+    host::kernel::AnswerAbandoned();
+}
+
 TEST_F(TimerExports, ADriverTimerThatCannotBeDeletedAfterARunStaysForDisposal) {
     Create();
     script.answers = {Created(7), Event(0), Failed(31)};

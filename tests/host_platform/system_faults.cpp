@@ -1,0 +1,101 @@
+#include "system_faults.h"
+
+#include <mutex>
+
+#include "fault_plan.h"
+#include "kernel_stand_in.h"
+
+namespace host {
+
+namespace {
+
+/// Every system call that has something to fail with; the others (CoUninitialize, SysFreeString,
+/// VariantInit) return nothing and cannot be refused.
+constexpr const char* kFunctions[] = {"Sleep",
+                                      "GetSystemTimePreciseAsFileTime",
+                                      "localtime_s",
+                                      "timeBeginPeriod",
+                                      "timeEndPeriod",
+                                      "CoInitializeEx",
+                                      "CoInitializeSecurity",
+                                      "CoCreateInstance",
+                                      "CoSetProxyBlanket",
+                                      "SysAllocString",
+                                      "VariantClear",
+                                      "CreateFileW",
+                                      "CreateEventW",
+                                      "WaitForSingleObject",
+                                      "CloseHandle",
+                                      "GetLastError",
+                                      "FormatMessageW",
+                                      "LocalFree",
+                                      "wcstombs_s",
+                                      kernel::kCreateRequest,
+                                      kernel::kDeleteRequest,
+                                      kernel::kWaitRequest,
+                                      kernel::kUnknownRequest,
+                                      kernel::kCreateReply,
+                                      kernel::kWaitReply};
+
+rig::FaultPlan AllFunctions() {
+    rig::FaultPlan plan;
+    for (const char* const function : kFunctions) {
+        plan.Declare(function);
+    }
+    return plan;
+}
+
+/// Timers run on threads of their own, and a first call may come from several at once.
+std::mutex mutex;
+std::uint32_t struck = 0;
+
+/// Made when the program starts: the allocation test counts what is made later.
+rig::FaultPlan plan = AllFunctions();
+
+} // namespace
+
+int AddFault(const rig_fault& fault) {
+    const std::lock_guard lock(mutex);
+    return plan.Add(
+               {fault.function, fault.call, fault.times, fault.kind, fault.status, fault.count})
+               ? 0
+               : -1;
+}
+
+void ClearFaults() {
+    const std::lock_guard lock(mutex);
+    plan.Clear();
+    struck = 0;
+}
+
+std::uint32_t Calls(const char* function) {
+    const std::lock_guard lock(mutex);
+    return plan.Calls(function);
+}
+
+std::uint32_t Struck() {
+    const std::lock_guard lock(mutex);
+    return struck;
+}
+
+std::map<std::string, std::uint32_t> AllCalls() {
+    const std::lock_guard lock(mutex);
+    std::map<std::string, std::uint32_t> calls;
+    for (const char* const function : kFunctions) {
+        calls[function] = plan.Calls(function);
+    }
+    return calls;
+}
+
+SystemCall::SystemCall(const char* function) {
+    const std::lock_guard lock(mutex);
+    plan.CountCall(function);
+    if (const rig::Fault* const fault = plan.Find(function)) {
+        ++struck;
+        kind = fault->kind;
+        status = fault->status;
+        count = fault->count;
+    }
+}
+
+} // namespace host

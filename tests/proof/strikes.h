@@ -1,0 +1,48 @@
+/// Which calls an operation made, and how to have each of them go wrong.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "proof_kinds.h"
+
+namespace proof {
+
+/// A fault and when it strikes.
+struct Strike {
+    std::string function;
+    std::uint32_t call;  ///< counted from 1 from the operation on
+    std::uint32_t times; ///< 0: every call from then on
+    const Way* way;
+    bool isOfSystem; ///< a function of Windows, not of a vendor's
+};
+
+std::string Text(const Strike& strike);
+
+/// Counts the calls of an operation on hardware that works, made between construction and a look.
+class CallCount {
+  public:
+    CallCount();
+
+    /// Every vendor call in every way, once and from then on, and all that follow dead.
+    std::vector<Strike> OfVendors(const Kind& kind) const;
+
+    /// Every call of these functions of Windows; there must be no others.
+    std::vector<Strike> OfSystem(const std::vector<VendorFunction>& functions) const;
+
+  private:
+    std::vector<std::string> VendorCalls() const;
+
+    std::size_t journalBefore;
+    std::map<std::string, std::uint32_t> systemBefore;
+};
+
+/// Plans the fault, from now on. False if there is no such function.
+bool Arm(const Strike& strike);
+
+/// Lifts every fault.
+void Disarm();
+
+} // namespace proof

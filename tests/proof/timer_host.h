@@ -1,0 +1,88 @@
+/// A host of timers on a driver that works until something is made to fail, and what it has to do
+/// with the driver's timers.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "strikes.h"
+#include "timer_driver.h"
+#include "timer_sight.h"
+
+namespace proof {
+
+/// What the host has done with its timer. Before Solvane_CreateTimer, with another one.
+enum class TimerState : std::uint8_t {
+    Nothing,
+    Created,
+    Stopped,       ///< it ran and was stopped
+    CreateRefused, ///< a run failed: the driver made no timer
+    LeftBehind,    ///< a run failed: the driver has a timer
+    DeleteRefused, ///< a run failed at its end: the driver kept its timer
+    BesideARun     ///< created; and another timer runs, whose function makes the call
+};
+
+class TimerHost {
+  public:
+    TimerHost();
+    ~TimerHost();
+    TimerHost(const TimerHost&) = delete;
+    TimerHost& operator=(const TimerHost&) = delete;
+
+    /// Everything afresh, up to the operation.
+    void Start(TimerState state, TimerOp op);
+
+    struct Call {
+        TimerSight seen;
+        TimerTrace trace;
+        std::vector<Strike> strikes; ///< every way in which its calls of Windows can fail
+        std::uint32_t struck = 0;    ///< calls that did
+    };
+
+    /// The operation, during which these faults strike.
+    Call Do(TimerOp op, const std::vector<const Strike*>& faults, bool wantsStrikes = false);
+
+    /// A call that must go well, and show the host what it must see.
+    bool Works(TimerOp op);
+
+    /// Disposes of the other timer, if there is one.
+    bool DisposesOfOther();
+
+    bool HasTimer() const;
+    SolvaneTimerHandle Handle() const { return own->handle; }
+
+    /// The driver's timer that the library knows; 0: none.
+    std::uint64_t known = 0;
+    std::size_t overwritten = 0; ///< driver's timers that another run took the place of
+    std::ptrdiff_t leftOpen = 0; ///< handles that could not be closed
+    TimerDriver driver;
+
+  private:
+    struct Timer {
+        SolvaneTimerHandle handle = 0;
+        TimerOp run = TimerOp::RunStoppedInside;
+        std::vector<TimerEvent> events = {};
+        std::function<void()> beside = nullptr; ///< what its function does at its first event
+    };
+
+    static void SOLVANE_CALL Receive(std::uint64_t context, const SolvaneTimerEvent* event);
+    static void Stop(const Timer& timer);
+
+    int CallExport(TimerOp op);
+    Call DoAlone(TimerOp op, const std::vector<const Strike*>& faults, bool wantsStrikes);
+    void Discard();
+    void FailToRun(const char* function);
+    void Follow(const TimerTrace& trace);
+
+    bool isBesideARun = false;
+    Timer timers[2];
+    Timer* own = timers;
+    Timer* other = timers + 1;
+    std::vector<std::string> lines;
+};
+
+/// How often a function was called, with or without success.
+std::ptrdiff_t Count(const TimerTrace& trace, std::string_view function, bool isDone);
+
+} // namespace proof

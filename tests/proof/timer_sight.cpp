@@ -1,0 +1,171 @@
+#include "timer_sight.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <optional>
+
+namespace proof {
+
+namespace {
+
+using host::kernel::Made;
+
+/// The calls that a timer cannot do without, and the words for one that failed.
+struct Step {
+    std::string_view function;
+    const char* words;
+};
+
+constexpr Step kSteps[] = {
+    {"CreateFileW", "Error in CreateFile: "},
+    {host::kernel::kCreateRequest, "DeviceIoControl failed to create timer: "},
+    {"CreateEventW", "CreateEvent failed. Error: "},
+    {host::kernel::kWaitRequest, "DeviceIoControl failed: "},
+    {"WaitForSingleObject", "Wait error: "},
+    {host::kernel::kDeleteRequest, "DeviceIoControl failed: "},
+};
+
+const Step* StepOf(const Made& made) {
+    const auto* const step = std::ranges::find(kSteps, made.function, &Step::function);
+    return step != std::end(kSteps) ? step : nullptr;
+}
+
+/// A request is pending if the thread's error says so when it is asked for.
+bool IsPending(TimerTrace::const_iterator request, TimerTrace::const_iterator end) {
+    const auto next = std::next(request);
+    return next != end && next->function == "GetLastError" && next->error == ERROR_IO_PENDING;
+}
+
+TimerTrace::const_iterator FirstFailure(const TimerTrace& trace) {
+    auto made = trace.begin();
+    while (made != trace.end() &&
+           (StepOf(*made) == nullptr ||
+            (made->isDone && (made->error != ERROR_IO_PENDING || IsPending(made, trace.end()))))) {
+        ++made;
+    }
+    return made;
+}
+
+/// A number of a reply. What the driver has not filled is 0.
+std::uint64_t Number(const Made& made, std::size_t offset, std::size_t size) {
+    std::uint64_t number = 0;
+    for (std::size_t i = 0; i < size && offset + i < made.output.size(); ++i) {
+        number |= std::uint64_t{made.output[offset + i]} << 8 * i;
+    }
+    return number;
+}
+
+/// What the driver's status is to a host; nothing for one that nobody knows.
+std::optional<int> Translated(int status) {
+    switch (status) {
+    case 0:
+    case -3:
+        return SOLVANE_OK;
+    case -1:
+    case -4:
+    case -5:
+        return SOLVANE_E_NO_HARDWARE;
+    case -2:
+    case -6:
+        return SOLVANE_E_WRITE;
+    case -7:
+        return SOLVANE_E_NOT_READY;
+    default:
+        return std::nullopt;
+    }
+}
+
+void Deliver(TimerSight& sight, const Made& wait, int wasWell) {
+    const int status = static_cast<std::int16_t>(Number(wait, 8, 2));
+    const std::optional<int> translated = Translated(status);
+    if (!translated) {
+        sight.log.push_back("Error. Unknown GPIO trigger status: " + std::to_string(status));
+    }
+    const auto word = [&](std::size_t offset) { return static_cast<int>(Number(wait, offset, 2)); };
+    sight.events.push_back({translated.value_or(SOLVANE_E_UNDETERMINED), wasWell, word(10),
+                            word(12), word(14), word(16)});
+}
+
+TimerSight ExpectedRun(TimerOp op, const TimerTrace& trace) {
+    TimerSight sight;
+    int wasWell = 0;
+    std::size_t waits = 0;
+    for (const Made& made : trace) {
+        if (made.function == host::kernel::kCreateRequest) {
+            wasWell = Number(made, 8, 2) == 0 ? 1 : 0;
+        }
+        if (made.function == "WaitForSingleObject" && made.isDone) {
+            ++waits;
+            if (op != TimerOp::RunStoppedBetween || waits == 1) {
+                Deliver(sight, made, wasWell);
+            }
+        }
+    }
+    return sight;
+}
+
+} // namespace
+
+std::string Reason(const TimerTrace& trace) {
+    const auto failure = FirstFailure(trace);
+    if (failure == trace.end()) {
+        return "";
+    }
+    std::uint32_t error = failure->error;
+    int readable = 0;
+    for (auto made = failure; ++made != trace.end();) {
+        if (StepOf(*made) != nullptr) {
+            return "more was asked after a failure: " + std::string(made->function);
+        }
+        error = made->function == "GetLastError" ? made->error : error;
+        const bool isText = made->function == "FormatMessageW" || made->function == "wcstombs_s";
+        readable += isText && made->isDone ? 1 : 0;
+    }
+    char code[16];
+    std::snprintf(code, sizeof code, " (0x%08x)", static_cast<unsigned>(error));
+    return StepOf(*failure)->words + std::string(readable == 2 ? "A sentence.\r\n" : "") + code;
+}
+
+TimerSight Expected(TimerOp op, const TimerTrace& trace) {
+    if (op == TimerOp::Stop || op == TimerOp::Dispose) {
+        return {op == TimerOp::Stop ? SOLVANE_E_INVALID : SOLVANE_OK,
+                {"Error. Solvane_StopTimer() timer was not started. "},
+                {}};
+    }
+    TimerSight sight = IsRun(op) ? ExpectedRun(op, trace) : TimerSight{};
+    if (const std::string reason = Reason(trace); !reason.empty()) {
+        sight.status = SOLVANE_E_UNDETERMINED;
+        sight.log.push_back(
+            std::string(IsRun(op) ? "Error. Solvane_RunTimer()" : "Error. Solvane_CreateTimer()") +
+            " failed with exception: " + reason);
+    }
+    return sight;
+}
+
+std::uint64_t KnownTimer(std::uint64_t before, const TimerTrace& trace) {
+    std::uint64_t known = before;
+    for (const Made& made : trace) {
+        if (made.function == host::kernel::kCreateRequest && made.isDone) {
+            known = Number(made, 0, 8);
+        } else if (made.function == host::kernel::kDeleteRequest && made.isDone) {
+            known = 0;
+        }
+    }
+    return known;
+}
+
+std::string Text(const TimerSight& sight) {
+    std::string text = "status " + std::to_string(sight.status);
+    for (const std::string& line : sight.log) {
+        text += "; \"" + line + "\"";
+    }
+    for (const TimerEvent& event : sight.events) {
+        text += "; event";
+        for (const int word : event) {
+            text += " " + std::to_string(word);
+        }
+    }
+    return text;
+}
+
+} // namespace proof
