@@ -63,7 +63,7 @@ FT_STATUS FT_CALL FT_Write(FT_HANDLE, void* buffer, std::uint32_t bytesToWrite,
     } else {
         const bool highByte = command[0] == 0x83;
         answer = highByte ? static_cast<std::uint8_t>((output & 0x4F) | kInputs) : 0;
-        waiting = 1;
+        ++waiting; // behind what is there
     }
     *bytesWritten = bytesToWrite;
     return FT_OK;
