@@ -1,18 +1,31 @@
 # What `cmake --install` and `cpack` ship: the library for host developers, the rig to run their
 # hosts on, and beside every binary its symbols (<file>.debug).
 
-# The one import library that both GNU's ld and Microsoft's linker (or lld-link) take: ld's own is
-# for ld alone.
+# solvane_import_library(<name> <file.def>): <build tree>/lib/<name>.lib, an import library that both
+# GNU's ld and Microsoft's linker (or lld-link) take. ld's own is for ld alone.
 find_program(SOLVANE_LLVM_DLLTOOL NAMES llvm-dlltool-14 llvm-dlltool REQUIRED)
-set(definition "${CMAKE_SOURCE_DIR}/src/api/solvane.def")
-set(import_library "${CMAKE_BINARY_DIR}/lib/Solvane.lib")
 file(MAKE_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
-add_custom_command(OUTPUT "${import_library}"
-  COMMAND "${SOLVANE_LLVM_DLLTOOL}" -m i386:x86-64 -d "${definition}" -l Solvane.lib
-  WORKING_DIRECTORY "${CMAKE_BINARY_DIR}/lib"
-  DEPENDS "${definition}" VERBATIM COMMENT "Import library Solvane.lib")
-add_custom_target(solvane_import_library ALL DEPENDS "${import_library}")
-add_dependencies(products solvane_import_library)
+function(solvane_import_library name definition)
+  add_custom_command(OUTPUT "${CMAKE_BINARY_DIR}/lib/${name}.lib"
+    COMMAND "${SOLVANE_LLVM_DLLTOOL}" -m i386:x86-64 -d "${definition}" -l ${name}.lib
+    WORKING_DIRECTORY "${CMAKE_BINARY_DIR}/lib"
+    DEPENDS "${definition}" VERBATIM COMMENT "Import library ${name}.lib")
+  add_custom_target(${name}_import_library ALL DEPENDS "${CMAKE_BINARY_DIR}/lib/${name}.lib")
+  add_dependencies(products ${name}_import_library)
+endfunction()
+
+set(definition "${CMAKE_SOURCE_DIR}/src/api/solvane.def")
+solvane_import_library(Solvane "${definition}")
+
+# What tests of hosts call: the functions of the rig's header.
+set(rig_header "${CMAKE_SOURCE_DIR}/rig/include/solvane/rig.h")
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${rig_header}")
+file(STRINGS "${rig_header}" functions REGEX "^SOLVANE_RIG_API ")
+list(TRANSFORM functions REPLACE ".*[ *](rig_[a-z_]+)\\(.*" "    \\1")
+list(JOIN functions "\n" functions)
+file(CONFIGURE OUTPUT "${CMAKE_BINARY_DIR}/lib/solvane_rig.def"
+  CONTENT "LIBRARY solvane_rig.dll\nEXPORTS\n${functions}\n" @ONLY)
+solvane_import_library(solvane_rig "${CMAKE_BINARY_DIR}/lib/solvane_rig.def")
 
 # solvane_install_binary(<target> <directory>): stripped, with a link to its symbols. objcopy
 # would put the time of day into it.
@@ -36,11 +49,13 @@ foreach(target solvane_rig EAPI_Library FTD2XX inpoutx64 rig_wbem solvane_rig_to
   solvane_install_binary(${target} rig)
 endforeach()
 
-install(FILES "${import_library}" "${definition}" DESTINATION lib)
+install(FILES "${CMAKE_BINARY_DIR}/lib/Solvane.lib" "${definition}" DESTINATION lib)
 install(FILES include/solvane/solvane.h DESTINATION include/solvane)
 install(FILES rig/include/solvane/rig.h DESTINATION rig/include/solvane)
+install(FILES "${CMAKE_BINARY_DIR}/lib/solvane_rig.lib" DESTINATION rig/lib)
 install(DIRECTORY rig/scenarios/ DESTINATION rig/scenarios FILES_MATCHING PATTERN "*.toml")
-install(FILES examples/CMakeLists.txt examples/capture.c examples/capture.cpp DESTINATION examples)
+install(FILES examples/CMakeLists.txt examples/capture.c examples/capture.cpp examples/on_the_rig.c
+  DESTINATION examples)
 install(DIRECTORY examples/c examples/cpp examples/csharp examples/node examples/no_crt
   examples/python DESTINATION examples PATTERN "__pycache__" EXCLUDE)
 install(DIRECTORY bindings DESTINATION . PATTERN "__pycache__" EXCLUDE)

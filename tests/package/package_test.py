@@ -25,7 +25,7 @@ SHIPPED = BINARIES + [
     "SHA256SUMS", "include/solvane/solvane.h", "lib/Solvane.lib", "lib/solvane.def",
     "lib/cmake/Solvane/SolvaneConfig.cmake", "lib/cmake/Solvane/SolvaneConfigVersion.cmake",
     "lib/pkgconfig/solvane.pc", "rig/README.md", "rig/include/solvane/rig.h",
-    "rig/scenarios/usb.toml", "examples/CMakeLists.txt", "examples/c/timer.c",
+    "rig/lib/solvane_rig.lib", "rig/scenarios/usb.toml", "examples/CMakeLists.txt", "examples/c/timer.c",
     "doc/README.md", "doc/architecture.md", "doc/hardware.md", "doc/timers.md",
     "doc/waveforms.md", "doc/images/usb.svg"]
 FUNCTIONS = 24
@@ -206,17 +206,18 @@ class Archive(unittest.TestCase):
                               env=dict(os.environ, **environment))
 
     def test_the_readme_has_a_host_of_each_kind(self):
-        self.assertEqual(len(self.hosts()), 4)
+        self.assertEqual(len(self.hosts()), 5)
 
     @staticmethod
     def hosts():
-        """The commands of each host in the README, which are at most three."""
+        """The blocks of each host in the README, whose commands are at most three."""
         readme = document.Document(os.path.join(OPTIONS.source, "README.md"))
-        return [block.text for block in readme.blocks
+        return [block for block in readme.blocks
                 if block.language == "sh" and block.section == "Install from the archive"]
 
     def capture_with(self, of_its_kind):
-        [commands] = [commands for commands in self.hosts() if of_its_kind in commands]
+        [host] = [host for host in self.hosts() if of_its_kind in host.text]
+        commands = host.text
         self.assertLessEqual(len(commands.splitlines()), 3)
         with tempfile.TemporaryDirectory() as folder:
             unpack(self.archives[0], folder)
@@ -230,13 +231,18 @@ class Archive(unittest.TestCase):
                          ["event capture 1"])
         self.assertEqual([line for line in lines if re.match(r"edge +trigger", line)],
                          ["edge  trigger 1", "edge  trigger 0"])
+        if host.shown:
+            self.assertTrue(told.stdout.endswith(host.shown.text + "\n"), told.stdout)
         return told.stdout
 
     def test_a_c_host_of_mingw(self):
-        self.assertTrue(self.capture_with("gcc -Iinclude").endswith("captured\n"))
+        self.assertTrue(self.capture_with("gcc -Iinclude examples").endswith("captured\n"))
 
     def test_a_c_host_of_clang_and_lld_for_the_msvc_target(self):
         self.capture_with("clang-14")
+
+    def test_a_test_of_a_host_on_the_rig(self):
+        self.assertIn("holds", self.capture_with("on_the_rig.c"))
 
     def test_a_cpp_host_by_find_package(self):
         self.assertTrue(self.capture_with("cmake").endswith("captured\n"))
