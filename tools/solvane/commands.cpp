@@ -6,6 +6,7 @@
 namespace host {
 
 int Finish(const Report& report, const Session& session) {
+    session.progress.Restart();
     report.Print(session.request.json);
     return report.Status();
 }

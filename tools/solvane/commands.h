@@ -8,6 +8,7 @@
 #include "library.h"
 #include "library_log.h"
 #include "output.h"
+#include "progress.h"
 
 namespace host {
 
@@ -16,6 +17,7 @@ struct Session {
     const Request& request;
     const Library& library;
     const LibraryLog& log;
+    Progress& progress;
 };
 
 enum class CommandArguments { none, onOffState, trigger, timer, watch };

@@ -17,7 +17,8 @@ int Run(const Request& request) {
     try {
         const Library library(Wide(request.library));
         library.SetLogger(&log, LibraryLog::Receive);
-        const int status = FindCommand(request.command).run({request, library, log});
+        Progress progress(request.command, !request.json && !request.log);
+        const int status = FindCommand(request.command).run({request, library, log, progress});
         return status == SOLVANE_OK ? kSuccess : kFailedStatus;
     } catch (const LoadFailure& failure) {
         PrintError(request.command, failure.what(), request.json);

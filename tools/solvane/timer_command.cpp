@@ -131,6 +131,7 @@ void TimerRun::Print(std::uint64_t context, const SolvaneTimerEvent& event,
                   "status " + std::to_string(event.status) + ": " + std::string(meaning) +
                       "; initial status " + (initialStatusOk ? "ok" : "not ok") + "; data" + words +
                       "; " + Text(sinceLast.count()) + " since the last");
+    session.progress.Restart();
     report.PrintValues(request.json);
 }
 

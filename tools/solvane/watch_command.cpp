@@ -115,13 +115,10 @@ void PrintObject(const Session& session, const Row& row, const Row* before, Mill
     report.PrintValues(true);
 }
 
-/// That the program still watches, on a console alone: in a file it would be noise.
-class Progress {
+/// That the program still watches, and how to end it.
+class StillWatching {
   public:
-    explicit Progress(bool isWanted) {
-        DWORD mode = 0;
-        isShown = isWanted && GetConsoleMode(GetStdHandle(STD_OUTPUT_HANDLE), &mode) != 0;
-    }
+    explicit StillWatching(bool isWanted) : isShown(isWanted && IsConsole(STD_OUTPUT_HANDLE)) {}
 
     void Show(Milliseconds since) const {
         if (isShown) {
@@ -145,6 +142,7 @@ int Watch(const Session& session) {
     const Request& request = session.request;
     SetConsoleCtrlHandler(StopAtCtrlC, TRUE);
     session.library.CheckAvailable(); // the hardware is found before the clock starts
+    session.progress.End();
 
     const Clock::time_point begin = Clock::now();
     const auto isOver = [&] {
@@ -152,7 +150,7 @@ int Watch(const Session& session) {
                (request.watchSeconds != 0 &&
                 Clock::now() - begin >= std::chrono::seconds(request.watchSeconds));
     };
-    const Progress progress(!request.json);
+    const StillWatching sign(!request.json);
     if (!request.json) {
         PrintTitles();
     }
@@ -161,7 +159,7 @@ int Watch(const Session& session) {
         const Row row = Read(session.library);
         const Milliseconds since = Clock::now() - begin;
         if (before != row) {
-            progress.Erase();
+            sign.Erase();
             if (request.json) {
                 PrintObject(session, row, before ? &*before : nullptr, since);
             } else {
@@ -172,10 +170,10 @@ int Watch(const Session& session) {
         if (isOver()) {
             break;
         }
-        progress.Show(since);
+        sign.Show(since);
         Sleep(request.watchMilliseconds);
     }
-    progress.Erase();
+    sign.Erase();
     const int status = StatusOf(*before);
     return request.json ? status : Finish(Report(request.command, status), session);
 }

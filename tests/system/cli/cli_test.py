@@ -10,6 +10,7 @@ printed, at its exit code, and at what it did to the lines, which the rig's jour
 import json
 import os
 import re
+import select
 import shutil
 import signal
 import struct
@@ -78,10 +79,11 @@ class CliTest(unittest.TestCase):
         return Outcome(code, self.directory)
 
     def start_host(self, *arguments, scenario=CHIP, program=None, rig=True,
-                   current=None, merged=False):
+                   current=None, merged=False, console=None):
         """`scenario` is the text of one, or the name of a file among the rig's scenarios.
 
-        `merged` sends standard error where standard output goes, so that their order shows.
+        `merged` sends standard error where standard output goes, so that their order shows;
+        `console` is a terminal, which takes the place of both.
         """
         if scenario.endswith(".toml"):
             scenario = (SCENARIOS / scenario).read_text()
@@ -96,11 +98,30 @@ class CliTest(unittest.TestCase):
         environment.setdefault("LC_ALL", "C.UTF-8")
         if rig:
             environment["WINEPATH"] = f"Z:{RIG}"
+        if console is not None:
+            return subprocess.Popen([WINE, program or BIN / "solvane.exe", *arguments],
+                                    env=environment, cwd=current, stdin=console, stdout=console,
+                                    stderr=console)
         # Files, not pipes: the first run starts Wine's services, which would keep a pipe open.
         with open(self.directory / "out", "wb") as out, open(self.directory / "err", "wb") as err:
             return subprocess.Popen([WINE, program or BIN / "solvane.exe", *arguments],
                                     env=environment, cwd=current, stdin=subprocess.DEVNULL,
                                     stdout=out, stderr=out if merged else err)
+
+    def shown_on_console(self, *arguments, **options):
+        """What a command writes on a terminal, character after character."""
+        controller, terminal = os.openpty()
+        shown = b""
+        with self.start_host(*arguments, console=terminal, **options) as running:
+            deadline = time.monotonic() + 60
+            while select.select([controller], [], [], 0.2)[0] or running.poll() is None:
+                self.assertLess(time.monotonic(), deadline, shown)
+                if select.select([controller], [], [], 0)[0]:
+                    shown += os.read(controller, 4096)
+        os.close(controller)
+        os.close(terminal)
+        text = shown.decode("utf-8", "replace").replace("\x1b[1C", " ")  # a blank to Wine's console
+        return re.sub(r"\x1b\[[?0-9;]*[A-Za-z]", "", text)
 
     def answer(self, *arguments, **options):
         """The one object that a successful command prints with --json."""
@@ -285,6 +306,24 @@ class Trigger(CliTest):
 
     def test_without_hardware(self):
         self.expect_status(-3, NO_HARDWARE, "trigger", scenario="no_hardware.toml")
+
+
+class OnAConsole(CliTest):
+    SLOW = "[camera]\nexposure_ms = 1600\n" + CHIP
+    TWO = ("trigger", "-n", "2", "--wait-ready", "10000")
+
+    def test_a_command_that_takes_its_time_gives_a_sign_of_life(self):
+        shown = self.shown_on_console(*self.TWO, scenario=self.SLOW)
+        before, sign, after = shown.rpartition("trigger is at work, 1 s\r")
+        self.assertIn("capture 1 of 2", before)
+        self.assertTrue(sign, shown)
+        self.assertRegex(after, r"^ +\r[^a-z]*capture 2 of 2 ", "it is gone before the next line")
+
+    def test_a_quick_command_gives_none_nor_does_a_log_or_json(self):
+        for arguments in (("ready",), ("--log", *self.TWO), ("--json", *self.TWO)):
+            shown = self.shown_on_console(*arguments, scenario=self.SLOW)
+            self.assertRegex(shown, "ready|2 of 2|\"of\":2")
+            self.assertNotIn("at work", shown)
 
 
 class Switches(CliTest):
