@@ -189,7 +189,8 @@ BOOL DeviceIoControl(HANDLE device, DWORD code, void* input, DWORD inputSize, vo
     auto* const bytes = static_cast<unsigned char*>(output);
     const bool isClear =
         std::all_of(bytes, bytes + outputSize, [](unsigned char byte) { return byte == 0; });
-    if (!IsOpen(device) || returned == nullptr || *returned != 0 || !isClear) {
+    if (!IsOpen(device) || returned == nullptr || *returned != 0 || !isClear ||
+        (overlapped != nullptr && !IsOpen(overlapped->hEvent))) {
         Note("%s", "... with a closed handle, no count or a buffer that is not clear");
         lastError = kInvalidHandle;
         return 0;

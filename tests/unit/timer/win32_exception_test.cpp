@@ -32,6 +32,11 @@ TEST_F(Win32ExceptionTest, ASentenceOfTwoBytesACharacterIsNotCutOff) {
     EXPECT_STREQ(Win32Exception(5, "prefix: ").what(), "prefix: NNoo.. (0x00000005)");
 }
 
+TEST_F(Win32ExceptionTest, TheShortestSentenceIsOneCharacter) {
+    script.systemText = L"!";
+    EXPECT_STREQ(Win32Exception(5, "prefix: ").what(), "prefix: ! (0x00000005)");
+}
+
 TEST_F(Win32ExceptionTest, ALengthWithoutASentenceIsNoSentence) {
     script.handsTextOver = false;
     EXPECT_STREQ(Win32Exception(5, "prefix: ").what(), "prefix:  (0x00000005)");
