@@ -101,21 +101,17 @@ void HighResolutionTimerBase::WaitForEvents(platform::HANDLE event) {
         waiting = true;
         request->reply = {}; // what the driver does not fill reads as 0
         request->returned = 0;
-        bool isPending = false;
         if (platform::DeviceIoControl(device, IOCTL_SOLVANE_TIMER_WAIT, &timerId, sizeof timerId,
                                       &request->reply, sizeof request->reply, &request->returned,
                                       &request->overlapped) == FALSE) {
             const platform::DWORD error = platform::GetLastError();
-            isPending = error == ERROR_IO_PENDING;
-            if (!isPending) {
+            if (error != ERROR_IO_PENDING) {
                 throw Win32Exception(error, "DeviceIoControl failed: ");
             }
         }
         if (platform::WaitForSingleObject(event, INFINITE) != WAIT_OBJECT_0) {
-            if (isPending) {
-                // Left behind: it is not withdrawn, so the driver may answer into it at any time.
-                static_cast<void>(request.release());
-            }
+            // Left behind: it is not withdrawn, so the driver may answer into it at any time.
+            static_cast<void>(request.release());
             throw Win32Exception("Wait error: ");
         }
         if (!running) {
