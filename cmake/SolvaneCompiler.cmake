@@ -15,8 +15,7 @@ if(WIN32)
 endif()
 
 # Symbols for the debugger, which name the sources as /solvane/...: the same bytes from every
-# directory.
-# Tests need none.
+# directory. Tests need none.
 define_property(TARGET PROPERTY SOLVANE_NO_SYMBOLS INITIALIZE_FROM_VARIABLE SOLVANE_NO_SYMBOLS)
 add_library(solvane_symbols INTERFACE)
 if(MINGW)
