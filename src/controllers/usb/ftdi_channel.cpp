@@ -23,17 +23,19 @@ constexpr unsigned kModeChangeMilliseconds = 50;
 constexpr int kReturnBudgetMilliseconds = 3000;
 constexpr unsigned kReturnPollMilliseconds = 10;
 
-/// Throws away what a former user of the channel left in its receive queue.
+/// As long as the receive queue of D2XX can get.
+std::array<std::uint8_t, 64 * 1024> discarded;
+
+/// Throws away what a former user of the channel left in its receive queue. An answer shorter than
+/// what was waiting ends it: reads have no time-out here, so one more might wait for ever.
 void Drain(std::uint32_t waiting) {
-    std::array<std::uint8_t, 4096> discarded{};
     while (waiting > 0) {
-        const auto piece =
-            std::min<std::uint32_t>(waiting, static_cast<std::uint32_t>(discarded.size()));
+        const auto piece = std::min(waiting, static_cast<std::uint32_t>(discarded.size()));
         std::uint32_t read = 0;
-        if (FT_Read(s_ft_handle, discarded.data(), piece, &read) != FT_OK || read == 0) {
+        if (FT_Read(s_ft_handle, discarded.data(), piece, &read) != FT_OK || read != piece) {
             return;
         }
-        waiting -= std::min(read, waiting);
+        waiting -= piece;
     }
 }
 

@@ -10,7 +10,9 @@ std::uint8_t output = 0;
 std::uint8_t answer = 0;
 std::uint32_t waiting = 0;
 std::uint32_t largestRead = 0;
+std::uint32_t reads = 0;
 std::uint32_t readsOfNothing = 0;
+std::uint32_t most = ~std::uint32_t{0};
 
 constexpr std::uint8_t kInputs = 0x30; // ready, and no flag latched
 
@@ -21,7 +23,13 @@ namespace test::instant_chip {
 void LeaveInQueue(std::uint32_t bytes) {
     waiting = bytes;
     largestRead = 0;
+    reads = 0;
     readsOfNothing = 0;
+    most = ~std::uint32_t{0};
+}
+
+void DeliverAtMost(std::uint32_t bytes) {
+    most = bytes;
 }
 
 std::uint32_t InQueue() {
@@ -30,6 +38,10 @@ std::uint32_t InQueue() {
 
 std::uint32_t LargestRead() {
     return largestRead;
+}
+
+std::uint32_t Reads() {
+    return reads;
 }
 
 std::uint32_t ReadsOfNothing() {
@@ -77,7 +89,8 @@ FT_STATUS FT_CALL FT_GetQueueStatus(FT_HANDLE, std::uint32_t* bytesInReceiveQueu
 FT_STATUS FT_CALL FT_Read(FT_HANDLE, void* buffer, std::uint32_t bytesToRead,
                           std::uint32_t* bytesReturned) {
     readsOfNothing += waiting == 0 ? 1 : 0;
-    *bytesReturned = std::min(bytesToRead, waiting);
+    ++reads;
+    *bytesReturned = std::min({bytesToRead, waiting, most});
     std::fill_n(static_cast<std::uint8_t*>(buffer), *bytesReturned, answer);
     largestRead = std::max(largestRead, bytesToRead);
     waiting -= *bytesReturned;
