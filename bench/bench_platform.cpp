@@ -1,4 +1,4 @@
-#include <chrono>
+#include <ctime>
 
 #include <timeapi.h>
 #include <windows.h>
@@ -8,12 +8,17 @@
 
 void Sleep(DWORD) {}
 
+DWORD GetCurrentThreadId() {
+    return 1;
+}
+
 void GetSystemTimePreciseAsFileTime(FILETIME* time) {
-    using Ticks = std::chrono::duration<std::uint64_t, std::ratio<1, 10'000'000>>;
     constexpr std::uint64_t kTicksFrom1601To1970 = 116'444'736'000'000'000;
-    const auto sinceEpoch = std::chrono::system_clock::now().time_since_epoch();
-    const std::uint64_t ticks =
-        kTicksFrom1601To1970 + std::chrono::duration_cast<Ticks>(sinceEpoch).count();
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    const std::uint64_t ticks = kTicksFrom1601To1970 +
+                                static_cast<std::uint64_t>(now.tv_sec) * 10'000'000 +
+                                static_cast<std::uint64_t>(now.tv_nsec) / 100;
     time->dwLowDateTime = static_cast<DWORD>(ticks);
     time->dwHighDateTime = static_cast<DWORD>(ticks >> 32);
 }

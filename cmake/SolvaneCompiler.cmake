@@ -31,7 +31,8 @@ endif()
 if(MINGW)
   # No run-time library of the compiler's has to be shipped; the same bytes from every build.
   target_link_libraries(solvane_options INTERFACE solvane_symbols)
-  target_compile_options(solvane_options INTERFACE -ffunction-sections -fdata-sections)
+  # Data stay together: in sections of their own, zeros take room in the file.
+  target_compile_options(solvane_options INTERFACE -ffunction-sections)
   target_link_options(solvane_options INTERFACE
     -static -Wl,--gc-sections -Wl,--no-insert-timestamp
     -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat)

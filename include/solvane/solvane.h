@@ -45,11 +45,16 @@
  *    answers 0. Reads of a parallel port cannot be told from lost ones.
  *
  * 7. The log function must not call back into the library, and its line is valid only during the
- *    call. Copy what you keep.
+ *    call. Copy what you keep. Timers log on their own threads: with timers in use it can be called
+ *    from several threads at once.
  *
- * 8. No C++ exception of the library's own crosses this interface, save one: if memory runs out
- *    while the hardware is looked for, std::bad_alloc leaves the call and the next call starts
- *    afresh.
+ * 8. No C++ exception of the library's own crosses this interface, save one: if there is no memory
+ *    for the few bytes of a controller object, std::bad_alloc leaves the call that makes it, and
+ *    the next call starts afresh. Only the very first call, Solvane_RecheckStatus and
+ *    Solvane_EnforceFTDI make one, and no line is in mid-pulse then. Everything else that needs
+ *    memory and finds none fails as that step fails otherwise: a search finds no hardware
+ *    (SOLVANE_E_NO_HARDWARE), a timer function answers SOLVANE_E_UNDETERMINED, a long log line is
+ *    cut short.
  *
  * The header is clean C89 (with stdint.h) and C++.
  */

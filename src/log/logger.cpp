@@ -1,17 +1,19 @@
 #include "logger.h"
 
-#include <cstdint>
+#include <algorithm>
 #include <ctime>
-#include <string>
+#include <string_view>
 
 #include "clock.h"
+#include "kernel.h"
 
 namespace SLV::Internal {
 
 namespace {
 
-constexpr std::uint64_t kTicksPerMillisecond = 10'000;
+constexpr std::uint32_t kTicksPerMillisecond = 10'000;
 constexpr std::uint64_t kTicksPerSecond = 10'000'000;
+constexpr std::uint32_t kSecondsPerDay = 86'400;
 
 /// 100 ns ticks since 1 January 1970. Windows counts from 1601.
 std::uint64_t SystemClockTicks() {
@@ -22,48 +24,157 @@ std::uint64_t SystemClockTicks() {
     return (high << 32 | time.dwLowDateTime) - kTicksFrom1601To1970;
 }
 
+/// How far local time is ahead of UTC at a second since 1970, as part of a day. A clock that is out
+/// of the calendar's reach is shown as it is.
+std::uint32_t SecondsEast(std::uint64_t second) {
+    const auto calendarSecond = static_cast<std::time_t>(second);
+    std::tm local{};
+    if (platform::localtime_s(&local, &calendarSecond) != 0) {
+        return 0;
+    }
+    const auto ofLocalDay =
+        static_cast<std::uint32_t>((local.tm_hour * 60 + local.tm_min) * 60 + local.tm_sec);
+    const auto ofUtcDay = static_cast<std::uint32_t>(second % kSecondsPerDay);
+    return (ofLocalDay + kSecondsPerDay - ofUtcDay) % kSecondsPerDay;
+}
+
+/// The last decimal digit.
+char Digit(std::uint32_t number) {
+    return static_cast<char>('0' + number % 10);
+}
+
 } // namespace
 
 Logger s_logger;
 
+/// The open line for as long as the object lives, unless another thread has it. A thread that has
+/// it already, because the host's function calls the library, goes on with it.
+class Logger::Turn {
+  public:
+    explicit Turn(std::atomic<std::uint32_t>& ofLogger) : writer(ofLogger) {
+        const std::uint32_t thisThread = platform::GetCurrentThreadId();
+        std::uint32_t present = 0;
+        isFirst = writer.compare_exchange_strong(present, thisThread, std::memory_order_acquire);
+        isMine = isFirst || present == thisThread;
+    }
+    ~Turn() {
+        if (isFirst) {
+            writer.store(0, std::memory_order_release);
+        }
+    }
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
+
+    bool HasOpenLine() const { return isMine; }
+
+  private:
+    std::atomic<std::uint32_t>& writer;
+    bool isFirst;
+    bool isMine;
+};
+
 void Logger::Install(void* newContext, LogCallback newCallback) {
-    std::ostringstream fresh;
+    const Turn turn(writer);
     context = newContext;
     callback = newCallback;
-    stream.str({});
-    stream.swap(fresh);
+    if (turn.HasOpenLine()) {
+        stream.Clear();
+        stream.fill = ' ';
+    }
+}
+
+void Logger::Write(std::span<const LogPiece> pieces, LineEnd end) {
+    const Turn turn(writer);
+    if (!turn.HasOpenLine()) {
+        LogText own;
+        if (Add(pieces, own)) {
+            Deliver(own);
+        }
+    } else if (Add(pieces, stream) && end == LineEnd::Ended) {
+        Deliver(stream);
+    }
+}
+
+/// False when the host's function went meanwhile: a piece may be the host's own doing.
+bool Logger::Add(std::span<const LogPiece> pieces, LogText& line) {
+    for (const LogPiece& piece : pieces) {
+        if (callback == nullptr) {
+            return false;
+        }
+        if (line.IsEmpty()) {
+            Stamp(line);
+        }
+        piece.WriteTo(line);
+    }
+    return true;
 }
 
 void Logger::WriteTimestamp() {
-    const std::uint64_t ticks = SystemClockTicks();
-    const std::uint64_t milliseconds = ticks / kTicksPerMillisecond;
-    const auto calendarSeconds = static_cast<std::time_t>(ticks / kTicksPerSecond);
+    Stamp(stream);
+}
 
-    // Lines come in bursts: the calendar is asked once a second.
-    if (calendarSeconds != stampedSecond) {
-        stampedSecond = calendarSeconds;
-        std::tm local{};
-        platform::localtime_s(&local, &calendarSeconds);
-        std::strftime(stamp, sizeof stamp, "[%H:%M:%S.", &local);
+/// Writes the stamp of a tick, given the second that it is in.
+void Logger::PutStamp(LogText& line, std::uint64_t ticks, const LocalSecond& second) {
+    char* stamp = line.Extend(second.text.size() + sizeof "mmm] " - 1);
+    if (stamp == nullptr) {
+        return;
     }
-    const auto digit = [&](unsigned unit) {
-        return static_cast<char>('0' + milliseconds / unit % 10);
-    };
-    const char fraction[] = {digit(100), digit(10), digit(1), ']', ' '};
-    stream.write(stamp, sizeof stamp - 1).write(fraction, sizeof fraction);
+    const auto milliseconds =
+        static_cast<std::uint32_t>(ticks - second.begin) / kTicksPerMillisecond;
+    stamp = std::copy(second.text.begin(), second.text.end(), stamp);
+    stamp[0] = Digit(milliseconds / 100);
+    stamp[1] = Digit(milliseconds / 10);
+    stamp[2] = Digit(milliseconds);
+    stamp[3] = ']';
+    stamp[4] = ' ';
 
-    // The fill character stays '0' for the rest of the stream's life: hosts have long received
+    // The fill character stays '0' until a function is installed: hosts have long received
     // zero-padded numbers in whatever follows, and scripts read them.
-    stream.fill('0');
+    line.fill = '0';
+}
+
+void Logger::Stamp(LogText& line) {
+    const std::uint64_t ticks = SystemClockTicks();
+    if (&line != &stream) {
+        PutStamp(line, ticks, SecondOf(ticks));
+        return;
+    }
+    if (ticks - stampedSecond.begin >= kTicksPerSecond) { // a later one, or an earlier one
+        secondsEast.store(SecondsEast(ticks / kTicksPerSecond), std::memory_order_relaxed);
+        stampedSecond = SecondOf(ticks);
+    }
+    PutStamp(line, ticks, stampedSecond);
+}
+
+Logger::LocalSecond Logger::SecondOf(std::uint64_t ticks) const {
+    const std::uint64_t second = ticks / kTicksPerSecond;
+    const auto ofDay = static_cast<std::uint32_t>(
+        (second % kSecondsPerDay + secondsEast.load(std::memory_order_relaxed)) % kSecondsPerDay);
+    const std::uint32_t hours = ofDay / 3600;
+    const std::uint32_t minutes = ofDay / 60 % 60;
+    const std::uint32_t seconds = ofDay % 60;
+    return {second * kTicksPerSecond,
+            {'[', Digit(hours / 10), Digit(hours), ':', Digit(minutes / 10), Digit(minutes), ':',
+             Digit(seconds / 10), Digit(seconds), '.'}};
 }
 
 void Logger::Flush() {
+    const Turn turn(writer);
+    LogText none;
+    Deliver(turn.HasOpenLine() ? stream : none);
+}
+
+void Logger::Deliver(LogText& line) {
     if (callback == nullptr) {
         return;
     }
-    const std::string line = stream.str();
-    callback(context, line.c_str());
-    stream.str({});
+    // What the host's function logs goes on behind the text that it was given; what it throws
+    // leaves the text standing.
+    {
+        const LogText::Hold held(line);
+        callback(context, held.CString());
+    }
+    line.Clear();
 }
 
 } // namespace SLV::Internal

@@ -43,7 +43,7 @@ void WatchedLog::Listen(bool on) {
 
 void WatchedLog::Receive(void* context, const char* line) {
     const std::string_view text(line);
-    Check(text.size() == SLV::Internal::s_logger.stream.view().size(), "a line holds no zero byte");
+    Check(text.size() == SLV::Internal::s_logger.stream.View().size(), "a line holds no zero byte");
     Check(text.size() <= kLongestLine, "a line is bounded");
     // Dots that nobody ended make no line of their own: every line that arrives was begun.
     Check(text.empty() || HasTimestamp(text), "a line begins with its time stamp");

@@ -71,6 +71,12 @@ void Sleep(DWORD milliseconds) {
     now += SystemCall("Sleep").Count(milliseconds) * kNanosecondsPerMillisecond;
 }
 
+DWORD GetCurrentThreadId() {
+    static std::atomic<DWORD> threads = 0;
+    thread_local const DWORD id = ++threads;
+    return id;
+}
+
 /// At fault it tells a time at the end of what it can express.
 void GetSystemTimePreciseAsFileTime(FILETIME* time) {
     const std::uint64_t ticks = kTicksFrom1601To1970 + wallClockAtZero + now / 100;

@@ -29,7 +29,7 @@ class ComPtr {
     Interface* pointer = nullptr;
 };
 
-/// A text as COM wants it.
+/// A text as COM wants it, or nothing when there is no memory for it.
 class BStr {
   public:
     explicit BStr(const wchar_t* text) : string(platform::SysAllocString(text)) {}
@@ -38,6 +38,7 @@ class BStr {
     BStr& operator=(const BStr&) = delete;
 
     platform::BSTR Get() const { return string; }
+    explicit operator bool() const { return string != nullptr; }
 
   private:
     platform::BSTR string;

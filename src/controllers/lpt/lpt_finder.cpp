@@ -1,9 +1,11 @@
 #include "lpt_finder.h"
 
-#include <string>
+#include <algorithm>
+#include <cwchar>
+#include <iterator>
+#include <span>
 
 #include "com_owners.h"
-#include "log_format.h"
 #include "wmi.h"
 
 namespace SLV::Internal {
@@ -66,8 +68,12 @@ HRESULT CreateLocator(ComPtr<platform::IWbemLocator>& locator) {
 
 /// Connects to the namespace that describes the machine.
 HRESULT Connect(platform::IWbemLocator& locator, ComPtr<platform::IWbemServices>& services) {
+    const BStr machine(L"root\\cimv2");
+    if (!machine) {
+        return E_OUTOFMEMORY;
+    }
     const HRESULT result =
-        locator.ConnectServer(BStr(L"root\\cimv2").Get(), nullptr, nullptr, nullptr,
+        locator.ConnectServer(machine.Get(), nullptr, nullptr, nullptr,
                               WBEM_FLAG_CONNECT_USE_MAX_WAIT, nullptr, nullptr, services.Out());
     return ResultFor(result, services);
 }
@@ -80,8 +86,13 @@ HRESULT SetBlanket(platform::IWbemServices& services) {
 
 HRESULT Query(platform::IWbemServices& services, const wchar_t* query,
               ComPtr<platform::IEnumWbemClassObject>& results) {
-    const HRESULT result = services.ExecQuery(BStr(L"WQL").Get(), BStr(query).Get(),
-                                              WBEM_FLAG_FORWARD_ONLY, nullptr, results.Out());
+    const BStr language(L"WQL");
+    const BStr text(query);
+    if (!language || !text) {
+        return E_OUTOFMEMORY;
+    }
+    const HRESULT result = services.ExecQuery(language.Get(), text.Get(), WBEM_FLAG_FORWARD_ONLY,
+                                              nullptr, results.Out());
     return ResultFor(result, results);
 }
 
@@ -103,13 +114,19 @@ HRESULT ReadText(platform::IWbemClassObject& object, const wchar_t* name, Varian
 }
 
 /// The query for what belongs to a port, cut off after 511 characters.
-std::wstring QueryForResources(const wchar_t* deviceId) {
-    constexpr std::size_t kLongest = 511;
-    std::wstring query = std::wstring(L"ASSOCIATORS OF {Win32_ParallelPort.DeviceID='") + deviceId +
-                         L"'} WHERE ResultClass = Win32_PortResource";
-    query.resize(std::min(query.size(), kLongest));
-    return query;
-}
+struct QueryForResources {
+    explicit QueryForResources(const wchar_t* deviceId) {
+        std::span<wchar_t> room(text, std::size(text) - 1);
+        for (const wchar_t* part : {L"ASSOCIATORS OF {Win32_ParallelPort.DeviceID='", deviceId,
+                                    L"'} WHERE ResultClass = Win32_PortResource"}) {
+            const std::size_t length = std::min(std::wcslen(part), room.size());
+            std::copy_n(part, length, room.begin());
+            room = room.subspan(length);
+        }
+    }
+
+    wchar_t text[512]{};
+};
 
 /// Decimal, hexadecimal after 0x, or octal after 0. What does not fit a port number is no port.
 std::uint16_t ToAddress(const wchar_t* text) {
@@ -136,7 +153,7 @@ std::uint16_t AskForAddress(Logger& logger, platform::IWbemServices& services) {
         return kNoPort;
     }
     ComPtr<platform::IEnumWbemClassObject> resources;
-    if (Failed(logger, Query(services, QueryForResources(value.Text()).c_str(), resources),
+    if (Failed(logger, Query(services, QueryForResources(value.Text()).text, resources),
                "pSvc->ExecQuery(ASSOCIATORS OF) failed.")) {
         return kNoPort;
     }

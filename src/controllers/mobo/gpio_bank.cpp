@@ -28,10 +28,10 @@ bool GpioBank::ClearPin(PinId pin) {
     return !IsHigh(pin);
 }
 
-std::string GpioBank::DescribeState() const {
-    std::string text;
+LogText GpioBank::DescribeState() const {
+    LogText text;
     for (const Pin& pin : kPins) {
-        text += IsHigh(pin.id) ? pin.high : pin.low;
+        text << (IsHigh(pin.id) ? pin.high : pin.low);
     }
     return text;
 }

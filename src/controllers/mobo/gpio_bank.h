@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 
 #include "gpio_mobo_library.h"
 #include "logger.h"
@@ -11,6 +10,8 @@
 namespace SLV::Internal {
 
 struct GpioBank {
+    explicit GpioBank(Logger& processLogger) : logger(processLogger) {}
+
     ChipRegister direction{0xEC}; ///< a 1 is an input
     ChipRegister data{0xED};      ///< bit n is pin n
     ChipRegister third{0xEE};     ///< read at set-up, never used
@@ -33,7 +34,7 @@ struct GpioBank {
 
     /// The pins as they were last read, upper case where the level is 1:
     /// "trg-RDY-MEP-CLR-drk-APW-CPW-PWS".
-    std::string DescribeState() const;
+    LogText DescribeState() const;
 };
 
 } // namespace SLV::Internal

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "eapi.h"
-#include "log_format.h"
 
 namespace SLV::Internal {
 

@@ -1,7 +1,8 @@
 #include "solvane_kontron.h"
 
+#include <new>
+
 #include "inpout.h"
-#include "log_format.h"
 
 namespace SLV::Internal {
 
@@ -26,8 +27,8 @@ static_assert(kDirections == 0x86, "the board's wiring");
 struct State {
     const SolvaneKontron& controller;
 
-    friend std::ostream& operator<<(std::ostream& stream, const State& state) {
-        return stream << state.controller.DescribeState();
+    friend LogText& operator<<(LogText& text, const State& state) {
+        return text << state.controller.DescribeState();
     }
 };
 
@@ -114,8 +115,7 @@ short SolvaneKontron::Configure() {
     if (!OpenPorts() || !SelectGpioDevice() || !IsBankActive()) {
         return kNoHardware;
     }
-    MakeBank();
-    if (!SetPinsToRest()) {
+    if (!MakeBank() || !SetPinsToRest()) {
         return kNoHardware;
     }
     logger.Line("[KTRN]: initialization succeeded!");
@@ -166,12 +166,17 @@ bool SolvaneKontron::IsBankActive() {
     return true;
 }
 
-void SolvaneKontron::MakeBank() {
+bool SolvaneKontron::MakeBank() {
+    auto* const fresh = new (std::nothrow) GpioBank(logger);
+    if (fresh == nullptr) {
+        return false;
+    }
     // The bank of an earlier Configure() that failed is left behind on purpose: a few bytes a
     // retry, and none while the board works.
     static_cast<void>(bank.release());
-    bank = std::make_unique<GpioBank>(GpioBank{.logger = logger});
+    bank.reset(fresh);
     bank->ReadAll();
+    return true;
 }
 
 bool SolvaneKontron::SetPinsToRest() {
@@ -190,8 +195,13 @@ bool SolvaneKontron::SetPinsToRest() {
     return true;
 }
 
-std::string SolvaneKontron::DescribeState() const {
-    return bank ? bank->DescribeState() : "GPIO device is NULL!";
+LogText SolvaneKontron::DescribeState() const {
+    if (bank) {
+        return bank->DescribeState();
+    }
+    LogText text;
+    text << "GPIO device is NULL!";
+    return text;
 }
 
 } // namespace SLV::Internal

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <memory>
-#include <string>
 
 #include "gpio_bank.h"
 #include "solvane_mobo.h"
@@ -32,14 +31,14 @@ class SolvaneKontron final : public SolvaneMoBo {
     short Configure() override;
 
     /// The pins as they were last read or written, one token a pin; no port is read.
-    std::string DescribeState() const;
+    LogText DescribeState() const;
 
   private:
-    // The steps of Configure(). Each logs why it failed.
+    // The steps of Configure(). Each logs why it failed, but for a lack of memory.
     bool OpenPorts();
     bool SelectGpioDevice();
     bool IsBankActive();
-    void MakeBank();
+    bool MakeBank();
     bool SetPinsToRest();
 
     std::unique_ptr<GpioBank> bank; ///< null until the chip was found

@@ -27,22 +27,23 @@ constexpr std::array kHighTokens{
 };
 
 template <typename Tokens>
-std::string Describe(std::string_view label, const Tokens& tokens, std::uint8_t value) {
-    std::string text{label};
+LogText Describe(std::string_view label, const Tokens& tokens, std::uint8_t value) {
+    LogText text;
+    text << label;
     for (const Token& token : tokens) {
-        text += (value & token.mask) != 0 ? token.set : token.clear;
+        text << ((value & token.mask) != 0 ? token.set : token.clear);
     }
     return text;
 }
 
 } // namespace
 
-std::string DescribeLowByte(std::uint8_t value) {
+LogText DescribeLowByte(std::uint8_t value) {
     return Describe("Low Byte (BD): ", kLowTokens, value);
 }
 
 // No colon and no blank after this label, unlike the low byte's: log readers of hosts match both.
-std::string DescribeHighByte(std::uint8_t value) {
+LogText DescribeHighByte(std::uint8_t value) {
     return Describe("High Byte (BC)", kHighTokens, value);
 }
 

@@ -3,7 +3,6 @@
 #include <array>
 
 #include "kernel.h"
-#include "log_format.h"
 
 namespace SLV::Internal {
 
@@ -37,10 +36,10 @@ void LogAppend(const BitPort& port, const Pieces&... pieces) {
 struct Dump {
     const BitPort& port;
 
-    friend std::ostream& operator<<(std::ostream& stream, const Dump& dump) {
+    friend LogText& operator<<(LogText& text, const Dump& dump) {
         const std::uint8_t value = dump.port.value;
-        return stream << (&dump.port == &s_lowPort ? DescribeLowByte(value)
-                                                   : DescribeHighByte(value));
+        return text << (&dump.port == &s_lowPort ? DescribeLowByte(value)
+                                                 : DescribeHighByte(value));
     }
 };
 
@@ -185,7 +184,7 @@ bool TogglePin(int state) {
         return SetPin(high::kDark);
     default:
         // The mask goes out as one raw byte (2), not as a digit, and hosts have matched it so.
-        LogLine(s_highPort, " TogglePin: invalid state of bit ", high::kDark);
+        LogLine(s_highPort, " TogglePin: invalid state of bit ", static_cast<char>(high::kDark));
         return false;
     }
 }

@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <string>
 
 #include "d2xx.h"
 #include "logger.h"
@@ -68,7 +67,7 @@ bool ClearPin(std::uint8_t mask);
 bool TogglePin(int state);
 
 /// The pins as text, one token a bit: upper case where the bit is 1.
-std::string DescribeLowByte(std::uint8_t value);
-std::string DescribeHighByte(std::uint8_t value);
+LogText DescribeLowByte(std::uint8_t value);
+LogText DescribeHighByte(std::uint8_t value);
 
 } // namespace SLV::Internal

@@ -2,11 +2,12 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <memory>
+#include <new>
+#include <span>
 #include <string_view>
-#include <vector>
 
 #include "d2xx.h"
-#include "log_format.h"
 
 namespace SLV::Internal {
 
@@ -38,19 +39,24 @@ bool IsChannel(const Node& node, char letter) {
            UpperCase(serial.back()) == UpperCase(letter);
 }
 
-/// A failing or senseless answer leaves no nodes.
-FT_STATUS ListNodes(std::uint32_t count, std::vector<Node>& nodes) {
-    if (count > kMostNodes) {
+/// Zeroed memory for so many nodes; null when there is none, or the count is senseless.
+std::unique_ptr<Node[]> MakeRoom(std::uint32_t count) {
+    return std::unique_ptr<Node[]>(count <= kMostNodes ? new (std::nothrow) Node[count]()
+                                                       : nullptr);
+}
+
+/// Has the room filled; `count` is then how much of it was.
+FT_STATUS ListNodes(Node* room, std::uint32_t& count) {
+    if (room == nullptr) {
         return FT_INSUFFICIENT_RESOURCES;
     }
-    nodes.resize(count);
     std::uint32_t filled = count;
-    const FT_STATUS status = FT_GetDeviceInfoList(nodes.data(), &filled);
-    nodes.resize(std::min(filled, count));
+    const FT_STATUS status = FT_GetDeviceInfoList(room, &filled);
+    count = std::min(filled, count);
     return status;
 }
 
-void LogNodes(Logger& logger, const std::vector<Node>& nodes) {
+void LogNodes(Logger& logger, std::span<const Node> nodes) {
     logger.Line("No valid device found in following device list: ");
     for (std::size_t i = 0; i < nodes.size(); ++i) {
         const Node& node = nodes[i];
@@ -80,15 +86,16 @@ int FindDevice(Logger& logger, char letter) {
     }
     logger.Line("Total FTDI devices available:  ", count);
 
-    std::vector<Node> nodes;
-    status = ListNodes(count, nodes);
+    const std::unique_ptr<Node[]> room = MakeRoom(count);
+    status = ListNodes(room.get(), count);
     if (status != FT_OK) {
         logger.Line("Failed to obtain FTDI devices info list. Error: ", status);
         return kNotFound;
     }
 
-    const auto match = std::find_if(nodes.begin(), nodes.end(),
-                                    [&](const Node& node) { return IsChannel(node, letter); });
+    const std::span<const Node> nodes(room.get(), count);
+    const auto match =
+        std::ranges::find_if(nodes, [&](const Node& node) { return IsChannel(node, letter); });
     if (match != nodes.end()) {
         return static_cast<int>(match - nodes.begin());
     }

@@ -18,6 +18,7 @@ struct FILETIME {
 };
 
 void Sleep(DWORD milliseconds);
+DWORD GetCurrentThreadId(void);
 void GetSystemTimePreciseAsFileTime(FILETIME* time);
 
 struct SECURITY_ATTRIBUTES;

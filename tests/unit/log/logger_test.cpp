@@ -2,10 +2,13 @@
 
 #include <cstdlib>
 #include <ctime>
-#include <iomanip>
+#include <functional>
+#include <stdexcept>
 
+#include "failing_memory.h"
 #include "host_platform.h"
 #include "on_the_rig.h"
+#include "system_faults.h"
 
 namespace {
 
@@ -51,7 +54,7 @@ class LoggerTest : public testing::Test {
 TEST_F(LoggerTest, StartsSilent) {
     EXPECT_EQ(logger.context, nullptr);
     EXPECT_EQ(logger.callback, nullptr);
-    EXPECT_EQ(logger.stream.str(), "");
+    EXPECT_EQ(logger.stream.View(), "");
 }
 
 TEST_F(LoggerTest, DeliversOneLineWithTheLocalTimeAndMilliseconds) {
@@ -143,7 +146,7 @@ TEST_F(LoggerTest, FlushWithoutACallbackKeepsTheText) {
 TEST_F(LoggerTest, NothingIsKeptWithoutACallback) {
     logger.Line("lost");
     logger.Append("lost too");
-    EXPECT_EQ(logger.stream.str(), "");
+    EXPECT_EQ(logger.stream.View(), "");
     SetTimeOfDay(42);
     Install();
     logger.Line("kept");
@@ -176,42 +179,21 @@ TEST_F(LoggerTest, HandsTheContextBackUntouched) {
 
 TEST_F(LoggerTest, FillStaysZeroAfterATimestampUntilTheNextInstall) {
     Install();
-    EXPECT_EQ(logger.stream.fill(), ' ');
+    EXPECT_EQ(logger.stream.fill, ' ');
     logger.Line("x");
-    EXPECT_EQ(logger.stream.fill(), '0');
-    logger.Line(std::setw(4), 7);
-    ASSERT_THAT(lines, SizeIs(2));
-    EXPECT_THAT(lines[1], EndsWith("] 0007"));
+    EXPECT_EQ(logger.stream.fill, '0');
     Install();
-    EXPECT_EQ(logger.stream.fill(), ' ');
-}
-
-TEST_F(LoggerTest, FormatSettingsOutliveAFlushAndNotAnInstall) {
-    Install();
-    logger.stream << std::hex;
-    logger.Line(255);
-    EXPECT_THAT(lines.back(), EndsWith("] ff"));
-    Install();
-    logger.Line(255);
-    EXPECT_THAT(lines.back(), EndsWith("] 255"));
-}
-
-TEST_F(LoggerTest, ErrorStatesOfTheStreamEndWithTheNextInstall) {
-    Install();
-    logger.stream.setstate(std::ios::badbit);
-    logger.Line("swallowed");
-    Install();
-    logger.Line("back");
-    EXPECT_THAT(lines.back(), EndsWith("] back"));
+    EXPECT_EQ(logger.stream.fill, ' ');
 }
 
 /// A piece that takes the host's function away while it is inserted.
 struct RemovesCallback {
     Logger& logger;
 
-    friend std::ostream& operator<<(std::ostream& stream, const RemovesCallback& piece) {
+    friend SLV::Internal::LogText& operator<<(SLV::Internal::LogText& text,
+                                              const RemovesCallback& piece) {
         piece.logger.callback = nullptr;
-        return stream << "removed";
+        return text << "removed";
     }
 };
 
@@ -219,19 +201,208 @@ TEST_F(LoggerTest, StopsBetweenPiecesWhenTheCallbackIsGone) {
     Install();
     logger.Line("before ", RemovesCallback{logger}, "never inserted");
     EXPECT_THAT(lines, IsEmpty());
-    EXPECT_THAT(logger.stream.str(), EndsWith("before removed"));
+    EXPECT_THAT(std::string(logger.stream.View()), EndsWith("before removed"));
 }
 
 struct NeverInserted {
-    friend std::ostream& operator<<(std::ostream& stream, const NeverInserted&) {
+    friend SLV::Internal::LogText& operator<<(SLV::Internal::LogText& text, const NeverInserted&) {
         ADD_FAILURE() << "formatted for nobody";
-        return stream;
+        return text;
     }
 };
 
 TEST_F(LoggerTest, NothingIsFormattedWithoutACallback) {
     logger.Line(NeverInserted{});
     logger.Append(NeverInserted{});
+}
+
+// ---- Local time ----
+
+/// Central Europe, with its rules: summer time from the last Sunday of March to that of October, at
+/// 1:00 UTC.
+class SummerTime : public LoggerTest {
+  protected:
+    SummerTime() {
+        setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
+        tzset();
+        Install();
+    }
+
+    std::string StampAt(std::uint64_t secondsSince1970) {
+        host::SetWallClock(secondsSince1970 * 10'000'000 - host::Now() / 100);
+        logger.Line("x");
+        return lines.back();
+    }
+
+    static constexpr std::uint64_t kSpring = 1'743'296'400; ///< 2025-03-30 01:00:00 UTC
+    static constexpr std::uint64_t kAutumn = 1'761'440'400; ///< 2025-10-26 01:00:00 UTC
+};
+
+TEST_F(SummerTime, IsRightOnBothSidesOfBothChanges) {
+    EXPECT_EQ(StampAt(kSpring - 1), "[01:59:59.000] x");
+    EXPECT_EQ(StampAt(kSpring), "[03:00:00.000] x");
+    EXPECT_EQ(StampAt(kAutumn - 1), "[02:59:59.000] x");
+    EXPECT_EQ(StampAt(kAutumn), "[02:00:00.000] x");
+}
+
+TEST_F(SummerTime, IsRightWhenTheClockGoesBackAcrossAChange) {
+    EXPECT_EQ(StampAt(kSpring), "[03:00:00.000] x");
+    EXPECT_EQ(StampAt(kSpring - 1), "[01:59:59.000] x");
+    EXPECT_EQ(StampAt(kSpring - 3600), "[01:00:00.000] x");
+}
+
+TEST_F(LoggerTest, AZoneWestOfUtcCrossesMidnightRight) {
+    setenv("TZ", "XST+9:30", 1);
+    tzset();
+    Install();
+    SetTimeOfDay(42 - 7'000 - 3 * 60'000); // 14:00:00 UTC
+    logger.Line("x");
+    SetTimeOfDay(42 - (5 * 3600 + 3 * 60 + 7) * 1'000ll); // 09:00:00 UTC
+    logger.Line("x");
+    EXPECT_THAT(lines, ElementsAre("[04:30:00.042] x", "[23:30:00.042] x"));
+}
+
+TEST_F(LoggerTest, ATimeThatTheCalendarDoesNotKnowIsShownInUtc) {
+    setenv("TZ", "XST-5:30", 1);
+    tzset();
+    Install();
+    SetTimeOfDay(42);
+    host::AddFault({"localtime_s", 1 + host::Calls("localtime_s"), 1, RIG_FAULT_STATUS, 22, 0});
+    logger.Line("x");
+    EXPECT_THAT(lines, ElementsAre("[14:03:07.042] x"));
+    host::ClearFaults();
+}
+
+// ---- What the host's function does ----
+
+/// A host whose function does something while it has a line.
+struct BusyHost {
+    Logger& logger;
+    std::vector<std::string> lines;
+    std::function<void(BusyHost&)> onFirstLine;
+
+    static void SOLVANE_CALL Receive(void* context, const char* line) {
+        auto& host = *static_cast<BusyHost*>(context);
+        const bool isFirst = host.lines.empty();
+        host.lines.emplace_back(line);
+        if (isFirst) {
+            host.onFirstLine(host);
+            EXPECT_EQ(host.lines.front(), line) << "the line is good until the function returns";
+        }
+    }
+};
+
+class HostFunction : public LoggerTest, public testing::WithParamInterface<std::size_t> {
+  protected:
+    HostFunction() { SetTimeOfDay(42); }
+
+    std::vector<std::string> DeliverTwo(std::function<void(BusyHost&)> onFirstLine) {
+        BusyHost host{logger, {}, std::move(onFirstLine)};
+        logger.Install(&host, BusyHost::Receive);
+        try {
+            logger.Line(first);
+        } catch (const std::runtime_error&) {
+            logger.Append("(threw)");
+        }
+        logger.Line("second");
+        logger.Install(nullptr, nullptr);
+        return host.lines;
+    }
+
+    const std::string first = std::string(GetParam(), 'a');
+    const std::string stamp = "[14:03:07.042] ";
+};
+
+INSTANTIATE_TEST_SUITE_P(ShortAndLong, HostFunction,
+                         testing::Values(std::size_t{5}, std::size_t{900}));
+
+TEST_P(HostFunction, ALineLoggedInsideGoesOnBehindTheOneInDelivery) {
+    EXPECT_THAT(DeliverTwo([](BusyHost& host) { host.logger.Line(" inside"); }),
+                ElementsAre(stamp + first, stamp + first + " inside", stamp + "second"));
+}
+
+TEST_P(HostFunction, ALineLoggedInsideTwiceBeginsAnewTheSecondTime) {
+    EXPECT_THAT(
+        DeliverTwo([](BusyHost& host) {
+            host.logger.Line(" inside");
+            host.logger.Line("again");
+        }),
+        ElementsAre(stamp + first, stamp + first + " inside", stamp + "again", stamp + "second"));
+}
+
+TEST_P(HostFunction, PiecesAppendedInsideAreDroppedWithTheLine) {
+    EXPECT_THAT(DeliverTwo([](BusyHost& host) { host.logger.Append("."); }),
+                ElementsAre(stamp + first, stamp + "second"));
+}
+
+TEST_P(HostFunction, AFlushInsideDeliversTheSameLineAgain) {
+    EXPECT_THAT(DeliverTwo([](BusyHost& host) { host.logger.Flush(); }),
+                ElementsAre(stamp + first, stamp + first, stamp + "second"));
+}
+
+TEST_P(HostFunction, WhatItThrowsPassesAndTheTextStays) {
+    EXPECT_THAT(DeliverTwo([](BusyHost&) { throw std::runtime_error("host"); }),
+                ElementsAre(stamp + first, stamp + first + "(threw)second"));
+}
+
+TEST_P(HostFunction, AThrowAfterALineLoggedInsideLeavesNothing) {
+    EXPECT_THAT(DeliverTwo([](BusyHost& host) {
+                    host.logger.Line(" inside");
+                    throw std::runtime_error("host");
+                }),
+                ElementsAre(stamp + first, stamp + first + " inside", stamp + "(threw)second"));
+}
+
+TEST_P(HostFunction, AnotherFunctionInstalledInsideGetsTheNextLine) {
+    EXPECT_THAT(DeliverTwo([](BusyHost& host) {
+                    host.logger.Append("dropped with the line that was being built");
+                    host.logger.Install(&host, BusyHost::Receive);
+                    host.logger.Line("inside");
+                }),
+                ElementsAre(stamp + first, stamp + "inside", stamp + "second"));
+}
+
+TEST_P(HostFunction, TakenAwayInsideItGetsNothingMore) {
+    EXPECT_THAT(DeliverTwo([](BusyHost& host) {
+                    host.logger.Install(nullptr, nullptr);
+                    host.logger.Line("for nobody");
+                }),
+                ElementsAre(stamp + first));
+}
+
+// ---- Memory ----
+
+TEST_F(LoggerTest, LinesOfTheUsualLengthNeedNoMemory) {
+    SetTimeOfDay(42);
+    static std::string delivered;
+    delivered.reserve(1000);
+    logger.Install(nullptr, [](void*, const char* line) { delivered += line; });
+    {
+        const FailingMemory memory(1, FailingMemory::kForEver);
+        logger.Append(".", "..");
+        logger.Line(
+            "FT_GetQueueStatus error: Giving up with FT_GetQueueStatus - too many retries: ", 100u,
+            static_cast<short>(-3), SLV::Internal::Hex(255u));
+        EXPECT_EQ(memory.Refusals(), 0u);
+    }
+    EXPECT_EQ(delivered, "[14:03:07.042] ...FT_GetQueueStatus error: Giving up with "
+                         "FT_GetQueueStatus - too many retries: 100-3ff");
+}
+
+TEST_F(LoggerTest, ALineForWhichThereIsNoMemoryGoesOutCutAndTheNextIsWhole) {
+    SetTimeOfDay(42);
+    Install();
+    const std::string dots(300, '.');
+    lines.reserve(10);
+    {
+        const FailingMemory memory(1, 1);
+        logger.Append(dots);
+        EXPECT_EQ(memory.Refusals(), 1u);
+    }
+    logger.Line("end");
+    logger.Line("next");
+    EXPECT_THAT(lines, ElementsAre("[14:03:07.042] " + dots.substr(0, 240 - 15) + "end",
+                                   "[14:03:07.042] next"));
 }
 
 TEST_F(LoggerTest, TheProcessWideLoggerStartsWithoutAHostFunction) {

@@ -116,7 +116,7 @@ TEST_F(SolvaneKontronTest, NoChipAtAllReadsAsAnotherChip) {
 TEST_F(SolvaneKontronTest, AnInactiveBankIsNotMade) {
     Start("active_banks = 0xF7");
     ExpectFailure({"[KTRN]: GPIO bank #3 is inactive."});
-    EXPECT_EQ(kontron->DescribeState(), "GPIO device is NULL!");
+    EXPECT_EQ(kontron->DescribeState().View(), "GPIO device is NULL!");
     ExpectFailure({kWrongState, "[KTRN]: GPIO bank #3 is inactive."});
     Start("active_banks = 0x08");
     EXPECT_EQ(kontron->Configure(), 0) << "the other banks do not matter";
@@ -227,7 +227,7 @@ TEST_F(SolvaneKontronTest, AFailedReadIsSilentAndChangesNothing) {
         EXPECT_FALSE(kontron->GetPinValue(Ready_Pin, value));
         EXPECT_EQ(value, 77u);
         EXPECT_THAT(TakeLog(), IsEmpty());
-        EXPECT_EQ(kontron->DescribeState(), "trg-RDY-MEP-CLR-drk-APW-CPW-PWS");
+        EXPECT_EQ(kontron->DescribeState().View(), "trg-RDY-MEP-CLR-drk-APW-CPW-PWS");
     }
 }
 
@@ -291,11 +291,11 @@ TEST_F(SolvaneKontronTest, EveryPinHasItsToken) {
         FailStatus("Inp32", 1, 1U << pin);
         ASSERT_TRUE(kontron->GetPinValue(static_cast<PinId>(pin), value));
         EXPECT_EQ(value, 1u);
-        EXPECT_EQ(kontron->DescribeState(), pictures[pin]);
+        EXPECT_EQ(kontron->DescribeState().View(), pictures[pin]);
     }
     FailStatus("Inp32", 1, 0);
     ASSERT_TRUE(kontron->GetPinValue(Trigger_Pin, value));
-    EXPECT_EQ(kontron->DescribeState(), "trg-rdy-mep-clr-drk-apw-cpw-pws");
+    EXPECT_EQ(kontron->DescribeState().View(), "trg-rdy-mep-clr-drk-apw-cpw-pws");
 }
 
 // ---- Destroying ----

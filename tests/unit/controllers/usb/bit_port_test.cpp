@@ -36,7 +36,7 @@ class BitPortTest : public OnTheRig {
 
     /// The text of the line that is not ended yet, without its time stamp.
     std::string Pending() {
-        const std::string text = logger.stream.str();
+        const std::string text = std::string(logger.stream.View());
         return text.empty() ? text : text.substr(text.find("] ") + 2);
     }
 };
@@ -57,25 +57,26 @@ TEST_F(BitPortTest, PortsStartWithTheirDirectionsAndOpcodes) {
 // ---- Dumps ----
 
 TEST_F(BitPortTest, DescribesTheHighByteBitByBit) {
-    EXPECT_EQ(DescribeHighByte(0x50), "High Byte (BC)CLR-mep-RDY-apw-cpw-drk-trg-");
-    EXPECT_EQ(DescribeHighByte(0x00), "High Byte (BC)clr-mep-rdy-apw-cpw-drk-trg-");
-    EXPECT_EQ(DescribeHighByte(0xFF), "High Byte (BC)CLR-MEP-RDY-APW-CPW-DRK-TRG-");
-    EXPECT_EQ(DescribeHighByte(0x80), DescribeHighByte(0x00)) << "bit 7 is not used";
-    EXPECT_EQ(DescribeHighByte(0x01), "High Byte (BC)clr-mep-rdy-apw-cpw-drk-TRG-");
-    EXPECT_EQ(DescribeHighByte(0x02), "High Byte (BC)clr-mep-rdy-apw-cpw-DRK-trg-");
-    EXPECT_EQ(DescribeHighByte(0x04), "High Byte (BC)clr-mep-rdy-apw-CPW-drk-trg-");
-    EXPECT_EQ(DescribeHighByte(0x08), "High Byte (BC)clr-mep-rdy-APW-cpw-drk-trg-");
-    EXPECT_EQ(DescribeHighByte(0x10), "High Byte (BC)clr-mep-RDY-apw-cpw-drk-trg-");
-    EXPECT_EQ(DescribeHighByte(0x20), "High Byte (BC)clr-MEP-rdy-apw-cpw-drk-trg-");
-    EXPECT_EQ(DescribeHighByte(0x40), "High Byte (BC)CLR-mep-rdy-apw-cpw-drk-trg-");
+    EXPECT_EQ(DescribeHighByte(0x50).View(), "High Byte (BC)CLR-mep-RDY-apw-cpw-drk-trg-");
+    EXPECT_EQ(DescribeHighByte(0x00).View(), "High Byte (BC)clr-mep-rdy-apw-cpw-drk-trg-");
+    EXPECT_EQ(DescribeHighByte(0xFF).View(), "High Byte (BC)CLR-MEP-RDY-APW-CPW-DRK-TRG-");
+    EXPECT_EQ(DescribeHighByte(0x80).View(), DescribeHighByte(0x00).View()) << "bit 7 is not used";
+    EXPECT_EQ(DescribeHighByte(0x01).View(), "High Byte (BC)clr-mep-rdy-apw-cpw-drk-TRG-");
+    EXPECT_EQ(DescribeHighByte(0x02).View(), "High Byte (BC)clr-mep-rdy-apw-cpw-DRK-trg-");
+    EXPECT_EQ(DescribeHighByte(0x04).View(), "High Byte (BC)clr-mep-rdy-apw-CPW-drk-trg-");
+    EXPECT_EQ(DescribeHighByte(0x08).View(), "High Byte (BC)clr-mep-rdy-APW-cpw-drk-trg-");
+    EXPECT_EQ(DescribeHighByte(0x10).View(), "High Byte (BC)clr-mep-RDY-apw-cpw-drk-trg-");
+    EXPECT_EQ(DescribeHighByte(0x20).View(), "High Byte (BC)clr-MEP-rdy-apw-cpw-drk-trg-");
+    EXPECT_EQ(DescribeHighByte(0x40).View(), "High Byte (BC)CLR-mep-rdy-apw-cpw-drk-trg-");
 }
 
 TEST_F(BitPortTest, DescribesTheLowByteBitByBit) {
-    EXPECT_EQ(DescribeLowByte(0x00), "Low Byte (BD): apw-cpw-drk-");
-    EXPECT_EQ(DescribeLowByte(0x20), "Low Byte (BD): APW-cpw-drk-");
-    EXPECT_EQ(DescribeLowByte(0x40), "Low Byte (BD): apw-CPW-drk-");
-    EXPECT_EQ(DescribeLowByte(0x80), "Low Byte (BD): apw-cpw-DRK-");
-    EXPECT_EQ(DescribeLowByte(0x1F), DescribeLowByte(0x00)) << "bits 0 to 4 are not used";
+    EXPECT_EQ(DescribeLowByte(0x00).View(), "Low Byte (BD): apw-cpw-drk-");
+    EXPECT_EQ(DescribeLowByte(0x20).View(), "Low Byte (BD): APW-cpw-drk-");
+    EXPECT_EQ(DescribeLowByte(0x40).View(), "Low Byte (BD): apw-CPW-drk-");
+    EXPECT_EQ(DescribeLowByte(0x80).View(), "Low Byte (BD): apw-cpw-DRK-");
+    EXPECT_EQ(DescribeLowByte(0x1F).View(), DescribeLowByte(0x00).View())
+        << "bits 0 to 4 are not used";
 }
 
 // ---- ReadBits ----

@@ -1,0 +1,128 @@
+/// Text of a log line while it is being built.
+#pragma once
+
+#include <algorithm>
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <type_traits>
+
+namespace SLV::Internal {
+
+/// An unsigned number as lower-case hexadecimal digits without leading zeros.
+struct Hex {
+    template <typename Number>
+    explicit Hex(Number number) : value(number) {
+        static_assert(std::is_unsigned_v<Number>, "a status or a register, never a signed code");
+    }
+
+    std::uint64_t value;
+};
+
+/// Takes text and numbers without exceptions, without the locale and, for lines of the usual
+/// length, without memory of its own. It grows without limit; text for which there is no memory is
+/// left out, and nothing else: a line may never stop an operation on the camera's lines half-way.
+class LogText {
+  public:
+    LogText() { usual[0] = '\0'; }
+    LogText(const LogText& other) : LogText() { *this << other; }
+    ~LogText() { Release(data); }
+    LogText& operator=(const LogText&) = delete;
+
+    LogText& operator<<(std::string_view text) {
+        if (isHeld || text.size() > capacity - size) {
+            Put(text.substr(0, MakeRoom(text.size())));
+        } else {
+            Put(text);
+        }
+        return *this;
+    }
+    LogText& operator<<(const LogText& text) { return *this << text.View(); }
+
+    /// One byte as it is.
+    LogText& operator<<(char byte) { return *this << std::string_view(&byte, 1); }
+
+    /// In decimal.
+    template <std::signed_integral Number>
+    LogText& operator<<(Number number) {
+        const auto magnitude = static_cast<std::uint64_t>(number);
+        return number < 0 ? PutNumber(0 - magnitude, kDecimal, true)
+                          : PutNumber(magnitude, kDecimal, false);
+    }
+    template <std::unsigned_integral Number>
+    LogText& operator<<(Number number) {
+        return PutNumber(number, kDecimal, false);
+    }
+    LogText& operator<<(Hex number);
+    LogText& operator<<(signed char) = delete;   ///< a number or a byte? Say which
+    LogText& operator<<(unsigned char) = delete; ///< likewise
+
+    /// So many more characters, for the caller to write; null when there is no memory for them.
+    char* Extend(std::size_t count) {
+        if ((isHeld || count > capacity - size) && MakeRoom(count) < count) {
+            return nullptr;
+        }
+        char* const added = data + size;
+        size += count;
+        data[size] = '\0';
+        return added;
+    }
+
+    std::string_view View() const { return {data, size}; }
+    bool IsEmpty() const { return size == 0; }
+    void Clear();
+
+    /// The text as it is now, for somebody who reads it while this one may be written to, cleared
+    /// or held again: the characters stay as they are, where they are, until the object goes.
+    /// Whoever writes meanwhile goes on behind a copy.
+    class Hold {
+      public:
+        explicit Hold(LogText& toHold);
+        ~Hold();
+        Hold(const Hold&) = delete;
+        Hold& operator=(const Hold&) = delete;
+
+        const char* CString() const { return text; }
+
+      private:
+        LogText& line;
+        char* held;
+        const char* text;
+        bool wasHeld;
+    };
+
+    char fill = ' '; ///< what numbers with a width would be filled up with; no writer gives one
+
+  private:
+    static constexpr unsigned kDecimal = 10;
+    static constexpr unsigned kHexadecimal = 16;
+    LogText& PutNumber(std::uint64_t number, unsigned base, bool isNegative);
+
+    void Put(std::string_view text) {
+        std::copy_n(text.data(), text.size(), data + size);
+        size += text.size();
+        data[size] = '\0';
+    }
+    std::size_t MakeRoom(std::size_t more);
+    void Release(char* memory) const;
+
+    /// Longer than any line but rows of dots and the system's sentences.
+    static constexpr std::size_t kUsualCapacity = 240;
+
+    char* data = usual; ///< or memory of its own, for a longer text
+    std::size_t capacity = kUsualCapacity;
+    std::size_t size = 0;
+    bool isHeld = false; ///< `data` may not be written to
+    unsigned holds = 0;  ///< of this text or of one that it was
+    char usual[kUsualCapacity + 1];
+};
+
+/// An address as 16 upper-case hexadecimal digits, the same with every standard library.
+struct Address {
+    const void* value;
+
+    friend LogText& operator<<(LogText& text, Address address);
+};
+
+} // namespace SLV::Internal
