@@ -8,17 +8,13 @@
 #include <iostream>
 
 #include "host_platform.h"
-#include "library_state.h"
-#include "on_the_rig.h"
+#include "library_on_the_rig.h"
 #include "proof_kinds.h"
 
 namespace {
 
 using namespace proof;
 using namespace test;
-using SLV::Internal::GetLibraryState;
-using SLV::Internal::LibraryState;
-using SLV::Internal::SelectController;
 
 constexpr std::uint64_t kNanosecondsPerMillisecond = 1'000'000;
 
@@ -71,22 +67,12 @@ std::vector<Edge> EdgesOnTheRig() {
     return Sorted(std::move(edges));
 }
 
-class EverySequenceTest : public OnTheRig {
+class EverySequenceTest : public LibraryOnTheRig {
   protected:
     using Sequence = std::vector<const Operation*>;
     using Call = std::function<short(const Operation&, short*)>;
 
     EverySequenceTest() { host::Record(false); }
-    ~EverySequenceTest() override { GetLibraryState().controller.reset(); }
-
-    /// The library as its first call finds it: one pass over the candidates.
-    static void StartLibrary(const std::string& scenario) {
-        LibraryState& state = GetLibraryState();
-        state.controller.reset();
-        ResetProcessState();
-        Load(scenario);
-        SelectController(state);
-    }
 
     /// What differs from the model, empty if nothing does.
     static std::string Difference(const Sequence& sequence, const Call& call, HostModel& model) {

@@ -1,0 +1,25 @@
+/// The exported functions over the real candidates, in a process that never loads them anew.
+#pragma once
+
+#include <string>
+
+#include "library_state.h"
+#include "on_the_rig.h"
+
+namespace proof {
+
+class LibraryOnTheRig : public test::OnTheRig {
+  protected:
+    ~LibraryOnTheRig() override { SLV::Internal::GetLibraryState().controller.reset(); }
+
+    /// The library as its first call finds it: one pass over the candidates.
+    static void StartLibrary(const std::string& scenario) {
+        SLV::Internal::LibraryState& state = SLV::Internal::GetLibraryState();
+        state.controller.reset();
+        test::ResetProcessState();
+        Load(scenario);
+        SelectController(state);
+    }
+};
+
+} // namespace proof
