@@ -55,7 +55,7 @@ install(FILES rig/include/solvane/rig.h DESTINATION rig/include/solvane)
 install(FILES "${CMAKE_BINARY_DIR}/lib/solvane_rig.lib" DESTINATION rig/lib)
 install(DIRECTORY rig/scenarios/ DESTINATION rig/scenarios FILES_MATCHING PATTERN "*.toml")
 install(FILES examples/CMakeLists.txt examples/capture.c examples/capture.cpp examples/on_the_rig.c
-  DESTINATION examples)
+  examples/take_a_picture.c DESTINATION examples)
 install(DIRECTORY examples/c examples/cpp examples/csharp examples/node examples/no_crt
   examples/python DESTINATION examples PATTERN "__pycache__" EXCLUDE)
 install(DIRECTORY bindings DESTINATION . PATTERN "__pycache__" EXCLUDE)

@@ -243,6 +243,56 @@ class Lines(Case):
         self.assertNotIn("CheckAvailable", outcome.journal)
 
 
+class TakeAPicture(Case):
+    """examples/take_a_picture.c, on every kind of hardware."""
+
+    NOT_TRIGGERED, UNCONFIRMED = 1, 2
+
+    # After so many reads, those of configuring and of two questions, the trigger has been given. From
+    # the next one on the hardware is gone.
+    LOST = {"parallel port": [("Inp32", 9 + 2 + 3, 0xFF)],
+            "Super I/O": [("Inp32", 14 + 2 + 4, 0xFF)],
+            "Embedded API": [("EApiGPIOGetLevel", 2 + 2, 0xFFFFFFFF),
+                             ("EApiLibInitialize", 1, 0xFFFFFFFF)]}
+    # The FT2232H is written to three times to configure it, twice to ask, and four times to trigger.
+    PULLED = "[[event]]\naction = 'unplug'\nbefore = 'FT_Write'\ncall = 10\n"
+
+    def take(self, scenario, code, captures):
+        outcome = self.run_program("take_a_picture", scenario=scenario)
+        self.expect(outcome, code, [] if code else ["taken"])
+        self.assertEqual(len(re.findall(r"\bcapture \d", outcome.journal)), captures)
+        self.assertEqual(outcome.rises("trigger"), captures)
+        return outcome
+
+    def on_every_kind(self, camera, code, captures):
+        for kind, scenario in KINDS.items():
+            with self.subTest(kind):
+                outcome = self.take(camera + scenario, code, captures)
+                self.assertEqual("answers with status 0" in outcome.err, code != 0)
+
+    def test_a_camera_that_takes_it(self):
+        self.on_every_kind("", 0, 1)
+
+    def test_a_camera_that_is_not_ready(self):
+        self.on_every_kind("[camera]\nready = false\n", self.NOT_TRIGGERED, 0)
+
+    def test_a_camera_that_never_raises_the_flag(self):
+        self.on_every_kind("[camera]\nmep = 'never'\n", self.UNCONFIRMED, 1)
+
+    def test_hardware_that_leaves_after_the_trigger(self):
+        for kind, scenario in KINDS.items():
+            with self.subTest(kind):
+                faults = "".join(
+                    f"[[fault]]\nfunction = '{function}'\ncall = {calls + 1}\ntimes = 0\n"
+                    f"status = {status}\n" for function, calls, status in self.LOST.get(kind, []))
+                outcome = self.take(scenario + (faults or self.PULLED), self.UNCONFIRMED, 1)
+                self.assertIn("triggered, but not confirmed", outcome.err)
+                self.assertIn("answers with status -3", outcome.err)
+
+    def test_no_hardware(self):
+        self.assertIn("status -3", self.take("", self.NOT_TRIGGERED, 0).err)
+
+
 class WithoutDriver(Case):
     def test_timer(self):
         outcome = self.run_example("timer", scenario="")

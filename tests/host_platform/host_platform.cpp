@@ -85,6 +85,10 @@ void GetSystemTimePreciseAsFileTime(FILETIME* time) {
     time->dwHighDateTime = call.Status(static_cast<DWORD>(ticks >> 32));
 }
 
+ULONGLONG GetTickCount64() {
+    return now / kNanosecondsPerMillisecond;
+}
+
 int localtime_s(std::tm* local, const std::time_t* seconds) {
     constexpr int kInvalid = 22;
     const SystemCall call("localtime_s");

@@ -11,6 +11,7 @@ extern "C" {
 using BOOL = int;
 using DWORD = std::uint32_t;
 using HANDLE = void*;
+using ULONGLONG = std::uint64_t;
 
 struct FILETIME {
     DWORD dwLowDateTime;
@@ -20,6 +21,7 @@ struct FILETIME {
 void Sleep(DWORD milliseconds);
 DWORD GetCurrentThreadId(void);
 void GetSystemTimePreciseAsFileTime(FILETIME* time);
+ULONGLONG GetTickCount64(void); ///< the examples ask for it, the library does not
 
 struct SECURITY_ATTRIBUTES;
 
