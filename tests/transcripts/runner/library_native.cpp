@@ -1,0 +1,101 @@
+#include "library.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <utility>
+
+#include <solvane/rig.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "com_stand_in.h"
+#include "host_platform.h"
+
+namespace transcript {
+
+namespace {
+
+/// A case that hangs ends with SIGALRM.
+constexpr unsigned kMostSeconds = 20;
+
+std::string output;
+
+const std::function<bool()>* whenUnloaded = nullptr;
+bool isWell = true;
+
+/// The library's state goes at the exit of the process, before this is called.
+void Finish() {
+    isWell = (*whenUnloaded)() && isWell;
+    if (!isWell) {
+        std::fflush(nullptr);
+        _exit(1);
+    }
+}
+
+} // namespace
+
+const bool kIsNative = true;
+
+Functions Loaded() {
+    Functions functions;
+#define SOLVANE_LOOK_UP(name) functions.name = Solvane_##name;
+    SOLVANE_LINE_FUNCTIONS(SOLVANE_LOOK_UP, SOLVANE_LOOK_UP, SOLVANE_LOOK_UP)
+    SOLVANE_LOOK_UP(SetLogger)
+#undef SOLVANE_LOOK_UP
+    return functions;
+}
+
+std::vector<std::string> LeftBehind() {
+    std::vector<std::string> left;
+    const auto check = [&](int count, const char* what) {
+        if (count != 0) {
+            left.push_back(std::to_string(count) + ' ' + what);
+        }
+    };
+    check(host::RaisedTimerPeriods(), "raised timer resolutions");
+    check(rig_wbem_interfaces(), "interfaces of WMI");
+    check(host::com::AliveStrings(), "texts of COM");
+    check(host::com::Initialisations(), "initialisations of COM");
+    return left;
+}
+
+void Wait(unsigned milliseconds) {
+    host::Advance(std::uint64_t{milliseconds} * 1'000'000);
+}
+
+/// In a copy of this process, which has used nothing of the library.
+bool OnFreshLibrary(const std::string& title, const std::function<bool()>& body,
+                    const std::function<bool()>& afterUnload) {
+    std::FILE* const printed = std::tmpfile();
+    std::fflush(nullptr);
+    const pid_t child = fork();
+    if (child == 0) {
+        dup2(fileno(printed), STDOUT_FILENO);
+        dup2(fileno(printed), STDERR_FILENO);
+        alarm(kMostSeconds);
+        whenUnloaded = &afterUnload;
+        std::atexit(Finish);
+        isWell = body();
+        std::exit(0);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    std::rewind(printed);
+    for (int character; (character = std::fgetc(printed)) != EOF;) {
+        output += static_cast<char>(character);
+    }
+    std::fclose(printed);
+    if (WIFSIGNALED(status)) {
+        output +=
+            title + ": the process ended with signal " + std::to_string(WTERMSIG(status)) + '\n';
+    } else if (WEXITSTATUS(status) > 1) {
+        output += title + ": the process ended with " + std::to_string(WEXITSTATUS(status)) + '\n';
+    }
+    return status == 0;
+}
+
+std::string TakeOutput() {
+    return std::exchange(output, {});
+}
+
+} // namespace transcript

@@ -1,0 +1,52 @@
+/// Plays a case: does what its acts say, and compares what follows with what stands below them.
+#pragma once
+
+#include <functional>
+#include <optional>
+
+#include "difference.h"
+#include "library.h"
+#include "script.h"
+
+namespace transcript {
+
+/// Whether a case is for native runs alone.
+bool IsForNativeRuns(const Case& played);
+
+class Stage {
+  public:
+    explicit Stage(const Case& playedCase) : played(playedCase) {}
+
+    /// Up to the act that unloads the library, or the last one. Throws Mistake.
+    void PlayUntilUnload();
+
+    /// What follows from the unloading, and the acts after it.
+    void PlayRest();
+
+    /// What differs; empty when nothing does.
+    std::string Difference() const { return transcript::Difference(expected, happened); }
+
+    /// What happened, in the form of a transcript.
+    std::string Print() const;
+
+  private:
+    void Play(const Line& act);
+    void Repeat(const Line& act);
+    void Call(const Line& act, const std::string& name, bool isNull);
+    void Load(const Line& act);
+    void AddFault(const Line& act);
+    bool Arrange(const Line& act, const std::vector<std::string>& words);
+    bool Ask(const Line& act, const std::vector<std::string>& words);
+    void Add(const Line& act, const std::string& what);
+
+    const Case& played;
+    std::size_t next = 0;
+    bool hasRig = false;
+    bool hasCalled = false;
+    bool isUnloaded = false;
+    bool showsEdges = false;
+    std::vector<ExpectedLine> expected;
+    std::vector<std::string> happened;
+};
+
+} // namespace transcript
