@@ -14,6 +14,14 @@ namespace {
 /// How the host's own notes begin in the rig's journal: log lines. All others are system calls.
 constexpr char kLog = '\x01';
 
+// Here and not where they are used, for they are used until the very end of the process.
+const std::regex kStamp(R"(\[\d\d:\d\d:\d\d\.\d\d\d\] )");
+const std::regex kCall(R"([A-Za-z_0-9:]+\(.*\)( -> .+)?)");
+const std::regex kNative(R"(native [A-Za-z]+\(.*\)( -> .+)?)");
+const std::regex kLogLine(R"(log "([^"\\]|\\.)*")");
+const std::regex kEdge(R"(edge [a-z_]+ [01])");
+const std::regex kTimes(R"((\d{1,5}) times(, in real time (\d{1,5}) to (\d{1,5}))?)");
+
 /// A text in quotes, in which everything can be seen.
 std::string Quoted(const std::string& text) {
     std::string quoted = "\"";
@@ -35,21 +43,16 @@ std::string Quoted(const std::string& text) {
 
 /// A line as it reaches the host; nothing but an empty one has no time stamp.
 std::string LogEntry(const std::string& line) {
-    static const std::regex stamp(R"(\[\d\d:\d\d:\d\d\.\d\d\d\] )");
     std::smatch match;
-    if (std::regex_search(line, match, stamp, std::regex_constants::match_continuous)) {
+    if (std::regex_search(line, match, kStamp, std::regex_constants::match_continuous)) {
         return "log " + Quoted(match.suffix());
     }
     return (line.empty() ? "log " : "log without a time stamp ") + Quoted(line);
 }
 
 bool IsEntry(const std::string& text, bool withEdges) {
-    static const std::regex call(R"([A-Za-z_0-9:]+\(.*\)( -> .+)?)");
-    static const std::regex native(R"(native [A-Za-z]+\(.*\)( -> .+)?)");
-    static const std::regex log(R"(log "([^"\\]|\\.)*")");
-    static const std::regex edge(R"(edge [a-z_]+ [01])");
-    return std::regex_match(text, call) || std::regex_match(text, native) ||
-           std::regex_match(text, log) || (withEdges && std::regex_match(text, edge));
+    return std::regex_match(text, kCall) || std::regex_match(text, kNative) ||
+           std::regex_match(text, kLogLine) || (withEdges && std::regex_match(text, kEdge));
 }
 
 /// Goes through the lines and through what happened at the same time.
@@ -132,9 +135,8 @@ std::vector<std::string> TakeJournal(bool withEdges) {
 }
 
 bool ReadTimes(const Line& line, Times& times) {
-    static const std::regex form(R"((\d{1,5}) times(, in real time (\d{1,5}) to (\d{1,5}))?)");
     std::smatch match;
-    if (!std::regex_match(line.text, match, form)) {
+    if (!std::regex_match(line.text, match, kTimes)) {
         return false;
     }
     times.least = times.most = std::stoi(match[1]);

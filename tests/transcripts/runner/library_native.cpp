@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <thread>
 #include <utility>
 
 #include <solvane/rig.h>
@@ -23,9 +24,10 @@ std::string output;
 const std::function<bool()>* whenUnloaded = nullptr;
 bool isWell = true;
 
-/// The library's state goes at the exit of the process, before this is called.
+/// The library's state goes at the exit of the process, before this is called. So does what belongs to
+/// the thread; hence another one.
 void Finish() {
-    isWell = (*whenUnloaded)() && isWell;
+    std::thread([] { isWell = (*whenUnloaded)() && isWell; }).join();
     if (!isWell) {
         std::fflush(nullptr);
         _exit(1);
@@ -74,6 +76,7 @@ bool OnFreshLibrary(const std::string& title, const std::function<bool()>& body,
         dup2(fileno(printed), STDERR_FILENO);
         alarm(kMostSeconds);
         whenUnloaded = &afterUnload;
+        rig_load(""); // the rig is there before, and so it is there at the end
         std::atexit(Finish);
         isWell = body();
         std::exit(0);
