@@ -24,8 +24,8 @@ std::string output;
 const std::function<bool()>* whenUnloaded = nullptr;
 bool isWell = true;
 
-/// The library's state goes at the exit of the process, before this is called. So does what belongs to
-/// the thread; hence another one.
+/// The library's state goes at the exit of the process, before this is called. So does what belongs
+/// to the thread; hence another one.
 void Finish() {
     std::thread([] { isWell = (*whenUnloaded)() && isWell; }).join();
     if (!isWell) {

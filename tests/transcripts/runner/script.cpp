@@ -268,12 +268,12 @@ std::vector<Case> Reader::Read(const std::filesystem::path& path) {
     if (cases.empty()) {
         throw Mistake({name, 1}, "no case");
     }
-    for (Case& one : cases) {
-        one.acts = Resolved(one.acts, known);
-        for (const Case& other : cases) {
-            if (&other != &one && other.title == one.title) {
-                throw Mistake(one.place, "the title of " + other.place.Text() + " again");
-            }
+    for (auto one = cases.begin(); one != cases.end(); ++one) {
+        one->acts = Resolved(one->acts, known);
+        const auto same = std::find_if(
+            cases.begin(), one, [&](const Case& other) { return other.title == one->title; });
+        if (same != one) {
+            throw Mistake(one->place, "the title of " + same->place.Text() + " again");
         }
     }
     return cases;
