@@ -7,31 +7,8 @@
 namespace {
 
 using namespace test;
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 class Load : public OnTheRig {};
-
-TEST_F(Load, LoadingTouchesNoHardware) {
-    EXPECT_THAT(TakeCalls(), IsEmpty());
-}
-
-TEST_F(Load, UnloadingClosesTheChipWhileTheLogStillWorks) {
-    Listen();
-    EXPECT_EQ(library.TriggerCapture(), 0);
-    TakeLines();
-    TakeCalls();
-    library.Unload();
-    EXPECT_THAT(TakeTexts(), ElementsAre("Closing device..."));
-    EXPECT_THAT(TakeCalls(), ElementsAre("FT_Close(SLV1B) -> 0"));
-}
-
-TEST_F(Load, UnloadingWithoutAnyCallTouchesNothing) {
-    Listen();
-    library.Unload();
-    EXPECT_THAT(TakeLines(), IsEmpty());
-    EXPECT_THAT(TakeCalls(), IsEmpty());
-}
 
 TEST_F(Load, TheVersionResourceSays100Dot1Dot0Dot1) {
     const char* const path = std::getenv("SOLVANE_DLL");

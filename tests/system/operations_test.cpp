@@ -152,31 +152,4 @@ INSTANTIATE_TEST_SUITE_P(OnEveryKind, Operations,
                          testing::Values(kUsbCamera, kEapiCamera, kSuperIoCamera, kLptCamera),
                          NameOfKind);
 
-class NoHardware : public OnTheRig {};
-
-TEST_F(NoHardware, EveryOperationIsMinusThree) {
-    Load("");
-    std::int16_t answer = 99;
-    EXPECT_EQ(library.CheckAvailable(), -3);
-    EXPECT_EQ(library.CheckPowerControlAvailable(), -3);
-    EXPECT_EQ(library.TriggerCapture(), -3);
-    EXPECT_EQ(library.WakeCamera(), -3);
-    EXPECT_EQ(library.EnableForcedBlackUpdate(), -3);
-    EXPECT_EQ(library.DisableForcedBlackUpdate(), -3);
-    EXPECT_EQ(library.EnableCameraPower(), -3);
-    EXPECT_EQ(library.DisableCameraPower(), -3);
-    EXPECT_EQ(library.EnableAccessoriesPower(), -3);
-    EXPECT_EQ(library.DisableAccessoriesPower(), -3);
-    for (const auto question :
-         {library.CheckSystemReady, library.CheckAndResetMepFlag, library.CheckForcedBlackUpdate,
-          library.CheckCameraPower, library.CheckAccessoriesPower}) {
-        EXPECT_EQ(question(&answer), -3);
-        EXPECT_EQ(question(nullptr), -3);
-    }
-    EXPECT_EQ(answer, 99);
-    EXPECT_EQ(library.RecheckStatus(), -3);
-    EXPECT_EQ(library.ResetComPort(), -3);
-    EXPECT_EQ(library.CloseDevice(), 0);
-}
-
 } // namespace

@@ -21,12 +21,25 @@ namespace test {
     std::_Exit(status);
 }
 
+/// Tells the failures of the test so far, which nobody hears of in a copy of the process.
+inline void TellFailures() {
+    const auto& result = *testing::UnitTest::GetInstance()->current_test_info()->result();
+    for (int i = 0; i < result.total_part_count(); ++i) {
+        const testing::TestPartResult& part = result.GetTestPartResult(i);
+        if (part.failed()) {
+            std::fprintf(stderr, "%s:%d: %s\n", part.file_name(), part.line_number(),
+                         part.message());
+        }
+    }
+}
+
 /// Runs a body in a copy of this process, whose failures become this test's.
 template <typename Body>
 void InFreshProcess(Body&& body) {
     EXPECT_EXIT(
         {
             body();
+            TellFailures();
             EndProcess(testing::Test::HasFailure() ? 1 : 0);
         },
         testing::ExitedWithCode(0), "");
