@@ -96,8 +96,9 @@ class StandIn:
         self.directory = tempfile.mkdtemp()
         self.library = os.path.join(self.directory, "libsolvane.so")
         subprocess.run(
-            [OPTIONS.cc, "-std=c11", "-D_DEFAULT_SOURCE", "-shared", "-fPIC", "-I",
-             os.path.join(ROOT, "include"), os.path.join(TESTS, "stand_in.c"), "-o", self.library],
+            [OPTIONS.cc, "-std=c11", "-D_DEFAULT_SOURCE", "-shared", "-fPIC",
+             *(f"-I{os.path.join(ROOT, path)}" for path in ("include", "rig/include", "tests/support")),
+             os.path.join(TESTS, "stand_in.c"), "-o", self.library],
             check=True)
 
     def command(self, program):

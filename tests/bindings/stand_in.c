@@ -7,6 +7,8 @@
  * STAND_IN_LOST     how many stops of timers are answered with success and lost
  * STAND_IN_JOURNAL  a file that gets a line for every call
  */
+#include "operations.h"
+
 #include <solvane/solvane.h>
 
 #include <stdatomic.h>
@@ -46,13 +48,21 @@ static int16_t command(const char* call) {
         log_callback(log_context, "[00:00:00.000] a line of the log");
         log_callback(log_context, call);
     }
-    return is("none") ? SOLVANE_E_NO_HARDWARE : SOLVANE_OK;
+    if (is("none")) {
+        return SOLVANE_E_NO_HARDWARE;
+    }
+    return is("busy") && strcmp(call, "Solvane_TriggerCapture") == 0 ? SOLVANE_E_NOT_READY
+                                                                     : SOLVANE_OK;
 }
 
-static int16_t question(const char* call, int16_t* out, int16_t answer) {
+static int16_t question(const char* call, int line, int16_t at_rest, int16_t* out) {
     const int16_t status = command(call);
+    if (line == RIG_READY) {
+        ready_questions++;
+        at_rest = is("changing") ? ready_questions >= 3 && ready_questions <= 5 : !is("busy");
+    }
     if (status == SOLVANE_OK) {
-        *out = answer;
+        *out = at_rest;
     }
     return status;
 }
@@ -63,46 +73,19 @@ void SOLVANE_CALL Solvane_SetLogger(void* context, SolvaneLogCallback callback) 
     record(callback == NULL ? "Solvane_SetLogger null" : "Solvane_SetLogger");
 }
 
-#define COMMAND(name)                                                                              \
-    int16_t SOLVANE_CALL name(void) {                                                              \
-        return command(#name);                                                                     \
+#define COMMAND(name, ...)                                                                         \
+    int16_t SOLVANE_CALL Solvane_##name(void) {                                                    \
+        return command("Solvane_" #name);                                                          \
     }
-COMMAND(Solvane_CheckAvailable)
-COMMAND(Solvane_CheckPowerControlAvailable)
-COMMAND(Solvane_RecheckStatus)
-COMMAND(Solvane_WakeCamera)
-COMMAND(Solvane_EnableForcedBlackUpdate)
-COMMAND(Solvane_DisableForcedBlackUpdate)
-COMMAND(Solvane_EnableCameraPower)
-COMMAND(Solvane_DisableCameraPower)
-COMMAND(Solvane_EnableAccessoriesPower)
-COMMAND(Solvane_DisableAccessoriesPower)
-COMMAND(Solvane_CloseDevice)
-COMMAND(Solvane_ResetComPort)
-
-void SOLVANE_CALL Solvane_EnforceFTDI(void) {
-    record("Solvane_EnforceFTDI");
-}
-
-int16_t SOLVANE_CALL Solvane_TriggerCapture(void) {
-    const int16_t status = command("Solvane_TriggerCapture");
-    return status == SOLVANE_OK && is("busy") ? SOLVANE_E_NOT_READY : status;
-}
-
-int16_t SOLVANE_CALL Solvane_CheckSystemReady(int16_t* ready) {
-    ready_questions++;
-    return question("Solvane_CheckSystemReady", ready,
-                    is("changing") ? ready_questions >= 3 && ready_questions <= 5 : !is("busy"));
-}
-
-#define QUESTION(name, answer)                                                                     \
-    int16_t SOLVANE_CALL name(int16_t* out) {                                                      \
-        return question(#name, out, answer);                                                       \
+#define QUESTION(name, failures, line, level)                                                      \
+    int16_t SOLVANE_CALL Solvane_##name(int16_t* out) {                                            \
+        return question("Solvane_" #name, line, level, out);                                       \
     }
-QUESTION(Solvane_CheckAndResetMepFlag, 0)
-QUESTION(Solvane_CheckForcedBlackUpdate, 0)
-QUESTION(Solvane_CheckCameraPower, 1)
-QUESTION(Solvane_CheckAccessoriesPower, 1)
+#define ORDER(name, ...)                                                                           \
+    void SOLVANE_CALL Solvane_##name(void) {                                                       \
+        record("Solvane_" #name);                                                                  \
+    }
+SOLVANE_OPERATIONS(COMMAND, QUESTION, ORDER)
 
 int16_t SOLVANE_CALL Solvane_CreateTimer(SolvaneTimerHandle* timer, uint64_t userContext) {
     record("Solvane_CreateTimer");

@@ -1,7 +1,6 @@
 /// SolvaneEApi and SolvaneKontron on boards that answer anything.
 
 #include <memory>
-#include <string_view>
 
 #include "fuzz_check.h"
 #include "fuzzed_board.h"
@@ -18,7 +17,7 @@ using namespace fuzz;
 using namespace SLV::Internal;
 
 /// A controller that finds its board but cannot set the lines to rest says so through every gate.
-constexpr Statuses kGate(kOk, kWriteFailed, kNoHardware);
+constexpr unsigned kGate = MAY_NOT_WRITE | MAY_FIND_NOTHING;
 constexpr int kMostOperations = 32;
 
 /// Choices of the input beside the operations.
@@ -65,27 +64,26 @@ class Controller {
 };
 
 /// What the answer must be when no pin could be read.
-short Unreadable(const Operation& operation, bool isSuperIo) {
-    const std::string_view name = operation.name;
-    if (name == "CheckAccessoriesPower") { // the last command, no pin
+short UnreadableOn(const Operation& operation, bool isSuperIo) {
+    if (operation.op == Op::CheckAccessoriesPower) { // the last command, no pin
         return static_cast<short>(isSuperIo ? kontronAccessoriesPowerFlag
                                             : moboAccessoriesPowerFlag);
     }
-    return name == "CheckCameraPower" && isSuperIo ? short{0} : operation.unreadable;
+    return operation.op == Op::CheckCameraPower && isSuperIo ? short{0} : Unreadable(operation);
 }
 
 void Use(const Controller& controller, std::uint8_t choice) {
     board::TakeSeen();
     const Outcome outcome = Perform(*controller, choice % kChoices, (choice & kFlag) != 0, kGate);
     const board::Seen seen = board::TakeSeen();
-    if (outcome.operation->does == Does::Trigger) {
+    if (outcome.operation->op == Op::TriggerCapture) {
         Check(outcome.status != kNotReady || seen.isConfigured || seen.writes == 0,
               "a camera that is not ready is left alone");
     } else {
         Check(controller.isSuperIo || seen.triggers == 0, "only a capture triggers");
     }
     if (outcome.isAnswered && seen.reads == 0) {
-        Check(outcome.answer == Unreadable(*outcome.operation, controller.isSuperIo),
+        Check(outcome.answer == UnreadableOn(*outcome.operation, controller.isSuperIo),
               "a pin that cannot be read is taken for the safe level");
     }
     Check(moboAccessoriesPowerFlag <= 1 && kontronAccessoriesPowerFlag <= 1, "a flag is 0 or 1");

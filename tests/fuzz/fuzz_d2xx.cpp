@@ -15,7 +15,7 @@ namespace {
 using namespace fuzz;
 using namespace SLV::Internal;
 
-constexpr Statuses kGate(kOk, kNoHardware);
+constexpr unsigned kGate = MAY_FIND_NOTHING;
 constexpr int kMostOperations = 24;
 
 /// Choices of the input beside the operations.
@@ -33,14 +33,14 @@ void ResetChannel() {
 
 void CheckLines(const Outcome& outcome, const d2xx::Seen& seen) {
     Check(outcome.status != kNoHardware || seen.writes == 0, "the gate touches no line");
-    if (outcome.operation->does == Does::Trigger) {
+    if (outcome.operation->op == Op::TriggerCapture) {
         Check(outcome.status != kNotReady || seen.triggers == 0,
               "a camera that is not ready is not triggered");
         Check(outcome.status != kOk || !d2xx::IsTriggerHigh() || seen.lostWrites > 0,
               "a trigger is a pulse");
     }
     if (outcome.isAnswered && seen.readBytes == 0) {
-        Check(outcome.answer == outcome.operation->unreadable,
+        Check(outcome.answer == Unreadable(*outcome.operation),
               "a line that cannot be read is inactive, and power is on");
     }
 }

@@ -160,10 +160,10 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
         // Lines that do not come to rest are an answer of whatever operation configures.
         const bool isRest =
             one.kind.configuringMayAnswerWrite && one.Configures() && status == SOLVANE_E_WRITE;
-        if (!IsDocumented(one.operation, status) && !isRest) {
+        if (!one.operation.MayAnswer(status) && !isRest) {
             return "undocumented status " + std::to_string(status);
         }
-        const bool isAnswered = status == 0 && HasAnswer(one.operation.op);
+        const bool isAnswered = status == 0 && one.operation.hasAnswer;
         if (isAnswered ? answer != 0 && answer != 1 : answer != kUntouched) {
             return "answer " + std::to_string(answer) + " with status " + std::to_string(status);
         }
@@ -181,7 +181,7 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
     static std::string AnswerComplaint(const Case& one, short status, short answer) {
         const Way& way = *one.strike.way;
         const bool isHonest = way.kind == RIG_FAULT_STATUS && way.risk != TriggerRisk::WrongByte;
-        if (!isHonest || status != 0 || !HasAnswer(one.operation.op)) {
+        if (!isHonest || status != 0 || !one.operation.hasAnswer) {
             return "";
         }
         const bool isTrue = answer == (one.operation.op == Op::CheckForcedBlackUpdate ? 0 : 1);
@@ -301,7 +301,7 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
     void RunAll(const Kind& kind, Whose whose) {
         std::size_t all = 0;
         std::size_t good = 0;
-        for (const Operation& operation : Operations()) {
+        for (const Operation& operation : kOperations) {
             if (operation.op == Op::EnforceFTDI) {
                 continue; // the same as RecheckStatus, for one kind
             }

@@ -109,14 +109,14 @@ class EverySequenceTest : public LibraryOnTheRig {
     }
 
     static short CallExport(const Operation& operation, short* answer) {
-        return operation.callExport(answer);
+        return CallExport(operation, answer);
     }
 
     static Sequence SequenceOf(std::size_t number, int length) {
         Sequence sequence;
         for (int i = 0; i < length; ++i) {
-            sequence.push_back(&Operations()[number % Operations().size()]);
-            number /= Operations().size();
+            sequence.push_back(&kOperations[number % kOperations.size()]);
+            number /= kOperations.size();
         }
         return sequence;
     }
@@ -126,7 +126,7 @@ class EverySequenceTest : public LibraryOnTheRig {
         const int length = std::getenv("SOLVANE_LONG") != nullptr ? 4 : 3;
         std::size_t all = 1;
         for (int i = 0; i < length; ++i) {
-            all *= Operations().size();
+            all *= kOperations.size();
         }
         std::size_t good = 0;
         const std::string scenario = hardware + camera.Scenario();
@@ -164,7 +164,7 @@ class EverySequenceOfAKindTest : public EverySequenceTest,
         const SLV::Internal::ControllerPtr controller = GetParam().make(logger);
         const Behaviour& behaviour = GetParam().behaviour;
         HostModel model(isAbsent ? behaviour.Absent() : behaviour, camera);
-        if (HasAnswer(first.op)) {
+        if (first.hasAnswer) {
             const short status = first.run(*controller, nullptr);
             const short expected = model.Run(first.op, false).status;
             if (status != expected) {
@@ -191,8 +191,8 @@ TEST_P(EverySequenceOfAKindTest, IsAsTheModelSaysOnAFreshController) {
     std::size_t good = 0;
     for (const CameraStart& camera : kCameras) {
         for (const bool isAbsent : {false, true}) {
-            for (const Operation& first : ControllerOperations()) {
-                for (const Operation& second : ControllerOperations()) {
+            for (const Operation& first : kControllerOperations) {
+                for (const Operation& second : kControllerOperations) {
                     const std::string difference = FreshDifference(camera, isAbsent, first, second);
                     EXPECT_EQ(difference, "") << first.name << "; " << second.name << ", camera "
                                               << camera.name << (isAbsent ? ", absent" : "");

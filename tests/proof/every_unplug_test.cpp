@@ -128,14 +128,14 @@ class EveryUnplugTest : public OnTheRig {
     }
 
     static std::string Complaint(const Case& one, short status, short answer) {
-        if (!IsDocumented(*one.operation, status)) {
+        if (!one.operation->MayAnswer(status)) {
             return "undocumented status " + std::to_string(status);
         }
         if (host::RaisedTimerPeriods() != 0) {
             return "the timer resolution stays raised";
         }
         const Op op = one.operation->op;
-        if (status != 0 || !HasAnswer(op)) {
+        if (status != 0 || !test::Of(op).hasAnswer) {
             return answer == kUntouched ? "" : "an answer with status " + std::to_string(status);
         }
         const bool isPower = op == Op::CheckCameraPower || op == Op::CheckAccessoriesPower;
@@ -212,7 +212,7 @@ class EveryUnplugTest : public OnTheRig {
 TEST_F(EveryUnplugTest, IsSurvivedByEveryOperation) {
     std::size_t all = 0;
     std::size_t good = 0;
-    for (const Operation& operation : ControllerOperations()) {
+    for (const Operation& operation : kControllerOperations) {
         for (const bool isConfigured : {false, true}) {
             for (const Case& one : Cases(operation, isConfigured)) {
                 const std::string wrong = Try(one);
@@ -262,7 +262,7 @@ TEST_F(NoiseTest, IsSurvivedByEveryOperation) {
     constexpr int kRounds = 100;
     std::size_t all = 0;
     std::size_t good = 0;
-    for (const Operation& operation : ControllerOperations()) {
+    for (const Operation& operation : kControllerOperations) {
         for (int round = 0; round < kRounds; ++round, ++all) {
             Start(true, "");
             LeaveBytes();
@@ -271,7 +271,7 @@ TEST_F(NoiseTest, IsSurvivedByEveryOperation) {
             const short status = operation.run(*controller, &answer);
             rig_clear_faults();
             host::Advance(1000 * kMillisecond);
-            std::string wrong = IsDocumented(operation, status) ? "" : "status; ";
+            std::string wrong = operation.MayAnswer(status) ? "" : "status; ";
             wrong += host::RaisedTimerPeriods() == 0 ? "" : "timer resolution; ";
             wrong += ComesBackAfresh();
             good += wrong.empty() ? 1 : 0;

@@ -42,7 +42,7 @@ Outcome HostModel::Run(Op op, bool hasPlace) {
         const bool isPowerControl = op == Op::CheckPowerControlAvailable && !isForced;
         return Status(isPowerControl ? behaviour.absentPowerControl : SOLVANE_E_NO_HARDWARE);
     }
-    return HasAnswer(op) && !hasPlace ? Status(SOLVANE_E_INVALID) : Do(op);
+    return test::Of(op).hasAnswer && !hasPlace ? Status(SOLVANE_E_INVALID) : Do(op);
 }
 
 bool HostModel::IsAvailable() {
@@ -83,31 +83,21 @@ Outcome HostModel::Do(Op op) {
         return Trigger();
     case Op::WakeCamera:
         return Wake();
-    case Op::EnableForcedBlackUpdate:
-    case Op::DisableForcedBlackUpdate:
-        Drive(RIG_DARK, op == Op::EnableForcedBlackUpdate);
-        return Status(SOLVANE_OK);
-    case Op::EnableCameraPower:
-    case Op::DisableCameraPower:
-        Drive(RIG_CAMERA_POWER, op == Op::EnableCameraPower);
-        return Status(SOLVANE_OK);
-    case Op::EnableAccessoriesPower:
-    case Op::DisableAccessoriesPower:
-        Drive(RIG_ACCESSORIES_POWER, op == Op::EnableAccessoriesPower);
-        return Status(SOLVANE_OK);
     case Op::CheckAndResetMepFlag:
         return Answer(ReadFlagAndClear());
-    case Op::CheckSystemReady:
-        return Answer(Read(RIG_READY));
-    case Op::CheckForcedBlackUpdate:
-        return Answer(Read(RIG_DARK));
-    case Op::CheckCameraPower:
-        return Answer(Read(RIG_CAMERA_POWER));
-    case Op::CheckAccessoriesPower:
-        return Answer(Read(RIG_ACCESSORIES_POWER));
     default:
+        break;
+    }
+    const Operation& operation = test::Of(op);
+    if (operation.line == NO_LINE) {
         return Status(SOLVANE_OK);
     }
+    const auto line = static_cast<rig_line>(operation.line);
+    if (operation.hasAnswer) {
+        return Answer(Read(line));
+    }
+    Drive(line, operation.level != 0);
+    return Status(SOLVANE_OK);
 }
 
 Outcome HostModel::Trigger() {

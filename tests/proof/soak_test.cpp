@@ -103,20 +103,20 @@ class SoakTest : public OnTheRig {
 
     /// Where the FT2232H is not there, choosing it is rare: it takes the other hardware away.
     const Operation& Any(const Kind& kind) {
-        const Operation& operation = Operations()[Random(Operations().size())];
+        const Operation& operation = kOperations[Random(kOperations.size())];
         const bool isTooMuch =
             operation.op == Op::EnforceFTDI && !kind.behaviour.isUsb && Random(8) != 0;
-        return isTooMuch ? Operations()[static_cast<std::size_t>(Op::RecheckStatus)] : operation;
+        return isTooMuch ? kOperations[static_cast<std::size_t>(Op::RecheckStatus)] : operation;
     }
 
     void Call(const Kind& kind) {
         const Operation& operation = Any(kind);
         std::int16_t answer = kUntouched;
         const std::uint64_t before = rig_time();
-        const std::int16_t status = operation.callExport(&answer);
+        const std::int16_t status = CallExport(operation, &answer);
         longest = std::max(longest, rig_time() - before);
         const bool isRest = kind.configuringMayAnswerWrite && status == SOLVANE_E_WRITE;
-        ASSERT_TRUE(IsDocumented(operation, status) || isRest)
+        ASSERT_TRUE(operation.MayAnswer(status) || isRest)
             << kind.name << ", " << operation.name << ": " << status;
         ASSERT_EQ(host::RaisedTimerPeriods(), 0) << kind.name << ", " << operation.name;
         failures += status != 0 ? 1 : 0;

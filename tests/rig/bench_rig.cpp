@@ -1,20 +1,10 @@
 #include "bench_rig.h"
 
+#include "rig_journal.h"
+
 namespace test {
 
 namespace {
-
-Lines TakeIf(bool (*isWanted)(rig_entry_kind, rig_entry_kind), rig_entry_kind kind) {
-    Lines lines;
-    rig_entry entry{};
-    for (std::size_t i = 0; rig_journal_entry(i, &entry) == 0; ++i) {
-        if (isWanted(entry.kind, kind)) {
-            lines.emplace_back(entry.text);
-        }
-    }
-    rig_journal_clear();
-    return lines;
-}
 
 std::uint8_t Ask(FT_HANDLE pins, std::uint8_t opcode) {
     EXPECT_EQ(Write(pins, {opcode}), FT_OK);
@@ -26,11 +16,11 @@ std::uint8_t Ask(FT_HANDLE pins, std::uint8_t opcode) {
 } // namespace
 
 Lines Take(rig_entry_kind kind) {
-    return TakeIf([](rig_entry_kind left, rig_entry_kind right) { return left == right; }, kind);
+    return TakeEntries({kind});
 }
 
 Lines TakeAll() {
-    return TakeIf([](rig_entry_kind, rig_entry_kind) { return true; }, RIG_NOTE);
+    return TakeEntries({RIG_CALL, RIG_EDGE, RIG_EVENT, RIG_NOTE});
 }
 
 FT_HANDLE Open(int index) {

@@ -6,63 +6,11 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <solvane/rig.h>
-#include <solvane/solvane.h>
-#include <windows.h>
+
+#include "loaded_library.h"
+#include "rig_journal.h"
 
 namespace test {
-
-/// One camera on an FT2232H.
-inline constexpr const char* kUsbCamera = "[[usb]]\nchip = \"FT2232H\"\nserial = \"SLV1\"\n";
-
-/// The same camera on a parallel port, on the pins of a board with the Embedded API, or of a Super
-/// I/O chip.
-inline constexpr const char* kLptCamera = "[lpt]\n";
-inline constexpr const char* kEapiCamera = "[eapi]\n";
-inline constexpr const char* kSuperIoCamera = "[superio]\n";
-
-/// The loaded library and its functions, under the names of the header.
-class Library {
-  public:
-    Library();
-    ~Library() { Unload(); }
-    Library(const Library&) = delete;
-    Library& operator=(const Library&) = delete;
-
-    void Unload();
-
-#define SOLVANE_EXPORTS(X)                                                                         \
-    X(CheckAccessoriesPower)                                                                       \
-    X(CheckAndResetMepFlag)                                                                        \
-    X(CheckAvailable)                                                                              \
-    X(CheckCameraPower)                                                                            \
-    X(CheckForcedBlackUpdate)                                                                      \
-    X(CheckPowerControlAvailable)                                                                  \
-    X(CheckSystemReady)                                                                            \
-    X(CloseDevice)                                                                                 \
-    X(CreateTimer)                                                                                 \
-    X(DisableAccessoriesPower)                                                                     \
-    X(DisableCameraPower)                                                                          \
-    X(DisableForcedBlackUpdate)                                                                    \
-    X(DisposeTimer)                                                                                \
-    X(EnableAccessoriesPower)                                                                      \
-    X(EnableCameraPower)                                                                           \
-    X(EnableForcedBlackUpdate)                                                                     \
-    X(EnforceFTDI)                                                                                 \
-    X(RecheckStatus)                                                                               \
-    X(ResetComPort)                                                                                \
-    X(RunTimer)                                                                                    \
-    X(SetLogger)                                                                                   \
-    X(StopTimer)                                                                                   \
-    X(TriggerCapture)                                                                              \
-    X(WakeCamera)
-#define SOLVANE_MEMBER(name) decltype(&::Solvane_##name) name = nullptr;
-    SOLVANE_EXPORTS(SOLVANE_MEMBER)
-#undef SOLVANE_MEMBER
-
-  private:
-    HMODULE module = nullptr;
-};
 
 class OnTheRig : public ::testing::Test {
   protected:
@@ -79,9 +27,6 @@ class OnTheRig : public ::testing::Test {
     /// Edges of the lines since the last look: "trigger 1".
     static std::vector<std::string> TakeEdges();
 
-    /// Calls of the vendor's library since the last look.
-    static std::vector<std::string> TakeCalls();
-
     void Listen() { library.SetLogger(&lines, Keep); }
 
     static void SOLVANE_CALL Keep(void* context, const char* line) {
@@ -89,7 +34,7 @@ class OnTheRig : public ::testing::Test {
     }
 
     std::vector<std::string> lines;
-    Library library;
+    LoadedLibrary library;
 };
 
 } // namespace test

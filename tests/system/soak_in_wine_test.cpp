@@ -16,35 +16,15 @@ class Soak : public OnTheRig {
   protected:
     /// A random operation; its status.
     int Operate(std::mt19937& random) {
+#define SOLVANE_COMMAND(name, ...)                                                                 \
+    [](const LibraryFunctions& functions, std::int16_t*) { return functions.name(); },
+#define SOLVANE_QUESTION(name, ...)                                                                \
+    [](const LibraryFunctions& functions, std::int16_t* out) { return functions.name(out); },
+        using Call = std::int16_t (*)(const LibraryFunctions&, std::int16_t*);
+        static constexpr Call calls[] = {SOLVANE_CONTROLLER_OPERATIONS(
+            SOLVANE_COMMAND, SOLVANE_QUESTION) SOLVANE_COMMAND(RecheckStatus)};
         std::int16_t answer = 0;
-        switch (random() % 13) {
-        case 0:
-            return library.TriggerCapture();
-        case 1:
-            return library.CheckSystemReady(&answer);
-        case 2:
-            return library.CheckAndResetMepFlag(&answer);
-        case 3:
-            return library.WakeCamera();
-        case 4:
-            return library.EnableForcedBlackUpdate();
-        case 5:
-            return library.DisableForcedBlackUpdate();
-        case 6:
-            return library.CheckForcedBlackUpdate(&answer);
-        case 7:
-            return library.DisableAccessoriesPower();
-        case 8:
-            return library.CheckAccessoriesPower(&answer);
-        case 9:
-            return library.EnableCameraPower();
-        case 10:
-            return library.CheckCameraPower(&answer);
-        case 11:
-            return library.CloseDevice();
-        default:
-            return library.RecheckStatus();
-        }
+        return calls[random() % std::size(calls)](library, &answer);
     }
 
     /// Some operations on one kind, one call of which fails; then the hardware is whole again.

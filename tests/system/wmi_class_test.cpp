@@ -7,8 +7,8 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <solvane/rig.h>
 
+#include "rig_journal.h"
 #include "wmi_client.h"
 
 namespace {
@@ -22,18 +22,6 @@ const char* const kTwoPorts = "[[parallel_port]]\n"
                               "[[parallel_port.range]]\nstart = '888'\n"
                               "[[parallel_port]]\n"
                               "[[parallel_port.range]]\nstart = '632'\n";
-
-std::vector<std::string> TakeCalls() {
-    std::vector<std::string> calls;
-    rig_entry entry{};
-    for (std::size_t i = 0; rig_journal_entry(i, &entry) == 0; ++i) {
-        if (entry.kind == RIG_CALL) {
-            calls.emplace_back(entry.text);
-        }
-    }
-    rig_journal_clear();
-    return calls;
-}
 
 /// COM is there, and every test gives back all that it took.
 class Wbem : public testing::Test {
@@ -77,7 +65,7 @@ class Wbem : public testing::Test {
 TEST_F(Wbem, AClientFindsTheFirstPort) {
     EXPECT_EQ(FirstAddress(), "888,");
     EXPECT_THAT(
-        TakeCalls(),
+        TakeEntries({RIG_CALL}),
         ElementsAre("IClassFactory::CreateInstance(null, IWbemLocator) -> 0x00000000",
                     "IWbemLocator::ConnectServer(root\\cimv2, null, null, null, 0x80, null, null)"
                     " -> 0x00000000",

@@ -8,25 +8,15 @@
 #include <string>
 #include <vector>
 
-#include "operations.h"
-
-#include <solvane/solvane.h>
+#include "library_functions.h"
 
 namespace transcript {
 
 /// Whether the system calls of the library are seen too, and time is virtual.
 extern const bool kIsNative;
 
-/// The functions of the lines under their names.
-struct Functions {
-#define SOLVANE_MEMBER(name) decltype(&::Solvane_##name) name = nullptr;
-    SOLVANE_LINE_FUNCTIONS(SOLVANE_MEMBER, SOLVANE_MEMBER, SOLVANE_MEMBER)
-    SOLVANE_MEMBER(SetLogger)
-#undef SOLVANE_MEMBER
-};
-
 /// The library of the case that is being played.
-Functions Loaded();
+const test::LibraryFunctions& Loaded();
 
 /// What the case must not leave behind; one line each.
 std::vector<std::string> LeftBehind();

@@ -38,12 +38,14 @@ void Finish() {
 
 const bool kIsNative = true;
 
-Functions Loaded() {
-    Functions functions;
-#define SOLVANE_LOOK_UP(name) functions.name = Solvane_##name;
-    SOLVANE_LINE_FUNCTIONS(SOLVANE_LOOK_UP, SOLVANE_LOOK_UP, SOLVANE_LOOK_UP)
-    SOLVANE_LOOK_UP(SetLogger)
-#undef SOLVANE_LOOK_UP
+const test::LibraryFunctions& Loaded() {
+    static const test::LibraryFunctions functions = [] {
+        test::LibraryFunctions linked;
+#define SOLVANE_LINKED(name, ...) linked.name = Solvane_##name;
+        SOLVANE_FUNCTIONS(SOLVANE_LINKED)
+#undef SOLVANE_LINKED
+        return linked;
+    }();
     return functions;
 }
 

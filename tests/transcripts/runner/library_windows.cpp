@@ -1,16 +1,17 @@
 #include "library.h"
 
 #include <cstdio>
-#include <cstdlib>
+#include <optional>
 
 #include <solvane/rig.h>
-#include <windows.h>
+
+#include "loaded_library.h"
 
 namespace transcript {
 
 namespace {
 
-HMODULE module = nullptr;
+std::optional<test::LoadedLibrary> library;
 std::string played;
 
 /// A crash takes all cases with it: at least it says in which one.
@@ -20,26 +21,12 @@ LONG WINAPI TellWhere(EXCEPTION_POINTERS* pointers) {
     return EXCEPTION_CONTINUE_SEARCH;
 }
 
-template <typename Function>
-void LookUp(Function& function, const char* name) {
-    function = reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(module, name)));
-    if (function == nullptr) {
-        std::fprintf(stderr, "Solvane.dll has no %s\n", name);
-        std::exit(2);
-    }
-}
-
 } // namespace
 
 const bool kIsNative = false;
 
-Functions Loaded() {
-    Functions functions;
-#define SOLVANE_LOOK_UP(name) LookUp(functions.name, "Solvane_" #name);
-    SOLVANE_LINE_FUNCTIONS(SOLVANE_LOOK_UP, SOLVANE_LOOK_UP, SOLVANE_LOOK_UP)
-    SOLVANE_LOOK_UP(SetLogger)
-#undef SOLVANE_LOOK_UP
-    return functions;
+const test::LibraryFunctions& Loaded() {
+    return *library;
 }
 
 std::vector<std::string> LeftBehind() {
@@ -57,19 +44,9 @@ bool OnFreshLibrary(const std::string& title, const std::function<bool()>& body,
                     const std::function<bool()>& afterUnload) {
     played = title;
     SetUnhandledExceptionFilter(TellWhere);
-    const char* const path = std::getenv("SOLVANE_DLL");
-    module = LoadLibraryA(path != nullptr ? path : "Solvane.dll");
-    if (module == nullptr) {
-        std::fprintf(stderr, "cannot load %s: error %lu\n", path != nullptr ? path : "Solvane.dll",
-                     GetLastError());
-        std::exit(2);
-    }
+    library.emplace();
     const bool isWell = body();
-    FreeLibrary(module);
-    if (GetModuleHandleA("Solvane.dll") != nullptr) {
-        std::fprintf(stderr, "%s: Solvane.dll stays loaded\n", title.c_str());
-        return false;
-    }
+    library->Unload();
     return afterUnload() && isWell;
 }
 

@@ -130,7 +130,7 @@ void Stage::Play(const Line& act) {
 /// The functions of the library.
 void Stage::Call(const Line& act, const std::string& name, bool hasArgument) {
     const std::string argument = hasArgument ? act.text.substr(name.size(), 6) : "";
-    const Functions library = Loaded();
+    const test::LibraryFunctions& library = Loaded();
     std::int16_t answer = kUntouched;
     std::int16_t* const out = hasArgument ? nullptr : &answer;
     std::string what = name + argument;
@@ -146,22 +146,22 @@ void Stage::Call(const Line& act, const std::string& name, bool hasArgument) {
         isKnown = true;
         hasCalled = true;
     };
-#define SOLVANE_COMMAND(function)                                                                  \
+#define SOLVANE_COMMAND(function, ...)                                                             \
     if (name == #function) {                                                                       \
         begin(false);                                                                              \
         what += " -> " + std::to_string(library.function());                                       \
     }
-#define SOLVANE_QUESTION(function)                                                                 \
+#define SOLVANE_QUESTION(function, ...)                                                            \
     if (name == #function) {                                                                       \
         begin(true);                                                                               \
         what += " -> " + std::to_string(library.function(out));                                    \
     }
-#define SOLVANE_ORDER(function)                                                                    \
+#define SOLVANE_ORDER(function, ...)                                                               \
     if (name == #function) {                                                                       \
         begin(false);                                                                              \
         library.function();                                                                        \
     }
-    SOLVANE_LINE_FUNCTIONS(SOLVANE_COMMAND, SOLVANE_QUESTION, SOLVANE_ORDER)
+    SOLVANE_OPERATIONS(SOLVANE_COMMAND, SOLVANE_QUESTION, SOLVANE_ORDER)
 #undef SOLVANE_COMMAND
 #undef SOLVANE_QUESTION
 #undef SOLVANE_ORDER

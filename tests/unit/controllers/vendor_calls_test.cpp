@@ -4,6 +4,7 @@
 
 #include <functional>
 
+#include "controller_operations.h"
 #include "controller_ptr.h"
 #include "host_platform.h"
 #include "on_the_rig.h"
@@ -39,11 +40,8 @@ constexpr std::size_t kKindCount = std::size(kKinds);
 /// The flag is latched after the controller was configured, which may clear it.
 const char* const kLatched = "[[event]]\nat_ms = 1000\naction = 'latch-mep'\n";
 
-short out;
-
 struct Row {
-    const char* operation;
-    short (*run)(SolvaneInterface&);
+    Op operation;
     const char* camera; ///< what the scenario says of it
     Cost costs[kKindCount];
 };
@@ -53,86 +51,26 @@ struct Row {
 // and a write four; on the parallel port each is one port access, and a bit is changed by a read
 // and a write.
 const Row kRows[] = {
-    {"CheckAvailable",
-     [](SolvaneInterface& c) { return c.CheckAvailable(); },
-     "",
-     {{0, 0, 0}, {0, 0, 0}, {0, 0, 0}, {0, 0, 0}}},
-    {"CheckPowerControlAvailable",
-     [](SolvaneInterface& c) { return c.CheckPowerControlAvailable(); },
-     "",
-     {{0, 0, 0}, {0, 0, 0}, {0, 0, 0}, {0, 0, 0}}},
-    {"TriggerCapture",
-     [](SolvaneInterface& c) { return c.TriggerCapture(); },
-     "",
-     {{8, 5, 18}, {4, 1, 10}, {12, 1, 10}, {5, 1, 10}}},
-    {"TriggerCapture, flag latched",
-     [](SolvaneInterface& c) { return c.TriggerCapture(); },
-     kLatched,
-     {{10, 8, 22}, {6, 2, 10}, {20, 2, 10}, {8, 2, 10}}},
-    {"TriggerCapture, not ready",
-     [](SolvaneInterface& c) { return c.TriggerCapture(); },
-     "[camera]\nready = false\n",
-     {{3, 1, 2}, {1, 0, 0}, {2, 0, 0}, {1, 0, 0}}},
-    {"EnableForcedBlackUpdate",
-     [](SolvaneInterface& c) { return c.EnableForcedBlackUpdate(); },
-     "",
-     {{1, 1, 2}, {1, 0, 0}, {4, 0, 0}, {2, 0, 0}}},
-    {"DisableForcedBlackUpdate",
-     [](SolvaneInterface& c) { return c.DisableForcedBlackUpdate(); },
-     "",
-     {{1, 1, 2}, {1, 0, 0}, {4, 0, 0}, {2, 0, 0}}},
-    {"CheckAndResetMepFlag",
-     [](SolvaneInterface& c) { return c.CheckAndResetMepFlag(&out); },
-     "",
-     {{3, 1, 2}, {1, 0, 0}, {2, 0, 0}, {1, 0, 0}}},
-    {"CheckAndResetMepFlag, latched",
-     [](SolvaneInterface& c) { return c.CheckAndResetMepFlag(&out); },
-     kLatched,
-     {{5, 4, 6}, {3, 1, 0}, {10, 1, 0}, {4, 1, 0}}},
-    {"CheckSystemReady",
-     [](SolvaneInterface& c) { return c.CheckSystemReady(&out); },
-     "",
-     {{3, 1, 2}, {1, 0, 0}, {2, 0, 0}, {1, 0, 0}}},
-    {"CheckForcedBlackUpdate",
-     [](SolvaneInterface& c) { return c.CheckForcedBlackUpdate(&out); },
-     "",
-     {{3, 1, 2}, {1, 0, 0}, {2, 0, 0}, {1, 0, 0}}},
-    {"WakeCamera",
-     [](SolvaneInterface& c) { return c.WakeCamera(); },
-     "",
-     {{8, 5, 18}, {3, 1, 10}, {10, 1, 10}, {3, 1, 10}}},
-    {"EnableCameraPower",
-     [](SolvaneInterface& c) { return c.EnableCameraPower(); },
-     "",
-     {{1, 1, 2}, {1, 0, 0}, {4, 0, 0}, {2, 0, 0}}},
-    {"DisableCameraPower",
-     [](SolvaneInterface& c) { return c.DisableCameraPower(); },
-     "",
-     {{1, 1, 2}, {1, 0, 0}, {4, 0, 0}, {2, 0, 0}}},
-    {"CheckCameraPower",
-     [](SolvaneInterface& c) { return c.CheckCameraPower(&out); },
-     "",
-     {{3, 1, 2}, {1, 0, 0}, {2, 0, 0}, {1, 0, 0}}},
-    {"EnableAccessoriesPower",
-     [](SolvaneInterface& c) { return c.EnableAccessoriesPower(); },
-     "",
-     {{1, 1, 2}, {1, 0, 0}, {4, 0, 0}, {2, 0, 0}}},
-    {"DisableAccessoriesPower",
-     [](SolvaneInterface& c) { return c.DisableAccessoriesPower(); },
-     "",
-     {{1, 1, 2}, {1, 0, 0}, {4, 0, 0}, {2, 0, 0}}},
-    {"CheckAccessoriesPower",
-     [](SolvaneInterface& c) { return c.CheckAccessoriesPower(&out); },
-     "",
-     {{3, 1, 2}, {0, 0, 0}, {0, 0, 0}, {1, 0, 0}}},
-    {"CloseDevice",
-     [](SolvaneInterface& c) { return c.CloseDevice(); },
-     "",
-     {{1, 0, 0}, {0, 0, 0}, {0, 0, 0}, {0, 0, 0}}},
-    {"ResetComPort",
-     [](SolvaneInterface& c) { return c.ResetComPort(); },
-     "",
-     {{5, 0, 0}, {0, 0, 0}, {0, 0, 0}, {0, 0, 0}}},
+    {Op::CheckAvailable, "", {{0, 0, 0}, {0, 0, 0}, {0, 0, 0}, {0, 0, 0}}},
+    {Op::CheckPowerControlAvailable, "", {{0, 0, 0}, {0, 0, 0}, {0, 0, 0}, {0, 0, 0}}},
+    {Op::TriggerCapture, "", {{8, 5, 18}, {4, 1, 10}, {12, 1, 10}, {5, 1, 10}}},
+    {Op::TriggerCapture, kLatched, {{10, 8, 22}, {6, 2, 10}, {20, 2, 10}, {8, 2, 10}}},
+    {Op::TriggerCapture, "[camera]\nready = false\n", {{3, 1, 2}, {1, 0, 0}, {2, 0, 0}, {1, 0, 0}}},
+    {Op::EnableForcedBlackUpdate, "", {{1, 1, 2}, {1, 0, 0}, {4, 0, 0}, {2, 0, 0}}},
+    {Op::DisableForcedBlackUpdate, "", {{1, 1, 2}, {1, 0, 0}, {4, 0, 0}, {2, 0, 0}}},
+    {Op::CheckAndResetMepFlag, "", {{3, 1, 2}, {1, 0, 0}, {2, 0, 0}, {1, 0, 0}}},
+    {Op::CheckAndResetMepFlag, kLatched, {{5, 4, 6}, {3, 1, 0}, {10, 1, 0}, {4, 1, 0}}},
+    {Op::CheckSystemReady, "", {{3, 1, 2}, {1, 0, 0}, {2, 0, 0}, {1, 0, 0}}},
+    {Op::CheckForcedBlackUpdate, "", {{3, 1, 2}, {1, 0, 0}, {2, 0, 0}, {1, 0, 0}}},
+    {Op::WakeCamera, "", {{8, 5, 18}, {3, 1, 10}, {10, 1, 10}, {3, 1, 10}}},
+    {Op::EnableCameraPower, "", {{1, 1, 2}, {1, 0, 0}, {4, 0, 0}, {2, 0, 0}}},
+    {Op::DisableCameraPower, "", {{1, 1, 2}, {1, 0, 0}, {4, 0, 0}, {2, 0, 0}}},
+    {Op::CheckCameraPower, "", {{3, 1, 2}, {1, 0, 0}, {2, 0, 0}, {1, 0, 0}}},
+    {Op::EnableAccessoriesPower, "", {{1, 1, 2}, {1, 0, 0}, {4, 0, 0}, {2, 0, 0}}},
+    {Op::DisableAccessoriesPower, "", {{1, 1, 2}, {1, 0, 0}, {4, 0, 0}, {2, 0, 0}}},
+    {Op::CheckAccessoriesPower, "", {{3, 1, 2}, {0, 0, 0}, {0, 0, 0}, {1, 0, 0}}},
+    {Op::CloseDevice, "", {{1, 0, 0}, {0, 0, 0}, {0, 0, 0}, {0, 0, 0}}},
+    {Op::ResetComPort, "", {{5, 0, 0}, {0, 0, 0}, {0, 0, 0}, {0, 0, 0}}},
 };
 
 class VendorCallsTest : public OnTheRig {
@@ -165,8 +103,10 @@ TEST_F(VendorCallsTest, AreAsManyAsTheTableSays) {
             const ControllerPtr controller = kKinds[kind].make(logger);
             ASSERT_EQ(controller->CheckAvailable(), 0);
             host::Advance(1'000'000'000);
-            ExpectEqual(CostOf([&] { row.run(*controller); }), row.costs[kind],
-                        std::string(kKinds[kind].name) + ", " + row.operation);
+            short out = 0;
+            const Operation& operation = Of(row.operation);
+            ExpectEqual(CostOf([&] { operation.run(*controller, &out); }), row.costs[kind],
+                        std::string(kKinds[kind].name) + ", " + operation.name + row.camera);
         }
     }
 }

@@ -2,7 +2,10 @@
 
 #include "solvane_mobo.h"
 
+#include <algorithm>
+
 #include "boards.h"
+#include "controller_operations.h"
 
 namespace {
 
@@ -120,44 +123,22 @@ TEST_P(MoBoTest, ALineThatCannotBeSetToRestIsReportedOnce) {
 
 // ---- The gate ----
 
-using Operation = short (*)(SolvaneMoBo&, short*);
-
-struct NamedOperation {
-    const char* name;
-    Operation run;
-    bool takesPointer;
-};
-
-const NamedOperation kGated[] = {
-    {"CheckPowerControlAvailable",
-     [](SolvaneMoBo& m, short*) { return m.CheckPowerControlAvailable(); }, false},
-    {"TriggerCapture", [](SolvaneMoBo& m, short*) { return m.TriggerCapture(); }, false},
-    {"EnableForcedBlackUpdate", [](SolvaneMoBo& m, short*) { return m.EnableForcedBlackUpdate(); },
-     false},
-    {"DisableForcedBlackUpdate",
-     [](SolvaneMoBo& m, short*) { return m.DisableForcedBlackUpdate(); }, false},
-    {"CheckAndResetMepFlag", [](SolvaneMoBo& m, short* p) { return m.CheckAndResetMepFlag(p); },
-     true},
-    {"CheckSystemReady", [](SolvaneMoBo& m, short* p) { return m.CheckSystemReady(p); }, true},
-    {"CheckForcedBlackUpdate", [](SolvaneMoBo& m, short* p) { return m.CheckForcedBlackUpdate(p); },
-     true},
-    {"WakeCamera", [](SolvaneMoBo& m, short*) { return m.WakeCamera(); }, false},
-    {"EnableCameraPower", [](SolvaneMoBo& m, short*) { return m.EnableCameraPower(); }, false},
-    {"DisableCameraPower", [](SolvaneMoBo& m, short*) { return m.DisableCameraPower(); }, false},
-    {"CheckCameraPower", [](SolvaneMoBo& m, short* p) { return m.CheckCameraPower(p); }, true},
-    {"EnableAccessoriesPower", [](SolvaneMoBo& m, short*) { return m.EnableAccessoriesPower(); },
-     false},
-    {"DisableAccessoriesPower", [](SolvaneMoBo& m, short*) { return m.DisableAccessoriesPower(); },
-     false},
-    {"CheckAccessoriesPower", [](SolvaneMoBo& m, short* p) { return m.CheckAccessoriesPower(p); },
-     true},
-};
+/// Those that see to it that the board is there, and more.
+std::vector<Operation> GatedOperations() {
+    std::vector<Operation> gated;
+    std::ranges::copy_if(kControllerOperations, std::back_inserter(gated),
+                         [](const Operation& operation) {
+                             return operation.IsGated() && operation.op != Op::CheckAvailable;
+                         });
+    EXPECT_EQ(gated.size(), 14u);
+    return gated;
+}
 
 TEST_P(MoBoTest, WithoutTheBoardEveryOperationIsMinusThreeEvenWithANullPointer) {
     StartUnconfigured();
     Load("");
     mobo = board->Make(logger);
-    for (const NamedOperation& operation : kGated) {
+    for (const Operation& operation : GatedOperations()) {
         for (short* const pointer : {&out, static_cast<short*>(nullptr)}) {
             TakeJournal();
             EXPECT_EQ(operation.run(*mobo, pointer), -3) << operation.name;
@@ -168,7 +149,7 @@ TEST_P(MoBoTest, WithoutTheBoardEveryOperationIsMinusThreeEvenWithANullPointer) 
 }
 
 TEST_P(MoBoTest, EveryOperationMayBeTheFirst) {
-    for (const NamedOperation& operation : kGated) {
+    for (const Operation& operation : GatedOperations()) {
         StartUnconfigured();
         EXPECT_EQ(operation.run(*mobo, &out), 0) << operation.name;
         EXPECT_THAT(TakeJournal(), testing::Contains(testing::EndsWith("Configure() result: 0")))
@@ -177,8 +158,8 @@ TEST_P(MoBoTest, EveryOperationMayBeTheFirst) {
 }
 
 TEST_P(MoBoTest, ANullPointerIsMinusFourAfterTheGateAndTouchesNoPin) {
-    for (const NamedOperation& operation : kGated) {
-        if (operation.takesPointer) {
+    for (const Operation& operation : GatedOperations()) {
+        if (operation.hasAnswer) {
             EXPECT_EQ(operation.run(*mobo, nullptr), -4) << operation.name;
             EXPECT_THAT(TakeJournal(), IsEmpty()) << operation.name;
         }

@@ -7,29 +7,11 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <solvane/rig.h>
 
 #include "logger.h"
+#include "rig_journal.h"
 
 namespace test {
-
-using Journal = std::vector<std::string>;
-
-/// One FT2232H with the camera on channel B ("SLV1B"), everything as it is after plugging in.
-inline constexpr const char* kUsbCamera = R"(
-[[usb]]
-chip = "FT2232H"
-serial = "SLV1"
-)";
-
-/// The camera on a parallel port that Windows knows.
-inline constexpr const char* kLptCamera = "[lpt]\n";
-
-/// The camera on the GPIO pins of a board with the Embedded API.
-inline constexpr const char* kEapiCamera = "[eapi]\n";
-
-/// The camera on the GPIO bank of a Super I/O chip.
-inline constexpr const char* kSuperIoCamera = "[superio]\n";
 
 /// Makes the process-wide hardware state what it is when the library is loaded.
 void ResetProcessState();

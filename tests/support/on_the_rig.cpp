@@ -51,18 +51,6 @@ void ResetProcessState() {
 
 namespace {
 
-Journal TakeEntries(std::initializer_list<rig_entry_kind> kinds) {
-    Journal journal;
-    rig_entry entry{};
-    for (std::size_t i = 0; rig_journal_entry(i, &entry) == 0; ++i) {
-        if (std::find(kinds.begin(), kinds.end(), entry.kind) != kinds.end()) {
-            journal.emplace_back(entry.text);
-        }
-    }
-    rig_journal_clear();
-    return journal;
-}
-
 void AddFault(rig_fault fault) {
     fault.call += rig_calls(fault.function);
     ASSERT_EQ(rig_add_fault(&fault), 0) << fault.function;

@@ -1,0 +1,19 @@
+#include "rig_journal.h"
+
+#include <algorithm>
+
+namespace test {
+
+Journal TakeEntries(std::initializer_list<rig_entry_kind> kinds) {
+    Journal journal;
+    rig_entry entry{};
+    for (std::size_t i = 0; rig_journal_entry(i, &entry) == 0; ++i) {
+        if (std::find(kinds.begin(), kinds.end(), entry.kind) != kinds.end()) {
+            journal.emplace_back(entry.text);
+        }
+    }
+    rig_journal_clear();
+    return journal;
+}
+
+} // namespace test
