@@ -108,10 +108,6 @@ class EverySequenceTest : public LibraryOnTheRig {
                    : "time " + std::to_string(rig_time()) + " ns";
     }
 
-    static short CallExport(const Operation& operation, short* answer) {
-        return CallExport(operation, answer);
-    }
-
     static Sequence SequenceOf(std::size_t number, int length) {
         Sequence sequence;
         for (int i = 0; i < length; ++i) {

@@ -107,7 +107,7 @@ const Effect* EffectOf(Op op) {
 
 /// Every call that answers something.
 std::span<const Operation> Calls() {
-    return std::span(Operations()).first(static_cast<std::size_t>(Op::EnforceFTDI));
+    return std::span(kOperations).first(static_cast<std::size_t>(Op::EnforceFTDI));
 }
 
 std::vector<std::string> CellsOf(const std::string& row) {
@@ -165,11 +165,11 @@ class FirstAnswersTest : public LibraryOnTheRig {
         rig_journal_clear();
         const std::uint32_t captures = rig_captures();
         std::int16_t answer = kUntouched;
-        const std::int16_t status = call.callExport(&answer);
+        const std::int16_t status = CallExport(call, &answer);
         if (status != 0) {
             return std::to_string(status);
         }
-        if (HasAnswer(call.op)) {
+        if (call.hasAnswer) {
             return answer == 1 ? "yes" : answer == 0 ? "no" : "nothing";
         }
         const bool isDone = effect != nullptr ? rig_level(effect->line) == effect->level
@@ -246,7 +246,7 @@ TEST_F(FirstAnswersTest, AfterAQuestionALostChipIsKnownToBeGone) {
         StartLibrary(kUsbCamera);
         Unplug();
         std::int16_t answer = 0;
-        call.callExport(&answer);
+        CallExport(call, &answer);
         Solvane_CheckSystemReady(&answer);
         EXPECT_EQ(Solvane_CheckAvailable(), SOLVANE_E_NO_HARDWARE) << call.name;
     }
