@@ -64,6 +64,7 @@ UsbChipSetup ReadUsbChip(TableReader& table, std::size_t index) {
         }
     }
     chip.plugged = table.Boolean("plugged").value_or(true);
+    chip.openElsewhere = table.Boolean("open_elsewhere").value_or(false);
     constexpr std::int64_t kNever = -1;
     constexpr std::int64_t kDefaultResetPort = 100;
     const std::int64_t resetPort =

@@ -26,6 +26,7 @@ struct UsbChipSetup {
     std::string description;
     bool camera = false; ///< carries the camera's lines
     bool plugged = true;
+    bool openElsewhere = false;             ///< another program has all of its channels open
     std::optional<std::uint64_t> resetPort; ///< how long FT_ResetPort takes, ns; none = for ever
 };
 

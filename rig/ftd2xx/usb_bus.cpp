@@ -17,6 +17,7 @@ struct Model {
     std::uint32_t id;
     std::uint32_t flags;
 };
+constexpr std::uint32_t kTypeUnknown = 3; // FT_DEVICE_UNKNOWN
 constexpr Model kFt2232h = {FT_DEVICE_2232H, 0x0403'6010, kFlagHighSpeed};
 constexpr Model kFt232r = {5, 0x0403'6001, 0};
 
@@ -60,7 +61,7 @@ FT_STATUS UsbBus::Open(int index, FT_HANDLE& handle) {
         return kDeviceNotFound;
     }
     const Place& place = places[static_cast<std::size_t>(index)];
-    if (HandleAt(place) != nullptr) {
+    if (chips[place.chip].isOpenElsewhere || HandleAt(place) != nullptr) {
         return kDeviceNotOpened;
     }
     handle = NextHandle();
@@ -148,6 +149,12 @@ FT_DEVICE_LIST_INFO_NODE UsbBus::NodeAt(const Place& place) const {
     const UsbChip& chip = chips[place.chip];
     const Model& model = ModelOf(chip.setup);
     FT_DEVICE_LIST_INFO_NODE node{};
+    if (chip.isOpenElsewhere) {
+        // The driver lets one program ask a device who it is: the one that has it open.
+        node.Flags = kFlagOpen;
+        node.Type = kTypeUnknown;
+        return node;
+    }
     node.ftHandle = HandleAt(place);
     const bool isOpen = node.ftHandle != nullptr;
     node.Flags = model.flags | (isOpen ? kFlagOpen : 0);
@@ -165,6 +172,7 @@ FT_DEVICE_LIST_INFO_NODE UsbBus::NodeAt(const Place& place) const {
 void UsbBus::Leave(std::size_t chip) {
     around.trace.Event("unplug " + std::to_string(chip));
     chips[chip].isPlugged = false;
+    chips[chip].isOpenElsewhere = false; // another program's handles are of no use any more either
     chips[chip].LosePower();
     for (auto& [handle, open] : handles) {
         open.isStale |= open.place.chip == chip;

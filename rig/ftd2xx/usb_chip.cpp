@@ -10,7 +10,7 @@ constexpr std::size_t kChannelsOfFt2232h = 2;
 } // namespace
 
 UsbChip::UsbChip(const UsbChipSetup& start, Installation& camera, const Timeline& time)
-    : setup(start), isPlugged(start.plugged) {
+    : setup(start), isPlugged(start.plugged), isOpenElsewhere(start.openElsewhere) {
     const bool isDual = setup.type == UsbChipSetup::Type::FT2232H;
     for (std::size_t i = 0; i < (isDual ? kChannelsOfFt2232h : 1); ++i) {
         const bool isWired = setup.camera && i == kCameraChannel;

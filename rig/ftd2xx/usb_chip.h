@@ -15,6 +15,7 @@ class UsbChip {
 
     const UsbChipSetup setup;
     bool isPlugged;
+    bool isOpenElsewhere;      ///< by another program, until the chip leaves
     Timeline::Ticket comeback; ///< due while a port reset keeps the chip away
     std::deque<Channel> channels;
 

@@ -48,6 +48,37 @@ TEST_F(DeviceList, TellsWhichDevicesAreOpen) {
     EXPECT_EQ(nodes[1].ftHandle, nullptr);
 }
 
+TEST_F(DeviceList, HidesWhatAnotherProgramHasOpen) {
+    Load(kOneChip + "open_elsewhere = true\n[[usb]]\nchip = 'FT2232H'\n");
+    const auto nodes = Devices();
+    ASSERT_EQ(nodes.size(), 4U);
+    for (int i = 0; i < 2; ++i) {
+        const auto& node = nodes[static_cast<std::size_t>(i)];
+        EXPECT_EQ(node.Flags, 1U) << "open";
+        EXPECT_EQ(node.Type, 3U) << "FT_DEVICE_UNKNOWN";
+        EXPECT_EQ(node.ID, 0U);
+        EXPECT_EQ(node.LocId, 0U);
+        EXPECT_STREQ(node.SerialNumber, "");
+        EXPECT_STREQ(node.Description, "");
+        EXPECT_EQ(node.ftHandle, nullptr);
+
+        FT_HANDLE handle = nullptr;
+        EXPECT_EQ(FT_Open(i, &handle), kDeviceNotOpened);
+        EXPECT_EQ(handle, nullptr);
+    }
+    EXPECT_STREQ(nodes[3].SerialNumber, "SLV2B") << "the other chip is free";
+    EXPECT_NE(Open(3), nullptr);
+}
+
+TEST_F(DeviceList, AnUnpluggedChipIsOpenNowhere) {
+    Load(kOneChip + "open_elsewhere = true\n");
+    rig_unplug(0);
+    EXPECT_TRUE(Devices().empty());
+    rig_plug(0);
+    EXPECT_STREQ(Devices().at(1).SerialNumber, "SLV1B");
+    EXPECT_NE(Open(1), nullptr);
+}
+
 TEST_F(DeviceList, CutsTextsToTheirFields) {
     Load("[[usb]]\nchip = 'FT2232H'\nserial = '" + std::string(15, 's') + "'\ndescription = '" +
          std::string(70, 'd') + "'\n");

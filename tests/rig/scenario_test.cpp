@@ -51,6 +51,7 @@ const std::vector<Mistake> kMistakes = {
     {"[usb]\nchip = 'FT2232H'", "line 1: 'usb' must be an array of tables: [[usb]]"},
     {"usb = [1]", "line 1: 'usb' must hold tables only"},
     {"[camera]\nasleep = 1", "line 2: 'asleep' must be true or false"},
+    {kOneChip + "open_elsewhere = 1", "line 4: 'open_elsewhere' must be true or false"},
     {"[camera]\nready = 'yes'", "line 2: 'ready' must be true or false"},
     {"[camera]\nexposure_ms = 1.5",
      "line 2: 'exposure_ms' must be a whole number from 0 to 86400000"},
