@@ -1,6 +1,5 @@
 #include "pc_command.h"
 
-#include <array>
 #include <filesystem>
 #include <memory>
 #include <stdexcept>
@@ -9,6 +8,7 @@
 #include <vector>
 
 #include "driver_service.h"
+#include "host_dlls.h"
 #include "this_program.h"
 #include "wmi_class.h"
 
@@ -44,10 +44,10 @@ void DoEach(const std::vector<Action>& actions, std::ostream& out, std::ostream&
     }
 }
 
-/// The vendors' DLLs need no installation: a host finds them on its search path.
+/// The vendors' DLLs need no installation: a host finds them in its folder or on its search path.
 void TellVendorDlls(std::ostream& out) {
     std::string found;
-    for (const char* file : {"FTD2XX.dll", "inpoutx64.dll", "EAPI_Library.dll"}) {
+    for (const char* file : kVendorDlls) {
         std::error_code ignored;
         if (std::filesystem::exists(PathBesideThisProgram(file), ignored)) {
             found += found.empty() ? file : std::string(", ") + file;

@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "host_command.h"
 #include "pc_command.h"
 #include "wave_command.h"
 
@@ -18,6 +19,7 @@ ExitCode RunTool(std::vector<std::string> arguments, std::ostream& out, std::ost
     app.require_subcommand(1);
     wave::AddWaveCommand(app, out, err);
     AddPcCommands(app, out, err);
+    AddHostCommands(app, out);
 
     if (!arguments.empty()) {
         arguments.erase(arguments.begin());

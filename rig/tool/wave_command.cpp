@@ -1,11 +1,11 @@
 #include "wave_command.h"
 
-#include <filesystem>
 #include <fstream>
 #include <memory>
 
 #include "svg_wave.h"
 #include "text_wave.h"
+#include "utf8_path.h"
 #include "vcd_reader.h"
 #include "wave_picture.h"
 
@@ -32,10 +32,6 @@ struct Request {
     TextStyle style;
     std::string svg; ///< a file, or "-"; empty: none
 };
-
-std::filesystem::path PathOf(const std::string& utf8) {
-    return std::u8string(utf8.begin(), utf8.end());
-}
 
 Recording Read(const std::string& name) {
     std::ifstream stream(PathOf(name), std::ios::binary);

@@ -114,21 +114,26 @@ TEST_F(Tool, TellsWhatItCannotDo) {
 
 TEST_F(Tool, RefusesWrongUsage) {
     const std::string file = PathOf("capture.vcd");
-    const std::vector<std::vector<std::string>> wrong = {{},
-                                                         {"wave"},
-                                                         {"fly"},
-                                                         {"wave", file, "--from", "5", "--to", "4"},
-                                                         {"wave", file, "--from", "-1"},
-                                                         {"wave", file, "--from", "nan"},
-                                                         {"wave", file, "--to", "nan"},
-                                                         {"wave", file, "--from", "soon"},
-                                                         {"wave", file, "--width", "39"},
-                                                         {"wave", file, "--width", "1001"},
-                                                         {"wave", file, file},
-                                                         {"wave", file, "--signal", "mep", "dark"},
-                                                         {"wave", file, "--colour"},
-                                                         {"install", "--wave"},
-                                                         {"status", "wmi"}};
+    const std::vector<std::vector<std::string>> wrong = {
+        {},
+        {"wave"},
+        {"fly"},
+        {"wave", file, "--from", "5", "--to", "4"},
+        {"wave", file, "--from", "-1"},
+        {"wave", file, "--from", "nan"},
+        {"wave", file, "--to", "nan"},
+        {"wave", file, "--from", "soon"},
+        {"wave", file, "--width", "39"},
+        {"wave", file, "--width", "1001"},
+        {"wave", file, file},
+        {"wave", file, "--signal", "mep", "dark"},
+        {"wave", file, "--colour"},
+        {"install", "--wave"},
+        {"status", "wmi"},
+        {"place"},
+        {"unplace"},
+        {"place", directory.string(), "again"},
+        {"unplace", directory.string(), "--set-aside"}};
     for (const std::vector<std::string>& arguments : wrong) {
         EXPECT_EQ(Run(arguments), rig::kUsageError) << testing::PrintToString(arguments);
         EXPECT_EQ(out.str(), "");
@@ -159,6 +164,13 @@ TEST_F(Tool, TheVirtualPcBelongsIntoWine) {
         EXPECT_EQ(Run({command, "--driver", "--wmi"}), rig::kFailure) << command;
         EXPECT_EQ(err.str(), driver + wmi) << command;
     }
+}
+
+TEST_F(Tool, PlacesOnlyWhatItHas) {
+    EXPECT_EQ(Run({"place", directory.string()}), rig::kFailure);
+    EXPECT_THAT(err.str(), EndsWith("solvane_rig.dll is missing.\n"));
+    EXPECT_EQ(Run({"unplace", directory.string()}), rig::kSuccess);
+    EXPECT_EQ(out.str(), "Nothing of the rig is placed in " + directory.string() + ".\n");
 }
 
 TEST_F(Tool, StatusListsTheVendorsDllsBesideIt) {

@@ -1,0 +1,16 @@
+/// Files by what is in them.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+namespace rig {
+
+/// All bytes of a file; none when it cannot be read.
+std::optional<std::string> ContentOf(const std::filesystem::path& path);
+
+/// The SHA-256 sum (FIPS 180-4) of some bytes, in lower-case hexadecimal digits.
+std::string Sha256(const std::string& bytes);
+
+} // namespace rig

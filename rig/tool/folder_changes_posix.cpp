@@ -1,0 +1,65 @@
+#include "folder_changes.h"
+
+#include <cerrno>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+
+#include <fcntl.h>
+#include <stdio.h>
+#include <unistd.h>
+
+#include "utf8_path.h"
+
+namespace rig {
+
+namespace {
+
+[[noreturn]] void Fail(const std::filesystem::path& path, const char* what, int error) {
+    throw std::runtime_error(Utf8(path) + " cannot be " + what + ": " +
+                             std::generic_category().message(error) + '.');
+}
+
+bool WriteAll(int file, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t written = write(file, bytes.data(), bytes.size());
+        if (written < 0) {
+            return false;
+        }
+        bytes.remove_prefix(static_cast<std::size_t>(written));
+    }
+    return fsync(file) == 0;
+}
+
+} // namespace
+
+void CreateNewFile(const std::filesystem::path& path, std::string_view bytes) {
+    const int file = open(path.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666);
+    if (file < 0) {
+        Fail(path, "made", errno);
+    }
+    const int error = WriteAll(file, bytes) ? 0 : errno;
+    close(file);
+    if (error != 0) {
+        unlink(path.c_str());
+        Fail(path, "written", error);
+    }
+}
+
+void RenameFile(const std::filesystem::path& from, const std::filesystem::path& to) {
+    if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) != 0) {
+        Fail(from, "renamed", errno);
+    }
+}
+
+void RemoveFile(const std::filesystem::path& path) {
+    if (unlink(path.c_str()) != 0) {
+        Fail(path, "removed", errno);
+    }
+}
+
+bool IsOfTheSystem(const std::filesystem::path&) {
+    return false;
+}
+
+} // namespace rig

@@ -1,0 +1,14 @@
+/// The commands `place` and `unplace`: hosts on the rig, and not on real hardware.
+#pragma once
+
+#include <ostream>
+
+#include <CLI/CLI.hpp>
+
+namespace rig {
+
+/// Adds the commands. What is done is told to `out`, which outlives the application. Failures are
+/// std::runtime_error.
+void AddHostCommands(CLI::App& app, std::ostream& out);
+
+} // namespace rig

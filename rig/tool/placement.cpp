@@ -1,0 +1,282 @@
+#include "placement.h"
+
+#include <algorithm>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+#include "file_content.h"
+#include "folder_changes.h"
+#include "host_dlls.h"
+#include "placement_record.h"
+#include "utf8_path.h"
+
+namespace fs = std::filesystem;
+
+namespace rig {
+
+namespace {
+
+// Everything in a host's folder that is the rig's has one of these names, or the sum that is
+// recorded of it. The record comes before, and goes after, everything else.
+constexpr const char* kRecord = "solvane-rig-placed.txt";
+constexpr const char* kAside = ".set-aside-by-solvane-rig";
+constexpr const char* kUnfinished = ".unfinished-by-solvane-rig";
+
+struct RigDll {
+    std::string name;
+    std::string bytes;
+    std::string sum;
+};
+
+std::vector<RigDll> ReadRig(const fs::path& rig) {
+    std::vector<RigDll> dlls;
+    for (const char* name : kHostDlls) {
+        std::optional<std::string> bytes = ContentOf(rig / name);
+        if (!bytes) {
+            throw std::runtime_error(Utf8(rig / name) + " is missing.");
+        }
+        std::string sum = Sha256(*bytes);
+        dlls.push_back({name, std::move(*bytes), std::move(sum)});
+    }
+    return dlls;
+}
+
+std::string Listed(const std::vector<std::string>& names) {
+    std::string text;
+    for (const std::string& name : names) {
+        text += (text.empty() ? "" : ", ") + name;
+    }
+    return text;
+}
+
+class HostFolder {
+  public:
+    explicit HostFolder(const fs::path& folder) : path(folder) {
+        std::error_code ignored;
+        if (!fs::is_directory(path, ignored)) {
+            throw std::runtime_error(Utf8(path) + " is not a folder.");
+        }
+    }
+
+    fs::path operator/(const std::string& name) const { return path / name; }
+
+    /// How a name is written in the folder; empty when there is none.
+    std::string Find(std::string_view name) const {
+        std::error_code failure;
+        for (const fs::directory_entry& entry : fs::directory_iterator(path, failure)) {
+            if (std::string found = Utf8(entry.path().filename()); IsSameName(found, name)) {
+                return found;
+            }
+        }
+        return {};
+    }
+
+    bool Has(std::string_view name) const { return !Find(name).empty(); }
+
+    /// Empty when there is no such file, or none that can be read.
+    std::string SumOf(std::string_view name) const {
+        const std::string found = Find(name);
+        const std::optional<std::string> bytes =
+            found.empty() ? std::nullopt : ContentOf(path / found);
+        return bytes ? Sha256(*bytes) : std::string();
+    }
+
+    /// Files that only placing makes, other than the record.
+    std::vector<std::string> Leavings() const {
+        std::vector<std::string> names;
+        for (const std::string name : kHostDlls) {
+            for (const char* ending : {kAside, kUnfinished}) {
+                if (std::string found = Find(name + ending); !found.empty()) {
+                    names.push_back(found);
+                }
+            }
+        }
+        return names;
+    }
+
+    const fs::path path;
+};
+
+[[noreturn]] void FailWithoutRecord(const std::string& what,
+                                    const std::vector<std::string>& files) {
+    throw std::runtime_error(
+        std::string(kRecord) + what +
+        (files.empty() ? "" : ", so that nobody knows whose these are: " + Listed(files)) +
+        ". Rename what belongs to you, and remove the rest and the record.");
+}
+
+/// None without a record, of which a crash may have left a beginning: before anything was changed.
+std::vector<PlacedDll> TakeRecord(const HostFolder& folder) {
+    if (folder.Has(std::string(kRecord) + kUnfinished)) {
+        RemoveFile(folder / (std::string(kRecord) + kUnfinished));
+    }
+    std::vector<std::string> files = folder.Leavings();
+    if (!folder.Has(kRecord)) {
+        if (!files.empty()) {
+            FailWithoutRecord(" is gone", files);
+        }
+        return {};
+    }
+    const auto record = ReadRecord(ContentOf(folder / kRecord).value_or(""));
+    if (!record) {
+        for (const char* name : kHostDlls) {
+            if (std::string found = folder.Find(name); !found.empty()) {
+                files.push_back(found);
+            }
+        }
+        FailWithoutRecord(" is damaged", files);
+    }
+    return *record;
+}
+
+/// Undoes what was done for one DLL. Gives what cannot be undone in a sentence, else nothing.
+std::string TakeAway(const HostFolder& folder, const PlacedDll& dll, std::ostream& out) {
+    if (folder.Has(dll.name + kUnfinished)) {
+        RemoveFile(folder / (dll.name + kUnfinished));
+    }
+    const std::string aside = dll.original + kAside;
+    const bool isSetAside = !dll.original.empty() && folder.Has(aside);
+    if (folder.SumOf(dll.name) == dll.sum) {
+        RemoveFile(folder / folder.Find(dll.name));
+        out << dll.name << " is removed.\n";
+    }
+    if (folder.Has(dll.name)) {
+        if (isSetAside) {
+            return dll.name + " has been changed since, and stays. What was there before it is " +
+                   aside + ".";
+        }
+        // Not yet set aside, or back already.
+        return dll.original.empty() ? dll.name + " has been changed since, and stays." : "";
+    }
+    if (isSetAside) {
+        RenameFile(folder / aside, folder / dll.original);
+        out << dll.original << " is back.\n";
+        return "";
+    }
+    return dll.original.empty() ? "" : aside + ", which was set aside, is gone.";
+}
+
+void TakeAway(const HostFolder& folder, const std::vector<PlacedDll>& record, std::ostream& out) {
+    std::string failures;
+    const auto note = [&](const std::string& failure) {
+        failures += (failures.empty() || failure.empty() ? "" : " ") + failure;
+    };
+    bool isOver = true;
+    for (const PlacedDll& dll : record) {
+        try {
+            note(TakeAway(folder, dll, out));
+        } catch (const std::runtime_error& failure) {
+            note(failure.what());
+            isOver = false;
+        }
+    }
+    if (isOver && folder.Leavings().empty()) {
+        RemoveFile(folder / kRecord);
+        out << kRecord << " is removed.\n";
+    }
+    if (!failures.empty()) {
+        throw std::runtime_error(failures);
+    }
+}
+
+bool IsPlaced(const HostFolder& folder, const std::vector<RigDll>& dlls) {
+    return std::all_of(dlls.begin(), dlls.end(), [&](const RigDll& dll) {
+        return folder.SumOf(dll.name) == dll.sum && !folder.Has(dll.name + kUnfinished);
+    });
+}
+
+/// What is to be placed: all that is not there already.
+std::vector<PlacedDll> Plan(const HostFolder& folder, const std::vector<RigDll>& dlls,
+                            bool setAside) {
+    std::vector<PlacedDll> plan;
+    std::vector<std::string> originals;
+    for (const RigDll& dll : dlls) {
+        if (folder.SumOf(dll.name) == dll.sum) {
+            continue;
+        }
+        plan.push_back({dll.name, dll.sum, folder.Find(dll.name)});
+        if (!plan.back().original.empty()) {
+            originals.push_back(plan.back().original);
+        }
+    }
+    if (!originals.empty() && !setAside) {
+        throw std::runtime_error(Utf8(folder.path) + " has its own " + Listed(originals) +
+                                 ". Nothing was changed. With --set-aside they are kept under "
+                                 "another name until the rig is taken away.");
+    }
+    return plan;
+}
+
+/// The record, then what takes long and may find the disk full, and last what a host could notice.
+void Carry(const HostFolder& folder, const std::vector<RigDll>& dlls,
+           const std::vector<PlacedDll>& plan, std::ostream& out) {
+    const std::string unfinished = std::string(kRecord) + kUnfinished;
+    CreateNewFile(folder / unfinished, WriteRecord(plan));
+    RenameFile(folder / unfinished, folder / kRecord);
+    out << kRecord << " tells what is placed here.\n";
+    for (const RigDll& dll : dlls) {
+        if (std::any_of(plan.begin(), plan.end(),
+                        [&](const PlacedDll& placed) { return placed.name == dll.name; })) {
+            CreateNewFile(folder / (dll.name + kUnfinished), dll.bytes);
+        }
+    }
+    for (const PlacedDll& placed : plan) {
+        if (!placed.original.empty()) {
+            RenameFile(folder / placed.original, folder / (placed.original + kAside));
+            out << placed.original << " is set aside as " << placed.original << kAside << ".\n";
+        }
+        RenameFile(folder / (placed.name + kUnfinished), folder / placed.name);
+        out << placed.name << " is placed.\n";
+    }
+}
+
+} // namespace
+
+void Place(const fs::path& rig, const fs::path& hostFolder, bool setAside, std::ostream& out) {
+    const HostFolder folder(hostFolder);
+    std::error_code ignored;
+    if (fs::equivalent(rig / kHostDlls.front(), folder / kHostDlls.front(), ignored)) {
+        throw std::runtime_error(Utf8(folder.path) + " is the rig's own folder.");
+    }
+    if (IsOfTheSystem(folder.path)) {
+        throw std::runtime_error(Utf8(folder.path) + " is a folder of Windows, where every " +
+                                 "program would meet the rig. Choose the folder of one host.");
+    }
+    const std::vector<RigDll> dlls = ReadRig(rig);
+    const std::vector<PlacedDll> record = TakeRecord(folder);
+    if (IsPlaced(folder, dlls)) {
+        out << "The rig's DLLs are in " << Utf8(folder.path) << " already.\n";
+        return;
+    }
+    if (!record.empty()) { // a placing was cut short, or was of another rig
+        setAside |= std::any_of(record.begin(), record.end(),
+                                [](const PlacedDll& dll) { return !dll.original.empty(); });
+        TakeAway(folder, record, out);
+    }
+    const std::vector<PlacedDll> plan = Plan(folder, dlls, setAside);
+    try {
+        Carry(folder, dlls, plan, out);
+    } catch (const std::runtime_error& failure) {
+        try {
+            Unplace(folder.path, out);
+        } catch (const std::runtime_error& rest) {
+            throw std::runtime_error(std::string(failure.what()) + ' ' + rest.what());
+        }
+        throw;
+    }
+}
+
+void Unplace(const fs::path& hostFolder, std::ostream& out) {
+    const HostFolder folder(hostFolder);
+    if (const std::vector<PlacedDll> record = TakeRecord(folder); !record.empty()) {
+        TakeAway(folder, record, out);
+    } else {
+        out << "Nothing of the rig is placed in " << Utf8(folder.path) << ".\n";
+    }
+}
+
+} // namespace rig

@@ -1,0 +1,75 @@
+#include "placement_record.h"
+
+#include <algorithm>
+#include <sstream>
+
+#include "host_dlls.h"
+
+namespace rig {
+
+namespace {
+
+// Lines of a sum and a name are those of sha256sum; it takes the others for comments.
+constexpr std::string_view kHead = "# The virtual rig is in this folder: programs that start here "
+                                   "meet a simulated camera, and no\n"
+                                   "# real one. `solvane-rig unplace` with this folder takes the "
+                                   "rig's DLLs away and puts back what\n"
+                                   "# was here before. It needs this file for that.\n";
+constexpr std::string_view kOriginal = "# set aside: ";
+constexpr std::string_view kBetween = "  ";
+constexpr std::size_t kSumLength = 64;
+
+bool IsKnown(std::string_view name) {
+    return std::find(kHostDlls.begin(), kHostDlls.end(), name) != kHostDlls.end();
+}
+
+/// Adds what a line says; false when it is none of a record.
+bool Add(const std::string& line, std::vector<PlacedDll>& dlls) {
+    if (line.starts_with(kOriginal)) {
+        const std::string name = line.substr(kOriginal.size());
+        if (dlls.empty() || !IsSameName(name, dlls.back().name)) {
+            return false;
+        }
+        dlls.back().original = name;
+        return true;
+    }
+    if (line.starts_with('#')) {
+        return true;
+    }
+    if (line.find(kBetween) != kSumLength) {
+        return false;
+    }
+    const std::string name = line.substr(kSumLength + kBetween.size());
+    dlls.push_back({name, line.substr(0, kSumLength), {}});
+    return IsKnown(name);
+}
+
+} // namespace
+
+std::string WriteRecord(const std::vector<PlacedDll>& dlls) {
+    std::ostringstream text;
+    text << kHead;
+    for (const PlacedDll& dll : dlls) {
+        text << dll.sum << kBetween << dll.name << '\n';
+        if (!dll.original.empty()) {
+            text << kOriginal << dll.original << '\n';
+        }
+    }
+    return text.str();
+}
+
+std::optional<std::vector<PlacedDll>> ReadRecord(std::string_view text) {
+    std::istringstream lines{std::string(text)};
+    std::vector<PlacedDll> dlls;
+    for (std::string line; std::getline(lines, line);) {
+        if (line.ends_with('\r')) { // of an editor
+            line.pop_back();
+        }
+        if (!Add(line, dlls)) {
+            return std::nullopt;
+        }
+    }
+    return dlls.empty() ? std::nullopt : std::optional(std::move(dlls));
+}
+
+} // namespace rig
