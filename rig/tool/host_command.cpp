@@ -1,10 +1,13 @@
 #include "host_command.h"
 
 #include <memory>
+#include <stdexcept>
 #include <string>
 
+#include "host_guard.h"
 #include "placement.h"
 #include "this_program.h"
+#include "tool.h"
 #include "utf8_path.h"
 
 namespace rig {
@@ -25,9 +28,20 @@ CLI::App& AddCommand(CLI::App& app, const char* name, const char* about,
     return command;
 }
 
+int Guard(const CLI::App& command) {
+    if (command.remaining_size() == 0) {
+        throw CLI::RequiredError("HOST");
+    }
+    try {
+        return RunGuarded(command.remaining());
+    } catch (const std::runtime_error& failure) {
+        throw GuardFailure(failure.what());
+    }
+}
+
 } // namespace
 
-void AddHostCommands(CLI::App& app, std::ostream& out) {
+void AddHostCommands(CLI::App& app, std::ostream& out, int& hostExit) {
     const auto request = std::make_shared<Request>();
     CLI::App& place =
         AddCommand(app, "place", "Puts the rig's DLLs into the folder of a host", request);
@@ -38,6 +52,14 @@ void AddHostCommands(CLI::App& app, std::ostream& out) {
     });
     AddCommand(app, "unplace", "Takes them away, and puts back what was there before", request)
         .callback([request, &out] { Unplace(PathOf(request->folder), out); });
+
+    CLI::App& guard = *app.add_subcommand("guard", "Runs a host that must not reach real hardware");
+    guard.footer(
+        "After `guard` come the host and its arguments. Should it load a vendor's DLL that "
+        "is not the\nrig's, it is ended before that does anything. The exit code is the "
+        "host's, or 125 if it was\nnot started or was ended.");
+    guard.prefix_command();
+    guard.callback([&guard, &hostExit] { hostExit = Guard(guard); });
 }
 
 } // namespace rig

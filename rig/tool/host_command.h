@@ -1,4 +1,4 @@
-/// The commands `place` and `unplace`: hosts on the rig, and not on real hardware.
+/// The commands `place`, `unplace` and `guard`: hosts on the rig, and not on real hardware.
 #pragma once
 
 #include <ostream>
@@ -7,8 +7,8 @@
 
 namespace rig {
 
-/// Adds the commands. What is done is told to `out`, which outlives the application. Failures are
-/// std::runtime_error.
-void AddHostCommands(CLI::App& app, std::ostream& out);
+/// Adds the commands. What is done is told to `out`, which outlives the application; `hostExit`
+/// gets the exit code of a host. Failures are std::runtime_error.
+void AddHostCommands(CLI::App& app, std::ostream& out, int& hostExit);
 
 } // namespace rig

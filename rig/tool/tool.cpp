@@ -11,7 +11,7 @@
 
 namespace rig {
 
-ExitCode RunTool(std::vector<std::string> arguments, std::ostream& out, std::ostream& err) {
+int RunTool(std::vector<std::string> arguments, std::ostream& out, std::ostream& err) {
     CLI::App app("The virtual hardware's tool.", "solvane-rig");
     app.allow_windows_style_options(false); // "/tmp/x" is a path
     app.footer("Exit codes: 0 done, 1 it cannot be done, 2 wrong usage.");
@@ -19,7 +19,8 @@ ExitCode RunTool(std::vector<std::string> arguments, std::ostream& out, std::ost
     app.require_subcommand(1);
     wave::AddWaveCommand(app, out, err);
     AddPcCommands(app, out, err);
-    AddHostCommands(app, out);
+    int hostExit = kSuccess;
+    AddHostCommands(app, out, hostExit);
 
     if (!arguments.empty()) {
         arguments.erase(arguments.begin());
@@ -27,9 +28,12 @@ ExitCode RunTool(std::vector<std::string> arguments, std::ostream& out, std::ost
     std::reverse(arguments.begin(), arguments.end()); // as CLI11 takes them
     try {
         app.parse(std::move(arguments));
-        return kSuccess;
+        return hostExit;
     } catch (const CLI::ParseError& stopped) {
         return app.exit(stopped, out, err) == 0 ? kSuccess : kUsageError; // 0: help was asked for
+    } catch (const GuardFailure& failure) {
+        err << "solvane-rig: " << failure.what() << '\n';
+        return kGuardFailure;
     } catch (const std::exception& failure) {
         err << "solvane-rig: " << failure.what() << '\n';
         return kFailure;

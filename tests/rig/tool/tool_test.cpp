@@ -36,7 +36,7 @@ class Tool : public testing::Test {
         std::ofstream(directory / name, std::ios::binary) << text;
     }
 
-    rig::ExitCode Run(std::vector<std::string> arguments) {
+    int Run(std::vector<std::string> arguments) {
         arguments.insert(arguments.begin(), "solvane-rig");
         out.str("");
         err.str("");
@@ -133,7 +133,8 @@ TEST_F(Tool, RefusesWrongUsage) {
         {"place"},
         {"unplace"},
         {"place", directory.string(), "again"},
-        {"unplace", directory.string(), "--set-aside"}};
+        {"unplace", directory.string(), "--set-aside"},
+        {"guard"}};
     for (const std::vector<std::string>& arguments : wrong) {
         EXPECT_EQ(Run(arguments), rig::kUsageError) << testing::PrintToString(arguments);
         EXPECT_EQ(out.str(), "");
@@ -171,6 +172,11 @@ TEST_F(Tool, PlacesOnlyWhatItHas) {
     EXPECT_THAT(err.str(), EndsWith("solvane_rig.dll is missing.\n"));
     EXPECT_EQ(Run({"unplace", directory.string()}), rig::kSuccess);
     EXPECT_EQ(out.str(), "Nothing of the rig is placed in " + directory.string() + ".\n");
+}
+
+TEST_F(Tool, AHostThatIsNotStartedHasACodeOfItsOwn) {
+    EXPECT_EQ(Run({"guard", "host.exe", "--help"}), 125);
+    EXPECT_EQ(err.str(), "solvane-rig: a host is a Windows program; run solvane-rig.exe in Wine\n");
 }
 
 TEST_F(Tool, StatusListsTheVendorsDllsBesideIt) {
