@@ -10,7 +10,9 @@
  *     SOLVANE_RIG_VCD=<file>  write the lines as a waveform (VCD) for GTKWave, PulseView, sigrok
  *     SOLVANE_RIG_JOURNAL=<file>  write every call, edge and event as a line of text
  *
- * and puts the rig's directory on the DLL search path. Tests use the functions below besides.
+ * and has the rig's DLLs put into its folder by `solvane-rig place`: on Windows the search path
+ * comes after System32, where a vendor's DLL for real hardware may be. Tests use the functions
+ * below besides.
  *
  * Rules of the whole interface
  *
