@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <new>
 
 namespace {
 
@@ -11,25 +10,28 @@ std::atomic<std::size_t> releases = 0;
 
 struct Refusal {
     bool isArmed = false;
-    std::size_t first = 0; ///< counted down to the first one
+    std::size_t first = 0;
     std::size_t times = 0;
+    std::size_t another = 0;
+    std::size_t calls = 0;
     std::size_t made = 0;
 };
 thread_local Refusal refusal;
 
 bool IsRefused() {
-    if (!refusal.isArmed || --refusal.first > 0) {
+    if (!refusal.isArmed) {
         return false;
     }
-    refusal.first = 1;
-    if (refusal.made == refusal.times) {
-        return false;
-    }
-    ++refusal.made;
-    return true;
+    const std::size_t call = ++refusal.calls;
+    const bool isRefused =
+        (call >= refusal.first && call - refusal.first < refusal.times) || call == refusal.another;
+    refusal.made += isRefused ? 1 : 0;
+    return isRefused;
 }
 
-void* Allocate(std::size_t size) noexcept {
+} // namespace
+
+void* AllocateUnlessRefused(std::size_t size) noexcept {
     if (IsRefused()) {
         return nullptr;
     }
@@ -37,30 +39,10 @@ void* Allocate(std::size_t size) noexcept {
     return std::malloc(size != 0 ? size : 1);
 }
 
-void* AllocateOrThrow(std::size_t size) {
-    if (void* const memory = Allocate(size)) {
-        return memory;
-    }
-    throw std::bad_alloc();
-}
-
-void Release(void* memory) noexcept {
+void ReleaseAllocated(void* memory) noexcept {
     releases += memory != nullptr ? 1 : 0;
     std::free(memory);
 }
-
-} // namespace
-
-// clang-format off
-void* operator new(std::size_t size) { return AllocateOrThrow(size); }
-void* operator new[](std::size_t size) { return AllocateOrThrow(size); }
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
-void operator delete(void* memory) noexcept { Release(memory); }
-void operator delete[](void* memory) noexcept { Release(memory); }
-void operator delete(void* memory, std::size_t) noexcept { Release(memory); }
-void operator delete[](void* memory, std::size_t) noexcept { Release(memory); }
-// clang-format on
 
 std::size_t Allocations() {
     return allocations;
@@ -70,8 +52,8 @@ std::size_t Releases() {
     return releases;
 }
 
-FailingMemory::FailingMemory(std::size_t first, std::size_t times) {
-    refusal = {true, first, times, 0};
+FailingMemory::FailingMemory(std::size_t first, std::size_t times, std::size_t another) {
+    refusal = {true, first, times, another, 0, 0};
 }
 
 FailingMemory::~FailingMemory() {

@@ -1,5 +1,5 @@
-/// Memory that runs out: allocations of the C++ program that are refused, and a count of those that
-/// are made. A program that links failing_memory.cpp has its operators new and delete.
+/// Memory that runs out: allocations that are refused, and a count of those that are made. It
+/// concerns the program or the module that links failing_operators.cpp.
 #pragma once
 
 #include <cstddef>
@@ -13,11 +13,15 @@ class FailingMemory {
   public:
     static constexpr std::size_t kForEver = ~std::size_t{0};
 
-    /// From the n-th allocation on (1 is the next), so many times.
-    FailingMemory(std::size_t first, std::size_t times);
+    /// From the n-th allocation on (1 is the next), so many times; and another one (0: none).
+    FailingMemory(std::size_t first, std::size_t times, std::size_t another = 0);
     ~FailingMemory();
     FailingMemory(const FailingMemory&) = delete;
     FailingMemory& operator=(const FailingMemory&) = delete;
 
     std::size_t Refusals() const;
 };
+
+/// What the operators are made of. Null when the allocation is refused.
+void* AllocateUnlessRefused(std::size_t size) noexcept;
+void ReleaseAllocated(void* memory) noexcept;

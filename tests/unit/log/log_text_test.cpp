@@ -79,6 +79,16 @@ TEST(LogText, GrowsWithoutLimit) {
     EXPECT_STREQ(LogText::Hold(text).CString(), "");
 }
 
+TEST(LogText, AClearedTextGivesItsMemoryBack) {
+    const std::string longText(1000, 'x');
+    const std::size_t held = Allocations() - Releases();
+    LogText text;
+    text << longText;
+    EXPECT_EQ(Allocations() - Releases(), held + 1);
+    text.Clear();
+    EXPECT_EQ(Allocations() - Releases(), held);
+}
+
 TEST(LogText, ATextOfTheUsualLengthAsksForNoMemory) {
     const FailingMemory memory(1, FailingMemory::kForEver);
     LogText text;
