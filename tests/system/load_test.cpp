@@ -45,7 +45,7 @@ Usage CurrentUsage() {
 TEST_F(Load, AThousandCyclesGrowNeitherHandlesNorMemory) {
     library.Unload();
     const auto cycle = [] {
-        Library once;
+        LoadedLibrary once;
         EXPECT_EQ(once.TriggerCapture(), 0);
         once.Unload();
         rig_journal_clear();
