@@ -1,4 +1,9 @@
-/// The time stamps of log lines, in the real DLL; what the lines say is in tests/transcripts.
+/// Log lines of the real DLL: their time stamps, and threads; what they say is in
+/// tests/transcripts.
+
+#include <mutex>
+#include <regex>
+#include <thread>
 
 #include "library_fixture.h"
 
@@ -33,6 +38,35 @@ TEST_F(Log, TheTimeStampIsTheLocalTime) {
     }
     EXPECT_GE(stamped, first - 1);
     EXPECT_LE(stamped, last + 1);
+}
+
+/// Timer functions may be called from any thread, and log there.
+TEST_F(Log, LinesOfTwoThreadsArriveOnceAndWhole) {
+    constexpr std::size_t kLinesOfEach = 5'000;
+    struct Host {
+        std::mutex mutex;
+        std::vector<std::string> lines;
+    } host;
+    library.SetLogger(&host, [](void* context, const char* line) {
+        auto& receiver = *static_cast<Host*>(context);
+        const std::lock_guard lock(receiver.mutex);
+        receiver.lines.emplace_back(line);
+    });
+    const auto logMany = [&] {
+        for (std::size_t i = 0; i < kLinesOfEach; ++i) {
+            library.StopTimer(0);
+        }
+    };
+    std::thread other(logMany);
+    logMany();
+    other.join();
+    library.SetLogger(nullptr, nullptr);
+    EXPECT_EQ(host.lines.size(), 2 * kLinesOfEach);
+    const std::regex whole(R"(\[\d\d:\d\d:\d\d\.\d\d\d\] )"
+                           R"(Error\. Solvane_StopTimer\(\) got invalid timer handler\. )");
+    for (const std::string& line : host.lines) {
+        ASSERT_TRUE(std::regex_match(line, whole)) << '"' << line << '"';
+    }
 }
 
 } // namespace
