@@ -31,6 +31,16 @@ int Plug(unsigned chip, bool plugged) {
     return Guarded(-1, [&] { return Access()->SetPlugged(chip, plugged) ? 0 : -1; });
 }
 
+/// A text that stays valid until the next call with the same question.
+template <class Question>
+const char* Told(Question question) {
+    thread_local std::string text;
+    return Guarded("", [&] {
+        text = question(Access());
+        return text.c_str();
+    });
+}
+
 } // namespace
 
 int rig_load(const char* toml) {
@@ -51,11 +61,11 @@ int rig_load_file(const char* path) {
 }
 
 const char* rig_error(void) {
-    thread_local std::string text;
-    return Guarded("", [&] {
-        text = Access()->Error();
-        return text.c_str();
-    });
+    return Told([](const Access& rig) { return rig->Error(); });
+}
+
+const char* rig_scenario(void) {
+    return Told([](const Access& rig) { return rig->ScenarioName(); });
 }
 
 const char* rig_line_name(rig_line line) {

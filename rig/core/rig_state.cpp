@@ -5,6 +5,7 @@
 #include <fstream>
 #include <sstream>
 #include <system_error>
+#include <utility>
 
 #include "environment.h"
 #include "front.h"
@@ -56,7 +57,7 @@ void Rig::LoadFromEnvironment() {
         LoadDefault();
     } else if (!LoadFile(scenario)) {
         complain(error + "; there is no hardware");
-        Load({});
+        Load({}, "none: " + error);
     }
     const std::filesystem::path waveform = PathFromEnvironment("SOLVANE_RIG_VCD");
     if (!waveform.empty() && !trace.StartWaveform(waveform, installation->AllLevels())) {
@@ -65,9 +66,14 @@ void Rig::LoadFromEnvironment() {
 }
 
 bool Rig::LoadText(std::string_view toml) {
+    return Parse(toml, "given as text");
+}
+
+bool Rig::Parse(std::string_view toml, std::string called) {
     error.clear();
     try {
-        Load(ParseScenario(toml, [&](std::string_view name) { return faults.Knows(name); }));
+        Load(ParseScenario(toml, [&](std::string_view call) { return faults.Knows(call); }),
+             std::move(called));
     } catch (const ScenarioError& mistake) {
         error = mistake.what();
     }
@@ -84,7 +90,7 @@ bool Rig::LoadFile(const std::filesystem::path& path) {
     }
     std::ostringstream text;
     text << file.rdbuf();
-    const bool isGood = LoadText(text.str());
+    const bool isGood = Parse(text.str(), Utf8FromPath(path));
     if (!isGood) {
         error = Utf8FromPath(path) + ": " + error;
     }
@@ -93,10 +99,11 @@ bool Rig::LoadFile(const std::filesystem::path& path) {
 
 void Rig::LoadDefault() {
     error.clear();
-    Load(DefaultScenario());
+    Load(DefaultScenario(), "default");
 }
 
-void Rig::Load(const Scenario& scenario) {
+void Rig::Load(const Scenario& scenario, std::string called) {
+    name = std::move(called);
     timeline.Restart();
     faults.Restart();
     installation.emplace(scenario.camera, timeline, trace);

@@ -30,6 +30,9 @@ class Rig {
     /// What was wrong with the last scenario.
     const std::string& Error() const { return error; }
 
+    /// What the scenario is called: its file, or how else it came.
+    const std::string& ScenarioName() const { return name; }
+
     /// Counts a vendor call and has the events happen that precede it; its fault, or null.
     const Fault* BeginCall(std::string_view function);
 
@@ -45,11 +48,13 @@ class Rig {
 
     Rig();
     void LoadFromEnvironment();
-    void Load(const Scenario& scenario);
+    void Load(const Scenario& scenario, std::string called);
+    bool Parse(std::string_view toml, std::string called);
     void Perform(const ScenarioEvent& event);
 
     std::mutex mutex;
     std::string error;
+    std::string name;
     std::vector<ScenarioEvent> eventsBeforeCalls;
 };
 

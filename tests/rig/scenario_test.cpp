@@ -172,6 +172,18 @@ TEST_F(ScenarioTest, AWrongFileIsNamed) {
     EXPECT_EQ(rig_load_file(nullptr), -1);
 }
 
+TEST_F(ScenarioTest, HasAName) {
+    const std::string file = SCENARIO_DIRECTORY "/usb.toml";
+    EXPECT_EQ(rig_load_file(file.c_str()), 0);
+    EXPECT_EQ(rig_scenario(), file);
+    EXPECT_EQ(rig_load_file("no_such_file.toml"), -1);
+    EXPECT_EQ(rig_scenario(), file) << "nothing has changed";
+    EXPECT_EQ(rig_load(""), 0);
+    EXPECT_STREQ(rig_scenario(), "given as text");
+    EXPECT_EQ(rig_load(nullptr), 0);
+    EXPECT_STREQ(rig_scenario(), "default");
+}
+
 class Example : public BenchRig {
   protected:
     static void LoadExample(const std::string& name) {

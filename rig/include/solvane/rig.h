@@ -84,6 +84,14 @@ SOLVANE_RIG_API int rig_load_file(const char* path);
  */
 SOLVANE_RIG_API const char* rig_error(void);
 
+/**
+ * Tells which scenario the virtual hardware is of.
+ *
+ * @return the name of its file, in UTF-8; "default" when none is named, "given as text" after
+ *     rig_load(), and "none" with a complaint when the one that the process names cannot be used.
+ */
+SOLVANE_RIG_API const char* rig_scenario(void);
+
 /* ---- The lines ----------------------------------------------------------------------------- */
 
 /**
