@@ -11,10 +11,30 @@
 
 namespace rig {
 
+namespace {
+
+int Run(CLI::App& app, std::vector<std::string> arguments, std::ostream& out, std::ostream& err) {
+    try {
+        app.parse(std::move(arguments));
+        return kSuccess;
+    } catch (const CLI::ParseError& stopped) {
+        return app.exit(stopped, out, err) == 0 ? kSuccess : kUsageError; // 0: help was asked for
+    } catch (const GuardFailure& failure) {
+        err << "solvane-rig: " << failure.what() << '\n';
+        return kGuardFailure;
+    } catch (const std::exception& failure) {
+        err << "solvane-rig: " << failure.what() << '\n';
+        return kFailure;
+    }
+}
+
+} // namespace
+
 int RunTool(std::vector<std::string> arguments, std::ostream& out, std::ostream& err) {
     CLI::App app("The virtual hardware's tool.", "solvane-rig");
     app.allow_windows_style_options(false); // "/tmp/x" is a path
-    app.footer("Exit codes: 0 done, 1 it cannot be done, 2 wrong usage.");
+    app.footer("Exit codes: 0 done, 1 it cannot be done, 2 wrong usage, 4 the output could not be "
+               "written (the disk is full, the output is closed, nobody reads the pipe).");
     app.get_formatter()->label("SUBCOMMAND", "COMMAND");
     app.require_subcommand(1);
     wave::AddWaveCommand(app, out, err);
@@ -26,18 +46,12 @@ int RunTool(std::vector<std::string> arguments, std::ostream& out, std::ostream&
         arguments.erase(arguments.begin());
     }
     std::reverse(arguments.begin(), arguments.end()); // as CLI11 takes them
-    try {
-        app.parse(std::move(arguments));
-        return hostExit;
-    } catch (const CLI::ParseError& stopped) {
-        return app.exit(stopped, out, err) == 0 ? kSuccess : kUsageError; // 0: help was asked for
-    } catch (const GuardFailure& failure) {
-        err << "solvane-rig: " << failure.what() << '\n';
-        return kGuardFailure;
-    } catch (const std::exception& failure) {
-        err << "solvane-rig: " << failure.what() << '\n';
-        return kFailure;
+    const int code = Run(app, std::move(arguments), out, err);
+    if (!out.flush()) {
+        err << "solvane-rig: the output could not be written.\n";
+        return kOutputLost;
     }
+    return code != kSuccess ? code : hostExit;
 }
 
 } // namespace rig

@@ -54,6 +54,22 @@ TEST_F(Tool, ShowsARecording) {
     EXPECT_EQ(err.str(), "");
 }
 
+TEST_F(Tool, TellsThatItsOutputWasLost) {
+    struct FullDisk : std::streambuf {
+        int sync() override { return -1; }
+    };
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{"solvane-rig", "wave", PathOf("capture.vcd")},
+          {"solvane-rig", "wave", PathOf("capture.vcd"), "--svg", "-"},
+          {"solvane-rig", "--help"}}) {
+        FullDisk disk;
+        std::ostream full(&disk);
+        err.str("");
+        EXPECT_EQ(rig::RunTool(arguments, full, err), rig::kOutputLost);
+        EXPECT_EQ(err.str(), "solvane-rig: the output could not be written.\n");
+    }
+}
+
 TEST_F(Tool, ShowsWhatIsAskedFor) {
     EXPECT_EQ(Run({"wave", PathOf("capture.vcd"), "--signal", "mep", "--signal", "dark", "--from",
                    "80", "--to", "120", "--width", "40", "--ascii"}),
