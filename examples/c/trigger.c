@@ -16,6 +16,6 @@ int main(void) {
         fprintf(stderr, "Solvane_TriggerCapture: status %d\n", status);
         return 1;
     }
-    printf("triggered\n");
+    printf("triggered\n"); /* whether a picture was taken, the MEP flag tells */
     return 0;
 }

@@ -1,4 +1,8 @@
-"""Finds the hardware and prints what every line that can be read says. It drives none of them."""
+"""Finds the hardware and prints what every line that can be read says.
+
+It asks and switches nothing, but finding the hardware sets trigger and clear-MEP to rest, and on a
+mainboard switches both powers on and dark off.
+"""
 
 import sys
 

@@ -225,6 +225,14 @@ class Archive(unittest.TestCase):
             told = self.in_wine("set -e\n" + commands, os.path.join(folder, self.top),
                                 SOLVANE_RIG_JOURNAL=journal)
             self.assertEqual(told.returncode, 0, told.stdout + told.stderr)
+            # A camera that latches no flag has taken no picture that anybody could tell of.
+            scenario = os.path.join(folder, "no_flag.toml")
+            with open(scenario, "w") as file:
+                file.write("[camera]\nmep = 'never'\n[[usb]]\nchip = 'FT2232H'\n")
+            unconfirmed = self.in_wine(commands.splitlines()[-1],
+                                       os.path.join(folder, self.top), SOLVANE_RIG=scenario)
+            self.assertEqual(unconfirmed.returncode, 0 if "on_the_rig" in commands else 1,
+                             unconfirmed.stderr)
             with open(journal) as file:
                 lines = [line.split(None, 1)[1].strip() for line in file]
         self.assertEqual([line for line in lines if re.match(r"event +capture", line)],
