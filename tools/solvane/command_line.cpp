@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <iostream>
 
 #include <CLI/CLI.hpp>
 
 #include "commands.h"
+#include "output.h"
 
 namespace host {
 
@@ -27,33 +29,46 @@ What may surprise:
   - wake flashes the dark line: there is no wake line, and a camera that shows a picture sees
     10 ms of black.
   - Closing, also at the end of every run, leaves the lines at their levels.
-  - A line that cannot be read is told as: not ready, not dark, no flag, but powered.
+  - The library answers for a line that it cannot read: not ready, not dark, no flag, but powered.
+    This program finds out from the log, and says "could not be read".
+  - trigger says "triggered" when the pulse was given. Whether a picture was taken, the MEP flag
+    tells afterwards.
   - timer needs the kernel driver and none of the hardware of the other commands. The driver
     performs a trigger of its own at each event. The unit of --parameter is the driver's
-    (microseconds in the rig's driver). Ctrl-C ends the run at the driver's next event; a second
-    Ctrl-C ends the program at once.)";
+    (microseconds in the rig's driver). The run ends at the driver's next event.
+  - Ctrl-C, closing the console and logging off let the operation finish that is in progress, so
+    that the trigger is low and clear-MEP at rest, and begin no other. A second Ctrl-C ends the
+    program at once and says in what state the lines may be. When the console is closed or the
+    session ends, Windows grants about 5 s, and an operation that has to recover a lost FT2232H
+    may take 9 s: the process then ends in its midst, and the next command sets the lines to
+    rest.)";
 
 constexpr const char* kFooter =
-    R"(Exit codes: 0 done, 1 the library answered with a status other than 0, 2 wrong usage,
-3 the library cannot be loaded. "no" and "off" are answers like any other and end with 0.
+    R"(Exit codes: 0 done, 1 the library answered with a status other than 0, or a line could not
+be read, or doctor found something wrong, 2 wrong usage, 3 the library cannot be loaded, 4 the
+answer could not be written (the disk is full, the output is closed, nobody reads the pipe),
+130 the program was told to stop. "no" and "off" are answers like any other and end with 0.
 
-With --json each command prints one object in one line on standard output (trigger: one a capture;
-timer: one an event; watch: one a change):
-  every command      command; status (0: done); meaning (text, unless status is 0);
-                     or in place of both: error (text, the library cannot be loaded)
-  probe              candidates (list of number, kind, status); controller (kind or null);
-                     available, power_control, ready, dark, camera_power, accessories_power
-                     (true, false, or null when it could not be asked)
-  trigger            capture, of (counted from 1); start_ms (since the first was due);
+With --json each command prints one object in one line on standard output (trigger: one a trigger;
+timer: one an event; watch: one a change, and into a pipe one every 5 s at least):
+  every command      command; status (0: done); meaning (text, unless status is 0); advice (text,
+                     what to do, where that is known); or in place of these: error (text: wrong
+                     usage, where command may be null, or the library cannot be loaded)
+  probe              rig (text, or null: the hardware is real); candidates (list of number,
+                     kind, status); controller (kind or null); available, power_control,
+                     ready, dark, camera_power, accessories_power (true, false, or null when
+                     it could not be asked or read)
+  trigger            trigger, of (counted from 1); start_ms (since the first was due);
                      duration_ms
-  doctor             controller (kind or null); kinds (list of kind, asked, status, found, advice:
-                     status is null when it was not asked, advice when nothing is to be done)
+  doctor             rig (text, or null: the hardware is real); controller (kind or null); kinds
+                     (list of kind, asked, status, tried, found, advice: status is null when it was
+                     not asked, tried when it is not known, advice when nothing is to be done)
   watch              since_start_ms; ready, dark, camera_power, accessories_power (true, false, or
-                     null); changed (list of their keys)
+                     null when it could not be read); changed (list of their keys)
   dark, camera-power, accessories-power
-                     on (true or false: as read, or as set)
-  ready              ready (true or false)
-  mep                flag (true or false: before it was cleared)
+                     on (true or false: as read, or as set; null when it could not be read)
+  ready              ready (true, false, or null when it could not be read)
+  mep                flag (true or false: before it was cleared; null when it could not be read)
   recheck            controller (kind or null)
   enforce-ftdi       available (true or false)
   timer              event (counted from 1); status and meaning (of the driver's trigger at that
@@ -61,13 +76,13 @@ timer: one an event; watch: one a change):
                      the driver's four words); since_last_ms (since the last event, or since the
                      run began); context
 When the status is not 0 there are no other keys, but for those of probe and watch (whose status is
-the first that is not 0), those of doctor, those of a capture that failed, those of an event, and available. An event whose
+the first that is not 0), those of doctor, those of a trigger that failed, those of an event, and available. An event whose
 status is not 0 is an event like any other and leaves the exit code at 0.)";
 
 constexpr unsigned kMost = 1'000'000'000; // 11 days in ms
 
 void AddTriggerArguments(CLI::App& app, Request& request) {
-    app.add_option("-n", request.captures, "How many captures; stops at the first that fails")
+    app.add_option("-n", request.triggers, "How many triggers; stops at the first that fails")
         ->type_name("N")
         ->capture_default_str()
         ->check(CLI::Range(1U, kMost).description(""));
@@ -77,10 +92,13 @@ void AddTriggerArguments(CLI::App& app, Request& request) {
         ->capture_default_str()
         ->check(CLI::Range(0U, kMost).description(""));
     app.add_option("--wait-ready", request.waitReadyMilliseconds,
-                   "Wait up to so many ms before each capture for the system to be ready")
+                   "Wait up to so many ms before each trigger for the system to be ready")
         ->type_name("MS")
         ->capture_default_str()
         ->check(CLI::Range(0U, kMost).description(""));
+    app.add_flag("--keep-going", request.keepGoing,
+                 "Go on after a trigger that failed; --wait-ready then waits for hardware that was "
+                 "lost, too");
 }
 
 /// Why a text is no number of 64 bits, if it is none; CLI11 would take -1 and 2^64 for the largest.
@@ -119,7 +137,7 @@ void AddWatchArguments(CLI::App& app, Request& request) {
 void AddArguments(CLI::App& app, const Command& command, Request& request) {
     if (command.arguments == CommandArguments::onOffState) {
         app.add_option("setting", request.setting, "Switch it, or ask for its state")
-            ->required()
+            ->capture_default_str()
             ->type_name("on|off|state")
             ->check(CLI::IsMember({"on", "off", "state"}).description(""));
     } else if (command.arguments == CommandArguments::trigger) {
@@ -134,10 +152,24 @@ void AddArguments(CLI::App& app, const Command& command, Request& request) {
 void AddOptions(CLI::App& app, Request& request) {
     app.add_option("--library", request.library,
                    "The library to load, if not Solvane.dll beside this program")
-        ->type_name("PATH");
+        ->type_name("PATH")
+        ->check([](const std::string& path) {
+            return path.empty() ? std::string("an empty path names no library") : "";
+        });
     app.add_flag("--log", request.log, "Show the library's log on standard error as it comes");
     app.add_flag("--json", request.json, "Answer in JSON on standard output");
     app.set_version_flag("--version", "solvane " SOLVANE_VERSION, "Print the version and exit");
+}
+
+/// For people as CLI11 tells it, and in an object if one was asked for.
+void TellMistake(const CLI::App& app, const CLI::ParseError& mistake, bool json) {
+    app.exit(mistake, std::cerr, std::cerr);
+    if (json) {
+        const std::vector<const CLI::App*> commands = app.get_subcommands({});
+        const auto command = std::find_if(commands.begin(), commands.end(),
+                                          [](const CLI::App* each) { return each->parsed(); });
+        PrintErrorObject(command != commands.end() ? (*command)->get_name() : "", mistake.what());
+    }
 }
 
 } // namespace
@@ -162,19 +194,24 @@ std::variant<Request, ExitCode> ReadCommandLine(std::vector<std::string> argumen
     if (!arguments.empty()) {
         arguments.erase(arguments.begin());
     }
+    const bool json = std::find(arguments.begin(), arguments.end(), "--json") != arguments.end();
     std::reverse(arguments.begin(), arguments.end()); // as CLI11 takes them
     try {
         app.parse(std::move(arguments));
     } catch (const CLI::ParseError& stopped) {
-        // Of an unknown command CLI11 tells only that one is missing.
-        const std::vector<std::string> unknown = app.remaining();
-        const bool isHelp = stopped.get_exit_code() == 0;
-        if (isHelp || unknown.empty()) {
-            app.exit(stopped);
-        } else {
-            app.exit(CLI::ExtrasError(unknown));
+        // An unknown command CLI11 forgives when help is asked for, and else tells only that a
+        // command is missing.
+        if (const std::vector<std::string> unknown = app.remaining(); !unknown.empty()) {
+            TellMistake(app, CLI::ExtrasError(unknown), json);
+            return kUsageError;
         }
-        return isHelp ? kSuccess : kUsageError;
+        if (stopped.get_exit_code() == 0) {
+            app.exit(stopped);
+            FlushAnswer();
+            return kSuccess;
+        }
+        TellMistake(app, stopped, json);
+        return kUsageError;
     }
     return request;
 }

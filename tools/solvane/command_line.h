@@ -14,8 +14,9 @@ struct Request {
     bool log = false;
     bool json = false;
 
-    std::string setting; ///< "on", "off" or "state"
-    unsigned captures = 1;
+    std::string setting = "state"; ///< or "on", "off"
+    unsigned triggers = 1;
+    bool keepGoing = false;
     unsigned intervalMilliseconds = 0;
     unsigned waitReadyMilliseconds = 0;
 
@@ -29,7 +30,14 @@ struct Request {
 };
 
 /// The codes with which the program ends.
-enum ExitCode { kSuccess = 0, kFailedStatus = 1, kUsageError = 2, kNoLibrary = 3 };
+enum ExitCode {
+    kSuccess = 0,
+    kFailedStatus = 1,
+    kUsageError = 2,
+    kNoLibrary = 3,
+    kAnswerLost = 4,
+    kStopped = 130 ///< as shells have it
+};
 
 /// Reads the arguments, the program's name first. When there is nothing to do, because of a mistake
 /// or because help was asked for, that was told and the exit code is the result.

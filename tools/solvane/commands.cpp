@@ -3,12 +3,23 @@
 #include <algorithm>
 #include <array>
 
+#include "virtual_rig.h"
+
 namespace host {
 
-int Finish(const Report& report, const Session& session) {
+ExitCode Finish(Report report, const Session& session) {
+    if (report.Status() == SOLVANE_E_NO_HARDWARE) {
+        report.Advise("solvane doctor tells why.");
+    }
     session.progress.Restart();
     report.Print(session.request.json);
-    return report.Status();
+    return report.Code();
+}
+
+void AddRig(Report& report) {
+    const std::optional<std::string> rig = DescribeVirtualRig();
+    report.Head(rig.value_or(""));
+    report.Add("rig", rig ? nlohmann::ordered_json(*rig) : nlohmann::ordered_json());
 }
 
 void AddController(Report& report, const LibraryLog& log) {
@@ -22,7 +33,7 @@ void AddController(Report& report, const LibraryLog& log) {
 namespace {
 
 /// For commands of whose success there is nothing more to tell.
-int FinishDone(const Session& session, int status) {
+ExitCode FinishDone(const Session& session, int status) {
     Report report(session.request.command, status);
     if (status == SOLVANE_OK) {
         report.Remark(session.request.command, "done");
@@ -31,12 +42,11 @@ int FinishDone(const Session& session, int status) {
 }
 
 /// A question of yes or no; `key` is both its key and its label.
-int Ask(const Session& session, decltype(Library::CheckSystemReady) question,
-        std::string_view key) {
-    std::int16_t answer = 0;
-    Report report(session.request.command, question(&answer));
-    if (report.Status() == SOLVANE_OK) {
-        report.Add(key, answer != 0, key, answer != 0 ? "yes" : "no");
+ExitCode Tell(const Session& session, const AskLine& ask, std::string_view key) {
+    const Answer answer = Ask(ask, session.log);
+    Report report(session.request.command, answer.status);
+    if (answer.status == SOLVANE_OK) {
+        report.AddAnswer(key, key, answer, "yes", "no");
     }
     return Finish(report, session);
 }
@@ -45,53 +55,53 @@ int Ask(const Session& session, decltype(Library::CheckSystemReady) question,
 struct Switch {
     decltype(Library::EnableCameraPower) enable;
     decltype(Library::DisableCameraPower) disable;
-    decltype(Library::CheckCameraPower) check;
+    AskLine ask;
 };
 
-int Operate(const Session& session, const Switch& line) {
+ExitCode Operate(const Session& session, const Switch& line) {
     const Request& request = session.request;
-    std::int16_t on = request.setting == "on" ? 1 : 0;
-    const int status = request.setting == "state" ? line.check(&on)
-                       : on != 0                  ? line.enable()
-                                                  : line.disable();
-    Report report(request.command, status);
-    if (status == SOLVANE_OK) {
-        report.Add("on", on != 0, request.command, on != 0 ? "on" : "off");
+    const bool on = request.setting == "on";
+    const Answer answer = request.setting == "state" ? Ask(line.ask, session.log)
+                          : on                       ? Answer{line.enable(), true}
+                                                     : Answer{line.disable(), false};
+    Report report(request.command, answer.status);
+    if (answer.status == SOLVANE_OK) {
+        report.AddAnswer("on", request.command, answer, "on", "off");
     }
     return Finish(report, session);
 }
 
-int Dark(const Session& session) {
+ExitCode Dark(const Session& session) {
     const Library& library = session.library;
     return Operate(session, {library.EnableForcedBlackUpdate, library.DisableForcedBlackUpdate,
                              library.CheckForcedBlackUpdate});
 }
 
-int CameraPower(const Session& session) {
+ExitCode CameraPower(const Session& session) {
     const Library& library = session.library;
     return Operate(
         session, {library.EnableCameraPower, library.DisableCameraPower, library.CheckCameraPower});
 }
 
-int AccessoriesPower(const Session& session) {
+ExitCode AccessoriesPower(const Session& session) {
     const Library& library = session.library;
     return Operate(session, {library.EnableAccessoriesPower, library.DisableAccessoriesPower,
                              library.CheckAccessoriesPower});
 }
 
-int Wake(const Session& session) {
+ExitCode Wake(const Session& session) {
     return FinishDone(session, session.library.WakeCamera());
 }
 
-int Ready(const Session& session) {
-    return Ask(session, session.library.CheckSystemReady, "ready");
+ExitCode Ready(const Session& session) {
+    return Tell(session, session.library.CheckSystemReady, "ready");
 }
 
-int Mep(const Session& session) {
-    return Ask(session, session.library.CheckAndResetMepFlag, "flag");
+ExitCode Mep(const Session& session) {
+    return Tell(session, session.library.CheckAndResetMepFlag, "flag");
 }
 
-int Recheck(const Session& session) {
+ExitCode Recheck(const Session& session) {
     Report report(session.request.command, session.library.RecheckStatus());
     if (report.Status() == SOLVANE_OK) {
         AddController(report, session.log);
@@ -99,7 +109,7 @@ int Recheck(const Session& session) {
     return Finish(report, session);
 }
 
-int EnforceFtdi(const Session& session) {
+ExitCode EnforceFtdi(const Session& session) {
     session.library.EnforceFTDI();
     Report report(session.request.command, session.library.CheckAvailable());
     const bool available = report.Status() == SOLVANE_OK;
@@ -107,41 +117,61 @@ int EnforceFtdi(const Session& session) {
     return Finish(report, session);
 }
 
-int Close(const Session& session) {
+ExitCode Close(const Session& session) {
     return FinishDone(session, session.library.CloseDevice());
 }
 
-int ResetCom(const Session& session) {
+ExitCode ResetCom(const Session& session) {
     return FinishDone(session, session.library.ResetComPort());
 }
 
 using enum CommandArguments;
 
+// What a second Ctrl-C says. Every first use looks for the hardware and configures it.
+constexpr const char* kAtConfiguration =
+    "Trigger and clear-MEP may not be at rest yet: any next command sets them to rest.";
+constexpr const char* kAtTrigger =
+    "The trigger line may be high, and clear-MEP not at rest: any next command lowers the trigger "
+    "and, but for the Embedded API, sets clear-MEP to rest.";
+constexpr const char* kAtMep =
+    "Clear-MEP may not be at rest: any next command sets it to rest, but for the Embedded API.";
+constexpr const char* kAtWake = "Dark may be inverted: solvane dark tells and switches it.";
+constexpr const char* kAtSwitch = "The line may have been switched or not: ask for its state.";
+constexpr const char* kAtReset = "The serial channel may have been reset or not.";
+constexpr const char* kAtTimer =
+    "The driver ends its timer by itself, and may be giving a trigger at this moment.";
+
 constexpr std::array kCommands{
     Command{"probe",
             "Tell which hardware answers and how its lines stand; the MEP flag is not read, "
             "because reading clears it",
-            none, Probe},
+            none, Probe, kAtConfiguration},
     Command{"doctor", "Tell why each kind of hardware was found or not, and what to do", none,
-            Doctor},
-    Command{"watch", "Show the lines and every change of them, until Ctrl-C", watch, Watch},
-    Command{"trigger", "Trigger captures; refused while the system is not ready", trigger, Trigger},
-    Command{"wake", "Wake the camera by inverting the dark line for 10 ms", none, Wake},
-    Command{"dark", "Force the picture black, or ask", onOffState, Dark},
-    Command{"camera-power", "Switch camera power, or ask", onOffState, CameraPower},
-    Command{"accessories-power", "Switch accessories power, or ask", onOffState, AccessoriesPower},
-    Command{"ready", "Ask whether the system is ready for a trigger", none, Ready},
-    Command{"mep", "Ask whether the MEP flag is latched, and clear it if it is", none, Mep},
-    Command{"recheck", "Look for the hardware again, from the first kind", none, Recheck},
+            Doctor, kAtConfiguration},
+    Command{"watch", "Show the lines and every change of them, until Ctrl-C", watch, Watch,
+            kAtConfiguration},
+    Command{"trigger", "Trigger captures; refused while the system is not ready", trigger, Trigger,
+            kAtTrigger},
+    Command{"wake", "Wake the camera by inverting the dark line for 10 ms", none, Wake, kAtWake},
+    Command{"dark", "Force the picture black, or ask", onOffState, Dark, kAtSwitch},
+    Command{"camera-power", "Switch camera power, or ask", onOffState, CameraPower, kAtSwitch},
+    Command{"accessories-power", "Switch accessories power, or ask", onOffState, AccessoriesPower,
+            kAtSwitch},
+    Command{"ready", "Ask whether the system is ready for a trigger", none, Ready,
+            kAtConfiguration},
+    Command{"mep", "Ask whether the MEP flag is latched, and clear it if it is", none, Mep, kAtMep},
+    Command{"recheck", "Look for the hardware again, from the first kind", none, Recheck,
+            kAtConfiguration},
     Command{"enforce-ftdi", "Choose the FT2232H for this run, and tell whether it is there", none,
-            EnforceFtdi},
+            EnforceFtdi, kAtConfiguration},
     Command{"close", "Set the lines to rest as any first use does, then close the hardware", none,
-            Close},
-    Command{"reset-com", "Reset the serial channel beside the camera lines", none, ResetCom},
+            Close, kAtConfiguration},
+    Command{"reset-com", "Reset the serial channel beside the camera lines", none, ResetCom,
+            kAtReset},
     Command{"timer",
             "Run a timer of the kernel driver, which performs a trigger of its own at each event, "
             "and print the events until Ctrl-C",
-            timer, RunTimer},
+            timer, RunTimer, kAtTimer},
 };
 
 } // namespace

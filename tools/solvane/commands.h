@@ -16,7 +16,7 @@ namespace host {
 struct Session {
     const Request& request;
     const Library& library;
-    const LibraryLog& log;
+    LibraryLog& log;
     Progress& progress;
 };
 
@@ -26,7 +26,8 @@ struct Command {
     const char* name;
     const char* help;
     CommandArguments arguments;
-    int (*run)(const Session& session); ///< prints its report; the status of the library
+    ExitCode (*run)(const Session& session); ///< prints its report
+    const char* linesAfterEnd; ///< what a process that ends in its midst may leave; a sentence
 };
 
 std::span<const Command> Commands();
@@ -36,14 +37,17 @@ const Command& FindCommand(const std::string& name);
 
 // The longer commands have files of their own; these are the pieces that all of them share.
 
-int Doctor(const Session& session);
-int Probe(const Session& session);
-int Trigger(const Session& session);
-int RunTimer(const Session& session);
-int Watch(const Session& session);
+ExitCode Doctor(const Session& session);
+ExitCode Probe(const Session& session);
+ExitCode Trigger(const Session& session);
+ExitCode RunTimer(const Session& session);
+ExitCode Watch(const Session& session);
 
-/// Prints the report; its status.
-int Finish(const Report& report, const Session& session);
+/// Completes the report with what to do when there is no hardware, and prints it; its exit code.
+ExitCode Finish(Report report, const Session& session);
+
+/// Says so above everything else when the hardware is virtual.
+void AddRig(Report& report);
 
 /// Adds the kind of hardware that the library settled on.
 void AddController(Report& report, const LibraryLog& log);

@@ -1,159 +1,29 @@
 #include "diagnosis.h"
 
 #include <algorithm>
-#include <array>
-#include <span>
 
 #include <solvane/solvane.h>
+
+#include "symptoms.h"
 
 namespace host {
 
 namespace {
 
-/// Words in the log, and what they mean. `found` may have a "%", for what stands in the line behind
-/// the words.
-struct Symptom {
-    std::string_view words;
-    std::string_view found;
-    std::string_view advice;
-};
+using Lines = std::vector<std::string>;
 
-constexpr std::string_view kOpenInpout =
-    "Run the program once as an administrator, so that InpOut can install its driver; memory "
-    "integrity (core isolation) of Windows can keep the driver out.";
-constexpr std::string_view kWmiService =
-    "See in services.msc that \"Windows Management Instrumentation\" runs, and try again.";
-constexpr std::string_view kPortResources =
-    "Look at the port's resources in the Device Manager. A port on a USB adapter has no I/O range "
-    "and cannot be used.";
-constexpr std::string_view kOtherUser =
-    "Another program may use the chip's ports 0x2E and 0x2F: close hardware monitors and try "
-    "again.";
-constexpr std::string_view kOtherBoard = "On a mainboard of another maker this is as it should be.";
-constexpr std::string_view kReplug =
-    "Unplug the chip and plug it in again, best without a hub in between.";
+/// The first line that has the words; null if none has.
+const std::string* FindLine(const Lines& lines, std::string_view words) {
+    const auto found = std::find_if(lines.begin(), lines.end(), [&](const std::string& line) {
+        return line.find(words) != line.npos;
+    });
+    return found != lines.end() ? &*found : nullptr;
+}
 
-// The first symptom that is in the log counts.
-
-constexpr std::array kLptSymptoms{
-    Symptom{"[LPT]: CoInitializeEx() failed", "Windows refused the use of COM.", kWmiService},
-    Symptom{"[LPT]: CoInitializeSecurity() failed", "Windows refused the use of COM.", kWmiService},
-    Symptom{"[LPT]: CoCreateInstance() failed", "Windows could not be asked for its ports.",
-            kWmiService},
-    Symptom{"[LPT]: pLoc->ConnectServer() failed", "Windows could not be asked for its ports.",
-            kWmiService},
-    Symptom{"[LPT]: CoSetProxyBlanket() failed", "Windows could not be asked for its ports.",
-            kWmiService},
-    Symptom{"[LPT]: pSvc->ExecQuery(SELECT *) failed", "Windows could not be asked for its ports.",
-            kWmiService},
-    Symptom{"[LPT]: pEnumerator->Next() failed", "Windows knows no parallel port.",
-            "If there is one, enable it in the firmware's set-up; it must appear in the Device "
-            "Manager under \"Ports (COM & LPT)\"."},
-    Symptom{"[LPT]: pPort->Get(DeviceID) failed", "The port has no name that Windows can tell.",
-            kPortResources},
-    Symptom{"[LPT]: pSvc->ExecQuery(ASSOCIATORS OF) failed",
-            "Windows could not be asked for the port's I/O range.", kWmiService},
-    Symptom{"[LPT]: pResouceEnum->Next() failed",
-            "Windows could not be asked for the port's I/O range.", kWmiService},
-    Symptom{"[LPT]: pResource->Get(StartingAddress) failed",
-            "The port's I/O range has no address that Windows can tell.", kPortResources},
-    Symptom{"[LPT]: error -2", "There is a port, but the port-I/O driver (InpOut) is not open.",
-            kOpenInpout},
-    Symptom{
-        "[LPT]: error -3",
-        "There is a port, but nothing answers on its presence loopback, or it has no I/O range.",
-        "See that the camera's plug is in and wires pin 17 to pin 11, and look at the port's "
-        "resources in the Device Manager."},
-};
-
-constexpr std::array kSuperIoSymptoms{
-    Symptom{"[KTRN]: InpOut driver is not opened",
-            "The port-I/O driver (InpOut) is not open, so the chip cannot be asked.", kOpenInpout},
-    Symptom{"[KTRN]: Failed to initialize GPIO MOBO library. Error code: -4",
-            "The chip at port 0x2E is another one, or there is none: its first identification byte "
-            "is not C4.",
-            kOtherBoard},
-    Symptom{"[KTRN]: Failed to initialize GPIO MOBO library. Error code: -5",
-            "The chip at port 0x2E is another one: its second identification byte is not 52.",
-            kOtherBoard},
-    Symptom{"[KTRN]: GPIO bank #3 is inactive",
-            "The chip is the right one, but its GPIO bank 3 is "
-            "switched off.",
-            "Enable the bank (GPIO or \"digital I/O\") in the firmware's set-up."},
-    Symptom{"[KTRN]: failed to configure pins directions",
-            "The chip is the right one, but its pins cannot be set up.", kOtherUser},
-    Symptom{"[KTRN]: failed to initially set Clear MEP pin",
-            "The chip is the right one, but its clear-MEP pin does not rise.", kOtherUser},
-    Symptom{"[KTRN]: failed to initially clear Trigger pin",
-            "The chip is the right one, but its trigger pin does not fall.", kOtherUser},
-    Symptom{"[KTRN]: Information about active GPIO banks has wrong format",
-            "The chip answered with something that is no byte.", kOtherUser},
-    Symptom{"[KTRN]: SetPin() failed", "A pin could not be written.", kOtherUser},
-    Symptom{"[KTRN]: ClearPin() failed", "A pin could not be written.", kOtherUser},
-};
-
-constexpr std::array kEapiSymptoms{
-    Symptom{"[EAPI]: EApiLibInitialize error ",
-            "The board maker's Embedded API does not start (status %).",
-            "If the board has the Embedded API, install its maker's driver; else this is as it "
-            "should be."},
-    Symptom{"[EAPI]: EApiGPIOGetCount error ",
-            "The board cannot tell how many GPIO pins it has (status %).",
-            "Install the newest driver of the board's maker."},
-    Symptom{"[EAPI]: not enough GPIO pins available (",
-            "The board offers % GPIO pins, and eight are needed.",
-            "The camera needs another board, or another kind of hardware."},
-    Symptom{"[EAPI]: EApiGPIOSetDirection(", "The board refuses the direction of its pin %.",
-            "Free the pin in the firmware's set-up, where it may have another use."},
-    Symptom{"[EAPI]: EApiGPIOSetLevel error ", "A pin could not be driven (status %).",
-            "Install the newest driver of the board's maker."},
-};
-
-constexpr std::array kUsbSymptoms{
-    Symptom{"Error in getting the number of devices. Error: ",
-            "FTDI's driver cannot list its devices (D2XX status %).",
-            "Install FTDI's D2XX driver package again."},
-    Symptom{
-        "There are no FTDI devices installed", "No FTDI chip is connected.",
-        "Plug the FT2232H in; it must appear in the Device Manager under \"Universal Serial Bus "
-        "controllers\"."},
-    Symptom{"Failed to obtain FTDI devices info list. Error: ",
-            "FTDI's driver cannot describe its devices (D2XX status %).", kReplug},
-    Symptom{"Open FTDI device failed with error: 3", "The FT2232H is open in another program.",
-            "Close the other program."},
-    Symptom{"Open FTDI device failed with error: ", "The FT2232H cannot be opened (D2XX status %).",
-            kReplug},
-    Symptom{"FTDI chip initialization failed. Error: ",
-            "The FT2232H was opened, but does not take its settings (D2XX status %).", kReplug},
-    Symptom{" Type=0x6", "An FT2232H is connected, but no channel's serial number ends in B.",
-            "Write a serial number into the chip with FTDI's FT_PROG; the driver adds A and B."},
-    Symptom{"No valid device found", "FTDI chips are connected, but none of them is an FT2232H.",
-            "Plug the FT2232H in."},
-    Symptom{"FT_Write failed", "The FT2232H was opened, but does not answer.", kReplug},
-    Symptom{"FT_GetQueueStatus", "The FT2232H was opened, but does not answer.", kReplug},
-};
-
-constexpr std::array kLineSymptoms{
-    Symptom{"[MOBO]: Solvane_", "The board was found, but a line could not be set to rest.",
-            "Try again; when it stays so, see the log (--log)."},
-};
-
-struct Kind {
-    std::string_view name;
-    std::span<const Symptom> symptoms;
-};
-
-constexpr std::array kKinds{
-    Kind{"parallel port", kLptSymptoms},
-    Kind{"Super I/O", kSuperIoSymptoms},
-    Kind{"Embedded API", kEapiSymptoms},
-    Kind{"FT2232H", kUsbSymptoms},
-};
-
-/// What stands behind the words in a line, up to the first blank or closing parenthesis.
+/// What stands behind the words in a line, up to the first blank, closing parenthesis or dot.
 std::string Detail(std::string_view line, std::string_view words) {
     const std::string_view rest = line.substr(line.find(words) + words.size());
-    return std::string(rest.substr(0, rest.find_first_of(" )")));
+    return std::string(rest.substr(0, rest.find_first_of(" ).")));
 }
 
 std::string Filled(std::string_view sentence, const std::string& detail) {
@@ -164,56 +34,119 @@ std::string Filled(std::string_view sentence, const std::string& detail) {
     return text;
 }
 
-bool ExplainedBy(std::span<const Symptom> symptoms, const Candidate& candidate,
+/// By the first symptom that is in the log; false if none is.
+bool ExplainedBy(std::span<const Symptom> symptoms, const Lines& lines, const Facts& facts,
                  Diagnosis& diagnosis) {
     for (const Symptom& symptom : symptoms) {
-        const auto line = std::find_if(
-            candidate.lines.begin(), candidate.lines.end(),
-            [&](const std::string& text) { return text.find(symptom.words) != text.npos; });
-        if (line != candidate.lines.end()) {
-            diagnosis.found = Filled(symptom.found, Detail(*line, symptom.words));
-            diagnosis.advice = symptom.advice;
+        if (const std::string* line = FindLine(lines, symptom.words)) {
+            const bool hasNoRange =
+                symptom.words == kPortWithoutRange.words && facts.port && !facts.port->address;
+            const Symptom& meant = hasNoRange ? kPortWithoutRange : symptom;
+            diagnosis.found = Filled(meant.found, Detail(*line, meant.words));
+            diagnosis.advice = meant.advice;
             return true;
         }
     }
     return false;
 }
 
-Diagnosis Explain(const Kind& kind, const Candidate& candidate) {
-    Diagnosis diagnosis;
-    diagnosis.kind = kind.name;
-    diagnosis.asked = true;
-    diagnosis.status = candidate.status.value_or(SOLVANE_E_NO_HARDWARE);
-    if (diagnosis.status == SOLVANE_OK) {
-        diagnosis.found = "It answers, and serves the camera.";
-        return diagnosis;
-    }
-    if (!ExplainedBy(kind.symptoms, candidate, diagnosis) &&
-        !ExplainedBy(kLineSymptoms, candidate, diagnosis)) {
+void ExplainRefusal(const KindSymptoms& kind, const Candidate& candidate, const Facts& facts,
+                    Diagnosis& diagnosis) {
+    if (!ExplainedBy(kind.whenRefused, candidate.lines, facts, diagnosis)) {
         diagnosis.found = "It did not answer (status " + std::to_string(diagnosis.status) + ").";
         diagnosis.advice = "See the log (--log).";
+    }
+}
+
+constexpr std::string_view kDevices = "Total FTDI devices available:  ";
+
+/// The library takes the first FT2232H, and cannot see whether the camera hangs on it.
+void DoubtChip(const Lines& lines, Diagnosis& diagnosis) {
+    // A pin to which nothing is wired reads 1, and a line of the camera's that rests does not.
+    const bool isBare =
+        FindLine(lines, ">>> read bits:  High Byte (BC)CLR-MEP-RDY-APW-CPW-DRK-TRG-") &&
+        FindLine(lines, ">>> read bits:  Low Byte (BD): APW-CPW-DRK-");
+    const std::string* line = FindLine(lines, kDevices);
+    const std::string devices = line != nullptr ? Detail(*line, kDevices) : "";
+    const bool mayBeSeveral = devices.size() > 1 || devices > "3"; // each is two devices
+    if (isBare) {
+        diagnosis.found = "It answers, but all of its pins read 1: no camera is wired to it.";
+        diagnosis.isIll = true;
+    } else if (mayBeSeveral) {
+        diagnosis.found = "It answers, and lines are wired to it.";
+    }
+    if (mayBeSeveral) {
+        diagnosis.advice = "There are " + devices +
+                           " FTDI devices, two to an FT2232H, and only the first FT2232H is used: "
+                           "leave the one plugged in that the camera hangs on.";
+    } else if (isBare) {
+        diagnosis.advice = "See that the camera's cable is plugged in.";
+    }
+}
+
+void ExplainService(const KindSymptoms& kind, const Candidate& candidate, const Facts& facts,
+                    Diagnosis& diagnosis) {
+    diagnosis.found = "It answers, and serves the camera.";
+    if (!facts.unreadLine.empty()) {
+        diagnosis.found =
+            "It answers, but its line \"" + facts.unreadLine + "\" " + "could not be read.";
+        diagnosis.advice = kind.whenUnread;
+        diagnosis.isIll = true;
+    } else if (!ExplainedBy(kind.whenServing, candidate.lines, facts, diagnosis) &&
+               kind.kind == kFt2232h) {
+        DoubtChip(candidate.lines, diagnosis);
+    }
+}
+
+/// Which piece of hardware was tried; empty if that is not known.
+std::string Tried(std::string_view kind, const Lines& lines, const Facts& facts) {
+    constexpr std::string_view kOpening = "Open device #";
+    if (kind == kParallelPort && facts.port) {
+        return facts.port->Description();
+    }
+    const std::string* opened = FindLine(lines, kOpening);
+    const std::string* total = FindLine(lines, kDevices);
+    if (kind == kFt2232h && opened != nullptr && total != nullptr) {
+        return "number " + Detail(*opened, kOpening) + ", counted from 0, of " +
+               Detail(*total, kDevices) + " FTDI devices, the first FT2232H's channel B";
+    }
+    return "";
+}
+
+Diagnosis Explain(const KindSymptoms& kind, const Candidate& candidate, const Facts& facts) {
+    Diagnosis diagnosis;
+    diagnosis.kind = kind.kind;
+    diagnosis.asked = true;
+    diagnosis.serves = facts.serving == kind.kind;
+    diagnosis.tried = Tried(kind.kind, candidate.lines, facts);
+    if (diagnosis.serves) {
+        ExplainService(kind, candidate, facts, diagnosis);
+    } else {
+        diagnosis.status = candidate.status.value_or(SOLVANE_E_NO_HARDWARE);
+        ExplainRefusal(kind, candidate, facts, diagnosis);
     }
     return diagnosis;
 }
 
-Diagnosis NotAsked(const Kind& kind) {
+Diagnosis NotAsked(const KindSymptoms& kind) {
     Diagnosis diagnosis;
-    diagnosis.kind = kind.name;
+    diagnosis.kind = kind.kind;
     diagnosis.found = "It was not looked for, because a kind before it answered.";
     return diagnosis;
 }
 
 } // namespace
 
-std::vector<Diagnosis> Diagnose(const LibraryLog& log) {
+std::vector<Diagnosis> Diagnose(const LibraryLog& log, const Facts& facts) {
     std::vector<Diagnosis> diagnoses;
-    for (const Kind& kind : kKinds) {
+    for (const KindSymptoms& kind : Symptoms()) {
         // The last of its kind: a library may have looked several times.
         const auto& candidates = log.Candidates();
         const auto found =
             std::find_if(candidates.rbegin(), candidates.rend(),
-                         [&](const Candidate& candidate) { return candidate.kind == kind.name; });
-        diagnoses.push_back(found != candidates.rend() ? Explain(kind, *found) : NotAsked(kind));
+                         [&](const Candidate& candidate) { return candidate.kind == kind.kind; });
+        diagnoses.push_back(found != candidates.rend() ? Explain(kind, *found, facts)
+                                                       : NotAsked(kind));
     }
     return diagnoses;
 }

@@ -1,3 +1,5 @@
+#include <iostream>
+
 #include "commands.h"
 #include "diagnosis.h"
 
@@ -7,36 +9,70 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
+Json TextOrNull(const std::string& text) {
+    return text.empty() ? Json() : Json(text);
+}
+
 Json ToJson(const Diagnosis& diagnosis) {
     return {{"kind", diagnosis.kind},
             {"asked", diagnosis.asked},
             {"status", diagnosis.asked ? Json(diagnosis.status) : Json()},
+            {"tried", TextOrNull(diagnosis.tried)},
             {"found", diagnosis.found},
-            {"advice", diagnosis.advice.empty() ? Json() : Json(diagnosis.advice)}};
+            {"advice", TextOrNull(diagnosis.advice)}};
+}
+
+/// That the hardware was configured does not say that its lines can be read; the first that cannot.
+std::string FindUnreadLine(const Session& session) {
+    for (const Question& question : kQuestions) {
+        if (!Ask(session.library.*question.ask, session.log).value) {
+            return question.label;
+        }
+    }
+    return "";
+}
+
+void AddKind(Report& report, const Diagnosis& diagnosis, bool isConcern) {
+    report.Remark(diagnosis.kind, diagnosis.found);
+    if (isConcern && !diagnosis.tried.empty()) {
+        report.Remark("", "Tried: " + diagnosis.tried + ".");
+    }
+    if (isConcern && !diagnosis.advice.empty()) {
+        report.Remark("", diagnosis.advice);
+    }
 }
 
 } // namespace
 
-int Doctor(const Session& session) {
+ExitCode Doctor(const Session& session) {
     const int status = session.library.CheckAvailable();
+    Facts facts;
+    if (status == SOLVANE_OK) {
+        facts.serving = session.log.LastTried();
+        facts.unreadLine = FindUnreadLine(session);
+    }
+    facts.port = FindFirstPort();
+
     Report report(session.request.command, status);
+    AddRig(report);
     AddController(report, session.log);
     Json list = Json::array();
-    for (const Diagnosis& diagnosis : Diagnose(session.log)) {
+    for (const Diagnosis& diagnosis : Diagnose(session.log, facts)) {
         list.push_back(ToJson(diagnosis));
-        report.Remark(diagnosis.kind, diagnosis.found);
         // While something serves, what else is not there is nobody's concern.
-        if (status != SOLVANE_OK && !diagnosis.advice.empty()) {
-            report.Remark("", diagnosis.advice);
+        AddKind(report, diagnosis, status != SOLVANE_OK || diagnosis.serves);
+        if (diagnosis.isIll) {
+            report.Fail();
         }
     }
     report.Add("kinds", list);
-    if (status == SOLVANE_OK && session.library.CheckPowerControlAvailable() != SOLVANE_OK) {
-        report.Remark("",
-                      "The power interface is not wired (pin 16 to pin 13): the power lines are "
-                      "driven, but nothing may hang on them.");
+    session.progress.Restart();
+    report.PrintValues(session.request.json);
+    if (status != SOLVANE_OK && !session.request.json) {
+        std::cerr << "solvane: no hardware serves the camera: the library's status is " << status
+                  << "." << std::endl;
     }
-    return Finish(report, session);
+    return report.Code();
 }
 
 } // namespace host

@@ -78,6 +78,11 @@ void Resolve(const Module& module, Function& function, const char* name) {
     }
 }
 
+template <typename Function>
+void Resolve(const Module& module, Operation<Function>& operation, const char* name) {
+    Resolve(module, operation.function, name);
+}
+
 } // namespace
 
 Library::Library(const fs::path& path) : module(Load(path)) {

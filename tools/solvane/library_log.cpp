@@ -3,6 +3,7 @@
 #include <array>
 #include <charconv>
 #include <iostream>
+#include <new>
 #include <utility>
 
 namespace host {
@@ -31,6 +32,23 @@ constexpr std::array kMarksBefore{
     Mark{"[EAPI]: GPIO control v", "Embedded API"},
 };
 
+/// Of the FT2232H a read is lost when the one after its recovery is lost too.
+constexpr std::string_view kReadAgain = "ReadBits status (after restore): ";
+constexpr std::array kLostReads{
+    std::string_view("GetBitsValue: RestoreAvailability() failed"),
+    kReadAgain,
+    std::string_view("[EAPI]: EApiGPIOGetLevel error "),
+};
+
+bool TellsOfLostRead(std::string_view line) {
+    for (const std::string_view words : kLostReads) {
+        if (const std::size_t at = line.find(words); at != line.npos) {
+            return words != kReadAgain || line.substr(at + words.size()) != "0";
+        }
+    }
+    return false;
+}
+
 template <typename Marks>
 std::string_view KindOf(std::string_view line, const Marks& marks, std::string_view otherwise) {
     for (const Mark& mark : marks) {
@@ -48,7 +66,11 @@ void SOLVANE_CALL LibraryLog::Receive(void* context, const char* line) noexcept 
     if (log.echo) {
         std::cerr << line << std::endl;
     }
-    log.Read(line);
+    try {
+        log.Read(line);
+    } catch (const std::bad_alloc&) {
+        // The library is in the midst of an operation, which has to end well.
+    }
 }
 
 std::optional<std::string_view> LibraryLog::Answered() const {
@@ -63,6 +85,9 @@ std::optional<std::string_view> LibraryLog::LastTried() const {
 }
 
 void LibraryLog::Read(std::string_view line) {
+    if (TellsOfLostRead(line)) {
+        lostRead = line;
+    }
     if (line.find(kTrying) != line.npos) {
         candidates.push_back({std::exchange(announced, kUnknownKind), std::nullopt, {}});
         return;

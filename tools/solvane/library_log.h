@@ -1,5 +1,5 @@
 /// What the library writes into its log, and what can be learnt from it alone: which kinds of
-/// hardware were tried, and which one answered.
+/// hardware were tried, which one answered, and whether a line could be read at all.
 #pragma once
 
 #include <optional>
@@ -30,6 +30,13 @@ class LibraryLog {
     /// In the order in which they were tried, several times if the library looked several times.
     const std::vector<Candidate>& Candidates() const { return candidates; }
 
+    /// Forgets that a line could not be read. Before one is asked for.
+    void ForgetLostRead() { lostRead.clear(); }
+
+    /// What the log tells of a line that could not be read since then; empty if each could. The
+    /// library itself answers such a question with what does least harm, and with status 0.
+    const std::string& LostRead() const { return lostRead; }
+
     /// The kind that the library settled on; empty when none answered.
     std::optional<std::string_view> Answered() const;
 
@@ -44,6 +51,7 @@ class LibraryLog {
     const bool echo;
     std::string_view announced = kUnknownKind; ///< of the candidate that comes next
     std::vector<Candidate> candidates;
+    std::string lostRead;
 };
 
 } // namespace host

@@ -6,23 +6,41 @@
 #include <windows.h>
 
 #include "commands.h"
+#include "stop.h"
 #include "windows_text.h"
 
 namespace {
 
 using namespace host;
 
-int Run(const Request& request) {
+ExitCode Run(const Request& request) {
+    const Command& command = FindCommand(request.command);
+    SetLinesAfterEnd(command.linesAfterEnd);
     LibraryLog log(request.log); // outlives the library, which logs while it is unloaded
     try {
         const Library library(Wide(request.library));
         library.SetLogger(&log, LibraryLog::Receive);
         Progress progress(request.command, !request.json && !request.log);
-        const int status = FindCommand(request.command).run({request, library, log, progress});
-        return status == SOLVANE_OK ? kSuccess : kFailedStatus;
+        return command.run({request, library, log, progress});
     } catch (const LoadFailure& failure) {
         PrintError(request.command, failure.what(), request.json);
         return kNoLibrary;
+    }
+}
+
+ExitCode RunCommandLine() {
+    try {
+        const std::variant<Request, ExitCode> asked = ReadCommandLine(Arguments());
+        const auto* request = std::get_if<Request>(&asked);
+        return request != nullptr ? Run(*request) : std::get<ExitCode>(asked);
+    } catch (const Stopped&) {
+        return kStopped;
+    } catch (const AnswerLost&) {
+        std::cerr << "solvane: the answer could not be written." << std::endl;
+        return kAnswerLost;
+    } catch (const std::exception& failure) {
+        std::cerr << "solvane: " << failure.what() << std::endl;
+        return kFailedStatus;
     }
 }
 
@@ -31,13 +49,8 @@ int Run(const Request& request) {
 int main() {
     // What is wrong with a DLL is told in words, not in a box that waits for a click.
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX);
+    ListenForStop();
     const Utf8Console console;
-    try {
-        const std::variant<Request, ExitCode> asked = ReadCommandLine(Arguments());
-        const auto* request = std::get_if<Request>(&asked);
-        return request != nullptr ? Run(*request) : std::get<ExitCode>(asked);
-    } catch (const std::exception& failure) {
-        std::cerr << "solvane: " << failure.what() << std::endl;
-        return kFailedStatus;
-    }
+    const ExitCode code = RunCommandLine();
+    return StopToken().stop_requested() ? kStopped : code;
 }

@@ -13,7 +13,8 @@ namespace {
 
 /// File names and log lines need not be valid UTF-8; a JSON object has to be.
 void PrintObject(const nlohmann::ordered_json& object) {
-    std::cout << object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << std::endl;
+    std::cout << object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+    FlushAnswer();
 }
 
 } // namespace
@@ -44,11 +45,25 @@ void Report::Remark(std::string_view label, std::string text) {
     lines.emplace_back(label, std::move(text));
 }
 
+void Report::AddAnswer(std::string_view key, std::string_view label, const Answer& answer,
+                       const char* yes, const char* no) {
+    failed = failed || answer.IsLost();
+    Add(key, answer.value ? nlohmann::ordered_json(*answer.value) : nlohmann::ordered_json(), label,
+        answer.value      ? (*answer.value ? yes : no)
+        : answer.IsLost() ? kLostAnswer
+                          : "unknown");
+}
+
+void Report::Advise(std::string_view text) {
+    advice = text;
+    object["advice"] = text;
+}
+
 void Report::Print(bool json) const {
     PrintValues(json);
     if (status != 0 && !json) {
         std::cerr << "solvane: " << command << " failed with status " << status << ": " << meaning
-                  << "." << std::endl;
+                  << "." << (advice.empty() ? "" : " ") << advice << std::endl;
     }
 }
 
@@ -61,6 +76,9 @@ void Report::PrintValues(bool json) const {
 }
 
 void Report::PrintLines() const {
+    if (!heading.empty()) {
+        std::cout << heading << '\n';
+    }
     std::size_t width = 0;
     for (const auto& [label, text] : lines) {
         width = std::max(width, label.size());
@@ -68,14 +86,25 @@ void Report::PrintLines() const {
     for (const auto& [label, text] : lines) {
         std::cout << label << std::string(width - label.size() + 2, ' ') << text << '\n';
     }
-    std::cout.flush();
+    FlushAnswer();
+}
+
+void PrintErrorObject(std::string_view command, std::string_view sentence) {
+    using Json = nlohmann::ordered_json;
+    PrintObject({{"command", command.empty() ? Json() : Json(command)}, {"error", sentence}});
 }
 
 void PrintError(std::string_view command, std::string_view sentence, bool json) {
     if (json) {
-        PrintObject({{"command", command}, {"error", sentence}});
+        PrintErrorObject(command, sentence);
     }
     std::cerr << "solvane: " << sentence << std::endl;
+}
+
+void FlushAnswer() {
+    if (!std::cout.flush()) {
+        throw AnswerLost();
+    }
 }
 
 double Rounded(double milliseconds) {

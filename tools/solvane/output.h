@@ -8,6 +8,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include "command_line.h"
+#include "questions.h"
+
 namespace host {
 
 /// The result of one command, filled in once for both forms.
@@ -29,6 +32,19 @@ class Report {
     /// Text for people alone.
     void Remark(std::string_view label, std::string text);
 
+    /// A line of its own for people, above all others.
+    void Head(std::string text) { heading = std::move(text); }
+
+    /// What became of a question; a line that could not be read makes the command fail.
+    void AddAnswer(std::string_view key, std::string_view label, const Answer& answer,
+                   const char* yes, const char* no);
+
+    /// What to do about a status other than 0; a sentence.
+    void Advise(std::string_view text);
+
+    /// Something is wrong although the status is 0.
+    void Fail() { failed = true; }
+
     /// Prints to standard output; in human form a failure goes to standard error.
     void Print(bool json) const;
 
@@ -37,18 +53,33 @@ class Report {
 
     int Status() const { return status; }
 
+    /// With which the program ends.
+    ExitCode Code() const { return status == SOLVANE_OK && !failed ? kSuccess : kFailedStatus; }
+
   private:
     void PrintLines() const;
 
     const std::string command;
     const int status;
     const std::string meaning;
+    bool failed = false;
+    std::string heading;
+    std::string advice;
     nlohmann::ordered_json object;
     std::vector<std::pair<std::string, std::string>> lines;
 };
 
 /// Prints why a command could not be carried out at all.
 void PrintError(std::string_view command, std::string_view sentence, bool json);
+
+/// The part of it for programs; an empty command is none.
+void PrintErrorObject(std::string_view command, std::string_view sentence);
+
+/// What was printed to standard output could not be written.
+struct AnswerLost {};
+
+/// Writes what was printed to standard output until now. Throws AnswerLost.
+void FlushAnswer();
 
 /// Milliseconds as people and programs get them: with one decimal.
 double Rounded(double milliseconds);

@@ -1,36 +1,10 @@
-#include <array>
-
 #include "commands.h"
-#include "questions.h"
 
 namespace host {
 
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-/// Everything that was asked. Without hardware nothing more is: each question would look for the
-/// hardware once more, only to answer the same.
-struct Findings {
-    explicit Findings(const Library& library)
-        : status(library.CheckAvailable()), available(status == SOLVANE_OK),
-          powerControl(available && library.CheckPowerControlAvailable() == SOLVANE_OK) {
-        for (std::size_t i = 0; i < kQuestions.size() && available; ++i) {
-            std::int16_t answer = 0;
-            const int latest = (library.*kQuestions[i].ask)(&answer);
-            if (latest == SOLVANE_OK) {
-                answers[i] = answer != 0;
-            } else if (status == SOLVANE_OK) {
-                status = latest;
-            }
-        }
-    }
-
-    int status; ///< the first that was not 0; missing power control is no failure
-    bool available;
-    bool powerControl;
-    std::array<std::optional<bool>, kQuestions.size()> answers;
-};
 
 std::string Outcome(const Candidate& candidate) {
     if (!candidate.status) {
@@ -61,21 +35,29 @@ void AddYesNo(Report& report, const char* key, const char* label, bool yes) {
 
 } // namespace
 
-int Probe(const Session& session) {
-    const Findings findings(session.library);
-    Report report(session.request.command, findings.status);
+ExitCode Probe(const Session& session) {
+    const Library& library = session.library;
+    const int availability = library.CheckAvailable();
+    const bool isAvailable = availability == SOLVANE_OK;
+    const bool hasPowerControl = isAvailable && library.CheckPowerControlAvailable() == SOLVANE_OK;
+    // Without hardware nothing more is asked: each question would look for the hardware once more,
+    // only to answer the same.
+    Answers answers;
+    answers.fill({availability, {}});
+    if (isAvailable) {
+        answers = AskAll(library, session.log);
+    }
+
+    Report report(session.request.command, StatusOf(answers));
+    AddRig(report);
     AddSelection(report, session.log);
-    AddYesNo(report, "available", "available", findings.available);
-    AddYesNo(report, "power_control", "power control", findings.powerControl);
+    AddYesNo(report, "available", "available", isAvailable);
+    AddYesNo(report, "power_control", "power control", hasPowerControl);
     for (std::size_t i = 0; i < kQuestions.size(); ++i) {
         const Question& question = kQuestions[i];
-        const std::optional<bool>& answer = findings.answers[i];
-        report.Add(question.key, answer ? Json(*answer) : Json(), question.label,
-                   !answer   ? "unknown"
-                   : *answer ? question.yes
-                             : question.no);
+        report.AddAnswer(question.key, question.label, answers[i], question.yes, question.no);
     }
-    return Finish(report, session);
+    return Finish(std::move(report), session);
 }
 
 } // namespace host

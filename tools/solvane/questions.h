@@ -2,16 +2,34 @@
 #pragma once
 
 #include <array>
+#include <optional>
 
 #include "library.h"
+#include "library_log.h"
 
 namespace host {
+
+using AskLine = decltype(Library::CheckSystemReady);
+
+/// What became of a question.
+struct Answer {
+    int status = SOLVANE_OK;
+    std::optional<bool> value; ///< empty when it was refused, or the line could not be read
+
+    bool IsLost() const { return status == SOLVANE_OK && !value; }
+    bool operator==(const Answer&) const = default;
+};
+
+inline constexpr const char* kLostAnswer = "could not be read";
+
+/// Asks, and finds out from the log whether the answer was read or is only what does least harm.
+Answer Ask(const AskLine& ask, LibraryLog& log);
 
 /// A line that is asked for its state.
 struct Question {
     const char* key;
     const char* label;
-    decltype(Library::CheckSystemReady) Library::*ask;
+    AskLine Library::*ask;
     const char* yes;
     const char* no;
 };
@@ -24,5 +42,13 @@ inline constexpr std::array kQuestions{
     Question{"accessories_power", "accessories power", &Library::CheckAccessoriesPower, "on",
              "off"},
 };
+
+using Answers = std::array<Answer, kQuestions.size()>;
+
+/// Asks each of them.
+Answers AskAll(const Library& library, LibraryLog& log);
+
+/// The first status that is not 0.
+int StatusOf(const Answers& answers);
 
 } // namespace host

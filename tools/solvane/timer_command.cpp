@@ -1,12 +1,10 @@
 #include <array>
-#include <atomic>
 #include <chrono>
-#include <mutex>
-
-#include <windows.h>
+#include <exception>
 
 #include "commands.h"
 #include "statuses.h"
+#include "stop.h"
 
 namespace host {
 
@@ -42,68 +40,56 @@ class Timer {
     const int status;
 };
 
-/// The run of this process, for as long as it lasts. Neither the context of an event, which is the
-/// user's, nor Windows at Ctrl-C leads to it, so it is found by way of a static member.
+/// The run of this process, for as long as it lasts. The context of an event, which is the user's,
+/// does not lead to it, so it is found by way of a static member.
 class TimerRun {
   public:
     TimerRun(const Session& ofSession, const Timer& ofTimer) : session(ofSession), timer(ofTimer) {
-        SetCurrent(this);
-        SetConsoleCtrlHandler(OnConsoleEvent, TRUE);
-    }
-    ~TimerRun() {
-        SetConsoleCtrlHandler(OnConsoleEvent, FALSE);
-        SetCurrent(nullptr); // waits for a Ctrl-C that is just stopping the timer
+        current = this;
     }
     TimerRun(const TimerRun&) = delete;
     TimerRun& operator=(const TimerRun&) = delete;
 
-    int Run() { return timer.Run(session.request.timerParameter, OnEvent); }
-
-  private:
-    static void SetCurrent(TimerRun* run) {
-        const std::lock_guard lock(currentMutex);
-        current = run;
+    /// Throws what an event could not be printed with.
+    int Run() {
+        const std::stop_callback stopping(StopToken(), [this] { timer.Stop(); });
+        const int status = timer.Run(session.request.timerParameter, OnEvent);
+        if (failure) {
+            std::rethrow_exception(failure);
+        }
+        return status;
     }
 
+  private:
     static void SOLVANE_CALL OnEvent(std::uint64_t context,
                                      const SolvaneTimerEvent* event) noexcept {
         current->Receive(context, *event); // on the thread of the run: no lock is needed
     }
 
-    /// On a thread of its own. What is not handled here ends the process.
-    static BOOL WINAPI OnConsoleEvent(DWORD event) noexcept {
-        if (event != CTRL_C_EVENT) {
-            return FALSE;
-        }
-        const std::lock_guard lock(currentMutex);
-        if (current == nullptr || current->stopAsked.exchange(true)) {
-            return FALSE;
-        }
-        current->timer.Stop();
-        return TRUE;
-    }
-
     void Receive(std::uint64_t context, const SolvaneTimerEvent& event) {
         const Clock::time_point now = Clock::now();
-        if (stopAsked) { // Ctrl-C came before the library had begun the run
-            timer.Stop();
-            return;
+        // The program may have been told to stop before the library had begun the run.
+        if (!StopToken().stop_requested()) {
+            try {
+                Print(context, event, now - last);
+            } catch (...) { // not through the library, which would take it for its own
+                failure = std::current_exception();
+            }
+            last = now;
+            ++events;
         }
-        Print(context, event, now - last);
-        last = now;
-        if (++events == session.request.events) {
+        if (StopToken().stop_requested() || failure || events == session.request.events) {
             timer.Stop();
         }
     }
 
     void Print(std::uint64_t context, const SolvaneTimerEvent& event, Milliseconds sinceLast) const;
 
-    inline static std::mutex currentMutex;
     inline static TimerRun* current = nullptr;
 
     const Session& session;
     const Timer& timer;
-    std::atomic<bool> stopAsked = false;
+    std::exception_ptr failure;
     std::uint64_t events = 0;
     Clock::time_point last = Clock::now();
 };
@@ -137,14 +123,14 @@ void TimerRun::Print(std::uint64_t context, const SolvaneTimerEvent& event,
 
 } // namespace
 
-int RunTimer(const Session& session) {
+ExitCode RunTimer(const Session& session) {
     const Request& request = session.request;
     const Timer timer(session.library, request.timerContext);
     int status = timer.Status();
     if (status == SOLVANE_OK) {
         status = TimerRun(session, timer).Run();
     }
-    return status == SOLVANE_OK ? status : Finish(Report(request.command, status), session);
+    return status == SOLVANE_OK ? kSuccess : Finish(Report(request.command, status), session);
 }
 
 } // namespace host

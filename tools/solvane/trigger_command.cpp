@@ -1,8 +1,7 @@
 #include <chrono>
 
-#include <windows.h>
-
 #include "commands.h"
+#include "stop.h"
 
 namespace host {
 
@@ -11,69 +10,89 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Milliseconds = std::chrono::duration<double, std::milli>;
 
-constexpr DWORD kReadyPollMilliseconds = 10;
-
-void SleepUntil(Clock::time_point due) {
-    // Again, because Sleep may end a little early.
-    for (auto now = Clock::now(); now < due; now = Clock::now()) {
-        Sleep(static_cast<DWORD>(std::chrono::ceil<std::chrono::milliseconds>(due - now).count()));
-    }
-}
+constexpr std::chrono::milliseconds kReadyPoll(10);
 
 /// Returns in any case: the trigger itself tells what is wrong with a system that is not ready.
-void WaitUntilReady(const Library& library, unsigned milliseconds) {
-    const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(milliseconds);
+/// Hardware that was lost is waited for only if the triggers are to go on after a loss.
+void WaitUntilReady(const Session& session) {
+    const Request& request = session.request;
+    const Clock::time_point deadline =
+        Clock::now() + std::chrono::milliseconds(request.waitReadyMilliseconds);
     while (Clock::now() < deadline) {
-        std::int16_t ready = 0;
-        if (library.CheckSystemReady(&ready) != SOLVANE_OK || ready != 0) {
+        const Answer ready = Ask(session.library.CheckSystemReady, session.log);
+        if (ready.value.value_or(false) || (ready.status != SOLVANE_OK && !request.keepGoing)) {
             return;
         }
-        Sleep(kReadyPollMilliseconds);
+        SleepUntil(Clock::now() + kReadyPoll);
     }
 }
 
-void PrintCapture(const Session& session, int status, unsigned number, Milliseconds start,
-                  Milliseconds duration) {
+/// What may keep the system from being ready, by what the other lines say of it.
+std::string_view WhyNotReady(const Session& session) {
+    if (!session.log.LostRead().empty()) {
+        return "The ready line could not be read: solvane doctor tells more.";
+    }
+    if (!Ask(session.library.CheckCameraPower, session.log).value.value_or(true)) {
+        return "Camera power is off: solvane camera-power on.";
+    }
+    if (Ask(session.library.CheckForcedBlackUpdate, session.log).value.value_or(false)) {
+        return "Dark is on, which may keep the camera from being ready: solvane dark off.";
+    }
+    return "The camera may be at work still (--wait-ready waits for it), or asleep (solvane wake).";
+}
+
+ExitCode Print(const Session& session, int status, unsigned number, Milliseconds start,
+               Milliseconds duration) {
     const Request& request = session.request;
-    const std::string total = std::to_string(request.captures);
+    const std::string total = std::to_string(request.triggers);
     Report report(request.command, status);
-    report.Add("capture", number);
-    report.Add("of", request.captures);
+    report.Add("trigger", number);
+    report.Add("of", request.triggers);
     report.Add("start_ms", Rounded(start.count()));
     report.Add("duration_ms", Rounded(duration.count()));
-    // Numbers as wide as the greatest: the reports of all captures stand below one another.
+    // Numbers as wide as the greatest: the reports of all triggers stand below one another.
     std::string index = std::to_string(number);
     index.insert(0, total.size() - index.size(), ' ');
-    report.Remark("capture " + index + " of " + total,
-                  "at " + Text(start.count()) +
-                      (status == SOLVANE_OK ? ", took " : ", failed after ") +
+    const bool isGiven = status == SOLVANE_OK;
+    report.Remark((isGiven ? "triggered " : "trigger   ") + index + " of " + total,
+                  "at " + Text(start.count()) + (isGiven ? ", took " : ", failed after ") +
                       Text(duration.count()));
-    Finish(report, session);
+    if (status == SOLVANE_E_NOT_READY) {
+        report.Advise(WhyNotReady(session));
+    }
+    return Finish(std::move(report), session);
 }
 
 } // namespace
 
-int Trigger(const Session& session) {
+ExitCode Trigger(const Session& session) {
     const Request& request = session.request;
     const auto interval = std::chrono::milliseconds(request.intervalMilliseconds);
 
-    // The hardware is found before the clock starts, else the first capture alone would seem slow.
-    int status = session.library.CheckAvailable();
+    // The hardware is found before the clock starts, else the first trigger alone would seem slow.
+    const int status = session.library.CheckAvailable();
     if (status != SOLVANE_OK) {
         return Finish(Report(request.command, status), session);
     }
 
     const Clock::time_point begin = Clock::now();
     Clock::time_point due = begin;
-    for (unsigned number = 1; number <= request.captures && status == SOLVANE_OK; ++number) {
+    ExitCode code = kSuccess;
+    for (unsigned number = 1; number <= request.triggers; ++number) {
         SleepUntil(due);
-        WaitUntilReady(session.library, request.waitReadyMilliseconds);
+        WaitUntilReady(session);
         const Clock::time_point start = Clock::now();
         due = start + interval;
-        status = session.library.TriggerCapture();
-        PrintCapture(session, status, number, start - begin, Clock::now() - start);
+        session.log.ForgetLostRead();
+        const int latest = session.library.TriggerCapture();
+        const Milliseconds duration = Clock::now() - start;
+        const ExitCode last = Print(session, latest, number, start - begin, duration);
+        code = last == kSuccess ? code : last;
+        if (code != kSuccess && !request.keepGoing) {
+            break;
+        }
     }
-    return status;
+    return code;
 }
 
 } // namespace host

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <chrono>
 #include <iostream>
 #include <optional>
@@ -8,7 +7,7 @@
 #include <windows.h>
 
 #include "commands.h"
-#include "questions.h"
+#include "stop.h"
 
 namespace host {
 
@@ -18,45 +17,8 @@ using Json = nlohmann::ordered_json;
 using Clock = std::chrono::steady_clock;
 using Milliseconds = std::chrono::duration<double, std::milli>;
 
-/// What was read of one line: its answer, or the status with which it was refused.
-struct Cell {
-    int status = SOLVANE_OK;
-    bool answer = false;
-
-    bool operator==(const Cell&) const = default;
-};
-
-using Row = std::array<Cell, kQuestions.size()>;
-
-std::atomic<bool> isStopped{false};
-
-BOOL WINAPI StopAtCtrlC(DWORD event) {
-    if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) {
-        return FALSE;
-    }
-    // A second one ends the program at once.
-    return isStopped.exchange(true) ? FALSE : TRUE;
-}
-
-Row Read(const Library& library) {
-    Row row;
-    for (std::size_t i = 0; i < kQuestions.size(); ++i) {
-        std::int16_t answer = 0;
-        row[i].status = (library.*kQuestions[i].ask)(&answer);
-        row[i].answer = row[i].status == SOLVANE_OK && answer != 0;
-    }
-    return row;
-}
-
-/// The first status that is not 0.
-int StatusOf(const Row& row) {
-    for (const Cell& cell : row) {
-        if (cell.status != SOLVANE_OK) {
-            return cell.status;
-        }
-    }
-    return SOLVANE_OK;
-}
+/// Only what is written tells that nobody reads a pipe any more.
+constexpr std::chrono::seconds kAgainIntoPipe(5);
 
 std::string Padded(std::string text, std::size_t width) {
     text.resize(std::max(text.size(), width), ' ');
@@ -64,15 +26,18 @@ std::string Padded(std::string text, std::size_t width) {
 }
 
 constexpr std::size_t kTimeWidth = 14;
+constexpr std::string_view kWidestCell = "? (-3) *";
+constexpr std::size_t kGap = 3;
 
 std::size_t WidthOf(const Question& column) {
-    return std::string_view(column.label).size() + 3;
+    return std::max(std::string_view(column.label).size(), kWidestCell.size()) + kGap;
 }
 
 /// Ends a line of the table without the blanks that pad its last column.
 void PrintLine(std::string line) {
     line.erase(line.find_last_not_of(' ') + 1);
-    std::cout << line << std::endl;
+    std::cout << line << '\n';
+    FlushAnswer();
 }
 
 void PrintTitles() {
@@ -83,31 +48,31 @@ void PrintTitles() {
     PrintLine(line);
 }
 
-std::string TextOf(const Cell& cell, const Question& column) {
-    if (cell.status != SOLVANE_OK) {
-        return "? (" + std::to_string(cell.status) + ")";
+std::string TextOf(const Answer& answer, const Question& column) {
+    if (!answer.value) {
+        return answer.IsLost() ? "?" : "? (" + std::to_string(answer.status) + ")";
     }
-    return cell.answer ? column.yes : column.no;
+    return *answer.value ? column.yes : column.no;
 }
 
 /// A line of the table; what is not as in the line before has a star.
-void PrintRow(const Row& row, const Row* before, Milliseconds since) {
+void PrintRow(const Answers& row, const Answers& before, Milliseconds since) {
     std::string line = Padded(Text(since.count()), kTimeWidth);
     for (std::size_t i = 0; i < row.size(); ++i) {
-        const bool isChanged = before != nullptr && row[i] != (*before)[i];
-        line +=
-            Padded(TextOf(row[i], kQuestions[i]) + (isChanged ? " *" : ""), WidthOf(kQuestions[i]));
+        line += Padded(TextOf(row[i], kQuestions[i]) + (row[i] != before[i] ? " *" : ""),
+                       WidthOf(kQuestions[i]));
     }
     PrintLine(line);
 }
 
-void PrintObject(const Session& session, const Row& row, const Row* before, Milliseconds since) {
+void PrintObject(const Session& session, const Answers& row, const Answers& before,
+                 Milliseconds since) {
     Report report(session.request.command, StatusOf(row));
     report.Add("since_start_ms", Rounded(since.count()));
     Json changed = Json::array();
     for (std::size_t i = 0; i < row.size(); ++i) {
-        report.Add(kQuestions[i].key, row[i].status == SOLVANE_OK ? Json(row[i].answer) : Json());
-        if (before != nullptr && row[i] != (*before)[i]) {
+        report.Add(kQuestions[i].key, row[i].value ? Json(*row[i].value) : Json());
+        if (row[i] != before[i]) {
             changed.push_back(kQuestions[i].key);
         }
     }
@@ -138,44 +103,49 @@ class StillWatching {
 
 } // namespace
 
-int Watch(const Session& session) {
+ExitCode Watch(const Session& session) {
     const Request& request = session.request;
-    SetConsoleCtrlHandler(StopAtCtrlC, TRUE);
     session.library.CheckAvailable(); // the hardware is found before the clock starts
     session.progress.End();
 
     const Clock::time_point begin = Clock::now();
     const auto isOver = [&] {
-        return request.once || isStopped ||
-               (request.watchSeconds != 0 &&
-                Clock::now() - begin >= std::chrono::seconds(request.watchSeconds));
+        return request.once || (request.watchSeconds != 0 &&
+                                Clock::now() - begin >= std::chrono::seconds(request.watchSeconds));
     };
     const StillWatching sign(!request.json);
     if (!request.json) {
         PrintTitles();
     }
-    std::optional<Row> before;
+    const bool isPiped = GetFileType(GetStdHandle(STD_OUTPUT_HANDLE)) == FILE_TYPE_PIPE;
+    std::optional<Answers> before;
+    Clock::time_point shown;
     for (;;) {
-        const Row row = Read(session.library);
+        const Answers row = AskAll(session.library, session.log);
         const Milliseconds since = Clock::now() - begin;
-        if (before != row) {
+        if (before != row || (isPiped && Clock::now() - shown >= kAgainIntoPipe)) {
             sign.Erase();
             if (request.json) {
-                PrintObject(session, row, before ? &*before : nullptr, since);
+                PrintObject(session, row, before.value_or(row), since);
             } else {
-                PrintRow(row, before ? &*before : nullptr, since);
+                PrintRow(row, before.value_or(row), since);
             }
             before = row;
+            shown = Clock::now();
         }
         if (isOver()) {
             break;
         }
         sign.Show(since);
-        Sleep(request.watchMilliseconds);
+        SleepUntil(Clock::now() + std::chrono::milliseconds(request.watchMilliseconds));
     }
     sign.Erase();
-    const int status = StatusOf(*before);
-    return request.json ? status : Finish(Report(request.command, status), session);
+    Report report(request.command, StatusOf(*before));
+    if (std::any_of(before->begin(), before->end(),
+                    [](const Answer& answer) { return answer.IsLost(); })) {
+        report.Fail();
+    }
+    return request.json ? report.Code() : Finish(std::move(report), session);
 }
 
 } // namespace host

@@ -21,7 +21,7 @@ import time
 import unittest
 from pathlib import Path
 
-DONE, FAILED, USAGE, NO_LIBRARY = 0, 1, 2, 3
+DONE, FAILED, USAGE, NO_LIBRARY, LOST, STOPPED = 0, 1, 2, 3, 4, 130
 
 CHIP = "[[usb]]\nchip = 'FT2232H'\n"
 
@@ -58,8 +58,9 @@ class Outcome:
         return [time for time, name, level in self.edges if name == line and level == 1]
 
     def values(self):
-        """The aligned lines: label to text."""
-        return dict(re.split(r"  +", line, maxsplit=1) for line in self.out.splitlines())
+        """The aligned lines: label to text. The heading is none of them."""
+        return dict(re.split(r"  +", line, maxsplit=1) for line in self.out.splitlines()
+                    if "  " in line)
 
 
 class CliTest(unittest.TestCase):
@@ -79,8 +80,10 @@ class CliTest(unittest.TestCase):
         return Outcome(code, self.directory)
 
     def start_host(self, *arguments, scenario=CHIP, program=None, rig=True,
-                   current=None, merged=False, console=None):
+                   current=None, merged=False, console=None, out=None):
         """`scenario` is the text of one, or the name of a file among the rig's scenarios.
+
+        `out` is another file or pipe for standard output.
 
         `merged` sends standard error where standard output goes, so that their order shows;
         `console` is a terminal, which takes the place of both.
@@ -103,7 +106,9 @@ class CliTest(unittest.TestCase):
                                     env=environment, cwd=current, stdin=console, stdout=console,
                                     stderr=console)
         # Files, not pipes: the first run starts Wine's services, which would keep a pipe open.
-        with open(self.directory / "out", "wb") as out, open(self.directory / "err", "wb") as err:
+        with open(self.directory / "out", "wb") as kept, open(self.directory / "err", "wb") as err, \
+                open(os.devnull if out is None else out, "wb", closefd=not isinstance(out, int)) as other:
+            out = kept if out is None else other
             return subprocess.Popen([WINE, program or BIN / "solvane.exe", *arguments],
                                     env=environment, cwd=current, stdin=subprocess.DEVNULL,
                                     stdout=out, stderr=out if merged else err)
@@ -123,6 +128,10 @@ class CliTest(unittest.TestCase):
         text = shown.decode("utf-8", "replace").replace("\x1b[1C", " ")  # a blank to Wine's console
         return re.sub(r"\x1b\[[?0-9;]*[A-Za-z]", "", text)
 
+    def rig(self):
+        """What is said of the hardware, that nobody may take it for real."""
+        return f"the virtual rig, scenario Z:{self.directory}/scenario.toml"
+
     def answer(self, *arguments, **options):
         """The one object that a successful command prints with --json."""
         outcome = self.run_host(*arguments, "--json", **options)
@@ -135,6 +144,7 @@ class CliTest(unittest.TestCase):
         """Both forms of a command that the library refuses."""
         people = self.run_host(*arguments, scenario=scenario)
         self.assertEqual(people.code, FAILED)
+        self.assertEqual("solvane doctor tells why." in people.err, status == -3)
         self.assertIn(f"{arguments[0]} failed with status {status}: {meaning}.", people.err)
 
         programs = self.run_host(*arguments, "--json", scenario=scenario)
@@ -179,14 +189,15 @@ class Probe(CliTest):
                 **candidate_lines(kind), "controller": kind, "available": "yes",
                 "power control": "yes", "ready": "yes", "dark": "off", "camera power": "on",
                 "accessories power": "on"})
+            self.assertEqual(outcome.out.splitlines()[0], self.rig())
             columns = {line.index(line.split("  ")[-1].strip())
-                       for line in outcome.out.splitlines()}
+                       for line in outcome.out.splitlines()[1:]}
             self.assertEqual(len(columns), 1, "not aligned:\n" + outcome.out)
 
     def test_tells_the_same_in_json(self):
         for kind, scenario in KINDS.items():
             self.assertEqual(self.answer("probe", scenario=scenario), {
-                "command": "probe", "status": 0, "candidates": candidates(kind),
+                "command": "probe", "status": 0, "rig": self.rig(), "candidates": candidates(kind),
                 "controller": kind, "available": True, "power_control": True, "ready": True,
                 "dark": False, "camera_power": True, "accessories_power": True})
 
@@ -251,17 +262,17 @@ class Trigger(CliTest):
     def test_one(self):
         outcome = self.run_host("trigger")
         self.assertEqual((outcome.code, outcome.err), (DONE, ""))
-        self.assertRegex(outcome.out, r"^capture 1 of 1  at 0\.0 ms, took [1-9]\d+\.\d ms\n$")
+        self.assertRegex(outcome.out, r"^triggered 1 of 1  at 0\.0 ms, took [1-9]\d+\.\d ms\n$")
         self.assertEqual(outcome.levels("trigger"), [1, 0])
 
     def test_several_keep_their_interval(self):
         outcome = self.run_host("trigger", "-n", "3", "--interval", "150", "--json")
         self.assertEqual((outcome.code, outcome.err), (DONE, ""))
-        captures = outcome.objects()
-        self.assertEqual([(c["status"], c["capture"], c["of"]) for c in captures],
+        triggers = outcome.objects()
+        self.assertEqual([(each["status"], each["trigger"], each["of"]) for each in triggers],
                          [(0, 1, 3), (0, 2, 3), (0, 3, 3)])
-        self.assertEqual(captures[0]["start_ms"], 0)
-        for before, after in zip(captures, captures[1:]):
+        self.assertEqual(triggers[0]["start_ms"], 0)
+        for before, after in zip(triggers, triggers[1:]):
             self.assertGreaterEqual(after["start_ms"] - before["start_ms"], 149.9)
             self.assertGreater(after["duration_ms"], 10)
         rises = outcome.rises("trigger")
@@ -280,7 +291,7 @@ class Trigger(CliTest):
         hasty = self.run_host("trigger", "-n", "2", scenario=scenario)
         self.assertEqual(hasty.code, FAILED)
         self.assertEqual(len(hasty.rises("trigger")), 1)
-        self.assertIn("capture 2 of 2", hasty.out)
+        self.assertRegex(hasty.out, r"\ntrigger   2 of 2  at [0-9.]+ ms, failed after [0-9.]+ ms\n$")
         self.assertIn("status -5", hasty.err)
 
     def test_gives_up_waiting(self):
@@ -288,6 +299,46 @@ class Trigger(CliTest):
                                 scenario="not_ready.toml")
         self.assertEqual(outcome.code, FAILED)
         self.assertGreaterEqual(outcome.objects()[0]["start_ms"], 200)
+
+    def test_keeps_going_after_a_loss(self):
+        # The chip leaves in the midst of the second trigger and comes back.
+        scenario = CHIP + ("[[event]]\nat_ms = 1000\naction = 'unplug'\n"
+                           "[[event]]\nat_ms = 2500\naction = 'plug'\n")
+        outcome = self.run_host("trigger", "-n", "5", "--interval", "500", "--wait-ready", "8000",
+                                "--keep-going", "--json", scenario=scenario)
+        statuses = [each["status"] for each in outcome.objects()]
+        self.assertEqual((outcome.code, statuses), (DONE, [0] * 5))
+
+        hasty = self.run_host("trigger", "-n", "8", "--interval", "500", "--keep-going", "--json",
+                              scenario=scenario)
+        statuses = [each["status"] for each in hasty.objects()]
+        self.assertEqual((hasty.code, len(statuses), statuses[0], statuses[-1]), (FAILED, 8, 0, 0))
+        self.assertGreater(len(set(statuses)), 1)
+
+        stopping = self.run_host("trigger", "-n", "8", "--interval", "500", "--wait-ready", "8000",
+                                 "--json", scenario=scenario)
+        self.assertEqual(stopping.code, FAILED)
+        self.assertLess(len(stopping.objects()), 8)
+
+    # What keeps the system from being ready, and what the program says of it.
+    HINTS = [("[camera]\nready = false\n" + CHIP, "--wait-ready"),
+             ("[camera]\nasleep = true\n" + CHIP, "solvane wake"),
+             ("[pulls]\ncamera_power = 0\n" + CHIP, "solvane camera-power on"),
+             ("[camera]\nready = false\n[pulls]\ndark = 1\n" + CHIP, "solvane dark off"),
+             ("[eapi]\n[[fault]]\nfunction = 'EApiGPIOGetLevel'\ntimes = 0\nstatus = 1\n",
+              "could not be read")]
+
+    def test_a_refusal_has_a_hint(self):
+        for scenario, hint in self.HINTS:
+            with self.subTest(hint):
+                people = self.run_host("trigger", scenario=scenario)
+                self.assertEqual(people.code, FAILED)
+                self.assertIn("status -5", people.err)
+                self.assertIn(hint, people.err)
+                [told] = self.run_host("trigger", "--json", scenario=scenario).objects()
+                self.assertEqual([other for _, other in self.HINTS if other in told["advice"]],
+                                 [hint] if hint != "--wait-ready" and hint != "solvane wake"
+                                 else ["--wait-ready", "solvane wake"])
 
     def test_stops_at_the_first_that_fails(self):
         self.expect_status(-5, "the system is not ready, or its ready line cannot be read",
@@ -315,15 +366,57 @@ class OnAConsole(CliTest):
     def test_a_command_that_takes_its_time_gives_a_sign_of_life(self):
         shown = self.shown_on_console(*self.TWO, scenario=self.SLOW)
         before, sign, after = shown.rpartition("trigger is at work, 1 s\r")
-        self.assertIn("capture 1 of 2", before)
+        self.assertIn("triggered 1 of 2", before)
         self.assertTrue(sign, shown)
-        self.assertRegex(after, r"^ +\r[^a-z]*capture 2 of 2 ", "it is gone before the next line")
+        self.assertRegex(after, r"^ +\r[^a-z]*triggered 2 of 2 ", "it is gone before the next line")
 
     def test_a_quick_command_gives_none_nor_does_a_log_or_json(self):
         for arguments in (("ready",), ("--log", *self.TWO), ("--json", *self.TWO)):
             shown = self.shown_on_console(*arguments, scenario=self.SLOW)
             self.assertRegex(shown, "ready|2 of 2|\"of\":2")
             self.assertNotIn("at work", shown)
+
+
+class UnreadLines(CliTest):
+    """The library answers for a line that it cannot read; the program must not take that for true."""
+
+    def fault(self, function, call, effect):
+        return f"[[fault]]\nfunction = '{function}'\ncall = {call}\ntimes = 0\n{effect}\n"
+
+    def scenarios(self):
+        return {"no byte ever comes": CHIP + self.fault("FT_Read", 1, "count = 0"),
+                "no read succeeds": CHIP + self.fault("FT_Read", 3, "status = 4"),
+                "it left": CHIP + "[[event]]\nbefore = 'FT_Read'\ncall = 3\naction = 'unplug'\n",
+                "no level": "[eapi]\n" + self.fault("EApiGPIOGetLevel", 1, "status = 1")}
+
+    ASKED = {"ready": "ready", "dark": "dark", "camera_power": "camera power"}
+
+    def test_probe_says_so(self):
+        for name, scenario in self.scenarios().items():
+            with self.subTest(name):
+                outcome = self.run_host("probe", scenario=scenario)
+                self.assertEqual(outcome.code, FAILED)
+                self.assertEqual(outcome.values()["ready"], "could not be read")
+                for label in self.ASKED.values():
+                    self.assertIn(outcome.values()[label], ("could not be read", "unknown"))
+                [told] = self.run_host("probe", "--json", scenario=scenario).objects()
+                self.assertEqual([told[key] for key in self.ASKED], [None] * len(self.ASKED))
+
+    def test_a_question_says_so(self):
+        scenario = self.scenarios()["no byte ever comes"]
+        for arguments, label, key in ((("ready",), "ready", "ready"), (("mep",), "flag", "flag"),
+                                      (("dark",), "dark", "on"),
+                                      (("camera-power", "state"), "camera-power", "on")):
+            outcome = self.run_host(*arguments, scenario=scenario)
+            self.assertEqual((outcome.code, outcome.values()),
+                             (FAILED, {label: "could not be read"}))
+            [told] = self.run_host(*arguments, "--json", scenario=scenario).objects()
+            self.assertEqual((told["status"], told[key]), (0, None))
+
+    def test_a_read_that_a_recovery_repeats_is_no_loss(self):
+        # Configuring reads twice; the third is the question's.
+        scenario = CHIP + "[[fault]]\nfunction = 'FT_Read'\ncall = 3\nstatus = 4\n"
+        self.assertEqual(self.answer("ready", scenario=scenario)["ready"], True)
 
 
 class Switches(CliTest):
@@ -341,6 +434,10 @@ class Switches(CliTest):
                     self.assertEqual(outcome.levels(line), [level])
                     self.assertEqual(self.answer(command, setting, scenario=scenario),
                                      {"command": command, "status": 0, "on": level == 1})
+
+    def test_without_a_setting_it_asks(self):
+        for command in self.LINES:
+            self.assertEqual(self.answer(command), self.answer(command, "state"))
 
     def test_state(self):
         for command, (line, _) in self.LINES.items():
@@ -495,11 +592,16 @@ class TimerWithDriver(CliTest):
                 running.kill()
                 raise
         outcome = Outcome(code, self.directory)
-        self.assertEqual(outcome.code, DONE)
+        self.assertEqual(outcome.code, STOPPED)
         # Only a program that ends by itself disposes of its timer, which then runs no more.
         self.assertIn("Solvane_StopTimer() timer was not started", outcome.err)
         numbers = [event["event"] for event in outcome.objects()]
         self.assertEqual(numbers, list(range(1, len(numbers) + 1)))
+
+    def test_a_lost_answer_ends_the_run(self):
+        outcome = self.run_host(*self.PERIOD, "--log", out="/dev/full")
+        self.assertEqual(outcome.code, LOST)
+        self.assertIn("Solvane_StopTimer() timer was not started", outcome.err)
 
     def wait_for_events(self, count):
         deadline = time.monotonic() + 30
@@ -533,7 +635,6 @@ class CommandLine(CliTest):
                 (["--nonsense", "probe"], "--nonsense"),
                 (["probe", "nonsense"], "nonsense"),
                 (["wake", "ready"], "ready"),
-                (["dark"], "required"),
                 (["dark", "bright"], "bright"),
                 (["trigger", "-n", "0"], "-n"),
                 (["trigger", "-n", "many"], "-n"),
@@ -547,12 +648,26 @@ class CommandLine(CliTest):
                 (["timer", "--parameter", "1", "--count", "0"], "--count"),
                 (["timer", "--parameter", "1", "--context", "-1"], "--context"),
                 (["timer", "--parameter", "1", "--context", str(2**64)], "--context"),
-                (["probe", "--library"], "--library")):
+                (["probe", "--library"], "--library"),
+                (["probe", "--library", ""], "--library"),
+                (["power", "--help"], "power"),
+                (["--help", "power"], "power")):
             with self.subTest(arguments=arguments):
                 outcome = self.run_host(*arguments)
                 self.assertEqual((outcome.code, outcome.out), (USAGE, ""))
                 self.assertIn(complaint, outcome.err)
                 self.assertEqual(outcome.edges, [])
+
+                programs = self.run_host("--json", *arguments)
+                self.assertEqual((programs.code, programs.err), (USAGE, outcome.err))
+                [told] = programs.objects()
+                self.assertEqual(set(told), {"command", "error"})
+                self.assertIn(complaint, told["error"])
+
+    def test_wrong_usage_in_json_names_the_command_that_was_understood(self):
+        for arguments, command in ((["trigger", "-n", "0"], "trigger"), (["nonsense"], None), ([], None)):
+            [told] = self.run_host("--json", *arguments).objects()
+            self.assertEqual(told["command"], command)
 
     def test_help(self):
         outcome = self.run_host("--help", rig=False)
@@ -568,6 +683,48 @@ class CommandLine(CliTest):
         outcome = self.run_host("--version", rig=False)
         self.assertEqual((outcome.code, outcome.err), (DONE, ""))
         self.assertRegex(outcome.out, r"^solvane \d+(\.\d+){3}\n$")
+
+
+class LostAnswers(CliTest):
+    SENTENCE = "the answer could not be written.\n"
+
+    def test_on_a_full_disk(self):
+        for arguments in (["--json", "probe"], ["probe"], ["doctor"], ["trigger"], ["ready"],
+                          ["watch"], ["watch", "--json"], ["--help"], ["trigger", "--help"],
+                          ["--json", "nonsense"]):
+            with self.subTest(arguments=arguments):
+                outcome = self.run_host(*arguments, out="/dev/full")
+                self.assertEqual(outcome.code, LOST)
+                self.assertIn("solvane: " + self.SENTENCE, outcome.err)
+
+    def test_with_a_closed_output(self):
+        for program, arguments in ((BIN / "solvane.exe", "probe --json"),
+                                   (RIG / "solvane-rig.exe", f"wave Z:{RECORDING}")):
+            run = subprocess.run(["sh", "-c", f"{WINE} {program} {arguments} >&-"], timeout=60,
+                                 stdin=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True,
+                                 env=dict(os.environ, WINEPATH=f"Z:{RIG}"))
+            self.assertEqual(run.returncode, LOST)
+            self.assertIn("could not be written.", run.stderr)
+
+    def test_of_the_rigs_tool(self):
+        for arguments in (["wave", f"Z:{RECORDING}"], ["--help"], ["status"]):
+            outcome = self.run_host(*arguments, program=RIG / "solvane-rig.exe", out="/dev/full")
+            self.assertEqual(outcome.code, LOST)
+            self.assertIn("solvane-rig: the output could not be written.\n", outcome.err)
+
+    def test_watch_ends_when_nobody_reads_any_more(self):
+        for arguments in ((), ("--json",)):
+            reader, writer = os.pipe()
+            with self.start_host("watch", *arguments, out=writer) as running:
+                try:
+                    os.close(writer)
+                    with open(reader, "rb") as pipe:
+                        self.assertTrue(pipe.readline())
+                    self.assertEqual(running.wait(timeout=60), LOST)
+                except BaseException:
+                    running.kill()
+                    raise
+            self.assertIn(self.SENTENCE, (self.directory / "err").read_text())
 
 
 class LibraryFile(CliTest):
@@ -677,4 +834,5 @@ class LibraryFile(CliTest):
 
 if __name__ == "__main__":
     WINE, BIN, RIG, SCENARIOS = (Path(argument).resolve() for argument in sys.argv[1:5])
+    RECORDING = SCENARIOS.parent.parent / "docs/recordings/usb.vcd"
     unittest.main(argv=sys.argv[:1] + sys.argv[5:])

@@ -21,10 +21,12 @@ FAILED_HERE = 0x80041001
 
 
 class Doctor(CliTest):
-    def kinds(self, scenario):
+    def kinds(self, scenario, is_ill=False):
         outcome = self.run_host("doctor", "--json", scenario=scenario)
         report = outcome.objects()[0]
-        self.assertEqual(outcome.code, FAILED if report["controller"] is None else DONE)
+        self.assertEqual(report["rig"], self.rig())
+        self.assertEqual(outcome.code,
+                         FAILED if report["controller"] is None or is_ill else DONE)
         self.assertEqual([each["kind"] for each in report["kinds"]], list(KINDS))
         return report, {each["kind"]: each for each in report["kinds"]}
 
@@ -52,9 +54,11 @@ class Doctor(CliTest):
         "parallel port": [
             ("", -3, "Windows knows no parallel port", "Device Manager"),
             ("[lpt]\n[inpout]\ndriver_open = false\n", -2, "driver (InpOut) is not open",
-             "administrator"),
+             "solvane probe once as an administrator"),
             ("[lpt]\npresence_wire = false\n", -3, "presence loopback", "pin 17 to pin 11"),
             ("[lpt]\n[[parallel_port]]\n", -3, "no I/O range", "resources"),
+            ("[lpt]\n[[parallel_port]]\n[[parallel_port.range]]\nstart = '65536'\n", -3,
+             "no I/O range", "resources"),
             ("[lpt]\n" + fault("IWbemLocator::ConnectServer", 1, FAILED_HERE), -3,
              "Windows could not be asked", "Windows Management Instrumentation"),
             ("[lpt]\n" + fault("IWbemServices::ExecQuery", 2, FAILED_HERE), -3,
@@ -88,6 +92,10 @@ class Doctor(CliTest):
             ("", -3, "No FTDI chip is connected.", "Plug"),
             ("[[usb]]\nchip = 'FT232R'\n", -3, "none of them is an FT2232H", "Plug"),
             (CHIP + "letters = 'CD'\n", -3, "serial number ends in B", "FT_PROG"),
+            # Of the camera's chip another program has one channel or both.
+            (CHIP + "open_elsewhere = true\n", -3, "open in another program", "Close"),
+            (CHIP + "open_elsewhere = true\ncamera = false\n" + CHIP + "letters = 'AC'\n", -3,
+             "open in another program", "Close"),
             (CHIP + fault("FT_Open", 1, 3), -3, "open in another program", "Close"),
             (CHIP + fault("FT_Open", 1, 4), -3, "cannot be opened (D2XX status 4)", "Unplug"),
             (CHIP + fault("FT_SetBitMode", 1, 4), -3, "does not take its settings", "Unplug"),
@@ -108,20 +116,82 @@ class Doctor(CliTest):
         outcome = self.run_host("doctor", scenario="no_hardware.toml")
         self.assertEqual(outcome.code, FAILED)
         lines = outcome.out.splitlines()
-        self.assertEqual(lines[0], "controller     none")
-        self.assertEqual(lines[1], "parallel port  Windows knows no parallel port.")
-        self.assertIn("Device Manager", lines[2])
+        self.assertEqual(lines[0], self.rig())
+        self.assertEqual(lines[1], "controller     none")
+        self.assertEqual(lines[2], "parallel port  Windows knows no parallel port.")
+        self.assertIn("Device Manager", lines[3])
         self.assertIn("FT2232H        No FTDI chip is connected.", lines)
-        self.assertIn("failed with status -3", outcome.err)
+        # doctor itself has not failed.
+        self.assertEqual(outcome.err, "solvane: no hardware serves the camera: "
+                         "the library's status is -3.\n")
 
         outcome = self.run_host("doctor")
         self.assertEqual((outcome.code, outcome.err), (DONE, ""))
-        self.assertEqual(len(outcome.out.splitlines()), 1 + len(KINDS))
+        # The heading, the controller, one line a kind, and what of the last was tried.
+        self.assertEqual(len(outcome.out.splitlines()), 2 + len(KINDS) + 1)
 
-    def test_a_missing_power_interface_is_told(self):
-        outcome = self.run_host("doctor", scenario="[lpt]\npower_wire = false\n")
+    def test_a_missing_power_interface_is_told_of_the_parallel_port(self):
+        scenario = "[lpt]\npower_wire = false\n"
+        outcome = self.run_host("doctor", scenario=scenario)
         self.assertEqual(outcome.code, DONE)
-        self.assertIn("The power interface is not wired", outcome.out)
+        port = outcome.out[outcome.out.index("\nparallel port"):outcome.out.index("\nSuper I/O")]
+        self.assertIn("The power interface is not wired", port)
+        _, kinds = self.kinds(scenario)
+        self.assertIn("The power interface is not wired", kinds["parallel port"]["advice"])
+
+    # What serves, but not as it should, and words of what is found and of the advice.
+    ILL_SERVANTS = {
+        "no byte ever comes": ("FT2232H", CHIP + "[[fault]]\nfunction = 'FT_Read'\ntimes = 0\n"
+                               "count = 0\n", "could not be read", "Unplug"),
+        "it dies at its third read": ("FT2232H", CHIP + "[[event]]\nbefore = 'FT_Read'\ncall = 3\n"
+                                      "action = 'unplug'\n", "could not be read", "Unplug"),
+        "no level": ("Embedded API", "[eapi]\n" + fault("EApiGPIOGetLevel", 1, 1),
+                     "could not be read", "driver"),
+        "the other chip": ("FT2232H", CHIP + "camera = false\n" + CHIP + "camera = true\n",
+                           "no camera is wired to it", "only the first FT2232H is used"),
+        "no camera": ("FT2232H", CHIP + "camera = false\n", "no camera is wired to it", "cable"),
+    }
+
+    def test_does_not_call_healthy_what_is_not(self):
+        for name, (kind, scenario, found, advice) in self.ILL_SERVANTS.items():
+            with self.subTest(name):
+                report, kinds = self.kinds(scenario, is_ill=True)
+                self.assertEqual((report["status"], report["controller"]), (0, kind))
+                self.assertIn(found, kinds[kind]["found"])
+                self.assertIn(advice, kinds[kind]["advice"])
+                people = self.run_host("doctor", scenario=scenario)
+                self.assertEqual(people.code, FAILED)
+                self.assertNotIn("serves the camera", people.out)
+                self.assertIn(kinds[kind]["advice"], people.out)
+
+    def test_several_chips_of_which_the_first_is_the_cameras(self):
+        _, kinds = self.kinds(CHIP + CHIP)
+        self.assertEqual(kinds["FT2232H"]["found"], "It answers, and lines are wired to it.")
+        self.assertIn("only the first FT2232H is used", kinds["FT2232H"]["advice"])
+        # Another kind of chip beside it is no reason for doubt.
+        _, kinds = self.kinds(CHIP + "[[usb]]\nchip = 'FT232R'\n")
+        self.assertEqual(kinds["FT2232H"]["found"], "It answers, and serves the camera.")
+
+    RANGE = "[[parallel_port.range]]\nstart = '0x378'\n"
+
+    def test_which_hardware_was_tried(self):
+        for scenario, kind, tried in (
+                ("[lpt]\n", "parallel port", "LPT1 at 0x378"),
+                ("[lpt]\npresence_wire = false\n[[parallel_port]]\ndevice_id = 'LPT3'\n"
+                 + self.RANGE + "[[parallel_port]]\n", "parallel port",
+                 "LPT3 at 0x378, the first of 2 parallel ports; the others are never used"),
+                ("[lpt]\n[[parallel_port]]\n", "parallel port", "LPT1, without an I/O range"),
+                ("", "parallel port", None), ("", "FT2232H", None), ("", "Super I/O", None),
+                ("[[usb]]\nchip = 'FT232R'\n" + CHIP, "FT2232H", "number 2, counted from 0, of 3 "
+                 "FTDI devices, the first FT2232H's channel B")):
+            with self.subTest(tried):
+                self.assertEqual(self.kinds(scenario)[1][kind]["tried"], tried)
+        outcome = self.run_host("doctor", scenario="[lpt]\npresence_wire = false\n")
+        self.assertIn("Tried: LPT1 at 0x378.\n", outcome.out)
+
+    def test_a_scenario_that_cannot_be_used_is_told(self):
+        outcome = self.run_host("doctor", scenario="nonsense")
+        self.assertRegex(outcome.out, r"^the virtual rig, scenario none: .*scenario\.toml.*line 1")
 
     def test_missing_vendor_libraries_are_named_without_a_box(self):
         outcome = self.run_host("doctor", rig=False)
@@ -135,6 +205,7 @@ class Doctor(CliTest):
         outcome = self.run_host("doctor", scenario=scenario)
         self.assertEqual(outcome.code, DONE)
         self.assertIn("controller     FT2232H\n", outcome.out)
+        self.assertIn("FT2232H        It answers, and serves the camera.\n", outcome.out)
 
 
 class Watch(CliTest):
@@ -180,6 +251,28 @@ class Watch(CliTest):
         outcome = self.run_host("watch", "--duration", "3", "--json", scenario=scenario)
         last = outcome.objects()[-1]
         self.assertEqual((outcome.code, last["status"], last["ready"]), (FAILED, -3, None))
+
+    def test_the_row_of_a_loss_does_not_say_no(self):
+        scenario = CHIP + "[[event]]\nat_ms = 1000\naction = 'unplug'\n"
+        outcome = self.run_host("watch", "--duration", "3", scenario=scenario)
+        titles, before, lost, *_ = outcome.out.splitlines()
+        self.assertNotRegex(lost, r"\b(no|off)\b")
+        # Each cell stands below its title.
+        begins = [match.start() for match in re.finditer(r"\S+( \S+)*", titles)]
+        for row in before, lost:
+            self.assertEqual([match.start() for match in re.finditer(r"\S+( \S+)*", row)], begins)
+
+        [first, *_, last] = self.run_host("watch", "--duration", "3", "--json",
+                                          scenario=scenario).objects()
+        self.assertEqual((first["ready"], last["ready"]), (True, None))
+
+    def test_a_lost_read_is_told_and_fails(self):
+        scenario = "[eapi]\n" + fault("EApiGPIOGetLevel", 1, 1)
+        outcome = self.run_host("watch", "--once", scenario=scenario)
+        self.assertEqual(outcome.code, FAILED)
+        self.assertEqual(re.split("  +", outcome.out.splitlines()[1])[1:], ["?", "?", "?", "on"])
+        [told] = self.run_host("watch", "--once", "--json", scenario=scenario).objects()
+        self.assertEqual((told["status"], told["ready"], told["accessories_power"]), (0, None, True))
 
     def test_leaves_the_flag_alone(self):
         outcome = self.run_host("watch", "--once", scenario="mep_latched.toml")

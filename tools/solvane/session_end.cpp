@@ -1,0 +1,52 @@
+#include "session_end.h"
+
+#include <future>
+#include <thread>
+#include <utility>
+
+#include <windows.h>
+
+namespace host {
+
+namespace {
+
+void (*endSession)() = nullptr;
+
+LRESULT CALLBACK OnMessage(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message == WM_ENDSESSION && wParam != FALSE) {
+        endSession();
+    }
+    return DefWindowProcW(window, message, wParam, lParam); // nothing keeps a session from ending
+}
+
+void Listen(std::promise<void> isListening) {
+    WNDCLASSW windowClass{};
+    windowClass.lpfnWndProc = OnMessage;
+    windowClass.hInstance = GetModuleHandleW(nullptr);
+    windowClass.lpszClassName = L"solvane";
+    RegisterClassW(&windowClass);
+    // It is never shown. Where there are no windows, as in a service, there are console events.
+    const HWND window = CreateWindowExW(0, windowClass.lpszClassName, L"solvane", WS_OVERLAPPED, 0,
+                                        0, 0, 0, nullptr, nullptr, windowClass.hInstance, nullptr);
+    isListening.set_value();
+    if (window == nullptr) {
+        return;
+    }
+    MSG message;
+    while (GetMessageW(&message, nullptr, 0, 0) > 0) {
+        DispatchMessageW(&message);
+    }
+}
+
+} // namespace
+
+void ListenForSessionEnd(void (*onEnd)()) {
+    endSession = onEnd;
+    std::promise<void> promise;
+    const std::future<void> isListening = promise.get_future();
+    std::thread(Listen, std::move(promise)).detach();
+    // Wine loads DLLs for its first window, and hangs if others are being loaded meanwhile.
+    isListening.wait();
+}
+
+} // namespace host

@@ -1,0 +1,94 @@
+#include "stop.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+#include <string>
+
+#include <windows.h>
+
+#include "command_line.h"
+#include "session_end.h"
+
+namespace host {
+
+namespace {
+
+/// Never destroyed: Ctrl-C may come at any time.
+std::stop_source& Source() {
+    static std::stop_source& source = *new std::stop_source;
+    return source;
+}
+
+std::atomic<const char*> linesAfterEnd{""};
+
+DWORD WINAPI TellOfLines(void*) {
+    const std::string text = std::string("solvane: ended at once. ") + linesAfterEnd.load() + "\n";
+    DWORD written = 0;
+    WriteFile(GetStdHandle(STD_ERROR_HANDLE), text.data(), static_cast<DWORD>(text.size()),
+              &written, nullptr);
+    return 0;
+}
+
+/// Without the usual end of a process, which would unload the library in the midst of a call.
+void EndAtOnce() {
+    constexpr DWORD kMostMilliseconds = 500;
+    // On a thread of its own: somebody may not take what is written to standard error.
+    if (const HANDLE thread = CreateThread(nullptr, 0, TellOfLines, nullptr, 0, nullptr)) {
+        WaitForSingleObject(thread, kMostMilliseconds);
+        CloseHandle(thread);
+    }
+    TerminateProcess(GetCurrentProcess(), kStopped);
+}
+
+/// On a thread of its own, which Windows makes.
+BOOL WINAPI OnConsoleEvent(DWORD event) {
+    const bool isFirst = Source().request_stop();
+    if (event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT) {
+        if (!isFirst) {
+            EndAtOnce();
+        }
+        return TRUE;
+    }
+    // The console is closed or the session ends, and Windows ends the process when this returns. It
+    // ends before by itself, when its operation is finished.
+    Sleep(INFINITE);
+    return TRUE;
+}
+
+} // namespace
+
+void ListenForStop() {
+    Source();
+    SetConsoleCtrlHandler(OnConsoleEvent, TRUE);
+    ListenForSessionEnd([] {
+        Source().request_stop();
+        Sleep(INFINITE);
+    });
+}
+
+void SetLinesAfterEnd(const char* sentence) {
+    linesAfterEnd = sentence;
+}
+
+std::stop_token StopToken() {
+    return Source().get_token();
+}
+
+void EndIfStopped() {
+    if (Source().stop_requested()) {
+        throw Stopped();
+    }
+}
+
+void SleepUntil(std::chrono::steady_clock::time_point due) {
+    if (std::chrono::steady_clock::now() >= due) {
+        return;
+    }
+    static std::mutex mutex; // of nothing: waiting wants one
+    static std::condition_variable_any nothing;
+    std::unique_lock lock(mutex);
+    nothing.wait_until(lock, StopToken(), due, [] { return false; });
+}
+
+} // namespace host

@@ -1,0 +1,35 @@
+/// What each kind of hardware says in the library's log, and what that means to somebody who wants
+/// to know why it does not serve.
+#pragma once
+
+#include <span>
+#include <string_view>
+
+namespace host {
+
+/// Words in the log, and what they mean. `found` may have a "%", for what stands in the line behind
+/// the words.
+struct Symptom {
+    std::string_view words;
+    std::string_view found;
+    std::string_view advice;
+};
+
+struct KindSymptoms {
+    std::string_view kind;
+    std::span<const Symptom> whenRefused; ///< the first that is in the log counts
+    std::span<const Symptom> whenServing; ///< likewise
+    std::string_view whenUnread;          ///< what to do when it answers, but a line is not read
+};
+
+inline constexpr std::string_view kParallelPort = "parallel port";
+inline constexpr std::string_view kFt2232h = "FT2232H";
+
+/// Of each kind, in the order in which the library looks for them.
+std::span<const KindSymptoms> Symptoms();
+
+/// The parallel port logs the same whether nothing answers or there is nowhere to ask: this is the
+/// second.
+extern const Symptom kPortWithoutRange;
+
+} // namespace host

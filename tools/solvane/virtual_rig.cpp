@@ -1,0 +1,64 @@
+#include "virtual_rig.h"
+
+#include <array>
+
+#include <windows.h>
+
+namespace host {
+
+namespace {
+
+/// A vendor's library, and a function of it: D2XX and InpOut are imported by ordinal.
+struct VendorDll {
+    const wchar_t* file;
+    const char* name;
+    const char* function;
+};
+
+const std::array kVendorDlls{
+    VendorDll{L"FTD2XX.dll", "FTD2XX.dll", MAKEINTRESOURCEA(1)},
+    VendorDll{L"inpoutx64.dll", "inpoutx64.dll", MAKEINTRESOURCEA(1)},
+    VendorDll{L"EAPI_Library.dll", "EAPI_Library.dll", "EApiLibInitialize"},
+};
+
+FARPROC Find(HMODULE module, const char* function) {
+    return module != nullptr ? GetProcAddress(module, function) : nullptr;
+}
+
+/// The module whose code it is that is called by that name; null if there is none.
+HMODULE OwnerOf(const VendorDll& vendor) {
+    HMODULE owner = nullptr;
+    if (const FARPROC function = Find(GetModuleHandleW(vendor.file), vendor.function)) {
+        GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
+                               GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                           reinterpret_cast<LPCWSTR>(function), &owner);
+    }
+    return owner;
+}
+
+} // namespace
+
+std::optional<std::string> DescribeVirtualRig() {
+    const HMODULE rig = GetModuleHandleW(L"solvane_rig.dll");
+    const FARPROC scenario = Find(rig, "rig_scenario");
+    if (scenario == nullptr) {
+        return std::nullopt;
+    }
+    std::string real;
+    std::size_t virtualDlls = 0;
+    for (const VendorDll& vendor : kVendorDlls) {
+        if (OwnerOf(vendor) == rig) {
+            ++virtualDlls;
+        } else {
+            real += std::string(real.empty() ? "" : ", ") + vendor.name;
+        }
+    }
+    if (virtualDlls == 0) { // it is there for its WMI alone
+        return std::nullopt;
+    }
+    using TellScenario = const char* (*)();
+    const std::string name = reinterpret_cast<TellScenario>(reinterpret_cast<void*>(scenario))();
+    return "the virtual rig, scenario " + name + (real.empty() ? "" : "; not the rig's: " + real);
+}
+
+} // namespace host
