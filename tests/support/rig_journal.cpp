@@ -1,8 +1,16 @@
 #include "rig_journal.h"
 
 #include <algorithm>
+#include <ostream>
 
 namespace test {
+
+/// The escaped line breaks are what GoogleTest compares texts by.
+void PrintTo(const Journal& journal, std::ostream* stream) {
+    for (const std::string& entry : journal) {
+        *stream << (&entry == &journal.front() ? "" : "\\n") << entry;
+    }
+}
 
 Journal TakeEntries(std::initializer_list<rig_entry_kind> kinds) {
     Journal journal;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <initializer_list>
+#include <iosfwd>
 #include <string>
 #include <vector>
 
@@ -9,7 +10,11 @@
 
 namespace test {
 
-using Journal = std::vector<std::string>;
+/// What happened, entry by entry. GoogleTest shows two that differ as an aligned difference.
+struct Journal : std::vector<std::string> {
+    using vector::vector;
+};
+void PrintTo(const Journal& journal, std::ostream* stream);
 
 /// One FT2232H with the camera on channel B ("SLV1B"), everything as it is after plugging in.
 inline constexpr const char* kUsbCamera = "[[usb]]\nchip = \"FT2232H\"\nserial = \"SLV1\"\n";

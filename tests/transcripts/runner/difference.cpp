@@ -1,6 +1,7 @@
 #include "difference.h"
 
 #include <algorithm>
+#include <cstdint>
 
 namespace transcript {
 
@@ -8,6 +9,9 @@ namespace {
 
 constexpr std::size_t kLinesAround = 3;
 constexpr std::size_t kLongest = 120; ///< lines that are printed of one difference
+
+/// Lines beyond those expected that are looked at.
+constexpr std::size_t kMostTooMany = 1000;
 
 struct Row {
     char mark; ///< ' ', '-' or '+'
@@ -51,7 +55,12 @@ std::vector<Row> Aligned(const std::vector<ExpectedLine>& expected,
 } // namespace
 
 std::string Difference(const std::vector<ExpectedLine>& expected,
-                       const std::vector<std::string>& happened) {
+                       std::vector<std::string> happened) {
+    if (happened.size() > expected.size() + kMostTooMany) { // a loop without an end
+        const std::size_t more = happened.size() - expected.size() - kMostTooMany;
+        happened.resize(expected.size() + kMostTooMany);
+        happened.push_back("    ... and " + std::to_string(more) + " lines more");
+    }
     const std::vector<Row> rows = Aligned(expected, happened);
     std::vector<bool> isShown(rows.size());
     std::size_t widest = 0;

@@ -14,6 +14,6 @@ struct ExpectedLine {
 /// Both texts side by side below each other: what stands in one alone is marked "-" (expected) or
 /// "+" (happened), with some lines round it. Empty when they are equal.
 std::string Difference(const std::vector<ExpectedLine>& expected,
-                       const std::vector<std::string>& happened);
+                       std::vector<std::string> happened);
 
 } // namespace transcript

@@ -1,9 +1,6 @@
 /// Plays a case: does what its acts say, and compares what follows with what stands below them.
 #pragma once
 
-#include <functional>
-#include <optional>
-
 #include "difference.h"
 #include "library.h"
 #include "script.h"
@@ -31,8 +28,7 @@ class Stage {
 
   private:
     void Play(const Line& act);
-    void Repeat(const Line& act);
-    void Call(const Line& act, const std::string& name, bool isNull);
+    void Call(const Line& act, const std::string& name, bool hasArgument);
     void Load(const Line& act);
     void AddFault(const Line& act);
     bool Arrange(const Line& act, const std::vector<std::string>& words);
