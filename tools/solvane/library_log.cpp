@@ -2,7 +2,6 @@
 
 #include <array>
 #include <charconv>
-#include <iostream>
 #include <new>
 #include <utility>
 
@@ -63,10 +62,10 @@ std::string_view KindOf(std::string_view line, const Marks& marks, std::string_v
 
 void SOLVANE_CALL LibraryLog::Receive(void* context, const char* line) noexcept {
     auto& log = *static_cast<LibraryLog*>(context);
-    if (log.echo) {
-        std::cerr << line << std::endl;
-    }
     try {
+        if (log.echo) {
+            log.echo->Add(line);
+        }
         log.Read(line);
     } catch (const std::bad_alloc&) {
         // The library is in the midst of an operation, which has to end well.

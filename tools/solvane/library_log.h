@@ -9,6 +9,8 @@
 
 #include <solvane/solvane.h>
 
+#include "log_echo.h"
+
 namespace host {
 
 /// One kind of hardware that the library looked for.
@@ -20,8 +22,12 @@ struct Candidate {
 
 class LibraryLog {
   public:
-    /// With `echoLines` every line goes to standard error as it comes.
-    explicit LibraryLog(bool echoLines) : echo(echoLines) {}
+    /// With `echoLines` every line goes to standard error, too.
+    explicit LibraryLog(bool echoLines) {
+        if (echoLines) {
+            echo.emplace();
+        }
+    }
 
     /// The log function for the library; the context is the LibraryLog. Timers call it from other
     /// threads too, but only when no hardware is looked for: nothing is kept of those lines.
@@ -48,7 +54,7 @@ class LibraryLog {
 
     static constexpr std::string_view kUnknownKind = "unknown hardware";
 
-    const bool echo;
+    std::optional<LogEcho> echo;
     std::string_view announced = kUnknownKind; ///< of the candidate that comes next
     std::vector<Candidate> candidates;
     std::string lostRead;

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <iostream>
 
+#include "log_echo.h"
 #include "statuses.h"
 
 namespace host {
@@ -102,6 +103,7 @@ void PrintError(std::string_view command, std::string_view sentence, bool json) 
 }
 
 void FlushAnswer() {
+    LogEcho::WaitUntilWritten();
     if (!std::cout.flush()) {
         throw AnswerLost();
     }

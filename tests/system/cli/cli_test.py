@@ -80,10 +80,10 @@ class CliTest(unittest.TestCase):
         return Outcome(code, self.directory)
 
     def start_host(self, *arguments, scenario=CHIP, program=None, rig=True,
-                   current=None, merged=False, console=None, out=None):
+                   current=None, merged=False, console=None, out=None, err=None):
         """`scenario` is the text of one, or the name of a file among the rig's scenarios.
 
-        `out` is another file or pipe for standard output.
+        `out` and `err` are other files or pipes for standard output and standard error.
 
         `merged` sends standard error where standard output goes, so that their order shows;
         `console` is a terminal, which takes the place of both.
@@ -106,9 +106,11 @@ class CliTest(unittest.TestCase):
                                     env=environment, cwd=current, stdin=console, stdout=console,
                                     stderr=console)
         # Files, not pipes: the first run starts Wine's services, which would keep a pipe open.
-        with open(self.directory / "out", "wb") as kept, open(self.directory / "err", "wb") as err, \
+        with open(self.directory / "out", "wb") as kept, \
+                open(self.directory / "err", "wb") as kept_err, \
                 open(os.devnull if out is None else out, "wb", closefd=not isinstance(out, int)) as other:
             out = kept if out is None else other
+            err = kept_err if err is None else err
             return subprocess.Popen([WINE, program or BIN / "solvane.exe", *arguments],
                                     env=environment, cwd=current, stdin=subprocess.DEVNULL,
                                     stdout=out, stderr=out if merged else err)
@@ -625,6 +627,30 @@ class Log(CliTest):
         outcome = self.run_host("--log", "--json", "ready")
         self.assertEqual(outcome.objects(), [{"command": "ready", "status": 0, "ready": True}])
         self.assertRegex(outcome.err, self.LINE)
+
+
+    def test_nobody_who_reads_it_holds_a_pulse_up(self):
+        """Text that is being selected holds up what writes to a console, as a full pipe does."""
+        reader, writer = os.pipe()
+        os.set_blocking(writer, False)
+        filled = 0
+        try:
+            while True:
+                filled += os.write(writer, bytes(4096))
+        except BlockingIOError:
+            os.set_blocking(writer, True)
+        with self.start_host("--log", "trigger", err=writer) as running:
+            os.close(writer)
+            deadline = time.monotonic() + 60
+            journal = self.directory / "journal.txt"
+            while not (journal.exists() and "edge  trigger 0" in journal.read_text()):
+                self.assertLess(time.monotonic(), deadline, "the trigger waits for the log's reader")
+                time.sleep(0.05)
+            with open(reader, "rb") as pipe:
+                log = pipe.read()[filled:].decode()
+            self.assertEqual(running.wait(timeout=60), 0)
+        self.assertEqual(log.count("TRG-"), 1)
+        self.assertRegex(log.splitlines()[-1], r"Closing device\.\.\.$")
 
 
 class CommandLine(CliTest):

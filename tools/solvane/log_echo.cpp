@@ -1,0 +1,54 @@
+#include "log_echo.h"
+
+#include <iostream>
+#include <utility>
+
+namespace host {
+
+namespace {
+
+/// The one echo of the program, if it has one.
+LogEcho* present = nullptr;
+
+} // namespace
+
+LogEcho::LogEcho() : writer([this](const std::stop_token& stop) { Write(stop); }) {
+    present = this;
+}
+
+LogEcho::~LogEcho() {
+    WaitUntilWritten();
+    present = nullptr;
+}
+
+void LogEcho::Add(std::string line) {
+    {
+        const std::lock_guard lock(mutex);
+        waiting.push_back(std::move(line));
+    }
+    changed.notify_all();
+}
+
+void LogEcho::WaitUntilWritten() {
+    if (present != nullptr) {
+        std::unique_lock lock(present->mutex);
+        present->changed.wait(lock, [] { return present->waiting.empty() && !present->isWriting; });
+    }
+}
+
+void LogEcho::Write(const std::stop_token& stop) {
+    std::unique_lock lock(mutex);
+    while (changed.wait(lock, stop, [&] { return !waiting.empty(); })) {
+        const std::vector<std::string> lines = std::exchange(waiting, {});
+        isWriting = true;
+        lock.unlock();
+        for (const std::string& line : lines) {
+            std::cerr << line << std::endl;
+        }
+        lock.lock();
+        isWriting = false;
+        changed.notify_all();
+    }
+}
+
+} // namespace host
