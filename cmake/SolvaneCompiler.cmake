@@ -2,7 +2,7 @@
 add_library(solvane_options INTERFACE)
 
 if(MSVC)
-  target_compile_options(solvane_options INTERFACE /W4 /WX /utf-8 /permissive-)
+  target_compile_options(solvane_options INTERFACE /W4 /WX /utf-8 /permissive- /Zc:preprocessor)
 else()
   target_compile_options(solvane_options INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)

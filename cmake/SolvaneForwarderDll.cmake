@@ -1,17 +1,17 @@
-# solvane_forwarder_dll(<name> <file.def>)
+# solvane_forwarder_dll(<name> <export>...)
 #
 # <name>.dll for the rig's directory, with no code of its own: each of its exports forwards to
-# solvane_rig.dll. The file lists them, with the ordinals of the vendor's DLL:
+# solvane_rig.dll. They are given as in a module definition file:
 #
 #     FT_Open = solvane_rig.FT_Open @1
 #
-# solvane_rig_exports() makes solvane_rig.dll export what all of these files name.
-function(solvane_forwarder_dll name def)
-  get_filename_component(def "${def}" ABSOLUTE)
-  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${def}")
-  file(STRINGS "${def}" forwards REGEX "= *solvane_rig\\.")
-  list(TRANSFORM forwards REPLACE ".*= *solvane_rig\\.([A-Za-z0-9_]+).*" "\\1")
+# solvane_rig_exports() makes solvane_rig.dll export what all of these DLLs forward to.
+function(solvane_forwarder_dll name)
+  list(TRANSFORM ARGN REPLACE ".*= *solvane_rig\\.([A-Za-z0-9_]+).*" "\\1" OUTPUT_VARIABLE forwards)
   set_property(GLOBAL APPEND PROPERTY SOLVANE_RIG_EXPORTS ${forwards})
+  list(JOIN ARGN "\n    " exports)
+  set(def "${CMAKE_CURRENT_BINARY_DIR}/${name}.def")
+  file(CONFIGURE OUTPUT "${def}" CONTENT "LIBRARY ${name}.dll\nEXPORTS\n    ${exports}\n" @ONLY)
 
   # A linker wants something to link.
   set(stub "${CMAKE_CURRENT_BINARY_DIR}/${name}.c")
@@ -26,6 +26,17 @@ function(solvane_forwarder_dll name def)
   else()
     target_link_options(${name} PRIVATE -nostdlib -Wl,--entry,0)
   endif()
+endfunction()
+
+# solvane_vendor_dll(<name> <row>): the forwarder DLL of the functions that such rows of
+# vendor_functions.inc describe.
+function(solvane_vendor_dll name row)
+  set(table "${PROJECT_SOURCE_DIR}/rig/calls/vendor_functions.inc")
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${table}")
+  file(STRINGS "${table}" rows REGEX "^${row}\\(")
+  list(TRANSFORM rows REPLACE "^${row}\\(([A-Za-z0-9_]+), *([0-9]*).*" "\\1 = solvane_rig.\\1 @\\2")
+  list(TRANSFORM rows REPLACE " @$" "") # bound by name
+  solvane_forwarder_dll(${name} ${rows})
 endfunction()
 
 # solvane_rig_exports(<target>): exports from <target> what the forwarder DLLs so far forward to.

@@ -1,47 +1,88 @@
-/// A vendor interface of the rig, as its core sees it. A front is one static object; being linked
-/// in is what makes its hardware available.
+/// A vendor interface of the rig, as its core sees it. Being linked in is what makes its hardware
+/// available.
 #pragma once
 
-#include <string_view>
+#include <map>
+#include <span>
+#include <string>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
-#include "installation.h"
+#include "call.h"
 #include "scenario.h"
-#include "timeline.h"
-#include "trace.h"
+#include "surroundings.h"
 
 namespace rig {
 
-/// What a front's hardware is wired to. All of it outlives the hardware.
-struct Surroundings {
-    Installation& installation;
-    Timeline& timeline;
-    Trace& trace;
-};
+/// Does what a call asks for: fills in what comes out, and returns the vendor's status.
+using Work = std::uint32_t (*)(Call&);
 
-class Front {
-  public:
-    Front();
-    Front(const Front&) = delete;
-    Front& operator=(const Front&) = delete;
-
-    /// Every front that is linked in.
-    static const std::vector<Front*>& All();
-
-    /// The names of the vendor functions behind which its hardware is.
-    virtual std::vector<std::string_view> Functions() const = 0;
+struct Front {
+    const Library& library; ///< whose functions it answers
+    std::map<Function, Work> works;
 
     /// Replaces its hardware by that of a new scenario.
-    virtual void Build(const Scenario& scenario, const Surroundings& surroundings) = 0;
+    void (*build)(const Scenario&, const Surroundings&);
+
+    /// Why a call cannot be about its hardware, in the vendor's status; 0 if it can.
+    std::uint32_t (*refusal)(const Call&) = [](const Call&) { return std::uint32_t{0}; };
+
+    NameOf nameOf = [](std::uint64_t) { return std::string("?"); };
 
     /// Pulls or puts back the plug of a USB chip; false when it has no such chip.
-    virtual bool SetPlugged(unsigned, bool) { return false; }
-
-  protected:
-    ~Front() = default;
-
-  private:
-    static std::vector<Front*>& Registered();
+    bool (*setPlugged)(unsigned chip, bool plugged) = [](unsigned, bool) { return false; };
 };
+
+/// Those that are linked in.
+inline std::vector<Front>& Fronts() {
+    static std::vector<Front> fronts;
+    return fronts;
+}
+
+/// Answers a call with their hardware: counted, at fault if that is planned, and journalled.
+void Answer(Call& call);
+
+/// A front as a static object.
+struct Linked {
+    explicit Linked(Front front) {
+        Fronts().push_back(std::move(front));
+        answerer = Answer;
+    }
+};
+
+using Bytes = std::span<const std::uint8_t>;
+
+/// A parameter as the function behind it receives it: what went in as a number, bytes, a text or
+/// texts; Value& for what comes out.
+template <class T>
+T Argument(const Value& input, Value& output) {
+    if constexpr (std::is_same_v<T, Value&>) {
+        return output;
+    } else if constexpr (std::is_same_v<T, Bytes>) {
+        const auto& bytes = std::get<std::string>(input);
+        return {reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()};
+    } else if constexpr (std::is_reference_v<T>) {
+        return std::get<std::remove_cvref_t<T>>(input);
+    } else {
+        return static_cast<T>(Number(input));
+    }
+}
+
+/// Has a function do the work of a call, with as many of the call's parameters as it has. One that
+/// returns nothing succeeds.
+template <class Status, class... Arguments>
+std::uint32_t Do(Status (*work)(Arguments...), Call& call) {
+    return [&]<std::size_t... i>(std::index_sequence<i...>) {
+        if constexpr (std::is_void_v<Status>) {
+            work(Argument<Arguments>(call.inputs[i], call.outputs[i])...);
+            return std::uint32_t{0};
+        } else {
+            return static_cast<std::uint32_t>(
+                work(Argument<Arguments>(call.inputs[i], call.outputs[i])...));
+        }
+    }
+    (std::index_sequence_for<Arguments...>());
+}
 
 } // namespace rig

@@ -32,10 +32,8 @@ Rig& Rig::Instance() {
 }
 
 Rig::Rig() {
-    for (const Front* front : Front::All()) {
-        for (const std::string_view function : front->Functions()) {
-            faults.Declare(function);
-        }
+    for (const VendorFunction& function : VendorFunctions()) {
+        faults.Declare(function.name);
     }
     LoadFromEnvironment();
 }
@@ -108,8 +106,8 @@ void Rig::Load(const Scenario& scenario, std::string called) {
     faults.Restart();
     installation.emplace(scenario.camera, timeline, trace);
     trace.Restart(installation->AllLevels());
-    for (Front* front : Front::All()) {
-        front->Build(scenario, {*installation, timeline, trace});
+    for (const Front& front : Fronts()) {
+        front.build(scenario, {*installation, timeline, trace});
     }
     for (const Fault& fault : scenario.faults) {
         faults.Add(fault);
@@ -140,9 +138,8 @@ const Fault* Rig::BeginCall(std::string_view function) {
 }
 
 bool Rig::SetPlugged(unsigned chip, bool plugged) {
-    const auto& fronts = Front::All();
-    return std::any_of(fronts.begin(), fronts.end(),
-                       [&](Front* front) { return front->SetPlugged(chip, plugged); });
+    return std::any_of(Fronts().begin(), Fronts().end(),
+                       [&](const Front& front) { return front.setPlugged(chip, plugged); });
 }
 
 void Rig::Perform(const ScenarioEvent& event) {
@@ -169,11 +166,11 @@ void Rig::Perform(const ScenarioEvent& event) {
     }
 }
 
-void Access::Wait(std::uint64_t nanoseconds) {
-    lock.unlock();
+void Rig::Wait(std::uint64_t nanoseconds) {
+    mutex.unlock();
     clock::Wait(nanoseconds);
-    lock.lock();
-    rig.timeline.CatchUp();
+    mutex.lock();
+    timeline.CatchUp();
 }
 
 } // namespace rig

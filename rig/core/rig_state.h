@@ -38,6 +38,9 @@ class Rig {
 
     bool SetPlugged(unsigned chip, bool plugged);
 
+    /// Lets time pass in a call that has locked the rig; other threads have it meanwhile.
+    void Wait(std::uint64_t nanoseconds);
+
     Timeline timeline;
     Trace trace{timeline};
     FaultPlan faults;
@@ -64,9 +67,6 @@ class Access {
     Access() : lock(rig.mutex) { rig.timeline.CatchUp(); }
 
     Rig* operator->() const { return &rig; }
-
-    /// Lets time pass, and other threads have the rig meanwhile.
-    void Wait(std::uint64_t nanoseconds);
 
   private:
     Rig& rig = Rig::Instance();

@@ -6,9 +6,9 @@ namespace rig {
 
 namespace {
 
-WmiText::Type ReadType(TableReader& table, std::string_view key) {
-    return static_cast<WmiText::Type>(
-        table.Choice(key, {"string", "null-string", "null", "number"}).value_or(0));
+std::string ReadType(TableReader& table, std::string_view key) {
+    table.Choice(key, {"string", "null-string", "null", "number"});
+    return table.Text(key).value_or("string");
 }
 
 WmiText ReadRange(TableReader table) {

@@ -10,15 +10,8 @@ class TableReader;
 
 /// A property as a client gets it: a text, or the wrong thing in the place of one.
 struct WmiText {
-    enum class Type {
-        String,
-        NullString, ///< a string that points nowhere
-        Null,       ///< no value
-        Number      ///< the number with which the text begins, in C's notation; 0 without one
-    };
-
     std::string text;
-    Type type = Type::String;
+    std::string type = "string"; ///< in the words of the scenario
 };
 
 /// An instance of Win32_ParallelPort with its Win32_PortResources.

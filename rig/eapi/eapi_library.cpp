@@ -1,11 +1,16 @@
 /// The functions of EAPI_Library.dll.
 #include "eapi.h"
 
-#include "eapi_front.h"
-#include "eapi_status.h"
-#include "vendor_call.h"
+#include <optional>
 
-using rig::VendorCall;
+#include "c_function.h"
+#include "eapi_status.h"
+#include "front.h"
+#include "gpio_board.h"
+
+using rig::Call;
+using rig::Function;
+using rig::Value;
 using namespace rig::eapi;
 
 namespace {
@@ -17,103 +22,87 @@ constexpr std::uint8_t kMinor = 2;
 constexpr std::uint8_t kPatch = 3;
 constexpr std::uint16_t kBuild = 4;
 
-/// Serves one call: counts and journals it with its inputs, and does the work(VendorCall&) unless a
-/// fault stands in its place. No exception leaves a vendor function.
-template <class Work, class... Inputs>
-EApiStatus_t Serve(const char* function, Work work, Inputs... inputs) {
-    try {
-        VendorCall call(function, rig::Hexadecimal);
-        (call.Input(std::to_string(inputs)), ...);
-        return call.Answer([&] { return work(call); });
-    } catch (...) {
-        return kAllocationError;
+std::optional<GpioBoard> board;
+bool isInitialised = false;
+
+/// What each function does, by its name: a parameter stands for a parameter of the function.
+namespace work {
+
+EApiStatus_t EApiLibInitialize() {
+    if (!board) {
+        return kNotFound;
+    }
+    if (isInitialised) {
+        return EAPI_STATUS_INITIALIZED;
+    }
+    isInitialised = true;
+    return EAPI_STATUS_SUCCESS;
+}
+
+/// What the pins were set to, they stay at.
+void EApiLibUnInitialize() {
+    isInitialised = false;
+}
+
+void EApiGetEAPIVersion(Value& major, Value& minor, Value& patch, Value& build) {
+    major = kMajor;
+    minor = kMinor;
+    patch = kPatch;
+    build = kBuild;
+}
+
+void EApiGPIOGetCount(Value& count) {
+    count = board->Count();
+}
+
+EApiStatus_t EApiGPIOSetDirection(EApiId_t id, std::uint32_t mask, std::uint32_t direction) {
+    return board->SetDirection(id, mask, direction);
+}
+
+EApiStatus_t EApiGPIOGetLevel(EApiId_t id, std::uint32_t mask, Value& level) {
+    std::uint32_t found = 0;
+    const EApiStatus_t status = board->GetLevel(id, mask, found);
+    if (status == EAPI_STATUS_SUCCESS) {
+        level = found;
+    }
+    return status;
+}
+
+EApiStatus_t EApiGPIOSetLevel(EApiId_t id, std::uint32_t mask, std::uint32_t level) {
+    return board->SetLevel(id, mask, level);
+}
+
+} // namespace work
+
+void Build(const rig::Scenario& scenario, const rig::Surroundings& around) {
+    board.reset();
+    isInitialised = false;
+    if (scenario.eapi) {
+        board.emplace(*scenario.eapi, around.installation);
     }
 }
 
-/// The same for a function that needs the library initialised.
-template <class Work, class... Inputs>
-EApiStatus_t ServeInitialised(const char* function, Work work, Inputs... inputs) {
-    const auto workOnBoard = [&](VendorCall& call) {
-        return front.isInitialised ? work(call) : kNotInitialised;
-    };
-    return Serve(function, workOnBoard, inputs...);
+std::uint32_t Refusal(const Call& call) {
+    const Function function = call.function.id;
+    const bool isAlwaysServed =
+        function == Function::EApiLibInitialize || function == Function::EApiGetEAPIVersion;
+    return isInitialised || isAlwaysServed ? EAPI_STATUS_SUCCESS : kNotInitialised;
 }
+
+const rig::Linked front({
+    .library = rig::kEapi,
+    .works =
+        {
+#define EAPI(name, ...) {Function::name, [](Call& call) { return Do(work::name, call); }},
+#include "vendor_functions.inc"
+        },
+    .build = Build,
+    .refusal = Refusal,
+});
 
 } // namespace
 
-EApiStatus_t EAPI_CALL EApiLibInitialize(void) {
-    const auto work = [](VendorCall&) {
-        if (!front.board) {
-            return kNotFound;
-        }
-        if (front.isInitialised) {
-            return EAPI_STATUS_INITIALIZED;
-        }
-        front.isInitialised = true;
-        return EAPI_STATUS_SUCCESS;
-    };
-    return Serve("EApiLibInitialize", work);
-}
-
-EApiStatus_t EAPI_CALL EApiLibUnInitialize(void) {
-    // What the pins were set to, they stay at.
-    const auto work = [](VendorCall&) {
-        front.isInitialised = false;
-        return EAPI_STATUS_SUCCESS;
-    };
-    return ServeInitialised("EApiLibUnInitialize", work);
-}
-
-EApiStatus_t EAPI_CALL EApiGetEAPIVersion(std::uint8_t* major, std::uint8_t* minor,
-                                          std::uint8_t* patch, std::uint16_t* build) {
-    const auto work = [&](VendorCall& call) {
-        if (major == nullptr || minor == nullptr || patch == nullptr || build == nullptr) {
-            return kInvalidParameter;
-        }
-        *major = kMajor;
-        *minor = kMinor;
-        *patch = kPatch;
-        *build = kBuild;
-        call.Output("1.2.3.4");
-        return EAPI_STATUS_SUCCESS;
-    };
-    return Serve("EApiGetEAPIVersion", work);
-}
-
-EApiStatus_t EAPI_CALL EApiGPIOGetCount(std::uint32_t* count) {
-    const auto work = [&](VendorCall& call) {
-        if (count == nullptr) {
-            return kInvalidParameter;
-        }
-        *count = call.Count(front.board->Count());
-        call.Output(std::to_string(*count));
-        return EAPI_STATUS_SUCCESS;
-    };
-    return ServeInitialised("EApiGPIOGetCount", work);
-}
-
-EApiStatus_t EAPI_CALL EApiGPIOSetDirection(EApiId_t id, std::uint32_t mask,
-                                            std::uint32_t direction) {
-    const auto work = [&](VendorCall&) { return front.board->SetDirection(id, mask, direction); };
-    return ServeInitialised("EApiGPIOSetDirection", work, id, mask, direction);
-}
-
-EApiStatus_t EAPI_CALL EApiGPIOGetLevel(EApiId_t id, std::uint32_t mask, std::uint32_t* level) {
-    const auto work = [&](VendorCall& call) {
-        if (level == nullptr) {
-            return kInvalidParameter;
-        }
-        const EApiStatus_t status = front.board->GetLevel(id, mask, *level);
-        if (status == EAPI_STATUS_SUCCESS) {
-            *level = call.Count(*level);
-            call.Output(std::to_string(*level));
-        }
-        return status;
-    };
-    return ServeInitialised("EApiGPIOGetLevel", work, id, mask);
-}
-
-EApiStatus_t EAPI_CALL EApiGPIOSetLevel(EApiId_t id, std::uint32_t mask, std::uint32_t level) {
-    const auto work = [&](VendorCall&) { return front.board->SetLevel(id, mask, level); };
-    return ServeInitialised("EApiGPIOSetLevel", work, id, mask, level);
+extern "C" {
+#define EAPI(name, parameters, ways) VENDOR_C_FUNCTION(EAPI_CALL, name, Number, parameters)
+#include "vendor_functions.inc"
 }

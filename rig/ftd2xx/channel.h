@@ -34,6 +34,9 @@ class Channel {
     /// In milliseconds; 0 waits for ever.
     std::uint32_t ReadTimeout() const { return readTimeout; }
 
+    /// How many bytes the host can have by now.
+    std::size_t Visible() const { return received.Visible(timeline.Now()); }
+
     const bool hasMpsse;
     ReceiveQueue received;
 

@@ -2,13 +2,42 @@
 #include "d2xx.h"
 
 #include <algorithm>
+#include <optional>
+#include <string>
 #include <vector>
 
-#include "d2xx_call.h"
+#include "c_function.h"
 #include "d2xx_status.h"
+#include "front.h"
+#include "rig_state.h"
+#include "usb_bus.h"
 
-using rig::VendorCall;
+using rig::Call;
+using rig::Function;
+using rig::Value;
 using namespace rig::usb;
+
+namespace {
+
+std::optional<UsbBus> bus;
+
+FT_HANDLE HandleIn(std::uint64_t number) {
+    return reinterpret_cast<FT_HANDLE>(static_cast<std::uintptr_t>(number));
+}
+
+} // namespace
+
+template <>
+FT_HANDLE rig::Argument<FT_HANDLE>(const Value& handle, Value&) {
+    return HandleIn(Number(handle));
+}
+
+/// The channel that a handle stands for; there is one, or the call was refused.
+template <>
+Channel& rig::Argument<Channel&>(const Value& handle, Value&) {
+    FT_STATUS status = FT_OK;
+    return *bus->Find(HandleIn(Number(handle)), status);
+}
 
 namespace {
 
@@ -16,184 +45,138 @@ namespace {
 constexpr std::uint64_t kReadSlice = rig::kNanosecondsPerMillisecond;
 
 /// Reads up to `count` bytes, waiting for them as long as the channel's time-out says.
-FT_STATUS ReadBytes(VendorCall& call, FT_HANDLE handle, std::size_t count,
-                    std::vector<std::uint8_t>& bytes) {
-    const rig::Timeline& timeline = call.rig->timeline;
-    const std::uint64_t start = timeline.Now();
+FT_STATUS ReadBytes(FT_HANDLE handle, std::size_t count, std::vector<std::uint8_t>& bytes) {
+    rig::Rig& rig = rig::Rig::Instance();
+    const std::uint64_t start = rig.timeline.Now();
     FT_STATUS status = FT_OK;
     // Looked up anew after each wait: the chip may have left.
-    while (Channel* channel = front.bus->Find(handle, status)) {
+    while (Channel* channel = bus->Find(handle, status)) {
         const std::uint64_t timeout = channel->ReadTimeout() * rig::kNanosecondsPerMillisecond;
-        const std::size_t visible = channel->received.Visible(timeline.Now());
+        const std::size_t visible = channel->Visible();
         const bool isEnough = visible >= count;
-        const bool isTimedOut = timeout != 0 && timeline.Now() - start >= timeout;
+        const bool isTimedOut = timeout != 0 && rig.timeline.Now() - start >= timeout;
         const bool isHopeless = timeout == 0 && visible == channel->received.Size();
         if (isEnough || isTimedOut || isHopeless) {
             if (!isEnough && isHopeless) {
-                call.rig->trace.Event("read would block for ever");
+                rig.trace.Event("read would block for ever");
             }
-            bytes = channel->received.Take(count, timeline.Now());
+            bytes = channel->received.Take(count, rig.timeline.Now());
             return FT_OK;
         }
-        call.rig.Wait(kReadSlice);
+        rig.Wait(kReadSlice);
     }
     return status;
 }
 
+/// What each function does, by its name: a parameter stands for a parameter of the function.
+namespace work {
+
+void FT_CreateDeviceInfoList(Value& count) {
+    bus->snapshot = bus->Nodes();
+    count = bus->snapshot.size();
+}
+
+void FT_GetDeviceInfoList(Value& nodes, Value& count) {
+    const auto& snapshot = bus->snapshot;
+    const std::size_t copied = std::min<std::size_t>(rig::Number(count), snapshot.size());
+    nodes = std::string(reinterpret_cast<const char*>(snapshot.data()),
+                        copied * sizeof(FT_DEVICE_LIST_INFO_NODE));
+    count = copied;
+}
+
+FT_STATUS FT_Open(int index, Value& handle) {
+    FT_HANDLE opened = nullptr;
+    const FT_STATUS status = bus->Open(index, opened);
+    if (status == FT_OK) {
+        handle = rig::AsNumber(opened);
+    }
+    return status;
+}
+
+FT_STATUS FT_Close(FT_HANDLE handle) {
+    return bus->Close(handle);
+}
+
+FT_STATUS FT_Read(FT_HANDLE handle, Value& bytes, std::uint32_t count, Value& size) {
+    std::vector<std::uint8_t> read;
+    const FT_STATUS status = ReadBytes(handle, count, read);
+    if (status == FT_OK) {
+        bytes = std::string(read.begin(), read.end());
+        size = read.size();
+    }
+    return status;
+}
+
+void FT_Write(Channel& channel, rig::Bytes bytes, std::uint32_t, Value& written) {
+    channel.Write(bytes);
+    written = bytes.size();
+}
+
+void FT_GetQueueStatus(Channel& channel, Value& bytes) {
+    bytes = channel.Visible();
+}
+
+void FT_ResetDevice(Channel& channel) {
+    channel.received.Clear();
+}
+
+FT_STATUS FT_ResetPort(FT_HANDLE handle) {
+    return bus->ResetPort(handle);
+}
+
+FT_STATUS FT_SetBitMode(Channel& channel, std::uint8_t, std::uint8_t mode) {
+    if (mode == FT_BITMODE_RESET) {
+        channel.Enter(Channel::Mode::Uart);
+    } else if (mode == FT_BITMODE_MPSSE && channel.hasMpsse) {
+        channel.Enter(Channel::Mode::Mpsse);
+    } else {
+        return FT_OTHER_ERROR;
+    }
+    return FT_OK;
+}
+
+void FT_SetLatencyTimer(Channel& channel, std::uint8_t latency) {
+    channel.SetLatency(latency);
+}
+
+void FT_SetTimeouts(Channel& channel, std::uint32_t readTimeout) {
+    channel.SetReadTimeout(readTimeout);
+}
+
+// What these set up has no effect on the lines: they succeed on any channel.
+void FT_SetFlowControl(Channel&) {}
+void FT_SetChars(Channel&) {}
+void FT_SetUSBParameters(Channel&) {}
+
+} // namespace work
+
+/// Of a handle that is not open, or whose chip has left; which can still be closed.
+std::uint32_t Refusal(const Call& call) {
+    FT_STATUS status = FT_OK;
+    const auto& parameters = call.function.parameters;
+    const bool isOnHandle = !parameters.empty() && parameters.front().in == rig::Show::Handle;
+    if (isOnHandle && call.function.id != Function::FT_Close) {
+        bus->Find(HandleIn(rig::Number(call.inputs.front())), status);
+    }
+    return status;
+}
+
+const rig::Linked front({
+    .library = rig::kFtd2xx,
+    .works =
+        {
+#define D2XX(name, ...) {Function::name, [](Call& call) { return Do(work::name, call); }},
+#include "vendor_functions.inc"
+        },
+    .build = [](const auto& scenario, const auto& around) { bus.emplace(scenario.usb, around); },
+    .refusal = Refusal,
+    .nameOf = [](std::uint64_t handle) { return bus->NameOf(HandleIn(handle)); },
+    .setPlugged = [](unsigned chip, bool plugged) { return bus->SetPlugged(chip, plugged); },
+});
+
 } // namespace
 
-FT_STATUS FT_CALL FT_CreateDeviceInfoList(std::uint32_t* deviceCount) {
-    const auto work = [&](VendorCall& call) {
-        if (deviceCount == nullptr) {
-            return kInvalidParameter;
-        }
-        front.bus->snapshot = front.bus->Nodes();
-        *deviceCount = call.Count(static_cast<std::uint32_t>(front.bus->snapshot.size()));
-        call.Output(Describe(*deviceCount));
-        return FT_OK;
-    };
-    return Serve("FT_CreateDeviceInfoList", work);
-}
-
-FT_STATUS FT_CALL FT_GetDeviceInfoList(FT_DEVICE_LIST_INFO_NODE* nodes,
-                                       std::uint32_t* deviceCount) {
-    const std::uint32_t room = deviceCount != nullptr ? *deviceCount : 0;
-    const auto work = [&](VendorCall& call) {
-        if (nodes == nullptr || deviceCount == nullptr) {
-            return kInvalidParameter;
-        }
-        const auto& snapshot = front.bus->snapshot;
-        const auto copied = std::min(room, static_cast<std::uint32_t>(snapshot.size()));
-        std::copy_n(snapshot.begin(), copied, nodes);
-        *deviceCount = call.Count(copied);
-        call.Output(Describe(*deviceCount));
-        return FT_OK;
-    };
-    return Serve("FT_GetDeviceInfoList", work, room);
-}
-
-FT_STATUS FT_CALL FT_Open(int deviceIndex, FT_HANDLE* handle) {
-    const auto work = [&](VendorCall&) {
-        return handle != nullptr ? front.bus->Open(deviceIndex, *handle) : kInvalidParameter;
-    };
-    return Serve("FT_Open", work, deviceIndex);
-}
-
-FT_STATUS FT_CALL FT_Close(FT_HANDLE handle) {
-    return Serve(
-        "FT_Close", [&](VendorCall&) { return front.bus->Close(handle); }, handle);
-}
-
-FT_STATUS FT_CALL FT_Read(FT_HANDLE handle, void* buffer, std::uint32_t bytesToRead,
-                          std::uint32_t* bytesReturned) {
-    const auto work = [&](VendorCall& call, Channel&) {
-        if ((buffer == nullptr && bytesToRead != 0) || bytesReturned == nullptr) {
-            return kInvalidParameter;
-        }
-        std::vector<std::uint8_t> bytes;
-        const std::uint32_t count = std::min(call.Count(bytesToRead), bytesToRead);
-        const FT_STATUS status = ReadBytes(call, handle, count, bytes);
-        if (status == FT_OK) {
-            std::copy(bytes.begin(), bytes.end(), static_cast<std::uint8_t*>(buffer));
-            *bytesReturned = static_cast<std::uint32_t>(bytes.size());
-            call.Output(Describe(Bytes(bytes)));
-        }
-        return status;
-    };
-    return ServeChannel("FT_Read", handle, work, bytesToRead);
-}
-
-FT_STATUS FT_CALL FT_Write(FT_HANDLE handle, void* buffer, std::uint32_t bytesToWrite,
-                           std::uint32_t* bytesWritten) {
-    const Bytes bytes = BytesAt(buffer, bytesToWrite);
-    const auto work = [&](VendorCall& call, Channel& channel) {
-        if (bytes.size() != bytesToWrite || bytesWritten == nullptr) {
-            return kInvalidParameter;
-        }
-        const std::uint32_t count = call.Count(bytesToWrite);
-        channel.Write(bytes.first(std::min(count, bytesToWrite)));
-        *bytesWritten = count;
-        call.Output(Describe(count));
-        return FT_OK;
-    };
-    return ServeChannel("FT_Write", handle, work, bytes);
-}
-
-FT_STATUS FT_CALL FT_GetQueueStatus(FT_HANDLE handle, std::uint32_t* bytesInReceiveQueue) {
-    const auto work = [&](VendorCall& call, Channel& channel) {
-        if (bytesInReceiveQueue == nullptr) {
-            return kInvalidParameter;
-        }
-        const std::size_t visible = channel.received.Visible(call.rig->timeline.Now());
-        *bytesInReceiveQueue = call.Count(static_cast<std::uint32_t>(visible));
-        call.Output(Describe(*bytesInReceiveQueue));
-        return FT_OK;
-    };
-    return ServeChannel("FT_GetQueueStatus", handle, work);
-}
-
-FT_STATUS FT_CALL FT_ResetDevice(FT_HANDLE handle) {
-    const auto work = [](VendorCall&, Channel& channel) {
-        channel.received.Clear();
-        return FT_OK;
-    };
-    return ServeChannel("FT_ResetDevice", handle, work);
-}
-
-FT_STATUS FT_CALL FT_ResetPort(FT_HANDLE handle) {
-    return Serve(
-        "FT_ResetPort", [&](VendorCall&) { return front.bus->ResetPort(handle); }, handle);
-}
-
-FT_STATUS FT_CALL FT_SetBitMode(FT_HANDLE handle, std::uint8_t mask, std::uint8_t mode) {
-    const auto work = [&](VendorCall&, Channel& channel) {
-        if (mode == FT_BITMODE_RESET) {
-            channel.Enter(Channel::Mode::Uart);
-        } else if (mode == FT_BITMODE_MPSSE && channel.hasMpsse) {
-            channel.Enter(Channel::Mode::Mpsse);
-        } else {
-            return FT_OTHER_ERROR;
-        }
-        return FT_OK;
-    };
-    return ServeChannel("FT_SetBitMode", handle, work, mask, mode);
-}
-
-FT_STATUS FT_CALL FT_SetLatencyTimer(FT_HANDLE handle, std::uint8_t latency) {
-    const auto work = [&](VendorCall&, Channel& channel) {
-        channel.SetLatency(latency);
-        return FT_OK;
-    };
-    return ServeChannel("FT_SetLatencyTimer", handle, work, latency);
-}
-
-FT_STATUS FT_CALL FT_SetTimeouts(FT_HANDLE handle, std::uint32_t readTimeout,
-                                 std::uint32_t writeTimeout) {
-    const auto work = [&](VendorCall&, Channel& channel) {
-        channel.SetReadTimeout(readTimeout);
-        return FT_OK;
-    };
-    return ServeChannel("FT_SetTimeouts", handle, work, readTimeout, writeTimeout);
-}
-
-// What the three functions below set up has no effect on the lines: they succeed on any channel.
-
-FT_STATUS FT_CALL FT_SetFlowControl(FT_HANDLE handle, std::uint16_t flowControl, std::uint8_t xOn,
-                                    std::uint8_t xOff) {
-    const auto work = [](VendorCall&, Channel&) { return FT_OK; };
-    return ServeChannel("FT_SetFlowControl", handle, work, Hex{flowControl}, xOn, xOff);
-}
-
-FT_STATUS FT_CALL FT_SetChars(FT_HANDLE handle, std::uint8_t eventCharacter,
-                              std::uint8_t eventEnabled, std::uint8_t errorCharacter,
-                              std::uint8_t errorEnabled) {
-    const auto work = [](VendorCall&, Channel&) { return FT_OK; };
-    return ServeChannel("FT_SetChars", handle, work, eventCharacter, eventEnabled, errorCharacter,
-                        errorEnabled);
-}
-
-FT_STATUS FT_CALL FT_SetUSBParameters(FT_HANDLE handle, std::uint32_t inTransferSize,
-                                      std::uint32_t outTransferSize) {
-    const auto work = [](VendorCall&, Channel&) { return FT_OK; };
-    return ServeChannel("FT_SetUSBParameters", handle, work, inTransferSize, outTransferSize);
+extern "C" {
+#define D2XX(name, ordinal, parameters, ways) VENDOR_C_FUNCTION(FT_CALL, name, Number, parameters)
+#include "vendor_functions.inc"
 }

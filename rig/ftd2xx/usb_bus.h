@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "d2xx.h"
-#include "front.h"
+#include "surroundings.h"
 #include "usb_chip.h"
 
 namespace rig::usb {

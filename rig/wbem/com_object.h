@@ -2,9 +2,13 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
+#include <new>
 #include <utility>
 
 #include <unknwn.h>
+
+#include "value.h"
 
 namespace rig::wbem {
 
@@ -54,13 +58,20 @@ class ComObject : public Main, public Others... {
     std::atomic<ULONG> references{1};
 };
 
-/// Makes an object and hands out one interface of it.
-template <class Object, class... Arguments>
-HRESULT HandOut(REFIID id, void** object, Arguments&&... arguments) {
-    auto* const made = new Object(std::forward<Arguments>(arguments)...);
-    const HRESULT status = made->QueryInterface(id, object);
-    made->Release();
-    return status;
+/// Hands out the object that a call was granted, or a null pointer if it was refused; nothing at
+/// all if the call was at fault.
+template <class Object, class Interface, class... Arguments>
+HRESULT HandOut(std::uint32_t status, const Value& granted, Interface** place,
+                Arguments&&... arguments) {
+    if (!IsThere(granted)) {
+        return static_cast<HRESULT>(status);
+    }
+    *place = nullptr;
+    if (status != 0) {
+        return static_cast<HRESULT>(status);
+    }
+    *place = new (std::nothrow) Object(std::forward<Arguments>(arguments)...);
+    return *place != nullptr ? S_OK : E_OUTOFMEMORY;
 }
 
 } // namespace rig::wbem

@@ -3,18 +3,19 @@
 
 #include <cstddef>
 #include <utility>
-#include <vector>
 
 #include <wbemidl.h>
 
 #include "com_object.h"
+#include "value.h"
 #include "wbem_object.h"
 
 namespace rig::wbem {
 
 class WbemEnumerator final : public ComObject<IEnumWbemClassObject> {
   public:
-    explicit WbemEnumerator(std::vector<Instance> found) : instances(std::move(found)) {}
+    explicit WbemEnumerator(Value&& found) noexcept
+        : instances(std::get<Texts>(std::move(found))) {}
 
     HRESULT STDMETHODCALLTYPE Next(LONG timeout, ULONG count, IWbemClassObject** objects,
                                    ULONG* returned) override;
@@ -28,7 +29,7 @@ class WbemEnumerator final : public ComObject<IEnumWbemClassObject> {
   private:
     void* Find(REFIID id) override;
 
-    std::vector<Instance> instances;
+    Texts instances;
     std::size_t position = 0;
 };
 

@@ -1,12 +1,63 @@
-/// What rig_wbem.dll forwards to, and the rig's own question about WMI.
+/// The way into WMI: what rig_wbem.dll forwards to, the class object and the locator; and the rig's
+/// own question about it.
 #include <solvane/rig.h>
-
-#include <new>
 
 #include <wbemidl.h>
 
+#include "call.h"
 #include "com_object.h"
-#include "wbem_factory.h"
+#include "wbem_services.h"
+#include "wbem_status.h"
+
+namespace rig::wbem {
+
+namespace {
+
+class WbemLocator final : public ComObject<IWbemLocator> {
+  public:
+    HRESULT STDMETHODCALLTYPE ConnectServer(BSTR path, BSTR user, BSTR password, BSTR locale,
+                                            LONG flags, BSTR authority, IWbemContext* context,
+                                            IWbemServices** services) override {
+        Value granted;
+        const std::uint32_t status =
+            Ask(Function::ConnectServer, services != nullptr ? &granted : nullptr, path, user,
+                password, locale, flags, authority, context);
+        return HandOut<WbemServices>(status, granted, services);
+    }
+
+  private:
+    void* Find(REFIID id) override {
+        return id == IID_IWbemLocator ? static_cast<IWbemLocator*>(this) : nullptr;
+    }
+};
+
+class WbemFactory final : public ComObject<IClassFactory> {
+  public:
+    HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID id, void** object) override {
+        const Value name = std::string(id == IID_IWbemLocator ? "IWbemLocator"
+                                       : id == IID_IUnknown   ? "IUnknown"
+                                                              : kUnknownInterface);
+        Value granted;
+        const std::uint32_t status =
+            Ask(Function::CreateInstance, object != nullptr ? &granted : nullptr, outer, &name);
+        IWbemLocator* locator = nullptr;
+        const HRESULT result = HandOut<WbemLocator>(status, granted, &locator);
+        if (IsThere(granted)) {
+            *object = locator;
+        }
+        return result;
+    }
+    HRESULT STDMETHODCALLTYPE LockServer(BOOL) override { return E_NOTIMPL; }
+
+  private:
+    void* Find(REFIID id) override {
+        return id == IID_IClassFactory ? static_cast<IClassFactory*>(this) : nullptr;
+    }
+};
+
+} // namespace
+
+} // namespace rig::wbem
 
 using namespace rig::wbem;
 
@@ -21,11 +72,13 @@ HRESULT STDMETHODCALLTYPE solvane_wbem_get_class_object(REFCLSID classId, REFIID
     if (!(classId == CLSID_WbemLocator)) {
         return CLASS_E_CLASSNOTAVAILABLE;
     }
-    try {
-        return HandOut<WbemFactory>(id, object);
-    } catch (const std::bad_alloc&) {
+    auto* const factory = new (std::nothrow) WbemFactory;
+    if (factory == nullptr) {
         return E_OUTOFMEMORY;
     }
+    const HRESULT status = factory->QueryInterface(id, object);
+    factory->Release();
+    return status;
 }
 
 /// Hardware does not vanish while nobody talks to it: the answer is no.

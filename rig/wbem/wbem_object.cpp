@@ -1,86 +1,58 @@
 #include "wbem_object.h"
 
-#include <algorithm>
 #include <cstdlib>
-#include <limits>
 
-#include "wbem_call.h"
-#include "wide_text.h"
+#include "call.h"
+#include "wbem_status.h"
 
 namespace rig::wbem {
 
 namespace {
 
-LONG NumberIn(const std::string& text) {
-    using Limits = std::numeric_limits<LONG>;
-    const long long number = std::strtoll(text.c_str(), nullptr, 0);
-    return static_cast<LONG>(std::clamp<long long>(number, Limits::min(), Limits::max()));
-}
-
 /// False when there is no memory for the text.
-bool Fill(VARIANT& value, const WmiText& source) {
-    using Type = WmiText::Type;
+bool Fill(VARIANT& value, const std::string& property) {
+    const auto& [type, text] = WordAndRest(property);
     VariantInit(&value);
-    switch (source.type) {
-    case Type::String: {
-        BSTR text = SysAllocString(Widen(source.text).c_str());
-        if (text == nullptr) {
+    if (type == "number") {
+        value.vt = VT_I4;
+        value.lVal = std::atoi(text.c_str());
+    } else if (type == "null") {
+        value.vt = VT_NULL;
+    } else {
+        const bool isText = type == "string";
+        BSTR content =
+            isText ? SysAllocString(std::wstring(text.begin(), text.end()).c_str()) : nullptr;
+        if (isText && content == nullptr) {
             return false;
         }
         value.vt = VT_BSTR;
-        value.bstrVal = text;
-        break;
-    }
-    case Type::NullString:
-        value.vt = VT_BSTR;
-        value.bstrVal = nullptr;
-        break;
-    case Type::Null:
-        value.vt = VT_NULL;
-        break;
-    case Type::Number:
-        value.vt = VT_I4;
-        value.lVal = NumberIn(source.text);
-        break;
+        value.bstrVal = content;
     }
     return true;
-}
-
-std::string Describe(const VARIANT& value) {
-    switch (value.vt) {
-    case VT_BSTR:
-        return wbem::Describe(value.bstrVal);
-    case VT_I4:
-        return wbem::Describe(value.lVal);
-    default:
-        return "no value";
-    }
 }
 
 } // namespace
 
 HRESULT STDMETHODCALLTYPE WbemObject::Get(LPCWSTR name, LONG flags, VARIANT* value, CIMTYPE* type,
-                                          LONG* flavor) {
-    const auto work = [&](VendorCall& call) {
-        if (name == nullptr || flags != 0 || value == nullptr) {
-            return kInvalidParameter;
-        }
-        if (instance.property.empty() || !EqualsIgnoringCase(name, instance.property)) {
-            return kNotFound;
-        }
-        if (!Fill(*value, instance.value)) {
-            return kOutOfMemory;
-        }
-        if (type != nullptr) {
-            *type = value->vt == VT_I4 ? CIM_SINT32 : CIM_STRING;
-        }
-        if (flavor != nullptr) {
-            *flavor = 0; // of the class itself
-        }
-        call.Output(Describe(*value));
-        return HRESULT{S_OK};
-    };
-    return Serve("IWbemClassObject::Get", work, name, flags);
+                                          LONG* flavor) try {
+    Value property;
+    const std::uint32_t status =
+        Ask(Function::Get, value != nullptr ? &property : nullptr, &instance, name, flags);
+    if (!IsThere(property)) {
+        return static_cast<HRESULT>(status);
+    }
+    if (!Fill(*value, std::get<std::string>(property))) {
+        return kOutOfMemory;
+    }
+    if (type != nullptr) {
+        *type = value->vt == VT_I4 ? CIM_SINT32 : CIM_STRING;
+    }
+    if (flavor != nullptr) {
+        *flavor = 0; // of the class itself
+    }
+    return static_cast<HRESULT>(status);
+} catch (...) {
+    return kOutOfMemory;
 }
 
 void* WbemObject::Find(REFIID id) {

@@ -8,19 +8,15 @@
 #include <wbemidl.h>
 
 #include "com_object.h"
-#include "wmi_scenario.h"
+#include "value.h"
 
 namespace rig::wbem {
 
-/// The one property of an instance that anybody asks for.
-struct Instance {
-    std::string property; ///< empty: there is none
-    WmiText value;
-};
-
 class WbemObject final : public ComObject<IWbemClassObject> {
   public:
-    explicit WbemObject(Instance source) : instance(std::move(source)) {}
+    /// The one property that anybody asks for, its type and its text: "DeviceID string LPT1". Or
+    /// none: "".
+    explicit WbemObject(std::string source) : instance(std::move(source)) {}
 
     HRESULT STDMETHODCALLTYPE Get(LPCWSTR name, LONG flags, VARIANT* value, CIMTYPE* type,
                                   LONG* flavor) override;
@@ -72,7 +68,7 @@ class WbemObject final : public ComObject<IWbemClassObject> {
   private:
     void* Find(REFIID id) override;
 
-    const Instance instance;
+    const Value instance;
 };
 
 struct ReleaseObject {

@@ -13,4 +13,7 @@ inline constexpr auto kInvalidNamespace = static_cast<HRESULT>(0x8004100E);
 inline constexpr auto kInvalidQuery = static_cast<HRESULT>(0x80041017);
 inline constexpr auto kInvalidQueryType = static_cast<HRESULT>(0x80041018);
 
+/// The name of an interface that the rig's objects have not.
+inline constexpr const char* kUnknownInterface = "?";
+
 } // namespace rig::wbem

@@ -4,34 +4,36 @@
 #include <cstddef>
 #include <vector>
 
-#include "wide_text.h"
-
 namespace rig::wbem {
 
 namespace {
 
-constexpr std::wstring_view kSpaces = L" \t\r\n";
-constexpr std::wstring_view kWordEnds = L" \t\r\n*.={}'\"";
+constexpr std::string_view kSpaces = " \t\r\n";
+constexpr std::string_view kWordEnds = " \t\r\n*.={}'\"";
+
+char Lower(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
 
 /// What stands for a quoted text in a pattern.
 constexpr std::string_view kQuoted = "''";
 
 struct Token {
-    std::wstring text;
+    std::string text;
     bool isQuoted;
 };
 
 /// Takes a text in quotes of either kind from the front of the rest; a backslash takes away the
 /// meaning of the character behind it. Nothing when the text has no end.
-std::optional<Token> TakeQuoted(std::wstring_view& rest) {
-    const wchar_t quote = rest.front();
+std::optional<Token> TakeQuoted(std::string_view& rest) {
+    const char quote = rest.front();
     Token token{{}, true};
     for (std::size_t i = 1; i < rest.size(); ++i) {
         if (rest[i] == quote) {
             rest.remove_prefix(i + 1);
             return token;
         }
-        if (rest[i] == L'\\' && i + 1 < rest.size()) {
+        if (rest[i] == '\\' && i + 1 < rest.size()) {
             ++i;
         }
         token.text += rest[i];
@@ -39,23 +41,23 @@ std::optional<Token> TakeQuoted(std::wstring_view& rest) {
     return std::nullopt;
 }
 
-Token TakeWord(std::wstring_view& rest) {
+Token TakeWord(std::string_view& rest) {
     const std::size_t end = std::min(rest.find_first_of(kWordEnds), rest.size());
     const std::size_t length = std::max<std::size_t>(end, 1); // 1: a symbol
-    Token token{std::wstring(rest.substr(0, length)), false};
+    Token token{std::string(rest.substr(0, length)), false};
     rest.remove_prefix(length);
     return token;
 }
 
 /// The words of a query; empty when it is malformed.
-std::vector<Token> Split(std::wstring_view rest) {
+std::vector<Token> Split(std::string_view rest) {
     std::vector<Token> tokens;
     while (true) {
         rest.remove_prefix(std::min(rest.find_first_not_of(kSpaces), rest.size()));
         if (rest.empty()) {
             return tokens;
         }
-        const bool isQuote = rest.front() == L'\'' || rest.front() == L'"';
+        const bool isQuote = rest.front() == '\'' || rest.front() == '"';
         const std::optional<Token> token = isQuote ? TakeQuoted(rest) : TakeWord(rest);
         if (!token) {
             return {};
@@ -73,7 +75,12 @@ bool Fits(const std::vector<Token>& tokens, const std::vector<std::string_view>&
 
 } // namespace
 
-std::optional<Query> ParseQuery(std::wstring_view text) {
+bool EqualsIgnoringCase(std::string_view text, std::string_view ascii) {
+    return std::equal(text.begin(), text.end(), ascii.begin(), ascii.end(),
+                      [](char left, char right) { return Lower(left) == Lower(right); });
+}
+
+std::optional<Query> ParseQuery(std::string_view text) {
     const std::vector<Token> tokens = Split(text);
     if (Fits(tokens, {"select", "*", "from", "win32_parallelport"})) {
         return Query{Query::About::Ports, {}};

@@ -1,4 +1,4 @@
-/// The two queries that the rig's WMI understands.
+/// The two queries that the rig's WMI understands, and how it compares.
 #pragma once
 
 #include <optional>
@@ -11,10 +11,13 @@ struct Query {
     enum class About { Ports, ResourcesOfPort };
 
     About about;
-    std::wstring deviceId; ///< the port whose resources are asked for
+    std::string deviceId; ///< the port whose resources are asked for
 };
 
+/// As names and keys of WMI are compared.
+bool EqualsIgnoringCase(std::string_view text, std::string_view ascii);
+
 /// Nothing when the text is any other query, or none.
-std::optional<Query> ParseQuery(std::wstring_view text);
+std::optional<Query> ParseQuery(std::string_view text);
 
 } // namespace rig::wbem

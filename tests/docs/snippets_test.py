@@ -17,7 +17,7 @@ import unittest
 import document
 
 # What the tests build or run.
-TESTED = ("examples/**/*.[ch]*", "tests/**/*.cpp")
+TESTED = ("examples/**/*.[ch]*", "rig/**/*.[ci]*", "tests/**/*.cpp")
 
 STRICT = ["-Wall", "-Wextra", "-Werror", "-fsyntax-only", "-Iinclude"]
 COMPILERS = {

@@ -1,7 +1,5 @@
 #include "bench_rig.h"
 
-#include <functional>
-
 namespace test {
 namespace {
 
@@ -155,44 +153,6 @@ TEST_F(FaultTest, RefusesWhatMakesNoSense) {
     EXPECT_EQ(AddFault("FT_Open", RIG_FAULT_STATUS, 4, 0, 0), -1);
     EXPECT_EQ(rig_add_fault(nullptr), -1);
     EXPECT_NE(Open(0), nullptr);
-}
-
-TEST_F(FaultTest, EveryVendorFunctionCanFailAndIsCounted) {
-    FT_HANDLE h = OpenPins();
-    std::uint8_t byte = 0;
-    std::uint32_t count = 1;
-    FT_DEVICE_LIST_INFO_NODE nodes[2];
-    struct Call {
-        const char* name;
-        std::function<FT_STATUS()> make;
-    };
-    const std::vector<Call> calls = {
-        {"FT_Open", [&] { return FT_Open(0, &h); }},
-        {"FT_Read", [&] { return FT_Read(h, &byte, 0, &count); }},
-        {"FT_Write", [&] { return FT_Write(h, &byte, 0, &count); }},
-        {"FT_ResetDevice", [&] { return FT_ResetDevice(h); }},
-        {"FT_SetFlowControl", [&] { return FT_SetFlowControl(h, 0, 0, 0); }},
-        {"FT_SetChars", [&] { return FT_SetChars(h, 0, 0, 0, 0); }},
-        {"FT_SetTimeouts", [&] { return FT_SetTimeouts(h, 0, 0); }},
-        {"FT_GetQueueStatus", [&] { return FT_GetQueueStatus(h, &count); }},
-        {"FT_SetLatencyTimer", [&] { return FT_SetLatencyTimer(h, 1); }},
-        {"FT_SetBitMode", [&] { return FT_SetBitMode(h, 0, 0); }},
-        {"FT_SetUSBParameters", [&] { return FT_SetUSBParameters(h, 64, 64); }},
-        {"FT_CreateDeviceInfoList", [&] { return FT_CreateDeviceInfoList(&count); }},
-        {"FT_GetDeviceInfoList", [&] { return FT_GetDeviceInfoList(nodes, &count); }},
-        {"FT_ResetPort", [&] { return FT_ResetPort(h); }},
-        {"FT_Close", [&] { return FT_Close(h); }}, // what the reset left behind
-    };
-    for (const Call& call : calls) {
-        const std::uint32_t before = rig_calls(call.name);
-        const std::uint32_t allBefore = rig_calls(nullptr);
-        ASSERT_EQ(AddFault(call.name, RIG_FAULT_STATUS, 77, 0, before + 1), 0) << call.name;
-        EXPECT_EQ(call.make(), 77U) << call.name;
-        EXPECT_EQ(call.make(), FT_OK) << call.name;
-        EXPECT_EQ(rig_calls(call.name), before + 2) << call.name;
-        EXPECT_EQ(rig_calls("*"), allBefore + 2) << call.name;
-    }
-    EXPECT_EQ(rig_calls("FT_Nothing"), 0U);
 }
 
 TEST_F(FaultTest, AScenarioBeginsWithItsOwnFaultsAndCounts) {

@@ -12,5 +12,7 @@ inline constexpr EApiStatus_t kInvalidDirection = 0xFFFF'FEFC;
 inline constexpr EApiStatus_t kInvalidBitmask = 0xFFFF'FEFB;
 inline constexpr EApiStatus_t kUnsupported = 0xFFFF'FCFF;
 inline constexpr EApiStatus_t kNotFound = 0xFFFF'FBFF;
+inline constexpr EApiStatus_t kReadError = 0xFFFF'FAFF;
+inline constexpr EApiStatus_t kWriteError = 0xFFFF'FAFE;
 
 } // namespace rig::eapi

@@ -1,0 +1,30 @@
+/// C functions made of their rows: each asks for what its host asks for.
+#pragma once
+
+#include "call.h"
+
+#define VENDOR_C_FUNCTION(convention, name, result, parameters)                                    \
+    rig::kinds::result::Host convention name(C_JOIN(C_PARAMETERS_, C_COUNT parameters)             \
+                                                 parameters) {                                     \
+        return static_cast<rig::kinds::result::Host>(                                              \
+            rig::Ask(rig::Function::name C_JOIN(C_ARGUMENTS_, C_COUNT parameters)));               \
+    }
+
+#define C_COUNT(...) C_SIXTH(__VA_ARGS__ __VA_OPT__(, ) 5, 4, 3, 2, 1, 0)
+#define C_SIXTH(a, b, c, d, e, f, ...) f
+#define C_JOIN(left, right) C_JOIN_EXPANDED(left, right)
+#define C_JOIN_EXPANDED(left, right) left##right
+
+#define C_PARAMETERS_0() void
+#define C_PARAMETERS_1(A) rig::kinds::A::Host a
+#define C_PARAMETERS_2(A, B) C_PARAMETERS_1(A), rig::kinds::B::Host b
+#define C_PARAMETERS_3(A, B, C) C_PARAMETERS_2(A, B), rig::kinds::C::Host c
+#define C_PARAMETERS_4(A, B, C, D) C_PARAMETERS_3(A, B, C), rig::kinds::D::Host d
+#define C_PARAMETERS_5(A, B, C, D, E) C_PARAMETERS_4(A, B, C, D), rig::kinds::E::Host e
+
+#define C_ARGUMENTS_0
+#define C_ARGUMENTS_1 , a
+#define C_ARGUMENTS_2 C_ARGUMENTS_1, b
+#define C_ARGUMENTS_3 C_ARGUMENTS_2, c
+#define C_ARGUMENTS_4 C_ARGUMENTS_3, d
+#define C_ARGUMENTS_5 C_ARGUMENTS_4, e

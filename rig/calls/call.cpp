@@ -1,0 +1,119 @@
+#include "call.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace rig {
+
+namespace {
+
+template <class T>
+T* At(std::uint64_t address) {
+    return reinterpret_cast<T*>(static_cast<std::uintptr_t>(address));
+}
+
+/// Each half of a surrogate pair by itself: nothing is lost of a malformed text.
+std::string Utf8(const wchar_t* text) {
+    std::string utf8;
+    for (; *text != 0; ++text) {
+        const auto c = static_cast<std::uint32_t>(*text);
+        const std::uint32_t bytes[] = {0xE0 | (c >> 12 & 0x0F),
+                                       (c < 0x800 ? 0xC0U : 0x80U) | (c >> 6 & 0x3F),
+                                       c < 0x80 ? c : 0x80 | (c & 0x3F)};
+        for (int i = c < 0x80 ? 2 : c < 0x800 ? 1 : 0; i < 3; ++i) {
+            utf8 += static_cast<char>(bytes[i]);
+        }
+    }
+    return utf8;
+}
+
+/// What goes in as an argument; `next` is the number in the one behind it.
+Value Take(const Parameter& parameter, std::uint64_t argument, std::uint64_t next) {
+    const bool isNull = argument == 0;
+    switch (parameter.passing) {
+    case Passing::Number:
+        return argument;
+    case Passing::Bytes:
+        if (isNull) {
+            return next == 0 ? Value(std::string()) : Value();
+        }
+        return std::string(At<const char>(argument), static_cast<std::size_t>(next));
+    case Passing::Text:
+        return isNull ? Value() : Utf8(At<const wchar_t>(argument));
+    case Passing::InOut:
+        return isNull ? Value() : std::uint64_t{*At<const std::uint32_t>(argument)};
+    case Passing::Own:
+        return *At<const Value>(argument);
+    default:
+        return isNull && !(parameter.passing == Passing::Things && next == 0) ? Value()
+                                                                              : std::uint64_t{1};
+    }
+}
+
+void Give(const Parameter& parameter, const Value& value, std::uint64_t argument,
+          std::uint64_t next) {
+    if (parameter.passing == Passing::OwnOut) {
+        *At<Value>(argument) = value;
+    } else if (parameter.passing == Passing::Things) {
+        const auto& bytes = std::get<std::string>(value);
+        const std::size_t room = static_cast<std::size_t>(next) * parameter.size;
+        std::copy_n(bytes.begin(), std::min(bytes.size(), room), At<char>(argument));
+    } else {
+        const std::uint64_t number = Number(value); // of which the low bytes stand first
+        std::memcpy(At<void>(argument), &number, parameter.size);
+    }
+}
+
+} // namespace
+
+Answerer answerer = nullptr;
+
+std::uint32_t Ask(const VendorFunction& function, std::initializer_list<std::uint64_t> arguments) {
+    try {
+        Call call{function, std::vector<Value>(arguments.size()), {}};
+        const auto next = [&](std::size_t i) {
+            return i + 1 < arguments.size() ? Number(call.inputs[i + 1]) : 0;
+        };
+        // The last one first: the length of a buffer stands behind it.
+        for (std::size_t i = arguments.size(); i-- > 0;) {
+            call.inputs[i] = Take(function.parameters[i], arguments.begin()[i], next(i));
+        }
+        answerer(call);
+        call.outputs.resize(arguments.size()); // whoever answered
+        for (std::size_t i = 0; i < arguments.size(); ++i) {
+            if (IsThere(call.outputs[i]) && arguments.begin()[i] != 0) {
+                Give(function.parameters[i], call.outputs[i], arguments.begin()[i], next(i));
+            }
+        }
+        return call.status;
+    } catch (...) {
+        return function.library.outOfMemory;
+    }
+}
+
+std::string TextOfQuestion(const Call& call, NameOf nameOfHandle) {
+    std::string text;
+    for (std::size_t i = 0; i < call.inputs.size(); ++i) {
+        const Show show = call.function.parameters[i].in;
+        const Value& input = call.inputs[i];
+        if (show != Show::No) {
+            text += text.empty() ? "" : ", ";
+            text += show == Show::Handle ? nameOfHandle(Number(input)) : Shown(show, input);
+        }
+    }
+    return std::string(call.function.name) + '(' + text + ')';
+}
+
+std::string TextOfAnswer(const Call& call) {
+    const Show result = call.function.result;
+    std::string text = result != Show::No ? " -> " + Shown(result, std::uint64_t{call.status}) : "";
+    for (std::size_t i = 0; i < call.outputs.size(); ++i) {
+        const Parameter& parameter = call.function.parameters[i];
+        if (parameter.out != Show::No && IsThere(call.outputs[i])) {
+            text += (parameter.continues ? "." : ", ") + Shown(parameter.out, call.outputs[i]);
+        }
+    }
+    return text;
+}
+
+} // namespace rig

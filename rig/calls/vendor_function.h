@@ -1,0 +1,42 @@
+/// The vendor functions that the rig stands in for, as vendor_functions.inc describes them.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "d2xx_status.h"
+#include "eapi_status.h"
+#include "kinds.h"
+#include "way.h"
+
+namespace rig {
+
+enum class Function {
+#define FUNCTION(library, name, ...) name,
+#include "vendor_functions.inc"
+};
+
+struct Library {
+    const char* name;
+    std::uint32_t nullPointer; ///< what its functions answer to one
+    std::uint32_t outOfMemory;
+};
+inline constexpr Library kFtd2xx{"FTD2XX.dll", usb::kInvalidParameter, FT_INSUFFICIENT_RESOURCES};
+inline constexpr Library kEapi{"EAPI_Library.dll", eapi::kInvalidParameter, eapi::kAllocationError};
+inline constexpr Library kInpout{"inpoutx64.dll", 0, 0};
+inline constexpr Library kWmi{"", 0x8004'1008, 0x8004'1006}; ///< methods of objects, of no DLL
+
+struct VendorFunction {
+    Function id;
+    const Library& library;
+    const char* name;
+    unsigned ordinal; ///< 0: bound by name
+    Show result;
+    std::span<const Parameter> parameters;
+    std::span<const Way> ways;
+};
+
+/// All of them, in the order of their ids.
+std::span<const VendorFunction> VendorFunctions();
+
+} // namespace rig

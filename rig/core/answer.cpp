@@ -1,0 +1,82 @@
+#include <algorithm>
+
+#include "front.h"
+#include "rig_state.h"
+
+namespace rig {
+
+namespace {
+
+const Front& FrontOf(const Library& library) {
+    return *std::find_if(Fronts().begin(), Fronts().end(),
+                         [&](const Front& front) { return &front.library == &library; });
+}
+
+bool LacksAPointer(const Call& call) {
+    const auto isGood = [](const Parameter& parameter, const Value& input) {
+        return parameter.isOptional || IsThere(input);
+    };
+    const auto& parameters = call.function.parameters;
+    return !std::equal(parameters.begin(), parameters.end(), call.inputs.begin(), isGood);
+}
+
+std::uint32_t DoWork(const Front& front, Call& call) {
+    if (const std::uint32_t status = front.refusal(call); status != 0) {
+        return status;
+    }
+    if (LacksAPointer(call)) {
+        return call.function.library.nullPointer;
+    }
+    call.outputs.resize(call.inputs.size());
+    for (std::size_t i = 0; i < call.inputs.size(); ++i) {
+        if (call.function.parameters[i].passing == Passing::InOut) {
+            call.outputs[i] = call.inputs[i];
+        }
+    }
+    return front.works.at(call.function.id)(call);
+}
+
+/// Moves no more than the count, and reports it.
+std::uint32_t DoWorkWithCount(const Front& front, Call& call, std::uint32_t count) {
+    Call cut = call; // what the host asked for stays in the call
+    const auto& parameters = call.function.parameters;
+    for (std::size_t i = 0; i < parameters.size(); ++i) {
+        if (auto* bytes = std::get_if<std::string>(&cut.inputs[i]); parameters[i].isCut && bytes) {
+            bytes->resize(std::min<std::size_t>(bytes->size(), count));
+        } else if (parameters[i].isCut && IsThere(cut.inputs[i])) {
+            cut.inputs[i] = std::min<std::uint64_t>(Number(cut.inputs[i]), count);
+        }
+    }
+    std::uint32_t status = DoWork(front, cut);
+    for (std::size_t i = 0; i < cut.outputs.size(); ++i) {
+        if (parameters[i].isReported && IsThere(cut.outputs[i])) {
+            cut.outputs[i] = std::uint64_t{count};
+            status = 0; // a count is told with success
+        }
+    }
+    call.outputs = std::move(cut.outputs);
+    return status;
+}
+
+} // namespace
+
+void Answer(Call& call) {
+    Access rig;
+    const Front& front = FrontOf(call.function.library);
+    std::optional<Fault> fault; // a copy: the plan may change while the call waits
+    if (const Fault* planned = rig->BeginCall(call.function.name)) {
+        fault = *planned;
+    }
+    const std::string question = TextOfQuestion(call, front.nameOf);
+    if (!fault) {
+        call.status = DoWork(front, call);
+    } else if ((fault->kind & RIG_FAULT_COUNT) != 0) {
+        call.status = DoWorkWithCount(front, call, fault->count);
+    }
+    if (fault && (fault->kind & RIG_FAULT_STATUS) != 0) {
+        call.status = fault->status;
+    }
+    rig->trace.Call(question + TextOfAnswer(call));
+}
+
+} // namespace rig
