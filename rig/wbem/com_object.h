@@ -10,6 +10,12 @@
 
 #include "value.h"
 
+/// A method that no host of the rig uses.
+#define NOT_THERE(method, ...)                                                                     \
+    HRESULT STDMETHODCALLTYPE method(__VA_ARGS__) override {                                       \
+        return E_NOTIMPL;                                                                          \
+    }
+
 namespace rig::wbem {
 
 /// References to all objects that hosts hold.

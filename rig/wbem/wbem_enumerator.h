@@ -20,11 +20,10 @@ class WbemEnumerator final : public ComObject<IEnumWbemClassObject> {
     HRESULT STDMETHODCALLTYPE Next(LONG timeout, ULONG count, IWbemClassObject** objects,
                                    ULONG* returned) override;
 
-    // What no host of the rig uses.
-    HRESULT STDMETHODCALLTYPE Reset() override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE NextAsync(ULONG, IWbemObjectSink*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE Clone(IEnumWbemClassObject**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE Skip(LONG, ULONG) override { return E_NOTIMPL; }
+    NOT_THERE(Reset)
+    NOT_THERE(NextAsync, ULONG, IWbemObjectSink*)
+    NOT_THERE(Clone, IEnumWbemClassObject**)
+    NOT_THERE(Skip, LONG, ULONG)
 
   private:
     void* Find(REFIID id) override;

@@ -47,7 +47,7 @@ class WbemFactory final : public ComObject<IClassFactory> {
         }
         return result;
     }
-    HRESULT STDMETHODCALLTYPE LockServer(BOOL) override { return E_NOTIMPL; }
+    NOT_THERE(LockServer, BOOL)
 
   private:
     void* Find(REFIID id) override {

@@ -21,49 +21,29 @@ class WbemObject final : public ComObject<IWbemClassObject> {
     HRESULT STDMETHODCALLTYPE Get(LPCWSTR name, LONG flags, VARIANT* value, CIMTYPE* type,
                                   LONG* flavor) override;
 
-    // What no host of the rig uses.
-    HRESULT STDMETHODCALLTYPE GetQualifierSet(IWbemQualifierSet**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE Put(LPCWSTR, LONG, VARIANT*, CIMTYPE) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE Delete(LPCWSTR) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetNames(LPCWSTR, LONG, VARIANT*, SAFEARRAY**) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE BeginEnumeration(LONG) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE Next(LONG, BSTR*, VARIANT*, CIMTYPE*, LONG*) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE EndEnumeration() override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetPropertyQualifierSet(LPCWSTR, IWbemQualifierSet**) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE Clone(IWbemClassObject**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetObjectText(LONG, BSTR*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE SpawnDerivedClass(LONG, IWbemClassObject**) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE SpawnInstance(LONG, IWbemClassObject**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE CompareTo(LONG, IWbemClassObject*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetPropertyOrigin(LPCWSTR, BSTR*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE InheritsFrom(LPCWSTR) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetMethod(LPCWSTR, LONG, IWbemClassObject**,
-                                        IWbemClassObject**) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE PutMethod(LPCWSTR, LONG, IWbemClassObject*,
-                                        IWbemClassObject*) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE DeleteMethod(LPCWSTR) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE BeginMethodEnumeration(LONG) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE NextMethod(LONG, BSTR*, IWbemClassObject**,
-                                         IWbemClassObject**) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE EndMethodEnumeration() override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetMethodQualifierSet(LPCWSTR, IWbemQualifierSet**) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE GetMethodOrigin(LPCWSTR, BSTR*) override { return E_NOTIMPL; }
+    NOT_THERE(GetQualifierSet, IWbemQualifierSet**)
+    NOT_THERE(Put, LPCWSTR, LONG, VARIANT*, CIMTYPE)
+    NOT_THERE(Delete, LPCWSTR)
+    NOT_THERE(GetNames, LPCWSTR, LONG, VARIANT*, SAFEARRAY**)
+    NOT_THERE(BeginEnumeration, LONG)
+    NOT_THERE(Next, LONG, BSTR*, VARIANT*, CIMTYPE*, LONG*)
+    NOT_THERE(EndEnumeration)
+    NOT_THERE(GetPropertyQualifierSet, LPCWSTR, IWbemQualifierSet**)
+    NOT_THERE(Clone, IWbemClassObject**)
+    NOT_THERE(GetObjectText, LONG, BSTR*)
+    NOT_THERE(SpawnDerivedClass, LONG, IWbemClassObject**)
+    NOT_THERE(SpawnInstance, LONG, IWbemClassObject**)
+    NOT_THERE(CompareTo, LONG, IWbemClassObject*)
+    NOT_THERE(GetPropertyOrigin, LPCWSTR, BSTR*)
+    NOT_THERE(InheritsFrom, LPCWSTR)
+    NOT_THERE(GetMethod, LPCWSTR, LONG, IWbemClassObject**, IWbemClassObject**)
+    NOT_THERE(PutMethod, LPCWSTR, LONG, IWbemClassObject*, IWbemClassObject*)
+    NOT_THERE(DeleteMethod, LPCWSTR)
+    NOT_THERE(BeginMethodEnumeration, LONG)
+    NOT_THERE(NextMethod, LONG, BSTR*, IWbemClassObject**, IWbemClassObject**)
+    NOT_THERE(EndMethodEnumeration)
+    NOT_THERE(GetMethodQualifierSet, LPCWSTR, IWbemQualifierSet**)
+    NOT_THERE(GetMethodOrigin, LPCWSTR, BSTR*)
 
   private:
     void* Find(REFIID id) override;

@@ -17,94 +17,31 @@ class WbemServices final : public ComObject<IWbemServices, IClientSecurity> {
                                          OLECHAR* principal, DWORD level, DWORD impersonation,
                                          void* identity, DWORD capabilities) override;
 
-    // What no host of the rig uses.
-    HRESULT STDMETHODCALLTYPE QueryBlanket(IUnknown*, DWORD*, DWORD*, OLECHAR**, DWORD*, DWORD*,
-                                           void**, DWORD*) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE CopyProxy(IUnknown*, IUnknown**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE OpenNamespace(BSTR, LONG, IWbemContext*, IWbemServices**,
-                                            IWbemCallResult**) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE CancelAsyncCall(IWbemObjectSink*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE QueryObjectSink(LONG, IWbemObjectSink**) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE GetObject(BSTR, LONG, IWbemContext*, IWbemClassObject**,
-                                        IWbemCallResult**) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE GetObjectAsync(BSTR, LONG, IWbemContext*, IWbemObjectSink*) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE PutClass(IWbemClassObject*, LONG, IWbemContext*,
-                                       IWbemCallResult**) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE PutClassAsync(IWbemClassObject*, LONG, IWbemContext*,
-                                            IWbemObjectSink*) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE DeleteClass(BSTR, LONG, IWbemContext*, IWbemCallResult**) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE DeleteClassAsync(BSTR, LONG, IWbemContext*,
-                                               IWbemObjectSink*) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE CreateClassEnum(BSTR, LONG, IWbemContext*,
-                                              IEnumWbemClassObject**) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE CreateClassEnumAsync(BSTR, LONG, IWbemContext*,
-                                                   IWbemObjectSink*) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE PutInstance(IWbemClassObject*, LONG, IWbemContext*,
-                                          IWbemCallResult**) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE PutInstanceAsync(IWbemClassObject*, LONG, IWbemContext*,
-                                               IWbemObjectSink*) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE DeleteInstance(BSTR, LONG, IWbemContext*,
-                                             IWbemCallResult**) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE DeleteInstanceAsync(BSTR, LONG, IWbemContext*,
-                                                  IWbemObjectSink*) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE CreateInstanceEnum(BSTR, LONG, IWbemContext*,
-                                                 IEnumWbemClassObject**) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE CreateInstanceEnumAsync(BSTR, LONG, IWbemContext*,
-                                                      IWbemObjectSink*) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE ExecQueryAsync(BSTR, BSTR, LONG, IWbemContext*,
-                                             IWbemObjectSink*) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE ExecNotificationQuery(BSTR, BSTR, LONG, IWbemContext*,
-                                                    IEnumWbemClassObject**) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE ExecNotificationQueryAsync(BSTR, BSTR, LONG, IWbemContext*,
-                                                         IWbemObjectSink*) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE ExecMethod(BSTR, BSTR, LONG, IWbemContext*, IWbemClassObject*,
-                                         IWbemClassObject**, IWbemCallResult**) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE ExecMethodAsync(BSTR, BSTR, LONG, IWbemContext*, IWbemClassObject*,
-                                              IWbemObjectSink*) override {
-        return E_NOTIMPL;
-    }
+    NOT_THERE(QueryBlanket, IUnknown*, DWORD*, DWORD*, OLECHAR**, DWORD*, DWORD*, void**, DWORD*)
+    NOT_THERE(CopyProxy, IUnknown*, IUnknown**)
+    NOT_THERE(OpenNamespace, BSTR, LONG, IWbemContext*, IWbemServices**, IWbemCallResult**)
+    NOT_THERE(CancelAsyncCall, IWbemObjectSink*)
+    NOT_THERE(QueryObjectSink, LONG, IWbemObjectSink**)
+    NOT_THERE(GetObject, BSTR, LONG, IWbemContext*, IWbemClassObject**, IWbemCallResult**)
+    NOT_THERE(GetObjectAsync, BSTR, LONG, IWbemContext*, IWbemObjectSink*)
+    NOT_THERE(PutClass, IWbemClassObject*, LONG, IWbemContext*, IWbemCallResult**)
+    NOT_THERE(PutClassAsync, IWbemClassObject*, LONG, IWbemContext*, IWbemObjectSink*)
+    NOT_THERE(DeleteClass, BSTR, LONG, IWbemContext*, IWbemCallResult**)
+    NOT_THERE(DeleteClassAsync, BSTR, LONG, IWbemContext*, IWbemObjectSink*)
+    NOT_THERE(CreateClassEnum, BSTR, LONG, IWbemContext*, IEnumWbemClassObject**)
+    NOT_THERE(CreateClassEnumAsync, BSTR, LONG, IWbemContext*, IWbemObjectSink*)
+    NOT_THERE(PutInstance, IWbemClassObject*, LONG, IWbemContext*, IWbemCallResult**)
+    NOT_THERE(PutInstanceAsync, IWbemClassObject*, LONG, IWbemContext*, IWbemObjectSink*)
+    NOT_THERE(DeleteInstance, BSTR, LONG, IWbemContext*, IWbemCallResult**)
+    NOT_THERE(DeleteInstanceAsync, BSTR, LONG, IWbemContext*, IWbemObjectSink*)
+    NOT_THERE(CreateInstanceEnum, BSTR, LONG, IWbemContext*, IEnumWbemClassObject**)
+    NOT_THERE(CreateInstanceEnumAsync, BSTR, LONG, IWbemContext*, IWbemObjectSink*)
+    NOT_THERE(ExecQueryAsync, BSTR, BSTR, LONG, IWbemContext*, IWbemObjectSink*)
+    NOT_THERE(ExecNotificationQuery, BSTR, BSTR, LONG, IWbemContext*, IEnumWbemClassObject**)
+    NOT_THERE(ExecNotificationQueryAsync, BSTR, BSTR, LONG, IWbemContext*, IWbemObjectSink*)
+    NOT_THERE(ExecMethod, BSTR, BSTR, LONG, IWbemContext*, IWbemClassObject*, IWbemClassObject**,
+              IWbemCallResult**)
+    NOT_THERE(ExecMethodAsync, BSTR, BSTR, LONG, IWbemContext*, IWbemClassObject*, IWbemObjectSink*)
 
   private:
     void* Find(REFIID id) override;
