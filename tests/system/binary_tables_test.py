@@ -1,4 +1,5 @@
-"""What the linker put into Solvane.dll: its exports, its imports and its protections."""
+"""What the linker put into Solvane.dll: its exports, its imports and its protections; and that the
+rig's DLLs export what it imports."""
 
 import argparse
 import os
@@ -10,9 +11,16 @@ SYSTEM_DLLS = {"KERNEL32.dll", "msvcrt.dll", "WINMM.dll", "ole32.dll", "OLEAUT32
 MOST_BYTES = 1024 * 1024
 
 
-def dump(*flags):
-    return subprocess.run([OPTIONS.objdump, *flags, OPTIONS.library], check=True,
+def dump(*flags, binary=None):
+    return subprocess.run([OPTIONS.objdump, *flags, binary or OPTIONS.library], check=True,
                           capture_output=True, text=True).stdout
+
+
+def stand_in(dll):
+    """{name: ordinal} of what the rig's DLL of a vendor's name forwards to the rig."""
+    table = dump("-p", binary=os.path.join(OPTIONS.rig, dll))
+    forwards = re.findall(r"\+base\[ *(\d+)\].* solvane_rig\.(\w+)", table)
+    return {name: int(ordinal) for ordinal, name in forwards}
 
 
 def def_file(path):
@@ -72,11 +80,13 @@ class Tables(unittest.TestCase):
         self.assertEqual(set(listed), {
             "EApiLibInitialize", "EApiLibUnInitialize", "EApiGetEAPIVersion", "EApiGPIOGetCount",
             "EApiGPIOSetDirection", "EApiGPIOGetLevel", "EApiGPIOSetLevel"})
+        self.assertLessEqual(set(listed), set(stand_in("EAPI_Library.dll")))
 
     def test_inpout_is_bound_by_its_three_ordinals(self):
         listed = def_file(os.path.join(OPTIONS.platform, "inpout.def"))
         self.assertEqual(listed, {"Inp32": 1, "Out32": 2, "IsInpOutDriverOpen": 3})
         self.assertEqual(sorted(self.imports()["inpoutx64.dll"]), [1, 2, 3])
+        self.assertEqual(stand_in("inpoutx64.dll"), listed)
 
     def test_ftd2xx_is_bound_by_the_listed_ordinals_alone(self):
         listed = def_file(os.path.join(OPTIONS.platform, "ftd2xx.def"))
@@ -87,6 +97,7 @@ class Tables(unittest.TestCase):
             "FT_GetQueueStatus": 18, "FT_SetLatencyTimer": 29, "FT_SetBitMode": 31,
             "FT_SetUSBParameters": 33, "FT_ResetPort": 66, "FT_CreateDeviceInfoList": 70,
             "FT_GetDeviceInfoList": 71})
+        self.assertLessEqual(listed.items(), stand_in("FTD2XX.dll").items())
 
     def test_the_multimedia_timer_is_the_only_use_of_winmm(self):
         self.assertEqual(sorted(self.imports()["WINMM.dll"]), ["timeBeginPeriod", "timeEndPeriod"])
@@ -122,7 +133,7 @@ class Tables(unittest.TestCase):
 if __name__ == "__main__":
     parser = argparse.ArgumentParser()
     parser.add_argument("--def", dest="definition", required=True)
-    for option in ("objdump", "library", "header", "platform"):
+    for option in ("objdump", "library", "header", "platform", "rig"):
         parser.add_argument("--" + option, required=True)
     OPTIONS, rest = parser.parse_known_args()
     unittest.main(argv=["binary_tables_test", *rest])
