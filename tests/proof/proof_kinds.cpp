@@ -1,13 +1,15 @@
 #include "proof_kinds.h"
 
+#include <algorithm>
+
 #include <solvane/rig.h>
 
-#include "eapi.h"
 #include "on_the_rig.h"
 #include "solvane_eapi.h"
 #include "solvane_kontron.h"
 #include "solvane_lpt.h"
 #include "solvane_usb.h"
+#include "vendor_function.h"
 
 namespace proof {
 
@@ -15,77 +17,49 @@ namespace {
 
 using SLV::Internal::MakeController;
 
-Way Fails(std::uint32_t status, TriggerRisk risk = TriggerRisk::None) {
-    return {"fails", RIG_FAULT_STATUS, status, 0, risk};
+using rig::Counts;
+using rig::DoneButFails;
+using rig::Fails;
+using rig::Silent;
+
+/// The functions of these libraries, which fail as the rig's table says.
+template <class Risk>
+std::vector<VendorFunction> FunctionsOf(const std::vector<const rig::Library*>& libraries,
+                                        Risk risk) {
+    std::vector<VendorFunction> functions;
+    for (const rig::VendorFunction& each : rig::VendorFunctions()) {
+        if (std::ranges::count(libraries, &each.library) != 0) {
+            functions.push_back({each.name, {}});
+            for (const rig::Way& way : each.ways) {
+                functions.back().ways.emplace_back(way, risk(each.id, way));
+            }
+        }
+    }
+    return functions;
 }
 
-/// Success is reported, and nothing was done: no bytes, no handle, an empty answer.
-Way Silent(TriggerRisk risk = TriggerRisk::None) {
-    return {"is silent", RIG_FAULT_SILENT, 0, 0, risk};
+bool IsSilent(const rig::Way& way) {
+    return way.kind == RIG_FAULT_SILENT;
 }
 
-Way Counts(std::uint32_t count, TriggerRisk risk = TriggerRisk::None) {
-    return {"counts wrong", RIG_FAULT_COUNT, 0, count, risk};
-}
-
-/// The work was done all the same.
-Way DoneButFails(std::uint32_t status, TriggerRisk risk = TriggerRisk::None) {
-    return {"is done but fails", RIG_FAULT_STATUS | RIG_FAULT_COUNT, status, 0xFFFF'FFFF, risk};
-}
-
-constexpr std::uint32_t kEverything = 0xFFFF'FFFF;
-constexpr auto kFailedWrite = TriggerRisk::FailedWrite;
-constexpr auto kUnseenWrite = TriggerRisk::UnseenWrite;
-constexpr auto kGarble = TriggerRisk::Garble;
-constexpr auto kWrongByte = TriggerRisk::WrongByte;
-
-// Statuses of D2XX.
-constexpr std::uint32_t kInvalidHandle = 1;
-constexpr std::uint32_t kNotFound = 2;
-constexpr std::uint32_t kNotOpened = 3;
-constexpr std::uint32_t kIoError = 4;
-constexpr std::uint32_t kNoResources = 5;
-constexpr std::uint32_t kOtherError = 18;
+using rig::Function;
+using enum TriggerRisk;
 
 Kind Ft2232h() {
-    const std::vector<Way> settings{Fails(kInvalidHandle), Fails(kIoError), Silent()};
-    const std::vector<Way> writes{Fails(kInvalidHandle, kFailedWrite),
-                                  Fails(kIoError, kFailedWrite),
-                                  Silent(kFailedWrite),
-                                  Counts(0, kFailedWrite),
-                                  Counts(1, kGarble),
-                                  Counts(2, kGarble),
-                                  DoneButFails(kIoError, kFailedWrite)};
+    const auto risk = [](Function function, const rig::Way& way) {
+        const bool isCut = way.kind == RIG_FAULT_COUNT && way.count != 0;
+        return function != Function::FT_Write ? None : isCut ? Garble : FailedWrite;
+    };
     return {
         .name = "FT2232H",
         .scenario = test::kUsbCamera,
         .make = MakeController<SLV::Internal::SolvaneUsb>,
-        .functions =
-            {{"FT_CreateDeviceInfoList",
-              {Fails(kIoError), Fails(kOtherError), Silent(), Counts(1), Counts(kEverything)}},
-             {"FT_GetDeviceInfoList",
-              {Fails(kIoError), Fails(kOtherError), Silent(), Counts(0), Counts(1)}},
-             {"FT_Open",
-              {Fails(kNotFound), Fails(kNotOpened), Fails(kNoResources), Silent(),
-               DoneButFails(kIoError)}},
-             {"FT_Close",
-              {Fails(kInvalidHandle), Fails(kIoError), Silent(), DoneButFails(kIoError)}},
-             {"FT_ResetDevice", settings},
-             {"FT_SetUSBParameters", settings},
-             {"FT_SetChars", settings},
-             {"FT_SetTimeouts", settings},
-             {"FT_SetLatencyTimer", settings},
-             {"FT_SetFlowControl", settings},
-             {"FT_SetBitMode", settings},
-             {"FT_ResetPort",
-              {Fails(kInvalidHandle), Fails(kIoError), Silent(), DoneButFails(kIoError)}},
-             {"FT_GetQueueStatus",
-              {Fails(kInvalidHandle), Fails(kIoError), Silent(), Counts(2), Counts(65'536)}},
-             {"FT_Read", {Fails(kInvalidHandle), Fails(kIoError), Silent(), Counts(0)}},
-             {"FT_Write", writes}},
-        .dead = {Fails(kInvalidHandle, kFailedWrite), Fails(kIoError, kFailedWrite),
-                 Silent(kFailedWrite)},
-        .mishap = {"FT_Write", kIoError, true},
+        .functions = FunctionsOf({&rig::kFtd2xx}, risk),
+        .dead = {{Fails(rig::usb::kInvalidHandle), FailedWrite},
+                 {Fails(rig::usb::kIoError), FailedWrite},
+                 {Silent(), FailedWrite}},
+        .failures = 10'212,
+        .mishap = {"FT_Write", rig::usb::kIoError, true},
         .comeback = Comeback::UsbHandle,
         .behaviour = {.accessMilliseconds = 2},
     };
@@ -94,16 +68,20 @@ Kind Ft2232h() {
 Kind SuperIo() {
     constexpr std::uint32_t kNoByte = 0x1EE; ///< more than a register can hold
     constexpr std::uint32_t kNobody = 0xFF;  ///< what a bus reads where nothing answers
+    const auto risk = [](Function function, const rig::Way& way) {
+        const bool isByte = IsSilent(way) || way.status == kNobody;
+        return function == Function::Out32   ? WrongRegister
+               : function != Function::Inp32 ? None
+               : isByte                      ? WrongByte
+                                             : FailedWrite;
+    };
     return {
         .name = "Super I/O",
         .scenario = test::kSuperIoCamera,
         .make = MakeController<SLV::Internal::SolvaneKontron>,
-        .functions = {{"IsInpOutDriverOpen", {Silent()}},
-                      {"Inp32",
-                       {Fails(0xFFFF, kFailedWrite), Fails(kNoByte, kFailedWrite),
-                        Fails(kNobody, kWrongByte), Silent(kWrongByte)}},
-                      {"Out32", {Silent(TriggerRisk::WrongRegister)}}},
-        .dead = {Silent(kUnseenWrite), Fails(0xFFFF, kFailedWrite)},
+        .functions = FunctionsOf({&rig::kInpout}, risk),
+        .dead = {{Silent(), UnseenWrite}, {Fails(0xFFFF), FailedWrite}},
+        .failures = 10'534,
         .mishap = {"Inp32", kNoByte, false},
         .comeback = Comeback::NextOperation,
         .configuringMayAnswerWrite = true,
@@ -113,34 +91,19 @@ Kind SuperIo() {
 }
 
 Kind Eapi() {
-    constexpr std::uint32_t kNotInitialised = 0xFFFF'FFFF;
-    constexpr std::uint32_t kAllocationError = 0xFFFF'FFFD;
-    constexpr std::uint32_t kReadError = 0xFFFF'FAFF;
-    constexpr std::uint32_t kWriteError = 0xFFFF'FAFE;
-    constexpr std::uint32_t kUnsupported = 0xFFFF'FCFF;
+    const auto risk = [](Function function, const rig::Way& way) {
+        return function != Function::EApiGPIOSetLevel ? None
+               : IsSilent(way)                        ? UnseenWrite
+                                                      : FailedWrite;
+    };
     return {
         .name = "Embedded API",
         .scenario = test::kEapiCamera,
         .make = MakeController<SLV::Internal::SolvaneEApi>,
-        .functions = {{"EApiLibInitialize",
-                       {Fails(kAllocationError), Fails(EAPI_STATUS_INITIALIZED), Silent(),
-                        DoneButFails(kAllocationError)}},
-                      {"EApiLibUnInitialize", {Fails(kNotInitialised), Silent()}},
-                      {"EApiGetEAPIVersion", {Fails(kUnsupported), Silent()}},
-                      {"EApiGPIOGetCount",
-                       {Fails(kNotInitialised), Fails(kUnsupported), Silent(), Counts(7),
-                        Counts(kEverything)}},
-                      {"EApiGPIOSetDirection",
-                       {Fails(kNotInitialised), Fails(kUnsupported), Silent(),
-                        DoneButFails(kWriteError)}},
-                      {"EApiGPIOGetLevel",
-                       {Fails(kNotInitialised), Fails(kReadError), Silent(), Counts(0), Counts(1),
-                        Counts(kEverything)}},
-                      {"EApiGPIOSetLevel",
-                       {Fails(kNotInitialised, kFailedWrite), Fails(kWriteError, kFailedWrite),
-                        Silent(kUnseenWrite), DoneButFails(kWriteError, kFailedWrite)}}},
-        .dead = {Fails(kNotInitialised, kFailedWrite), Silent(kUnseenWrite)},
-        .mishap = {"EApiGPIOSetDirection", kUnsupported, false},
+        .functions = FunctionsOf({&rig::kEapi}, risk),
+        .dead = {{Fails(rig::eapi::kNotInitialised), FailedWrite}, {Silent(), UnseenWrite}},
+        .failures = 5'436,
+        .mishap = {"EApiGPIOSetDirection", rig::eapi::kUnsupported, false},
         .comeback = Comeback::NextOperation,
         .configuringMayAnswerWrite = true,
         .restsClearMep = false,
@@ -149,26 +112,19 @@ Kind Eapi() {
 }
 
 Kind Lpt() {
-    constexpr std::uint32_t kFailed = 0x8000'4005;
     constexpr std::uint32_t kWmiFailed = 0x8004'1003;
-    constexpr std::uint32_t kNobody = 0xFF; ///< what a bus reads where nothing answers
-    const std::vector<Way> com{Fails(kFailed), Fails(kWmiFailed), Silent()};
+    const auto risk = [](Function function, const rig::Way&) {
+        return function == Function::Inp32   ? WrongByte
+               : function == Function::Out32 ? UnseenWrite
+                                             : None;
+    };
     return {
         .name = "Parallel port",
         .scenario = test::kLptCamera,
         .make = MakeController<SLV::Internal::SolvaneLpt>,
-        .functions = {{"IClassFactory::CreateInstance", com},
-                      {"IWbemLocator::ConnectServer", com},
-                      {"IClientSecurity::SetBlanket",
-                       {Fails(kFailed), Fails(kWmiFailed), Silent()}},
-                      {"IWbemServices::ExecQuery", com},
-                      {"IEnumWbemClassObject::Next",
-                       {Fails(kWmiFailed), Silent(), Counts(0), Counts(2)}},
-                      {"IWbemClassObject::Get", com},
-                      {"IsInpOutDriverOpen", {Silent()}},
-                      {"Inp32", {Fails(kNobody, kWrongByte), Silent(kWrongByte)}},
-                      {"Out32", {Silent(kUnseenWrite)}}},
-        .dead = {Silent(kWrongByte)},
+        .functions = FunctionsOf({&rig::kWmi, &rig::kInpout}, risk),
+        .dead = {{Silent(), WrongByte}},
+        .failures = 3'588,
         .mishap = {"IWbemServices::ExecQuery", kWmiFailed, false},
         .comeback = Comeback::NewController,
         .configuringMayAnswerWrite = true, // the port driver is not open
@@ -196,10 +152,7 @@ const std::vector<VendorFunction>& SystemFunctions() {
     constexpr std::uint32_t kNotRegistered = 0x8004'0154;
     constexpr std::uint32_t kBadType = 0x8002'0008;
     constexpr std::uint32_t kLocked = 0x8002'000D;
-    const auto harmless = [](Way way) {
-        way.isHarmless = true;
-        return way;
-    };
+    const auto harmless = [](rig::Way way) { return Way(way, None, true); };
     static const std::vector<VendorFunction> functions{
         {"Sleep", {Counts(0), harmless(Counts(kCoarseSleep))}},
         {"timeBeginPeriod", {harmless(Fails(kNoPeriod))}},

@@ -9,6 +9,7 @@
 
 #include "controller_ptr.h"
 #include "host_model.h"
+#include "way.h"
 
 namespace proof {
 
@@ -22,14 +23,13 @@ enum class TriggerRisk : std::uint8_t {
     WrongByte      ///< a register reads other than it is, and is written back so
 };
 
-/// One way in which a vendor call goes wrong: a rig_fault without its place.
-struct Way {
-    const char* name = "";
-    std::uint32_t kind = 0;
-    std::uint32_t status = 0;
-    std::uint32_t count = 0;
-    TriggerRisk risk = TriggerRisk::None;
-    bool isHarmless = false; ///< nothing that the host sees may change
+/// A way in which a call goes wrong, and what is to be expected of it.
+struct Way : rig::Way {
+    Way(rig::Way way, TriggerRisk itsRisk = TriggerRisk::None, bool changesNothing = false)
+        : rig::Way(way), risk(itsRisk), isHarmless(changesNothing) {}
+
+    TriggerRisk risk;
+    bool isHarmless; ///< nothing that the host sees may change
 };
 
 struct VendorFunction {
@@ -58,6 +58,7 @@ struct Kind {
     SLV::Internal::ControllerFactory make;
     std::vector<VendorFunction> functions;
     std::vector<Way> dead; ///< in which every call fails once the hardware or its driver is dead
+    std::size_t failures;  ///< how many there are to go through
     Mishap mishap;
     Comeback comeback;
     bool configuringMayAnswerWrite = false; ///< a line that cannot be set to rest is told once

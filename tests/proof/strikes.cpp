@@ -18,13 +18,26 @@ void AddWays(std::vector<Strike>& strikes, const VendorFunction& function, std::
     }
 }
 
+const char* NameOf(const Way& way) {
+    switch (way.kind) {
+    case RIG_FAULT_STATUS:
+        return "fails";
+    case RIG_FAULT_SILENT:
+        return "is silent";
+    case RIG_FAULT_COUNT:
+        return "counts wrong";
+    default:
+        return "is done but fails";
+    }
+}
+
 } // namespace
 
 std::string Text(const Strike& strike) {
     const Way& way = *strike.way;
     return strike.function + " call " + std::to_string(strike.call) +
-           (strike.times == 0 ? " and on " : " ") + way.name + " (" + std::to_string(way.status) +
-           ", " + std::to_string(way.count) + ")";
+           (strike.times == 0 ? " and on " : " ") + NameOf(way) + " (" +
+           std::to_string(way.status) + ", " + std::to_string(way.count) + ")";
 }
 
 CallCount::CallCount() : journalBefore(rig_journal_size()), systemBefore(host::AllCalls()) {}

@@ -45,29 +45,17 @@ std::vector<std::uint8_t> WaitReply(unsigned event) {
     return bytes;
 }
 
-Way Fails(std::uint32_t status) {
-    return {.name = "fails", .kind = RIG_FAULT_STATUS, .status = status};
-}
+using rig::Counts;
+using rig::Fails;
+using rig::Silent;
 
-Way Odd(std::uint32_t content) {
-    return {.name = "is odd", .kind = RIG_FAULT_STATUS, .status = content};
-}
-
-Way Counts(std::uint32_t bytes) {
-    return {.name = "is cut short", .kind = RIG_FAULT_COUNT, .count = bytes};
-}
-
-Way Silent() {
-    return {.name = "is silent", .kind = RIG_FAULT_SILENT};
-}
+/// It is odd what comes.
+constexpr auto Odd = Fails;
 
 /// The work was done all the same.
-Way DoneButFails(std::uint32_t status) {
+rig::Way DoneButFails(std::uint32_t status) {
     constexpr std::uint32_t kWhole = 24;
-    return {.name = "is done but fails",
-            .kind = RIG_FAULT_STATUS | RIG_FAULT_COUNT,
-            .status = status,
-            .count = kWhole};
+    return {RIG_FAULT_STATUS | RIG_FAULT_COUNT, status, kWhole};
 }
 
 } // namespace

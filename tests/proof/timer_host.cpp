@@ -85,7 +85,7 @@ void TimerHost::Discard() {
 }
 
 void TimerHost::FailToRun(const char* function) {
-    const Way fails{.name = "fails", .kind = RIG_FAULT_STATUS, .status = 31};
+    const Way fails = rig::Fails(31);
     const Strike strike{function, 1, 1, &fails, true};
     EXPECT_EQ(Do(TimerOp::RunStoppedInside, {&strike}).seen.status, SOLVANE_E_UNDETERMINED);
     Disarm();
