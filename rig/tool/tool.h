@@ -10,13 +10,7 @@ namespace rig {
 
 /// The codes with which the program ends, unless a host that it runs gives another. The last one is
 /// a code that hosts leave alone: `env` and `timeout` use it likewise.
-enum ExitCode {
-    kSuccess = 0,
-    kFailure = 1,
-    kUsageError = 2,
-    kOutputLost = 4,
-    kGuardFailure = 125
-};
+enum ExitCode { kSuccess = 0, kFailure = 1, kUsageError = 2, kOutputLost = 4, kGuardFailure = 125 };
 
 /// A host was not started, or was ended.
 struct GuardFailure : std::runtime_error {

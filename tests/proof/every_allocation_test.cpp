@@ -20,8 +20,8 @@
 #include "kernel_stand_in.h"
 #include "library_functions.h"
 
-/// Every load of the module leaves behind what its copy of the C++ library keeps for exceptions. What
-/// the library itself leaves is counted here.
+/// Every load of the module leaves behind what its copy of the C++ library keeps for exceptions.
+/// What the library itself leaves is counted here.
 extern "C" const char* __lsan_default_options();
 extern "C" const char* __lsan_default_options() {
     return "detect_leaks=0";

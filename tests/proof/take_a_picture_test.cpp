@@ -117,18 +117,22 @@ TEST_P(TakeAPictureOnEveryKind, ACameraThatDoesNotAnswerIsNot) {
     }
 }
 
+std::string TextOf(const Way& way) {
+    return (way.kind == RIG_FAULT_SILENT ? "silent" : "status ") + std::to_string(way.status);
+}
+
 TEST_P(TakeAPictureOnEveryKind, HardwareThatDiesIsNeverTakenForAPicture) {
     const Kind& kind = GetParam();
     std::vector<Way> ways = kind.dead;
     for (const std::uint32_t nobody : {0x00u, 0xFFu}) { // what a bus reads where nothing answers
-        ways.push_back({"reads", RIG_FAULT_STATUS, nobody, 0, TriggerRisk::None});
+        ways.emplace_back(rig::Fails(nobody));
     }
     for (const Way& way : ways) {
         BeforeEveryCall(kind.scenario, [&](std::uint32_t call) {
             StartLibrary(kind.scenario);
             const rig_fault dead{"*", call, 0, way.kind, way.status, way.count};
             EXPECT_EQ(rig_add_fault(&dead), 0);
-            return std::string(way.name) + " " + std::to_string(way.status);
+            return TextOf(way);
         });
     }
     EXPECT_THAT(outcomes, Each(Gt(0u)));
@@ -153,7 +157,7 @@ TEST_P(TakeAPictureOnEveryKind, AnOldFlagIsNeverTakenForAPicture) {
                 StartLibrary(GetParam().scenario + camera + "mep = \"never\"\n");
                 const rig_fault fault{"*", call, times, way.kind, way.status, way.count};
                 EXPECT_EQ(rig_add_fault(&fault), 0);
-                return std::string(way.name) + " " + std::to_string(way.status);
+                return TextOf(way);
             });
         }
     }

@@ -61,8 +61,8 @@ std::string_view KindOf(std::string_view line, const Marks& marks, std::string_v
 } // namespace
 
 void SOLVANE_CALL LibraryLog::Receive(void* context, const char* line) noexcept {
-    auto& log = *static_cast<LibraryLog*>(context);
     try {
+        auto& log = *static_cast<LibraryLog*>(context);
         if (log.echo) {
             log.echo->Add(line);
         }
