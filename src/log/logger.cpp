@@ -77,6 +77,10 @@ void Logger::Install(void* newContext, LogCallback newCallback) {
     const Turn turn(writer);
     context = newContext;
     callback = newCallback;
+    if (newCallback != nullptr) { // so that the first lines of two threads at once have it both
+        secondsEast.store(SecondsEast(SystemClockTicks() / kTicksPerSecond),
+                          std::memory_order_relaxed);
+    }
     if (turn.HasOpenLine()) {
         stream.Clear();
         stream.fill = ' ';

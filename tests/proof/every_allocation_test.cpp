@@ -2,6 +2,7 @@
 /// shared object with an allocator of its own, loaded afresh for each case, so that nothing but its
 /// own memory is refused: hardware, system and this program have theirs.
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <functional>
@@ -297,6 +298,52 @@ TEST_P(EveryAllocationTest, IsRefusedAndNothingIsLeftHalfDone) {
     std::printf("%s: %zu of %zu allocations refused without harm\n", GetParam().name, good, cases);
     EXPECT_EQ(cases, GetParam().cases);
     EXPECT_EQ(exceptions, GetParam().Exceptions());
+}
+
+/// The lines of the first call, one allocation of which is refused.
+class RefusedAllocationTest : public testing::Test {
+  protected:
+    RefusedAllocationTest() { host::Record(false); }
+
+    static std::vector<std::string> LinesOfFirstCall(const char* scenario, std::size_t allocation) {
+        std::vector<std::string> lines;
+        EXPECT_EQ(rig_load(scenario), 0) << rig_error();
+        const Library library;
+        library.SetLogger(&lines, [](void* context, const char* line) {
+            const std::string text(line);
+            static_cast<std::vector<std::string>*>(context)->push_back(
+                text.substr(std::min<std::size_t>(text.size(), kStampLength)));
+        });
+        {
+            const FailingMemory memory(allocation, 1);
+            library.CheckAvailable();
+            EXPECT_EQ(memory.Refusals(), 1u);
+        }
+        library.SetLogger(nullptr, nullptr);
+        return lines;
+    }
+};
+
+/// Behind the list of candidates and the four of them comes the list of devices. The call itself
+/// looks for the chip once more.
+TEST_F(RefusedAllocationTest, OfTheListOfDevicesIsToldAsD2xxWouldTellIt) {
+    const std::vector<std::string> lines =
+        LinesOfFirstCall("[[usb]]\nchip = \"FT2232H\"\nserial = \"SLV1\"\n", 6);
+    const std::vector<std::string> told{"Total FTDI devices available:  2",
+                                        "Failed to obtain FTDI devices info list. Error: 5",
+                                        "Configure() result: -3", "... not available. Error -3"};
+    EXPECT_NE(std::ranges::search(lines, told).begin(), lines.end());
+    EXPECT_EQ(lines.back(), "Configure() result: 0");
+}
+
+/// Behind the list of candidates and two of them comes the bank.
+TEST_F(RefusedAllocationTest, OfTheBankOfASuperIoChipIsToldByTheStatusAlone) {
+    const std::vector<std::string> lines = LinesOfFirstCall("[superio]\n", 4);
+    ASSERT_GE(lines.size(), 9u);
+    const std::vector<std::string> of(lines.begin() + 5, lines.begin() + 8);
+    EXPECT_EQ(of, (std::vector<std::string>{
+                      "Controller candidate been created. Checking H/W availability...",
+                      "[MOBO]: Configure() result: -3", "... not available. Error -3"}));
 }
 
 INSTANTIATE_TEST_SUITE_P(

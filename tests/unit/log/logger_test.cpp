@@ -37,9 +37,10 @@ class LoggerTest : public testing::Test {
     void Install() { logger.Install(&lines, Keep); }
 
     /// 14:03:07 UTC and some milliseconds and ticks.
-    static void SetTimeOfDay(std::uint64_t milliseconds, std::uint64_t ticks = 0) {
+    static void SetTimeOfDay(std::int64_t milliseconds, std::uint64_t ticks = 0) {
         constexpr std::uint64_t kSeconds = 20'000ull * 86'400 + 14 * 3600 + 3 * 60 + 7;
-        host::SetWallClock(kSeconds * 10'000'000 + milliseconds * 10'000 + ticks -
+        host::SetWallClock(kSeconds * 10'000'000 +
+                           static_cast<std::uint64_t>(milliseconds * 10'000) + ticks -
                            host::Now() / 100);
     }
 
@@ -271,6 +272,15 @@ TEST_F(LoggerTest, ATimeThatTheCalendarDoesNotKnowIsShownInUtc) {
     logger.Line("x");
     EXPECT_THAT(lines, ElementsAre("[14:03:07.042] x"));
     host::ClearFaults();
+}
+
+/// A thread that writes a line of its own does not ask for it.
+TEST_F(LoggerTest, TheTimeZoneIsKnownBeforeTheFirstLine) {
+    const std::uint32_t before = host::Calls("localtime_s");
+    Install();
+    EXPECT_EQ(host::Calls("localtime_s"), before + 1);
+    logger.Install(nullptr, nullptr);
+    EXPECT_EQ(host::Calls("localtime_s"), before + 1);
 }
 
 // ---- What the host's function does ----

@@ -60,7 +60,8 @@ TEST_F(LoggerThreads, EveryLineOfEveryThreadArrivesOnceAndWhole) {
         threads.emplace_back([&, thread] {
             for (int i = 0; i < kLines; ++i) {
                 // Of different lengths, so that one that is written over another would show.
-                logger.Line("thread ", thread, " line ", i, std::string(i % 300, '-'));
+                logger.Line("thread ", thread, " line ", i,
+                            std::string(static_cast<std::size_t>(i % 300), '-'));
             }
         });
     }
