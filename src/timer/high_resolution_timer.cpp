@@ -58,7 +58,8 @@ void DeliverToHost(void* context, const TimerEventRecord& record) {
                                   record.data1,
                                   record.data2,
                                   record.data3};
-    timer.callback(timer.userContext, &event);
+    const SolvaneTimerCallback receive = timer.callback;
+    receive(timer.userContext, &event);
 }
 
 } // namespace

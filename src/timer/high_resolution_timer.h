@@ -2,6 +2,7 @@
 /// on its way to the host.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 #include <solvane/solvane.h>
@@ -23,6 +24,22 @@ struct TimerEventRecord {
 
 static_assert(sizeof(TimerEventRecord) == 12);
 static_assert(sizeof(SolvaneTimerEvent) == 12, "the layout that hosts of every language declare");
+
+/// What one thread writes while another reads it. Nothing else is ordered by it: a stop that comes
+/// before the run has begun is lost, as hosts know.
+template <typename Value>
+class Relaxed {
+  public:
+    explicit Relaxed(Value initial) : value(initial) {}
+    Relaxed& operator=(Value next) {
+        value.store(next, std::memory_order_relaxed);
+        return *this;
+    }
+    operator Value() const { return value.load(std::memory_order_relaxed); }
+
+  private:
+    std::atomic<Value> value;
+};
 
 class HighResolutionTimerBase {
   public:
@@ -57,11 +74,8 @@ class HighResolutionTimerBase {
     std::uint64_t timerId = 0; ///< 0: no driver timer
     std::uint32_t initialStatusOk = 0;
 
-    // Plain flags: a stop comes from another thread or from the callback. Between two reads of
-    // `running` stands a system call or a virtual call that the compiler cannot see through, so it
-    // is read afresh after each wait and after each event.
-    bool running = false;
-    bool waiting = false; ///< informational
+    Relaxed<bool> running{false}; ///< a stop comes from another thread or from the callback
+    bool waiting = false;         ///< informational
 };
 
 /// Marks the one kind of timer that the library has.
@@ -86,7 +100,7 @@ class HighResolutionTimer<SOLVANE_Timer> final : public HighResolutionTimerBase 
     void* adaptorContext = nullptr;
     Adaptor adaptor = nullptr;
     std::uint64_t userContext;
-    SolvaneTimerCallback callback = nullptr; ///< null: the timer is not running
+    Relaxed<SolvaneTimerCallback> callback{nullptr}; ///< null: the timer is not running
 };
 
 using SolvaneTimer = HighResolutionTimer<SOLVANE_Timer>;

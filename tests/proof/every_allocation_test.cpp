@@ -332,7 +332,7 @@ TEST_F(RefusedAllocationTest, OfTheListOfDevicesIsToldAsD2xxWouldTellIt) {
     const std::vector<std::string> told{"Total FTDI devices available:  2",
                                         "Failed to obtain FTDI devices info list. Error: 5",
                                         "Configure() result: -3", "... not available. Error -3"};
-    EXPECT_NE(std::ranges::search(lines, told).begin(), lines.end());
+    EXPECT_NE(std::search(lines.begin(), lines.end(), told.begin(), told.end()), lines.end());
     EXPECT_EQ(lines.back(), "Configure() result: 0");
 }
 
