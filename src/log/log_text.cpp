@@ -17,12 +17,15 @@ LogText& LogText::PutNumber(std::uint64_t number, unsigned base, bool isNegative
     if (isNegative) {
         digits[count++] = '-';
     }
+    std::size_t fitting = count;
     if (isHeld || count > capacity - size) {
-        count = std::min(count, MakeRoom(count));
+        fitting = std::min(count, MakeRoom(count));
     }
-    std::reverse_copy(digits, digits + count, data + size);
-    size += count;
-    data[size] = '\0';
+    if (fitting != 0) { // else nothing may be written, for somebody may hold what is there
+        std::reverse_copy(digits + (count - fitting), digits + count, data + size);
+        size += fitting;
+        data[size] = '\0';
+    }
     return *this;
 }
 
@@ -56,9 +59,6 @@ LogText::Hold::~Hold() {
 
 /// How many more characters fit, after making room for as many as are asked for, if possible.
 std::size_t LogText::MakeRoom(std::size_t more) {
-    if (!isHeld && more <= capacity - size) {
-        return capacity - size;
-    }
     const std::size_t wanted = std::max(capacity * 2, size + more);
     char* const room = new (std::nothrow) char[wanted + 1];
     if (room == nullptr) {
@@ -73,7 +73,7 @@ std::size_t LogText::MakeRoom(std::size_t more) {
     return capacity - size;
 }
 
-void LogText::Release(char* memory) const {
+void LogText::Release(const char* memory) const {
     if (memory != usual) {
         delete[] memory;
     }

@@ -25,15 +25,16 @@ struct Hex {
 /// left out, and nothing else: a line may never stop an operation on the camera's lines half-way.
 class LogText {
   public:
-    LogText() { usual[0] = '\0'; }
+    LogText() { usual[0] = '\0'; } // NOLINT(*-member-init): nobody reads what is behind the zero
     LogText(const LogText& other) : LogText() { *this << other; }
     ~LogText() { Release(data); }
     LogText& operator=(const LogText&) = delete;
 
     LogText& operator<<(std::string_view text) {
         if (isHeld || text.size() > capacity - size) {
-            Put(text.substr(0, MakeRoom(text.size())));
-        } else {
+            text = text.substr(0, MakeRoom(text.size()));
+        }
+        if (!text.empty()) { // else nothing may be written, for somebody may hold what is there
             Put(text);
         }
         return *this;
@@ -105,7 +106,7 @@ class LogText {
         data[size] = '\0';
     }
     std::size_t MakeRoom(std::size_t more);
-    void Release(char* memory) const;
+    void Release(const char* memory) const;
 
     /// Longer than any line but rows of dots and the system's sentences.
     static constexpr std::size_t kUsualCapacity = 240;

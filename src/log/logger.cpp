@@ -106,15 +106,16 @@ bool Logger::Add(std::span<const LogPiece> pieces, LogText& line) {
             return false;
         }
         if (line.IsEmpty()) {
-            Stamp(line);
+            if (&line == &stream) {
+                WriteTimestamp();
+            } else {
+                const std::uint64_t ticks = SystemClockTicks();
+                PutStamp(line, ticks, SecondOf(ticks));
+            }
         }
         piece.WriteTo(line);
     }
     return true;
-}
-
-void Logger::WriteTimestamp() {
-    Stamp(stream);
 }
 
 /// Writes the stamp of a tick, given the second that it is in.
@@ -137,17 +138,13 @@ void Logger::PutStamp(LogText& line, std::uint64_t ticks, const LocalSecond& sec
     line.fill = '0';
 }
 
-void Logger::Stamp(LogText& line) {
+void Logger::WriteTimestamp() {
     const std::uint64_t ticks = SystemClockTicks();
-    if (&line != &stream) {
-        PutStamp(line, ticks, SecondOf(ticks));
-        return;
-    }
     if (ticks - stampedSecond.begin >= kTicksPerSecond) { // a later one, or an earlier one
         secondsEast.store(SecondsEast(ticks / kTicksPerSecond), std::memory_order_relaxed);
         stampedSecond = SecondOf(ticks);
     }
-    PutStamp(line, ticks, stampedSecond);
+    PutStamp(stream, ticks, stampedSecond);
 }
 
 Logger::LocalSecond Logger::SecondOf(std::uint64_t ticks) const {
@@ -168,7 +165,7 @@ void Logger::Flush() {
     Deliver(turn.HasOpenLine() ? stream : none);
 }
 
-void Logger::Deliver(LogText& line) {
+void Logger::Deliver(LogText& line) const {
     if (callback == nullptr) {
         return;
     }

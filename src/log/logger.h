@@ -80,6 +80,7 @@ struct Logger {
     /// Ends the open line: delivers it, even if it is empty, and starts a new one.
     void Flush();
 
+    /// Adds the stamp of now to the open line.
     void WriteTimestamp();
 
   private:
@@ -94,10 +95,9 @@ struct Logger {
 
     void Write(std::span<const LogPiece> pieces, LineEnd end);
     bool Add(std::span<const LogPiece> pieces, LogText& line);
-    void Stamp(LogText& line);
     static void PutStamp(LogText& line, std::uint64_t ticks, const LocalSecond& second);
     LocalSecond SecondOf(std::uint64_t ticks) const;
-    void Deliver(LogText& line);
+    void Deliver(LogText& line) const;
 
     std::atomic<std::uint32_t> writer = 0; ///< the thread that has the open line; 0: none
 

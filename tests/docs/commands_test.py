@@ -40,6 +40,8 @@ EXECUTED_ELSEWHERE = {
 FIGURES = {
     ("docs/architecture.md", "include/solvane/solvane.h"): "the rooms",
     ("docs/architecture.md", "api"): "which room sees which",
+    ("tests/transcripts/README.md", "#"): "a case, as the files have them",
+    ("tests/transcripts/README.md", "define"): "a definition, likewise",
 }
 SNIPPETS = {"c", "cpp", "csharp", "js", "python", "toml"}  # snippets_test.py
 

@@ -225,6 +225,7 @@ TEST_F(EveryUnplugTest, IsSurvivedByEveryOperation) {
         }
     }
     EXPECT_EQ(good, all);
+    EXPECT_EQ(all, 3'402u);
     std::cout << "FT2232H: " << good << " of " << all << " absences; " << recovered
               << " operations answered 0, " << refused << " a documented failure; longest "
               << longest / kMillisecond << " ms, replugged after a lost close " << replugged
@@ -278,6 +279,8 @@ TEST_F(NoiseTest, IsSurvivedByEveryOperation) {
             EXPECT_EQ(wrong, "") << operation.name << ", round " << round << ", seed " << kSeed;
         }
     }
+    EXPECT_EQ(good, all);
+    EXPECT_EQ(all, 1'700u);
     std::cout << "FT2232H: " << good << " of " << all << " noises, seed " << kSeed << '\n';
 }
 

@@ -59,6 +59,7 @@ struct Kind {
     std::vector<VendorFunction> functions;
     std::vector<Way> dead; ///< in which every call fails once the hardware or its driver is dead
     std::size_t failures;  ///< how many there are to go through
+    std::size_t failuresOfWindows; ///< likewise
     Mishap mishap;
     Comeback comeback;
     bool configuringMayAnswerWrite = false; ///< a line that cannot be set to rest is told once

@@ -14,6 +14,7 @@ namespace {
 
 /// File names and log lines need not be valid UTF-8; a JSON object has to be.
 void PrintObject(const nlohmann::ordered_json& object) {
+    LogEcho::WaitUntilWritten();
     std::cout << object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
     FlushAnswer();
 }
@@ -77,6 +78,7 @@ void Report::PrintValues(bool json) const {
 }
 
 void Report::PrintLines() const {
+    LogEcho::WaitUntilWritten();
     if (!heading.empty()) {
         std::cout << heading << '\n';
     }
@@ -103,7 +105,6 @@ void PrintError(std::string_view command, std::string_view sentence, bool json) 
 }
 
 void FlushAnswer() {
-    LogEcho::WaitUntilWritten();
     if (!std::cout.flush()) {
         throw AnswerLost();
     }

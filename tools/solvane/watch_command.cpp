@@ -7,6 +7,7 @@
 #include <windows.h>
 
 #include "commands.h"
+#include "log_echo.h"
 #include "stop.h"
 
 namespace host {
@@ -36,6 +37,7 @@ std::size_t WidthOf(const Question& column) {
 /// Ends a line of the table without the blanks that pad its last column.
 void PrintLine(std::string line) {
     line.erase(line.find_last_not_of(' ') + 1);
+    LogEcho::WaitUntilWritten();
     std::cout << line << '\n';
     FlushAnswer();
 }

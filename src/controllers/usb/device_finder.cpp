@@ -41,8 +41,10 @@ bool IsChannel(const Node& node, char letter) {
 
 /// Zeroed memory for so many nodes; null when there is none, or the count is senseless.
 std::unique_ptr<Node[]> MakeRoom(std::uint32_t count) {
-    return std::unique_ptr<Node[]>(count <= kMostNodes ? new (std::nothrow) Node[count]()
-                                                       : nullptr);
+    if (count > kMostNodes) {
+        return nullptr;
+    }
+    return std::unique_ptr<Node[]>(new (std::nothrow) Node[count]());
 }
 
 /// Has the room filled; `count` is then how much of it was.

@@ -24,7 +24,7 @@ constexpr int kReturnBudgetMilliseconds = 3000;
 constexpr unsigned kReturnPollMilliseconds = 10;
 
 /// As long as the receive queue of D2XX can get.
-std::array<std::uint8_t, 64 * 1024> discarded;
+std::array<std::uint8_t, 0x10000> discarded;
 
 /// Throws away what a former user of the channel left in its receive queue. An answer shorter than
 /// what was waiting ends it: reads have no time-out here, so one more might wait for ever.

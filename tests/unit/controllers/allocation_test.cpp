@@ -89,6 +89,27 @@ TEST_F(AllocationTest, AFullQueueIsDrainedInPiecesOf64KiB) {
     }
 }
 
+/// What cannot be had is told as the failure of that step, and had by the next attempt.
+TEST_F(AllocationTest, WithoutMemoryForTheListOfDevicesThereIsNoHardware) {
+    SolvaneUsb usb(logger);
+    {
+        const FailingMemory memory(1, FailingMemory::kForEver);
+        EXPECT_EQ(usb.CheckAvailable(), -3);
+        EXPECT_EQ(memory.Refusals(), 1u);
+    }
+    EXPECT_EQ(usb.CheckAvailable(), 0);
+}
+
+TEST_F(AllocationTest, WithoutMemoryForTheBankThereIsNoHardware) {
+    SolvaneKontron kontron(logger);
+    {
+        const FailingMemory memory(1, FailingMemory::kForEver);
+        EXPECT_EQ(kontron.CheckAvailable(), -3);
+        EXPECT_EQ(memory.Refusals(), 1u);
+    }
+    EXPECT_EQ(kontron.CheckAvailable(), 0);
+}
+
 /// One more read might wait for ever.
 TEST_F(AllocationTest, AnAnswerShorterThanWhatWasWaitingEndsTheDrain) {
     SolvaneUsb usb(logger);

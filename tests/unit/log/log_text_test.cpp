@@ -114,6 +114,32 @@ TEST(LogText, WhatThereIsNoMemoryForIsLeftOutAndNothingElse) {
     EXPECT_EQ(text.View(), "begin " + std::string(240 - 6, 'x') + " end") << "memory is back";
 }
 
+TEST(LogText, ExtendsByWhatTheCallerWrites) {
+    LogText text;
+    text << "a";
+    std::copy_n("bc", 2, text.Extend(2));
+    EXPECT_EQ(text.View(), "abc");
+    const std::string more(1000, 'x');
+    std::copy_n(more.data(), more.size(), text.Extend(more.size()));
+    EXPECT_EQ(text.View(), "abc" + more);
+    {
+        const FailingMemory memory(1, FailingMemory::kForEver);
+        EXPECT_EQ(text.Extend(5000), nullptr);
+    }
+    EXPECT_EQ(text.View(), "abc" + more);
+}
+
+TEST(LogText, NumbersForWhichThereIsNoMemoryAreCut) {
+    LogText text;
+    text << std::string(238, 'x');
+    const FailingMemory memory(1, FailingMemory::kForEver);
+    text << 1234;
+    EXPECT_TRUE(text.View().ends_with("xx12"));
+    EXPECT_EQ(text.View().size(), 240u);
+    text << 5;
+    EXPECT_EQ(memory.Refusals(), 2u);
+}
+
 // ---- Held texts: what a host's function reads while the library goes on ----
 
 /// Short ones lie in the object, long ones in memory of their own.
@@ -135,6 +161,18 @@ TEST_P(Holding, WritingGoesOnBehindACopy) {
         EXPECT_EQ(held.CString(), letters);
     }
     EXPECT_EQ(line.View(), letters + "more") << "what was written stays";
+    {
+        const LogText::Hold held(line);
+        line << 7;
+        EXPECT_EQ(held.CString(), letters + "more");
+    }
+    EXPECT_EQ(line.View(), letters + "more7");
+    {
+        const LogText::Hold held(line);
+        *line.Extend(1) = '!';
+        EXPECT_EQ(held.CString(), letters + "more7");
+    }
+    EXPECT_EQ(line.View(), letters + "more7!");
 }
 
 TEST_P(Holding, AnUntouchedTextStaysWithoutMemory) {
@@ -179,8 +217,8 @@ TEST_P(Holding, WithoutMemoryForACopyTheHeldTextStandsAlone) {
     {
         const LogText::Hold held(line);
         const FailingMemory memory(1, FailingMemory::kForEver);
-        line << "lost";
-        EXPECT_EQ(memory.Refusals(), 1u);
+        line << "lost" << 7;
+        EXPECT_EQ(memory.Refusals(), 2u);
         EXPECT_EQ(held.CString(), letters);
     }
     EXPECT_EQ(line.View(), letters);

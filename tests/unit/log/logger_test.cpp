@@ -380,6 +380,17 @@ TEST_P(HostFunction, TakenAwayInsideItGetsNothingMore) {
                 ElementsAre(stamp + first));
 }
 
+TEST_P(HostFunction, WithoutMemoryWhatIsLoggedInsideIsLostAndTheNextLineIsWhole) {
+    EXPECT_THAT(DeliverTwo([](BusyHost& host) {
+                    host.lines.reserve(10);
+                    host.logger.Install(&host, BusyHost::Receive); // the line begins anew
+                    const FailingMemory memory(1, FailingMemory::kForEver);
+                    host.logger.Line("inside");
+                    EXPECT_GE(memory.Refusals(), 1u);
+                }),
+                ElementsAre(stamp + first, "", stamp + "second"));
+}
+
 // ---- Memory ----
 
 TEST_F(LoggerTest, LinesOfTheUsualLengthNeedNoMemory) {

@@ -108,6 +108,27 @@ TEST_F(LoggerThreads, CallsThatDoNotOverlapShareTheOpenLine) {
     EXPECT_THAT(lines, ElementsAre("[00:00:00.000] ...ended by another thread"));
 }
 
+/// A piece that takes the host's function away while it is written.
+struct TakesFunctionAway {
+    Logger& logger;
+
+    friend SLV::Internal::LogText& operator<<(SLV::Internal::LogText& text,
+                                              const TakesFunctionAway& piece) {
+        piece.logger.callback = nullptr;
+        return text << "gone";
+    }
+};
+
+TEST_F(LoggerThreads, ALineOfItsOwnEndsWithTheHostsFunction) {
+    Install([](LoggerThreads& test, const std::string&) {
+        test.other = std::thread(
+            [&test] { test.logger.Line("never ", TakesFunctionAway{test.logger}, " delivered"); });
+        test.other.join();
+    });
+    logger.Line("first");
+    EXPECT_THAT(lines, ElementsAre("[00:00:00.000] first"));
+}
+
 /// Windows ends threads wherever they are when the process exits; the library logs once more after
 /// that, when it closes the hardware.
 TEST_F(LoggerThreads, ALineWhoseThreadIsGoneHoldsNobodyUp) {

@@ -2,6 +2,7 @@
 
 #include "com_stand_in.h"
 #include "on_the_rig.h"
+#include "system_faults.h"
 
 namespace {
 
@@ -181,6 +182,24 @@ TEST_F(LptFinderTest, EachCallThatFailsHasItsLineAndEndsTheSearch) {
 }
 
 /// A query that succeeds with some success code is no failure.
+/// Their order: the namespace; the language and the query for ports; the port's name, which is
+/// WMI's own; the language and the query for resources.
+TEST_F(LptFinderTest, ATextForWhichThereIsNoMemoryFailsItsStep) {
+    constexpr const char* kConnect = "[LPT]: pLoc->ConnectServer() failed. hr = 0x8007000e";
+    constexpr const char* kPorts = "[LPT]: pSvc->ExecQuery(SELECT *) failed. hr = 0x8007000e";
+    constexpr const char* kRanges =
+        "[LPT]: pSvc->ExecQuery(ASSOCIATORS OF) failed. hr = 0x8007000e";
+    const std::pair<std::uint32_t, const char*> steps[] = {
+        {1, kConnect}, {2, kPorts}, {3, kPorts}, {5, kRanges}, {6, kRanges}};
+    for (const auto& [call, line] : steps) {
+        host::AddFault(
+            {"SysAllocString", host::Calls("SysAllocString") + call, 1, RIG_FAULT_SILENT, 0, 0});
+        EXPECT_EQ(Find(), 0);
+        EXPECT_THAT(TakeLog(), ElementsAre(line)) << call;
+        host::ClearFaults();
+    }
+}
+
 TEST_F(LptFinderTest, OtherSuccessesAreSuccesses) {
     FailStatus("IWbemServices::ExecQuery", 1, 0x80041001);
     EXPECT_EQ(Find(), 0);
