@@ -1,5 +1,6 @@
 """The WMI class is registered in the place of Wine's own, and Wine's own comes back. At the end it
-is installed, for the tests that need it."""
+is installed, for the tests that need it, and a window is open: the first one of a session starts Wine's
+explorer, which would otherwise hold the output of a test for as long as another test has a window."""
 
 import argparse
 import os
@@ -59,4 +60,7 @@ if __name__ == "__main__":
     for option in ("wine", "tool", "prefix"):
         parser.add_argument("--" + option, required=True)
     OPTIONS, rest = parser.parse_known_args()
+    subprocess.Popen([OPTIONS.wine, "clock"], env=dict(os.environ, WINEPREFIX=OPTIONS.prefix),
+                     stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                     stderr=subprocess.DEVNULL, start_new_session=True)
     unittest.main(argv=["wmi_install_test", *rest])
