@@ -50,6 +50,12 @@ TEST_F(BitPortTest, TwoBitsAreOneOnlyTogether) {
     EXPECT_EQ(GetBitsValue(s_highPort, high::kReady | high::kDark), 0);
 }
 
+TEST_F(BitPortTest, AByteThatCannotBeReadAfterTheRepairEitherIsMinusOne) {
+    s_highPort.restore = [] { return true; };
+    FailStatus("FT_Write", 1, kIoError, 2);
+    EXPECT_EQ(GetBitsValue(s_highPort, high::kReady), -1);
+}
+
 TEST_F(BitPortTest, WorksWithoutALogger) {
     s_highPort.logger = nullptr;
     s_lowPort.logger = nullptr;
