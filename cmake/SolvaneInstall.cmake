@@ -69,11 +69,11 @@ install(FILES cmake/install/SolvaneConfig.cmake "${generated}/SolvaneConfigVersi
 configure_file(cmake/install/solvane.pc.in "${generated}/solvane.pc" @ONLY)
 install(FILES "${generated}/solvane.pc" DESTINATION lib/pkgconfig)
 
-install(FILES README.md DESTINATION doc)
-install(DIRECTORY docs/ DESTINATION doc
+# Documents lie as in the source tree, so that their links lead somewhere.
+install(FILES README.md DESTINATION .)
+install(DIRECTORY docs DESTINATION .
   FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN "*.vcd")
 install(FILES rig/README.md DESTINATION rig)
-install(SCRIPT cmake/install/document_links.cmake)
 
 set(CPACK_GENERATOR External)
 set(CPACK_EXTERNAL_ENABLE_STAGING ON)
