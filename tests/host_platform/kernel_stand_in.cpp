@@ -19,8 +19,7 @@ Script script;
 
 namespace {
 
-/// A call that fails sets this; a call that succeeds may change it too, as the real one may.
-thread_local DWORD lastError = 0;
+/// A call that succeeds may change the thread's error too, as the real one may.
 constexpr DWORD kErrorOfSuccess = 1234;
 constexpr DWORD kInvalidHandle = 6;
 
@@ -30,16 +29,16 @@ int misuses = 0;
 std::map<wchar_t*, std::unique_ptr<wchar_t[]>> texts;
 std::vector<Made> trace;
 
-/// The request that signals an event when it completes.
+/// The latest request that signals an event when it completes.
 struct Request {
-    HANDLE event = nullptr;
     bool isPending = false;
-    bool isKnown = true; ///< GetLastError() said so
+    bool isSignalled = false; ///< the event, until it was waited for
+    bool isKnown = true;      ///< GetLastError() said so
     OVERLAPPED* overlapped = nullptr;
     unsigned char* output = nullptr;
     Answer answer;
 };
-Request request;
+std::map<HANDLE, Request> requests; ///< by their events
 std::vector<Request> abandoned;
 
 template <typename... Arguments>
@@ -70,9 +69,10 @@ bool IsOpen(HANDLE handle) {
     return isOpen;
 }
 
+/// For the journal.
 std::string HexBytes(const void* bytes, DWORD size) {
     std::string text;
-    for (DWORD i = 0; i < size; ++i) {
+    for (DWORD i = 0; i < size && IsRecording(); ++i) {
         char digits[4];
         std::snprintf(digits, sizeof digits, i == 0 ? "%02x" : " %02x",
                       static_cast<const unsigned char*>(bytes)[i]);
@@ -121,6 +121,18 @@ Answer Ask(const SystemCall& call, const char* name, std::uint64_t input) {
     return answer;
 }
 
+void EndlessWait() {
+    if (script.onEndlessWait) {
+        script.onEndlessWait();
+    } else {
+        ++misuses;
+    }
+}
+
+DWORD& LastError() {
+    return ThisThread().error;
+}
+
 void Complete(const Request& answered) {
     answered.overlapped->Internal = answered.answer.error == ERROR_IO_PENDING ? 0 : 1;
     if (!answered.answer.output.empty()) {
@@ -136,8 +148,13 @@ void Reset() {
     misuses = 0;
     texts.clear();
     trace.clear();
-    request = {};
+    requests.clear();
     abandoned.clear();
+}
+
+ThreadState& ThisThread() {
+    thread_local ThreadState state;
+    return state;
 }
 
 std::size_t OpenHandles() {
@@ -175,9 +192,9 @@ HANDLE CreateFileW(const wchar_t* name, DWORD access, DWORD share, SECURITY_ATTR
     const SystemCall call("CreateFileW");
     const bool isDone = !call.Fails() && script.createFileError == 0;
     if (!isDone) {
-        lastError = call.Status(script.createFileError);
+        LastError() = call.Status(script.createFileError);
     }
-    Trace({"CreateFileW", isDone, lastError});
+    Trace({"CreateFileW", isDone, LastError()});
     return isDone ? Open() : INVALID_HANDLE_VALUE;
 }
 
@@ -192,7 +209,7 @@ BOOL DeviceIoControl(HANDLE device, DWORD code, void* input, DWORD inputSize, vo
     if (!IsOpen(device) || returned == nullptr || *returned != 0 || !isClear ||
         (overlapped != nullptr && !IsOpen(overlapped->hEvent))) {
         Note("%s", "... with a closed handle, no count or a buffer that is not clear");
-        lastError = kInvalidHandle;
+        LastError() = kInvalidHandle;
         return 0;
     }
     if (const auto happens = std::exchange(script.onRequest, nullptr)) {
@@ -202,13 +219,14 @@ BOOL DeviceIoControl(HANDLE device, DWORD code, void* input, DWORD inputSize, vo
     Answer answer = Ask(call, RequestName(code), Number(input, inputSize));
     answer.output.resize(std::min<std::size_t>(answer.output.size(), outputSize));
     const bool isDone = !call.Fails() && answer.error == 0;
-    lastError = isDone ? kErrorOfSuccess : call.Status(answer.error);
-    const bool isPending = !isDone && overlapped != nullptr && lastError == ERROR_IO_PENDING;
-    Trace({RequestName(code), isDone || isPending, lastError, Number(input, inputSize),
+    LastError() = isDone ? kErrorOfSuccess : call.Status(answer.error);
+    const bool isPending = !isDone && overlapped != nullptr && LastError() == ERROR_IO_PENDING;
+    Trace({RequestName(code), isDone || isPending, LastError(), Number(input, inputSize),
            answer.output});
     *returned = isPending ? 0 : static_cast<DWORD>(answer.output.size());
     if (overlapped != nullptr) {
-        request = {overlapped->hEvent, isPending, true, overlapped, bytes, answer};
+        ThisThread().event = overlapped->hEvent;
+        requests[overlapped->hEvent] = {isPending, isDone, true, overlapped, bytes, answer};
     }
     if (!isPending && !answer.output.empty()) {
         std::memcpy(output, answer.output.data(), answer.output.size());
@@ -223,9 +241,9 @@ HANDLE CreateEventW(SECURITY_ATTRIBUTES* security, BOOL manualReset, BOOL signal
     const SystemCall call("CreateEventW");
     const bool isDone = !call.Fails() && script.createEventError == 0;
     if (!isDone) {
-        lastError = call.Status(script.createEventError);
+        LastError() = call.Status(script.createEventError);
     }
-    Trace({"CreateEventW", isDone, lastError});
+    Trace({"CreateEventW", isDone, LastError()});
     return isDone ? Open() : nullptr;
 }
 
@@ -238,11 +256,16 @@ DWORD WaitForSingleObject(HANDLE handle, DWORD milliseconds) {
     }
     const SystemCall call("WaitForSingleObject");
     const DWORD result = call.Status(TakeFirst(script.waitResults, WAIT_OBJECT_0));
-    lastError = kInvalidHandle; // of a wait that fails
-    if (result == WAIT_OBJECT_0 && std::exchange(request.isPending, false)) {
-        Complete(request);
+    LastError() = kInvalidHandle; // of a wait that fails
+    Request& request = requests[handle];
+    if (result == WAIT_OBJECT_0) {
+        if (std::exchange(request.isPending, false)) {
+            Complete(request);
+        } else if (!std::exchange(request.isSignalled, false)) {
+            EndlessWait();
+        }
     }
-    Trace({"WaitForSingleObject", result == WAIT_OBJECT_0, lastError, 0, request.answer.output});
+    Trace({"WaitForSingleObject", result == WAIT_OBJECT_0, LastError(), 0, request.answer.output});
     return result;
 }
 
@@ -253,17 +276,19 @@ BOOL CloseHandle(HANDLE handle) {
     if (call.DoesItsWork()) {
         openHandles.erase(handle);
     }
-    if (handle == request.event && std::exchange(request.isPending, false)) {
-        abandoned.push_back(request);
+    if (const auto left = requests.extract(handle); !left.empty() && left.mapped().isPending) {
+        abandoned.push_back(left.mapped());
     }
-    lastError = call.Status(kErrorOfSuccess);
-    Trace({"CloseHandle", call.DoesItsWork(), lastError});
+    LastError() = call.Status(kErrorOfSuccess);
+    Trace({"CloseHandle", call.DoesItsWork(), LastError()});
     return isOpen && !call.Fails() ? 1 : 0;
 }
 
 DWORD GetLastError(void) {
-    const DWORD error = SystemCall("GetLastError").Status(lastError);
-    request.isKnown = request.isKnown && error == lastError;
+    const DWORD error = SystemCall("GetLastError").Status(LastError());
+    if (const auto latest = requests.find(ThisThread().event); latest != requests.end()) {
+        latest->second.isKnown = latest->second.isKnown && error == LastError();
+    }
     Trace({"GetLastError", true, error});
     return error;
 }
@@ -280,7 +305,7 @@ DWORD FormatMessageW(DWORD flags, const void* source, DWORD message, DWORD langu
     const auto whole = static_cast<DWORD>(script.systemText.size());
     const std::size_t length = std::min(call.Count(whole), whole);
     const bool isHandedOver = call.DoesItsWork() && script.handsTextOver;
-    Trace({"FormatMessageW", isHandedOver && length != 0, lastError});
+    Trace({"FormatMessageW", isHandedOver && length != 0, LastError()});
     if (isHandedOver) {
         auto text = std::make_unique<wchar_t[]>(length + 1);
         std::copy_n(script.systemText.c_str(), length, text.get());
@@ -293,7 +318,7 @@ DWORD FormatMessageW(DWORD flags, const void* source, DWORD message, DWORD langu
 
 void* LocalFree(void* memory) {
     const SystemCall call("LocalFree");
-    Trace({"LocalFree", !call.Fails(), lastError});
+    Trace({"LocalFree", !call.Fails(), LastError()});
     if (call.Fails()) {
         return memory;
     }
@@ -308,7 +333,7 @@ int wcstombs_s(std::size_t* converted, char* narrow, std::size_t size, const wch
     constexpr int kCannotConvert = 42; // EILSEQ of that library
     constexpr int kCutOff = 80;        // STRUNCATE
     const SystemCall call("wcstombs_s");
-    Trace({"wcstombs_s", !call.Fails(), lastError});
+    Trace({"wcstombs_s", !call.Fails(), LastError()});
     narrow[0] = '\0';
     if (!script.textConverts || count != _TRUNCATE || call.Fails()) {
         return static_cast<int>(call.Status(kCannotConvert));

@@ -47,9 +47,11 @@ struct Script {
     std::deque<Answer> answers; ///< one a request; when used up, the driver answers
     std::function<Answer(const char* request, std::uint64_t input)> driver =
         [](const char*, std::uint64_t) { return Answer{}; };
-    std::deque<DWORD> waitResults;   ///< one a wait; when used up, waits succeed
-    std::function<void()> onRequest; ///< what happens during the next request
-    std::function<void()> onWait;    ///< what happens during every wait
+    std::deque<DWORD> waitResults;       ///< one a wait; when used up, waits succeed
+    std::function<void()> onRequest;     ///< what happens during the next request
+    std::function<void()> onWait;        ///< what happens during every wait
+    std::function<void()> onEndlessWait; ///< during a wait for an event that nobody will signal;
+                                         ///< without it a misuse
     std::wstring systemText = L"A sentence.\r\n";
     bool hasSystemText = true;
     bool handsTextOver = true; ///< else only its length is answered
@@ -64,10 +66,17 @@ extern Script script;
 /// Forgets script and handles.
 void Reset();
 
+/// What the system keeps of a thread. A test whose threads are fibres of one exchanges it.
+struct ThreadState {
+    DWORD error = 0;
+    HANDLE event = nullptr; ///< of the latest request
+};
+ThreadState& ThisThread();
+
 /// Handles that were given out and not closed.
 std::size_t OpenHandles();
 
-/// Calls with a handle that is not open.
+/// Calls with a handle that is not open, and waits that would never end.
 int Misuses();
 
 /// Requests that were still pending when their event was closed.
