@@ -358,6 +358,22 @@ SOLVANE_API int16_t SOLVANE_CALL Solvane_ResetComPort(void);
  * same thread. Solvane_StopTimer may be called from any thread or from inside the timer's function.
  * Each timer belongs to one run at a time; several timers may run on several threads. The log
  * function is then called from each of them, unsynchronised: let it be able to, or install none.
+ * The host orders all else by itself, for instance by joining the run's thread.
+ *
+ * Mistakes of a host's, which nothing here can notice, and what they come to:
+ * - Dispose during a run: the run goes on with memory that is gone and a driver handle that is
+ *   closed. It crashes at its next event, or waits for ever for one that no longer comes.
+ * - Stop racing with dispose (a stop that has not returned when the timer is disposed of, or that
+ *   comes later): it reads memory that is gone, and may write a 0 into it. Nothing, a damaged heap
+ *   or a crash.
+ * - Two runs of one handle at once: both call the function of the later one and wait for its driver
+ *   timer, and the first one's triggers on until the handle is disposed of; one stop is for both.
+ *   When one of them returns, the other has no function any more: it crashes at its next event,
+ *   unless it was stopped, and may wait for ever for that event.
+ * - Unload during a run: the code that the run returns to is gone. It crashes at its next event.
+ *   An unload disposes of no timer: each keeps its driver handle until the process ends.
+ * - A number that is no timer's handle, or no longer: it is taken for an address. Only 0 is told
+ *   apart.
  */
 typedef uint64_t SolvaneTimerHandle;
 
@@ -419,6 +435,9 @@ SOLVANE_API int16_t SOLVANE_CALL Solvane_RunTimer(SolvaneTimerHandle timer, uint
  * inside the timer's function the run ends when that returns. From another thread it ends at the
  * driver's next event, which is not delivered any more. A stop that comes while a run is still
  * asking the driver for its timer is lost: stop after the first event, or stop again.
+ * A stop that comes just as a run ends is answered with SOLVANE_OK as well. If that timer is run
+ * again before the stop has returned, it may end the new run instead: start a run when the stops of
+ * the last one have returned.
  *
  * @param timer what Solvane_CreateTimer made.
  * @return SOLVANE_OK; SOLVANE_E_INVALID for a handle of 0 or a timer that does not run.
