@@ -44,9 +44,7 @@ if(SOLVANE_SANITIZE)
   target_link_options(solvane_options INTERFACE -fsanitize=${SOLVANE_SANITIZE})
 endif()
 
-if(SOLVANE_COVERAGE AND NOT WIN32) # on Windows, src/ alone
-  target_compile_options(solvane_options INTERFACE
-    --coverage -fprofile-abs-path -fprofile-update=atomic) # tests have threads
+if(SOLVANE_COVERAGE AND NOT WIN32) # programs that contain src/
   target_compile_definitions(solvane_options INTERFACE SOLVANE_COVERAGE)
   target_link_options(solvane_options INTERFACE --coverage)
 endif()
