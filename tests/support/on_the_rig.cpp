@@ -120,17 +120,4 @@ void OnTheRig::LogToJournal(void*, const char* line) {
     rig_note((std::string(kLogPrefix) + (match.empty() ? line : match[1].str())).c_str());
 }
 
-Journal operator+(Journal left, const Journal& right) {
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
-}
-
-Journal Times(int count, const Journal& journal) {
-    Journal all;
-    for (int i = 0; i < count; ++i) {
-        all = std::move(all) + journal;
-    }
-    return all;
-}
-
 } // namespace test

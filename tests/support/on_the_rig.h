@@ -53,10 +53,4 @@ Journal Entries(const Texts&... texts) {
     return {std::string(texts)...};
 }
 
-/// Lists one after another.
-Journal operator+(Journal left, const Journal& right);
-
-/// A list several times over.
-Journal Times(int count, const Journal& journal);
-
 } // namespace test

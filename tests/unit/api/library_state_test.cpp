@@ -12,6 +12,7 @@
 #include "fake_controller.h"
 #include "fresh_process.h"
 #include "on_the_rig.h"
+#include "solvane_eapi.h"
 
 /// The exports' candidates, replaced by the linker.
 std::vector<SLV::Internal::ControllerFactory> SLV::Internal::MakeCandidates() {
@@ -74,6 +75,13 @@ TEST_F(SelectionTest, ACandidateThatThrowsWhenAskedStaysInstalled) {
     TakeEvents();
     EXPECT_THROW(TryCandidate(state, MakeController<B>), std::runtime_error);
     EXPECT_THAT(TakeEvents(), ElementsAre("B made", "A gone", "B asked"));
+}
+
+/// The Embedded API's controller logs while it is made.
+TEST_F(SelectionTest, AnExceptionOfTheLogFunctionEndsTheMakingAndLeavesTheBoardAlone) {
+    logger.Install(nullptr, [](void*, const char*) { throw std::runtime_error("no room"); });
+    EXPECT_THROW(SolvaneEApi controller(logger), std::runtime_error);
+    EXPECT_THAT(TakeJournal(), ElementsAre("EApiGetEAPIVersion() -> 0x0, 1.2.3.4"));
 }
 
 TEST_F(SelectionTest, AnEmptyFactoryIsAProgrammingError) {
