@@ -1,4 +1,4 @@
-#include "solvane_interface.h"
+#include "controller_ptr.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -12,32 +12,13 @@ using namespace test;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class SolvaneInterfaceTest : public testing::Test {
+class ControllerPtrTest : public testing::Test {
   protected:
-    SolvaneInterfaceTest() { ResetFakes(); }
+    ControllerPtrTest() { ResetFakes(); }
     Logger logger;
 };
 
-TEST_F(SolvaneInterfaceTest, PowerControlIsAvailableWhenTheControllerIs) {
-    A fake(logger);
-    A::availability = -3;
-    EXPECT_EQ(fake.CheckPowerControlAvailable(), -3);
-    A::availability = 0;
-    EXPECT_EQ(fake.CheckPowerControlAvailable(), 0);
-    EXPECT_THAT(events, ElementsAre("A made", "A asked", "A asked"));
-}
-
-TEST_F(SolvaneInterfaceTest, ClosingAndResettingTheComPortDoNothingByDefault) {
-    A fake(logger);
-    A::availability = -3;
-    A::result = -2;
-    events.clear();
-    EXPECT_EQ(fake.CloseDevice(), 0);
-    EXPECT_EQ(fake.ResetComPort(), 0);
-    EXPECT_THAT(events, IsEmpty());
-}
-
-TEST_F(SolvaneInterfaceTest, ADeleterDestroysItsOwnClassAndLeavesOthersAlone) {
+TEST_F(ControllerPtrTest, ADeleterDestroysItsOwnClassAndLeavesOthersAlone) {
     const ControllerFactory factories[] = {MakeController<A>, MakeController<B>, MakeController<C>,
                                            MakeController<D>};
     for (const ControllerFactory& factory : factories) {
@@ -64,7 +45,7 @@ TEST_F(SolvaneInterfaceTest, ADeleterDestroysItsOwnClassAndLeavesOthersAlone) {
     }
 }
 
-TEST_F(SolvaneInterfaceTest, MovingAControllerMovesItsDeleter) {
+TEST_F(ControllerPtrTest, MovingAControllerMovesItsDeleter) {
     ControllerPtr first = MakeController<A>(logger);
     ControllerPtr second = MakeController<B>(logger);
     events.clear();
