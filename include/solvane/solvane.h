@@ -44,9 +44,22 @@
  *    must be taken as powered. The Super I/O chip is the exception, where unknown camera power
  *    answers 0. Reads of a parallel port cannot be told from lost ones.
  *
- * 7. The log function must not call back into the library, and its line is valid only during the
- *    call. Copy what you keep. Timers log on their own threads: with timers in use it can be called
- *    from several threads at once.
+ * 7. Calls from inside. From inside its log function a host may call Solvane_SetLogger, the timer
+ *    functions for a timer that does not run, and Solvane_StopTimer for one that does; from inside
+ * a timer's function, every function, but of that timer Solvane_StopTimer alone. The line that the
+ *    log function is given stays as it is until it returns; what is logged from inside it begins
+ *    behind that text. The rest is a host's mistake:
+ *    - A function that needs the hardware, from inside the log function during the first such call
+ *      of the process: it waits for that call, for ever.
+ *    - Solvane_RecheckStatus and Solvane_EnforceFTDI from inside the log function during a function
+ *      of the lines: that function goes on with an object that is gone.
+ *    - Other functions of the lines from there: they do what they do, in the middle of that
+ *      function, which can then fail or find its work undone. Solvane_CloseDevice in a trigger
+ *      leaves the trigger line high (the trigger answers SOLVANE_E_WRITE). Two calls that open the
+ *      chip at once leave it SOLVANE_E_NO_HARDWARE until Solvane_RecheckStatus.
+ *    - Unloading the library: it returns into code that is gone. The hardware is closed.
+ *    Timers log on their own threads: with timers in use the log function can be called from
+ * several threads at once.
  *
  * 8. No C++ exception of the library's own crosses this interface, save one: if there is no memory
  *    for the few bytes of a controller object, std::bad_alloc leaves the call that makes it, and
@@ -105,8 +118,10 @@ extern "C" {
  * The host's log function.
  *
  * Called on the thread that called the library, in the middle of an operation: return quickly, for
- * the lines may wait in mid-pulse for you. Do not call any function of the library from here, and
- * let no exception out.
+ * the lines may wait in mid-pulse for you. Rule 7 says what may be called from here. Let no
+ * exception out: it passes through the function of the library and leaves the lines where they are,
+ * the trigger perhaps high; while hardware is let go of it ends the process. A std::exception ends
+ * a timer's run, and turns the answer of Solvane_StopTimer into SOLVANE_E_UNDETERMINED.
  *
  * @param context the pointer given to Solvane_SetLogger, untouched.
  * @param line one line of text, zero-terminated, without a line break at its end, beginning with
@@ -398,7 +413,8 @@ typedef struct SolvaneTimerEvent {
  * The host's timer function, called once for every event.
  *
  * Called on the thread in Solvane_RunTimer. The next event is waited for when it has returned. In
- * C++, a std::exception that leaves it ends the run, which then returns SOLVANE_E_UNDETERMINED.
+ * C++, a std::exception that leaves it ends the run, which then returns SOLVANE_E_UNDETERMINED;
+ * whatever else leaves it, leaves the run too.
  *
  * @param userContext the value given to Solvane_CreateTimer.
  * @param event valid only during the call.

@@ -1,0 +1,198 @@
+/// Every function of the library, called from inside a timer's function and from inside the log
+/// function while a timer runs.
+
+#include <algorithm>
+#include <cstdio>
+#include <stdexcept>
+#include <utility>
+
+#include "inside_host.h"
+#include "kernel_stand_in.h"
+#include "proof_kinds.h"
+
+namespace proof {
+
+namespace {
+
+constexpr const char* kUnknownStatusLine = "Error. Unknown GPIO trigger status: 99";
+
+class CallsFromATimerTest : public InsideHost {
+  protected:
+    struct Timer : Run {
+        Timer() { EXPECT_EQ(Solvane_CreateTimer(&timer, 0), 0); }
+        ~Timer() {
+            if (timer != 0) {
+                EXPECT_EQ(Solvane_DisposeTimer(timer), 0);
+            }
+        }
+    };
+
+    /// What a run ends with whose log function, or whose function, does something in the first
+    /// event.
+    short RunWith(Timer& timer, bool inLog, std::function<void()> what) {
+        if (!inLog) {
+            timer.inFirstEvent = std::move(what);
+            log.Expect(0, nullptr);
+        } else {
+            log.Expect(1, std::move(what));
+        }
+        return timer.Start();
+    }
+};
+
+class OnEveryKindTest : public CallsFromATimerTest, public testing::WithParamInterface<Kind> {};
+
+/// No other call is in progress, so each does all that it does by itself.
+TEST_P(OnEveryKindTest, WorkAsByThemselvesAndTheRunGoesOn) {
+    std::size_t calls = 0;
+    for (const bool inLog : {false, true}) {
+        for (const InsideCall& inside : AllCalls()) {
+            SCOPED_TRACE(inside.name + (inLog ? " in the log function" : " in the function"));
+            Start(GetParam().scenario);
+            rig_journal_clear();
+            EXPECT_EQ(inside.run(), inside.expected);
+            const test::Journal edges = TakeEdges();
+
+            Start(GetParam().scenario);
+            rig_journal_clear();
+            {
+                Timer timer;
+                short status = 0;
+                EXPECT_EQ(RunWith(timer, inLog, [&] { status = inside.run(); }), 0);
+                EXPECT_EQ(status, inside.expected);
+                EXPECT_EQ(TakeEdges(), edges);
+                EXPECT_EQ(timer.events.size(), std::size_t{kEvents});
+                const auto lines = std::count_if(
+                    log.outside.begin(), log.outside.end(),
+                    [](const std::string& line) { return line.ends_with(kUnknownStatusLine); });
+                const bool isARunOutside = inside.name == "RunTimer" && !inLog;
+                EXPECT_EQ(lines, inside.name == "SetLogger to none" ? 1
+                                 : isARunOutside                    ? 2 * kEvents
+                                                                    : kEvents);
+            }
+            EXPECT_EQ(WhatIsWrongAfterwards(), "");
+            ++calls;
+        }
+    }
+    std::printf("%s: %zu calls from inside a run\n", GetParam().name, calls);
+    EXPECT_EQ(calls, 2 * (24 + 1)); // SetLogger twice
+}
+
+INSTANTIATE_TEST_SUITE_P(CallsFromATimerTest, OnEveryKindTest, testing::ValuesIn(Kinds()),
+                         TestName);
+
+// ---- The timer that runs ----
+
+TEST_F(CallsFromATimerTest, StopItAfterTheEventThatTheyCameWith) {
+    for (const bool inLog : {false, true}) {
+        Start(test::kUsbCamera);
+        {
+            Timer timer;
+            EXPECT_EQ(RunWith(timer, inLog, [&] { EXPECT_EQ(Solvane_StopTimer(timer.timer), 0); }),
+                      0);
+            EXPECT_EQ(timer.events.size(), 1u);
+        }
+        EXPECT_EQ(WhatIsWrongAfterwards(), "");
+    }
+}
+
+/// The host's mistake that the header names: the run inside ends the one outside.
+TEST_F(CallsFromATimerTest, RunItOnceMoreAndLeaveATimerWithTheDriver) {
+    Start(test::kUsbCamera);
+    const auto runAgain = [](SolvaneTimerHandle timer) {
+        Run again;
+        again.timer = timer;
+        EXPECT_EQ(again.Start(), 0);
+        EXPECT_EQ(again.events.size(), std::size_t{kEvents});
+    };
+    {
+        Timer timer;
+        EXPECT_EQ(RunWith(timer, false, [&] { runAgain(timer.timer); }), 0);
+        EXPECT_EQ(timer.events.size(), 1u);
+        EXPECT_EQ(driver.Timers(), 1u) << "nobody knows the one of the run outside";
+        EXPECT_DEATH(RunWith(timer, true, [&] { runAgain(timer.timer); }), "")
+            << "an event whose function is gone";
+        driver = {};
+    }
+    EXPECT_EQ(WhatIsWrongAfterwards(), "");
+}
+
+/// Likewise.
+TEST_F(CallsFromATimerTest, DisposeOfItAndTakeItAwayFromItsRun) {
+    if (!kWatchesMemory) {
+        GTEST_SKIP() << "seen with AddressSanitizer alone";
+    }
+    for (const bool inLog : {false, true}) {
+        Start(test::kUsbCamera);
+        Timer timer;
+        EXPECT_DEATH(RunWith(timer, inLog, [&] { Solvane_DisposeTimer(timer.timer); }),
+                     kMemoryThatIsGone);
+    }
+}
+
+// ---- Exceptions ----
+
+TEST_F(CallsFromATimerTest, ThrowWhatEndsTheRun) {
+    for (const bool inLog : {false, true}) {
+        Start(test::kUsbCamera);
+        {
+            Timer timer;
+            EXPECT_EQ(RunWith(timer, inLog, [] { throw std::runtime_error("of the host"); }),
+                      SOLVANE_E_UNDETERMINED);
+            ASSERT_FALSE(log.outside.empty());
+            EXPECT_TRUE(log.outside.back().ends_with(
+                "Error. Solvane_RunTimer() failed with exception: of the host"))
+                << log.outside.back();
+            EXPECT_EQ(timer.events.size(), inLog ? 0u : 1u);
+            EXPECT_EQ(Solvane_StopTimer(timer.timer), SOLVANE_E_INVALID) << "it runs still";
+            EXPECT_EQ(driver.Timers(), 1u) << "left until the timer is disposed of";
+        }
+        EXPECT_EQ(WhatIsWrongAfterwards(), "");
+    }
+}
+
+/// What is no std::exception reaches whoever called Solvane_RunTimer.
+TEST_F(CallsFromATimerTest, ThrowWhatOnlyTheHostKnows) {
+    for (const bool inLog : {false, true}) {
+        Start(test::kUsbCamera);
+        {
+            Timer timer;
+            EXPECT_THROW(RunWith(timer, inLog, [] { throw 7; }), int);
+            EXPECT_EQ(Solvane_StopTimer(timer.timer), SOLVANE_E_INVALID) << "it runs still";
+            timer.events.clear();
+            timer.inFirstEvent = nullptr;
+            EXPECT_EQ(driver.Timers(), 1u);
+        }
+        EXPECT_EQ(WhatIsWrongAfterwards(), "");
+    }
+}
+
+/// A log function that throws at a line of a timer function. Stopping swallows it.
+TEST_F(CallsFromATimerTest, ThrowInTheLineThatTellsOfAFailure) {
+    Start(test::kUsbCamera);
+    const auto call = [this](auto function) {
+        log.Expect(1, [] { throw std::runtime_error("of the host"); });
+        return function();
+    };
+    const auto ignore = [](std::uint64_t, const SolvaneTimerEvent*) {};
+    EXPECT_THROW(call([&] { return Solvane_RunTimer(0, 1, ignore); }), std::runtime_error);
+    EXPECT_THROW(call([&] { return Solvane_RunTimer(other, 1, nullptr); }), std::runtime_error);
+    EXPECT_THROW(call([] { return Solvane_DisposeTimer(0); }), std::runtime_error);
+    EXPECT_EQ(call([] { return Solvane_StopTimer(0); }), SOLVANE_E_UNDETERMINED);
+    EXPECT_EQ(call([&] { return Solvane_StopTimer(other); }), SOLVANE_E_UNDETERMINED);
+    EXPECT_EQ(call([&] { return Solvane_DisposeTimer(std::exchange(other, 0)); }), 0);
+
+    host::kernel::script.createFileError = 2;
+    EXPECT_THROW(call([&] { return Solvane_CreateTimer(&other, 0); }), std::runtime_error);
+    EXPECT_EQ(other, 0u);
+    host::kernel::script.createFileError = 0;
+    ASSERT_EQ(Solvane_CreateTimer(&other, 0), 0);
+    host::kernel::script.createEventError = 8;
+    EXPECT_THROW(call([&] { return Solvane_RunTimer(other, 1, ignore); }), std::runtime_error);
+    host::kernel::script.createEventError = 0;
+    EXPECT_EQ(WhatIsWrongAfterwards(), "");
+}
+
+} // namespace
+
+} // namespace proof
