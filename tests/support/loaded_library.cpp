@@ -15,9 +15,12 @@ namespace {
 
 } // namespace
 
-LoadedLibrary::LoadedLibrary() {
+std::string LibraryPath() {
     const char* const path = std::getenv("SOLVANE_DLL");
-    module = LoadLibraryA(path != nullptr ? path : "Solvane.dll");
+    return path != nullptr ? path : "Solvane.dll";
+}
+
+LoadedLibrary::LoadedLibrary(const std::string& path) : module(LoadLibraryA(path.c_str())) {
     if (module == nullptr) {
         Fail("cannot be loaded");
     }
@@ -35,8 +38,9 @@ void LoadedLibrary::Unload() {
     if (module == nullptr) {
         return;
     }
-    if (FreeLibrary(std::exchange(module, nullptr)) == 0 ||
-        GetModuleHandleA("Solvane.dll") != nullptr) {
+    char path[MAX_PATH];
+    GetModuleFileNameA(module, path, sizeof path);
+    if (FreeLibrary(std::exchange(module, nullptr)) == 0 || GetModuleHandleA(path) != nullptr) {
         Fail("cannot be unloaded");
     }
 }

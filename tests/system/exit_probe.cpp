@@ -1,40 +1,114 @@
-/// A host that ends while another thread of its own is inside the log function and never comes
-/// back: Windows ends that thread wherever it is, and then unloads the library, which closes the
-/// hardware and logs once more. Prints what the log function is given on the thread that ends the
-/// process.
+/// Ends of a process that a host should not take, and one that it may: prints what the log function
+/// is given, and what becomes of the process.
 
 #include <cstdio>
 #include <cstring>
+#include <functional>
+#include <string>
+#include <utility>
 
-#include <solvane/solvane.h>
 #include <windows.h>
+
+#include "loaded_library.h"
 
 namespace {
 
-HANDLE isStuck = nullptr;
+test::LoadedLibrary* library = nullptr; // Windows unloads it, when the process ends
+HANDLE isInside = nullptr;
+std::function<void()> inside; ///< what is done in the first line that has this text
+const char* text = "";
 
 void SOLVANE_CALL OnLine(void*, const char* line) {
-    if (std::strstr(line, "got invalid timer handler") != nullptr) {
-        SetEvent(isStuck);
-        Sleep(INFINITE);
-    }
+    const bool isIt = inside != nullptr && std::strstr(line, text) != nullptr;
     std::printf("%s\n", line);
     std::fflush(stdout);
+    if (isIt) {
+        const std::function<void()> once = std::exchange(inside, nullptr);
+        once();
+    }
 }
 
-DWORD WINAPI LogForEver(void*) {
-    return static_cast<DWORD>(Solvane_StopTimer(0)); // logs that there is no such timer
+/// The thread's next line that tells of a timer which is not there never ends.
+void StickInLog() {
+    text = "got invalid timer handler";
+    inside = [] {
+        SetEvent(isInside);
+        Sleep(INFINITE);
+    };
+    library->StopTimer(0);
+}
+
+void StartThread(LPTHREAD_START_ROUTINE run) {
+    CreateThread(nullptr, 0, run, nullptr, 0, nullptr);
+    WaitForSingleObject(isInside, INFINITE);
+}
+
+/// A thread is ended in the middle of a line.
+int EndWhileAThreadLogs() {
+    StartThread([](void*) -> DWORD {
+        StickInLog();
+        return 0;
+    });
+    return 0;
+}
+
+/// The same from inside the function of a timer, whose driver goes on.
+int EndWhileATimerLogs() {
+    StartThread([](void*) -> DWORD {
+        SolvaneTimerHandle timer = 0;
+        if (library->CreateTimer(&timer, 0) != 0) {
+            std::exit(3);
+        }
+        return static_cast<DWORD>(library->RunTimer(
+            timer, 2'000, [](std::uint64_t, const SolvaneTimerEvent*) { StickInLog(); }));
+    });
+    return 0;
+}
+
+LONG WINAPI TellOfFault(EXCEPTION_POINTERS* pointers) {
+    std::printf("fault 0x%lx\n", pointers->ExceptionRecord->ExceptionCode);
+    std::fflush(stdout);
+    ExitProcess(4);
+}
+
+/// The code to which the log function returns is gone.
+int UnloadInALine() {
+    AddVectoredExceptionHandler(1, TellOfFault); // nothing can be unwound without the code
+    inside = [] { FreeLibrary(library->Module()); };
+    text = "write bits";
+    library->TriggerCapture();
+    return 0;
+}
+
+/// The first call waits for itself.
+int CallInTheFirstLine() {
+    library->SetLogger(nullptr, OnLine);
+    inside = [] {
+        SetEvent(isInside);
+        library->CheckAvailable();
+    };
+    const auto call = [](void*) -> DWORD { return static_cast<DWORD>(library->CheckAvailable()); };
+    const HANDLE thread = CreateThread(nullptr, 0, call, nullptr, 0, nullptr);
+    WaitForSingleObject(isInside, INFINITE);
+    constexpr DWORD kLongEnough = 300; // a call that does not wait is back in a fraction
+    return WaitForSingleObject(thread, kLongEnough) == WAIT_TIMEOUT ? 0 : 5;
 }
 
 } // namespace
 
-int main() {
-    isStuck = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    Solvane_SetLogger(nullptr, OnLine);
-    if (Solvane_CheckAvailable() != SOLVANE_OK) {
+int main(int count, char** arguments) {
+    isInside = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    library = new test::LoadedLibrary;
+    const std::string end = count > 1 ? arguments[1] : "";
+    if (end == "call in the first line") {
+        return CallInTheFirstLine();
+    }
+    library->SetLogger(nullptr, OnLine);
+    if (library->CheckAvailable() != SOLVANE_OK) {
         return 2;
     }
-    CreateThread(nullptr, 0, LogForEver, nullptr, 0, nullptr);
-    WaitForSingleObject(isStuck, INFINITE);
-    return 0;
+    return end == "a thread logs"      ? EndWhileAThreadLogs()
+           : end == "a timer logs"     ? EndWhileATimerLogs()
+           : end == "unload in a line" ? UnloadInALine()
+                                       : 0;
 }

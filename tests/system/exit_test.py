@@ -1,4 +1,4 @@
-"""A process that ends while one of its threads logs: it ends, and the hardware is closed."""
+"""Processes that end with an open chip, while a thread logs, or by a mistake of the host's."""
 
 import argparse
 import os
@@ -9,20 +9,51 @@ import unittest
 
 
 class Exit(unittest.TestCase):
-    def test_a_thread_that_is_ended_while_it_logs_holds_nobody_up(self):
+    def end(self, how, status=0):
+        """What the log function was given, and the last call of a vendor's library."""
         with tempfile.TemporaryDirectory() as folder:
             journal = os.path.join(folder, "journal.txt")
             run = subprocess.run(
-                [OPTIONS.wine, OPTIONS.probe], text=True, stdin=subprocess.DEVNULL,
+                [OPTIONS.wine, OPTIONS.probe, how], text=True, stdin=subprocess.DEVNULL,
                 capture_output=True, timeout=60,
                 env=dict(os.environ, WINEPATH=f"{OPTIONS.rig};{OPTIONS.bin}",
                          SOLVANE_RIG_JOURNAL="Z:" + journal))
-            with open(journal) as file:
-                last_call = [line for line in file if " call " in line][-1]
-        self.assertEqual(run.returncode, 0, run.stdout + run.stderr)
-        self.assertRegex(last_call, re.escape("FT_Close(SLV1B) -> 0"))
-        self.assertRegex(run.stdout.splitlines()[-1],
-                         r"^\[\d\d:\d\d:\d\d\.\d\d\d\] Closing device\.\.\.$")
+            calls = []
+            if os.path.exists(journal):
+                with open(journal) as file:
+                    calls = [line for line in file if " call " in line]
+        self.assertEqual(run.returncode, status, run.stdout + run.stderr)
+        return run.stdout.splitlines(), calls[-1] if calls else ""
+
+    def assert_closed(self, line, call):
+        self.assertRegex(call, re.escape("FT_Close(SLV1B) -> 0"))
+        self.assertRegex(line, r"^\[\d\d:\d\d:\d\d\.\d\d\d\] Closing device\.\.\.$")
+
+
+class WithoutDriver(Exit):
+    def test_an_open_chip_is_closed(self):
+        lines, call = self.end("an open chip")
+        self.assert_closed(lines[-1], call)
+
+    def test_a_thread_that_is_ended_while_it_logs_holds_nobody_up(self):
+        lines, call = self.end("a thread logs")
+        self.assert_closed(lines[-1], call)
+
+    def test_unloading_in_a_line_closes_the_chip_and_is_a_fault(self):
+        lines, call = self.end("unload in a line", status=4)
+        self.assertIn("FT_Close(SLV1B) -> 0", call)
+        self.assertTrue(lines[-2].endswith("Closing device..."), lines)
+        self.assertEqual(lines[-1], "fault 0xc0000005")
+
+    def test_the_first_call_waits_for_itself_when_its_log_makes_another(self):
+        lines, call = self.end("call in the first line")
+        self.assertEqual((len(lines), call), (1, ""))
+
+
+class WithDriver(Exit):
+    def test_a_timer_whose_thread_is_ended_while_it_logs_holds_nobody_up(self):
+        lines, call = self.end("a timer logs")
+        self.assert_closed(lines[-1], call)
 
 
 if __name__ == "__main__":

@@ -9,6 +9,7 @@
 
 #include "library_fixture.h"
 #include "solvane_device.h"
+#include "stack_use.h"
 
 namespace {
 
@@ -221,6 +222,93 @@ TEST_F(Timer, AThousandCyclesGrowNoHandles) {
     DWORD now = 0;
     GetProcessHandleCount(GetCurrentProcess(), &now);
     EXPECT_LE(now, settled);
+}
+
+/// No function of the lines is in progress, so all of them may be called, and the run goes on.
+class EveryFunction : public Timer, public testing::WithParamInterface<bool> {
+  protected:
+    EveryFunction() {
+#define SOLVANE_COMMAND(name, ...) calls.push_back([this] { return library.name(); });
+#define SOLVANE_QUESTION(name, ...) calls.push_back([this] { return library.name(&answer); });
+#define SOLVANE_ORDER(name, ...) calls.push_back([this] { return library.name(), 0; });
+        SOLVANE_OPERATIONS(SOLVANE_COMMAND, SOLVANE_QUESTION, SOLVANE_ORDER)
+#undef SOLVANE_COMMAND
+#undef SOLVANE_QUESTION
+#undef SOLVANE_ORDER
+        calls.push_back([this] { return library.CreateTimer(&another, 0); });
+        calls.push_back([this] { return library.StopTimer(another) == -4 ? 0 : 1; });
+        calls.push_back([this] { return library.DisposeTimer(another); });
+        calls.push_back([this] { // a whole run of another one
+            return RunOnce(100, [this](SolvaneTimerHandle timer, const SolvaneTimerEvent&) {
+                EXPECT_EQ(library.StopTimer(timer), 0);
+            });
+        });
+        calls.push_back([this] { return library.SetLogger(nullptr, nullptr), 0; });
+    }
+    ~EveryFunction() override {
+        library.SetLogger(nullptr, nullptr);
+    }
+
+    void ListenOnce(std::function<void()> what) {
+        inLine = std::move(what);
+        library.SetLogger(&inLine, [](void* context, const char*) {
+            auto& call = *static_cast<std::function<void()>*>(context);
+            if (const auto once = std::exchange(call, nullptr)) {
+                once();
+            }
+        });
+    }
+
+    std::vector<std::function<int()>> calls;
+    std::function<void()> inLine;
+    std::int16_t answer = 0;
+    SolvaneTimerHandle another = 0;
+};
+
+TEST_P(EveryFunction, MayBeCalledFromInsideARun) {
+    ASSERT_EQ(calls.size(), 24u);
+    for (std::size_t i = 0; i < calls.size(); ++i) {
+        SCOPED_TRACE(i);
+        solvane_device_script script{};
+        script.event_count = 1;
+        script.events[0].status = 99; // gives a line
+        Device().Script(script);
+        int status = -77;
+        const auto call = [&] { status = calls[i](); };
+        ListenOnce(GetParam() ? std::function<void()>(call) : nullptr);
+        int events = 0;
+        EXPECT_EQ(RunOnce(kTwoMilliseconds,
+                          [&](SolvaneTimerHandle timer, const SolvaneTimerEvent& event) {
+                              EXPECT_EQ(event.status, events == 0 ? -1 : 0);
+                              if (++events == 1 && !GetParam()) {
+                                  call();
+                              } else if (events == 2) {
+                                  library.StopTimer(timer);
+                              }
+                          }),
+                  0);
+        EXPECT_EQ(status, 0);
+        EXPECT_EQ(events, 2);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Timer, EveryFunction, testing::Bool(), [](const auto& test) {
+    return test.param ? "FromItsLog" : "FromItsFunction";
+});
+
+TEST_F(Timer, ASmallStackIsEnoughForARun) {
+    solvane_device_script script{};
+    script.event_count = 1;
+    script.events[0].status = 99; // gives a line
+    Device().Script(script);
+    const std::size_t bytes = StackUseOf([&] {
+        EXPECT_EQ(
+            RunOnce(kTwoMilliseconds, [&](SolvaneTimerHandle timer,
+                                          const SolvaneTimerEvent&) { library.StopTimer(timer); }),
+            0);
+    });
+    std::printf("%zu bytes of stack\n", bytes);
+    EXPECT_LE(bytes, kMostOfARun);
 }
 
 /// The driver alone, by its own rules.
