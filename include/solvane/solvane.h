@@ -45,10 +45,10 @@
  *    answers 0. Reads of a parallel port cannot be told from lost ones.
  *
  * 7. Calls from inside. From inside its log function a host may call Solvane_SetLogger, the timer
- *    functions for a timer that does not run, and Solvane_StopTimer for one that does; from inside
- * a timer's function, every function, but of that timer Solvane_StopTimer alone. The line that the
- *    log function is given stays as it is until it returns; what is logged from inside it begins
- *    behind that text. The rest is a host's mistake:
+ *    functions for a timer that does not run, and Solvane_StopTimer for one that does. From inside
+ *    a timer's function it may call everything, but for that timer only Solvane_StopTimer. The line
+ *    that the log function is given stays as it is until it returns; what is logged from inside it
+ *    begins behind that text. The rest is a host's mistake:
  *    - A function that needs the hardware, from inside the log function during the first such call
  *      of the process: it waits for that call, for ever.
  *    - Solvane_RecheckStatus and Solvane_EnforceFTDI from inside the log function during a function
@@ -58,8 +58,8 @@
  *      leaves the trigger line high (the trigger answers SOLVANE_E_WRITE). Two calls that open the
  *      chip at once leave it SOLVANE_E_NO_HARDWARE until Solvane_RecheckStatus.
  *    - Unloading the library: it returns into code that is gone. The hardware is closed.
- *    Timers log on their own threads: with timers in use the log function can be called from
- * several threads at once.
+ *    Timers log on their own threads: with timers in use, several threads can be in the log
+ *    function at once.
  *
  * 8. No C++ exception of the library's own crosses this interface, save one: if there is no memory
  *    for the few bytes of a controller object, std::bad_alloc leaves the call that makes it, and
@@ -67,7 +67,8 @@
  *    Solvane_EnforceFTDI make one, and no line is in mid-pulse then. Everything else that needs
  *    memory and finds none fails as that step fails otherwise: a search finds no hardware
  *    (SOLVANE_E_NO_HARDWARE), a timer function answers SOLVANE_E_UNDETERMINED, a long log line is
- *    cut short.
+ *    cut short. (In a process that gets no memory at all, mingw-w64's run-time library cannot throw
+ *    and ends it.)
  *
  * The header is clean C89 (with stdint.h) and C++.
  */
