@@ -49,6 +49,15 @@ if(SOLVANE_COVERAGE AND NOT WIN32) # programs that contain src/
   target_link_options(solvane_options INTERFACE --coverage)
 endif()
 
+# solvane_measured(): the coverage of what is compiled in this directory counts; the rig and hosts are left as
+# they are. Some tests have threads.
+macro(solvane_measured)
+  if(SOLVANE_COVERAGE)
+    add_compile_options(--coverage -fprofile-abs-path -fprofile-update=atomic)
+    add_link_options(--coverage)
+  endif()
+endmacro()
+
 # solvane_room(<name> [SOURCES ...] [SEES <targets this room's headers need>]
 #              [USES <targets its sources need>])
 #
