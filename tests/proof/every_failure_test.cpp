@@ -6,11 +6,14 @@
 #include <iostream>
 
 #include "com_stand_in.h"
+#include "d2xx.h"
 #include "host_platform.h"
 #include "on_the_rig.h"
+#include "postcondition.h"
 #include "proof_kinds.h"
 #include "strikes.h"
 #include "system_faults.h"
+#include "untold.h"
 #include "usb_claims.h"
 
 namespace {
@@ -26,9 +29,10 @@ constexpr std::uint64_t kSecond = 1000 * kMillisecond;
 /// A latched flag makes every operation do all that it can.
 constexpr const char* kCamera = "[camera]\nmep_latched = true\nready_after_power_ms = 100\n";
 
-enum class State { Fresh, Configured, AfterAMishap };
-constexpr State kStates[] = {State::Fresh, State::Configured, State::AfterAMishap};
-constexpr const char* kStateNames[] = {", fresh, ", ", configured, ", ", after a mishap, "};
+/// What the hardware has behind it. A failed start leaves the FT2232H open.
+enum class State { Active, Configured, AfterAMishap, AfterAFailedStart };
+constexpr const char* kStateNames[] = {", outputs active, ", ", configured, ", ", after a mishap, ",
+                                       ", after a failed start, "};
 
 /// Whose calls fail.
 enum class Whose { Vendors, System };
@@ -42,15 +46,19 @@ struct Sight {
     bool operator==(const Sight&) const = default;
 };
 
+bool Configures(const Operation& operation, State state) {
+    return state != State::Configured || operation.op == Op::RecheckStatus;
+}
+
 struct Case {
     const Kind& kind;
     const Operation& operation;
     State state;
     const Strike& strike;
 
-    bool Configures() const {
-        return state != State::Configured || operation.op == Op::RecheckStatus;
-    }
+    bool Configures() const { return ::Configures(operation, state); }
+
+    bool IsRepair() const { return state == State::AfterAMishap && kind.behaviour.isUsb; }
 };
 
 std::string Text(const Case& one) {
@@ -70,13 +78,30 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
         controller.reset();
         host::Advance(kSecond - host::Now() % kSecond); // lines ask for the calendar once a second
         ResetProcessState();
-        Load(std::string(kind.scenario) + kCamera);
+        const bool isActive = state == State::Active;
+        Load(std::string(kind.scenario) + kCamera + (isActive ? kind.activeOutputs : ""));
+        if (isActive && kind.behaviour.isUsb) {
+            LeaveOutputsActive();
+        }
         controller = kind.make(logger);
         if (state == State::Configured) {
             controller->CheckAvailable();
-        } else if (state == State::AfterAMishap) {
-            Stumble(kind.mishap);
+        } else if (!isActive) {
+            Stumble(kind.mishaps[state == State::AfterAMishap ? 0 : 1]);
         }
+    }
+
+    /// What another program may have done with the chip. The camera is ready again afterwards.
+    static void LeaveOutputsActive() {
+        FT_HANDLE channel = nullptr;
+        std::uint32_t written = 0;
+        std::uint8_t active[] = {0x82, 0x0B, 0x4F};
+        FT_Open(1, &channel);
+        FT_SetBitMode(channel, 0, FT_BITMODE_MPSSE);
+        FT_Write(channel, active, sizeof active, &written);
+        FT_Close(channel);
+        ASSERT_EQ(rig_level(RIG_TRIGGER), 1);
+        host::Advance(kSecond);
     }
 
     void Stumble(const Mishap& mishap) {
@@ -106,10 +131,16 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
     std::vector<Strike> Strikes(const Kind& kind, const Operation& operation, State state,
                                 Whose whose) {
         Start(kind, state);
+        const Postcondition postcondition(kind, operation, Configures(operation, state));
         const CallCount calls;
         short answer = kUntouched;
         const short status = Run(kind, operation, answer);
         healthy = {status, answer, rig_captures()};
+        const bool isRepair = state == State::AfterAMishap && kind.behaviour.isUsb;
+        if (status == 0 && !isRepair) {
+            EXPECT_EQ(Name(postcondition.Check(answer)), Name(Violation::None))
+                << operation.name << kStateNames[static_cast<int>(state)];
+        }
         return whose == Whose::Vendors ? calls.OfVendors(kind) : calls.OfSystem(SystemFunctions());
     }
 
@@ -125,11 +156,15 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
         if (!Arm(strike)) {
             return "no such fault";
         }
+        const Postcondition postcondition(one.kind, one.operation, one.Configures());
+        const std::size_t journalBefore = rig_journal_size();
+        capturesBefore = rig_captures();
+        wasHigh = rig_level(RIG_TRIGGER) != 0;
         const std::uint64_t began = rig_time();
         short answer = kUntouched;
         const short status = Run(one.kind, one.operation, answer);
         const std::uint64_t took = rig_time() - began;
-        if (strike.isOfSystem && host::Struck() == 0) {
+        if (!HasStruck(strike, journalBefore)) {
             return "nothing went wrong";
         }
         longest = std::max(longest, strike.function == "Sleep" ? 0 : took);
@@ -140,7 +175,8 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
             return "the host sees another outcome";
         }
         for (const std::string& complaint :
-             {StatusComplaint(one, status, answer), AnswerComplaint(one, status, answer),
+             {StatusComplaint(one, status, answer),
+              status == 0 ? SuccessComplaint(one, postcondition.Check(answer)) : "",
               LineComplaint(one, status)}) {
             if (!complaint.empty()) {
                 return complaint;
@@ -176,22 +212,18 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
         return host::RaisedTimerPeriods() == 0 ? "" : "the timer resolution stays raised";
     }
 
-    /// What the hardware does not lie about is answered truly or safely: a camera is taken for
-    /// powered, and for neither dark nor ready. A chip that failed once was read once more.
-    static std::string AnswerComplaint(const Case& one, short status, short answer) {
-        const Way& way = *one.strike.way;
-        const bool isHonest = way.kind == RIG_FAULT_STATUS && way.risk != TriggerRisk::WrongByte;
-        if (!isHonest || status != 0 || !one.operation.hasAnswer) {
+    /// 0 means done, but where the fault lets nobody know.
+    std::string SuccessComplaint(const Case& one, Violation violation) {
+        if (violation == Violation::None) {
             return "";
         }
-        const bool isTrue = answer == (one.operation.op == Op::CheckForcedBlackUpdate ? 0 : 1);
-        const bool mustBeTrue =
-            one.operation.op == Op::CheckAccessoriesPower ||
-            one.operation.op == Op::CheckForcedBlackUpdate ||
-            (one.operation.op == Op::CheckCameraPower && !one.kind.lostPowerIsOff) ||
-            (one.kind.comeback == Comeback::UsbHandle && one.strike.times == 1 &&
-             one.state != State::AfterAMishap);
-        return isTrue || !mustBeTrue ? "" : "answer " + std::to_string(answer);
+        const Untold cause =
+            CauseOf(one.kind, one.operation, one.IsRepair(), one.strike, violation);
+        ++untold[static_cast<std::size_t>(cause)];
+        if (cause == Untold::Repair && !UsbClaims(one.strike.way->kind).IsConfigured()) {
+            return "0, and nothing was repaired";
+        }
+        return cause == Untold::Never ? std::string("0, and not as asked: ") + Name(violation) : "";
     }
 
     /// Only bytes that went wrong take a picture that nobody asked for.
@@ -203,13 +235,13 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
 
     std::string LineComplaint(const Case& one, short status) {
         const bool isTrigger = one.operation.op == Op::TriggerCapture;
-        const bool isUnasked = rig_captures() > (isTrigger ? 1u : 0u);
+        const bool isUnasked = rig_captures() > capturesBefore + (isTrigger ? 1 : 0);
         unasked += isUnasked ? 1 : 0;
         if (isUnasked && !MayTrigger(one)) {
             return "a picture that nobody asked for";
         }
-        unseenLosses += isTrigger && status == 0 && rig_captures() == 0 ? 1 : 0;
-        const bool isHigh = rig_level(RIG_TRIGGER) != 0;
+        // One that was high before is lowered by what succeeds.
+        const bool isHigh = rig_level(RIG_TRIGGER) != 0 && !wasHigh;
         leftHigh += isHigh ? 1 : 0;
         return isHigh && !MayStayHigh(one, status) ? "the trigger stays high" : "";
     }
@@ -246,7 +278,8 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
                 return atOnce ? "the next operation fails" : "the next operation works";
             }
             needNewController += atOnce ? 0 : 1;
-            if (isUsb && atOnce && !RestsAfterClose()) {
+            const bool isNothingHeld = claims.IsConfigured() && !claims.IsHeld();
+            if (isUsb && atOnce && !isNothingHeld && !RestsAfterClose()) {
                 return "closing does not bring the lines to rest";
             }
         }
@@ -298,6 +331,14 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
         return controller->CheckAvailable() != 0 ? "not closed" : "";
     }
 
+    static std::vector<State> StatesOf(const Kind& kind) {
+        std::vector<State> states{State::Active, State::Configured, State::AfterAMishap};
+        if (kind.mishaps.size() > 1) {
+            states.push_back(State::AfterAFailedStart);
+        }
+        return states;
+    }
+
     void RunAll(const Kind& kind, Whose whose) {
         std::size_t all = 0;
         std::size_t good = 0;
@@ -305,7 +346,7 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
             if (operation.op == Op::EnforceFTDI) {
                 continue; // the same as RecheckStatus, for one kind
             }
-            for (const State state : kStates) {
+            for (const State state : StatesOf(kind)) {
                 for (const Strike& strike : Strikes(kind, operation, state, whose)) {
                     const Case one{kind, operation, state, strike};
                     const std::string wrong = Try(one);
@@ -319,12 +360,17 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
         }
         EXPECT_EQ(good, all);
         EXPECT_EQ(all, whose == Whose::System ? kind.failuresOfWindows : kind.failures);
+        EXPECT_EQ(untold, whose == Whose::System ? kind.untoldOfWindows : kind.untold);
         std::cout << kind.name << ": " << good << " of " << all << " failures"
                   << kWhoseNames[static_cast<int>(whose)] << "; longest " << longest / kMillisecond
                   << " ms, trigger left high by a failed access " << leftHigh
-                  << ", unasked picture by wrong bytes " << unasked
-                  << ", success without a picture " << unseenLosses << ", new controller needed "
-                  << needNewController << ", replugging needed " << needReplug << '\n';
+                  << ", unasked picture by wrong bytes " << unasked << ", new controller needed "
+                  << needNewController << ", replugging needed " << needReplug;
+        for (std::size_t i = 0; i < kUntoldCauses; ++i) {
+            std::cout << (i == 0 ? "; 0 and not as asked: " : ", ") << Name(static_cast<Untold>(i))
+                      << ' ' << untold[i];
+        }
+        std::cout << '\n';
     }
 
     static constexpr std::size_t kMostComplaints = 20;
@@ -334,7 +380,9 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
     std::uint64_t longest = 0;
     std::size_t leftHigh = 0;
     std::size_t unasked = 0;
-    std::size_t unseenLosses = 0;
+    UntoldCounts untold{};
+    std::uint32_t capturesBefore = 0;
+    bool wasHigh = false;
     std::size_t needNewController = 0;
     std::size_t needReplug = 0;
 };

@@ -38,6 +38,11 @@ std::vector<VendorFunction> FunctionsOf(const std::vector<const rig::Library*>& 
     return functions;
 }
 
+// What nobody expects of lines, but for the camera's power, without which there is no picture.
+constexpr const char* kAllButClearMep = "[pulls]\ntrigger = 1\ndark = 1\naccessories_power = 0\n";
+constexpr const char* kWithClearMep =
+    "[pulls]\ntrigger = 1\ndark = 1\naccessories_power = 0\nclear_mep = 1\n";
+
 bool IsSilent(const rig::Way& way) {
     return way.kind == RIG_FAULT_SILENT;
 }
@@ -58,9 +63,13 @@ Kind Ft2232h() {
         .dead = {{Fails(rig::usb::kInvalidHandle), FailedWrite},
                  {Fails(rig::usb::kIoError), FailedWrite},
                  {Silent(), FailedWrite}},
-        .failures = 10'212,
-        .failuresOfWindows = 2'188,
-        .mishap = {"FT_Write", rig::usb::kIoError, true},
+        .failures = 10'784,
+        .failuresOfWindows = 2'314,
+        .untold = {0, 118, 13, 92, 747, 44, 459, 8, 0},
+        .untoldOfWindows = {0, 0, 0, 0, 0, 0, 336, 0, 100},
+        .mishaps = {{"FT_Write", rig::usb::kIoError, true},
+                    {"FT_SetChars", rig::usb::kIoError, false}},
+        .activeOutputs = "",
         .comeback = Comeback::UsbHandle,
         .behaviour = {.accessMilliseconds = 2},
     };
@@ -84,7 +93,10 @@ Kind SuperIo() {
         .dead = {{Silent(), UnseenWrite}, {Fails(0xFFFF), FailedWrite}},
         .failures = 10'534,
         .failuresOfWindows = 704,
-        .mishap = {"Inp32", kNoByte, false},
+        .untold = {0, 204, 183, 0, 54, 36, 0, 0, 0},
+        .untoldOfWindows = {0, 0, 0, 0, 0, 0, 0, 0, 24},
+        .mishaps = {{"Inp32", kNoByte, false}},
+        .activeOutputs = kWithClearMep,
         .comeback = Comeback::NextOperation,
         .configuringMayAnswerWrite = true,
         .lostPowerIsOff = true,
@@ -106,7 +118,10 @@ Kind Eapi() {
         .dead = {{Fails(rig::eapi::kNotInitialised), FailedWrite}, {Silent(), UnseenWrite}},
         .failures = 5'436,
         .failuresOfWindows = 146,
-        .mishap = {"EApiGPIOSetDirection", rig::eapi::kUnsupported, false},
+        .untold = {0, 506, 42, 0, 30, 45, 0, 0, 0},
+        .untoldOfWindows = {0, 0, 0, 0, 0, 0, 0, 0, 24},
+        .mishaps = {{"EApiGPIOSetDirection", rig::eapi::kUnsupported, false}},
+        .activeOutputs = kAllButClearMep,
         .comeback = Comeback::NextOperation,
         .configuringMayAnswerWrite = true,
         .restsClearMep = false,
@@ -129,7 +144,10 @@ Kind Lpt() {
         .dead = {{Silent(), WrongByte}},
         .failures = 3'588,
         .failuresOfWindows = 1'676,
-        .mishap = {"IWbemServices::ExecQuery", kWmiFailed, false},
+        .untold = {0, 191, 917, 0, 0, 0, 0, 0, 0},
+        .untoldOfWindows = {0, 0, 0, 0, 0, 0, 0, 0, 30},
+        .mishaps = {{"IWbemServices::ExecQuery", kWmiFailed, false}},
+        .activeOutputs = kWithClearMep,
         .comeback = Comeback::NewController,
         .configuringMayAnswerWrite = true, // the port driver is not open
         .behaviour = {.isUsb = false,

@@ -1,6 +1,8 @@
 /// The kinds of hardware that everything here is proved for. A new kind is one row of the table.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -22,6 +24,24 @@ enum class TriggerRisk : std::uint8_t {
     Garble,        ///< a command is cut short, and the chip takes the next ones for its rest
     WrongByte      ///< a register reads other than it is, and is written back so
 };
+
+/// Why an operation may answer 0 although not all is as it was asked for: nobody can tell, or hosts
+/// know that they are not told.
+enum class Untold : std::uint8_t {
+    Never,
+    Silence,    ///< a call reports success and did nothing
+    WrongByte,  ///< a level or a register reads other than it is, or the byte never came
+    CutCommand, ///< FT_Write takes a part, and the chip takes the next bytes for the rest
+    Unreadable, ///< a line that cannot be read is answered with the value that harms nobody
+    ClearPulse, ///< whether the pulse on clear-MEP worked shows in the flag
+    Repair,     ///< a chip that was brought back has its lines at rest; it is not asked again
+    Close,      ///< closing answers 0 whatever became of it
+    Clock       ///< the system sleeps too short or too long
+};
+inline constexpr std::size_t kUntoldCauses = 9;
+
+/// How many operations were excused, by cause.
+using UntoldCounts = std::array<std::size_t, kUntoldCauses>;
 
 /// A way in which a call goes wrong, and what is to be expected of it.
 struct Way : rig::Way {
@@ -60,7 +80,10 @@ struct Kind {
     std::vector<Way> dead; ///< in which every call fails once the hardware or its driver is dead
     std::size_t failures;  ///< how many there are to go through
     std::size_t failuresOfWindows; ///< likewise
-    Mishap mishap;
+    UntoldCounts untold;           ///< operations that answer 0 to a failure all the same
+    UntoldCounts untoldOfWindows;  ///< likewise
+    std::vector<Mishap> mishaps;
+    const char* activeOutputs; ///< has them start so, of a scenario; the FT2232H is set so
     Comeback comeback;
     bool configuringMayAnswerWrite = false; ///< a line that cannot be set to rest is told once
     bool restsClearMep = true;   ///< configuring lets go of a clear-MEP that a failure left active

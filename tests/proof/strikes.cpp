@@ -5,17 +5,29 @@
 #include <solvane/rig.h>
 
 #include "system_faults.h"
+#include "vendor_function.h"
 
 namespace proof {
 
 namespace {
 
 void AddWays(std::vector<Strike>& strikes, const VendorFunction& function, std::uint32_t call,
-             bool isOfSystem) {
+             bool isOfSystem, const std::string& question) {
     for (const Way& way : function.ways) {
-        strikes.push_back({function.name, call, 1, &way, isOfSystem});
-        strikes.push_back({function.name, call, 0, &way, isOfSystem});
+        strikes.push_back({function.name, call, 1, &way, isOfSystem, question});
+        strikes.push_back({function.name, call, 0, &way, isOfSystem, question});
     }
+}
+
+/// How the journal shows that a call returned this.
+std::string ShownStatus(std::string_view call, std::uint32_t status) {
+    for (const rig::VendorFunction& function : rig::VendorFunctions()) {
+        if (call.starts_with(std::string(function.name) + '(')) {
+            const bool returns = function.result != rig::Show::No;
+            return returns ? " -> " + rig::Shown(function.result, std::uint64_t{status}) : "";
+        }
+    }
+    return "?";
 }
 
 const char* NameOf(const Way& way) {
@@ -43,32 +55,42 @@ std::string Text(const Strike& strike) {
 CallCount::CallCount() : journalBefore(rig_journal_size()), systemBefore(host::AllCalls()) {}
 
 std::vector<std::string> CallCount::VendorCalls() const {
-    std::vector<std::string> names;
+    std::vector<std::string> questions;
+    bool isAtFault = false;
     rig_entry entry{};
     for (std::size_t i = journalBefore; rig_journal_entry(i, &entry) == 0; ++i) {
-        if (entry.kind == RIG_CALL) {
-            names.emplace_back(entry.text, std::string_view(entry.text).find('('));
+        const std::string_view text = entry.text;
+        if (entry.kind == RIG_EVENT && text.starts_with("fault ")) {
+            isAtFault = true;
+        } else if (entry.kind == RIG_CALL) {
+            const std::size_t end = text.find(isAtFault ? '(' : ')') + 1;
+            questions.emplace_back(text.substr(0, end));
+            isAtFault = false;
         }
     }
-    return names;
+    return questions;
 }
 
 std::vector<Strike> CallCount::OfVendors(const Kind& kind) const {
     std::vector<Strike> strikes;
     std::map<std::string, std::uint32_t> ordinals;
     std::uint32_t call = 0;
-    for (const std::string& name : VendorCalls()) {
+    for (const std::string& question : VendorCalls()) {
+        const std::string name = question.substr(0, question.find('('));
         const std::size_t known = strikes.size();
         ++call;
         const std::uint32_t ordinal = ++ordinals[name];
+        if (question.back() == '(') {
+            continue; // a mishap's fault has it
+        }
         for (const VendorFunction& function : kind.functions) {
             if (name == function.name) {
-                AddWays(strikes, function, ordinal, false);
+                AddWays(strikes, function, ordinal, false, question);
             }
         }
         EXPECT_GT(strikes.size(), known) << "nobody knows how this fails: " << name;
         for (const Way& way : kind.dead) {
-            strikes.push_back({"*", call, 0, &way, false});
+            strikes.push_back({"*", call, 0, &way, false, question});
         }
     }
     return strikes;
@@ -83,7 +105,7 @@ std::vector<Strike> CallCount::OfSystem(const std::vector<VendorFunction>& funct
     for (const VendorFunction& function : functions) {
         const std::uint32_t calls = std::exchange(made.at(function.name), 0);
         for (std::uint32_t call = 1; call <= calls; ++call) {
-            AddWays(strikes, function, call, true);
+            AddWays(strikes, function, call, true, "");
         }
     }
     for (const auto& [name, calls] : made) {
@@ -99,6 +121,27 @@ bool Arm(const Strike& strike) {
     const rig_fault fault{function, made + strike.call, strike.times,
                           way.kind, way.status,         way.count};
     return (strike.isOfSystem ? host::AddFault(fault) : rig_add_fault(&fault)) == 0;
+}
+
+bool HasStruck(const Strike& strike, std::size_t journalBefore) {
+    if (strike.isOfSystem) {
+        return host::Struck() != 0;
+    }
+    bool isNext = false;
+    rig_entry entry{};
+    for (std::size_t i = journalBefore; rig_journal_entry(i, &entry) == 0; ++i) {
+        const std::string_view text = entry.text;
+        if (entry.kind == RIG_EVENT && text.starts_with("fault ")) {
+            isNext = true;
+        } else if (isNext && entry.kind == RIG_CALL) {
+            const bool fails = (strike.way->kind & RIG_FAULT_STATUS) != 0;
+            if (!fails || text.find(ShownStatus(text, strike.way->status)) != text.npos) {
+                return true;
+            }
+            isNext = false; // that was a mishap's
+        }
+    }
+    return false;
 }
 
 void Disarm() {

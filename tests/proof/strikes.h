@@ -16,7 +16,8 @@ struct Strike {
     std::uint32_t call;  ///< counted from 1 from the operation on
     std::uint32_t times; ///< 0: every call from then on
     const Way* way;
-    bool isOfSystem; ///< a function of Windows, not of a vendor's
+    bool isOfSystem;           ///< a function of Windows, not of a vendor's
+    std::string question = {}; ///< of a vendor's: what that call asks for on hardware that works
 };
 
 std::string Text(const Strike& strike);
@@ -33,6 +34,8 @@ class CallCount {
     std::vector<Strike> OfSystem(const std::vector<VendorFunction>& functions) const;
 
   private:
+    /// What each asked: "FT_Close(SLV1B)"; the name alone of one that is at fault already:
+    /// "FT_Close(".
     std::vector<std::string> VendorCalls() const;
 
     std::size_t journalBefore;
@@ -41,6 +44,9 @@ class CallCount {
 
 /// Plans the fault, from now on. False if there is no such function.
 bool Arm(const Strike& strike);
+
+/// Whether it has gone wrong since then, and the vendor's call said so.
+bool HasStruck(const Strike& strike, std::size_t journalBefore);
 
 /// Lifts every fault.
 void Disarm();

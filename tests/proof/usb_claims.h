@@ -20,6 +20,9 @@ class UsbClaims {
     /// The next operation finds channel B configured, or can open it.
     bool ServesAtOnce() const { return !isOpen || isConfigured; }
 
+    bool IsConfigured() const { return isConfigured; }
+    bool IsHeld() const { return isHeld; }
+
     /// So can a new controller at the latest: the old one closes what it holds.
     bool ServesANewController() const { return !isOpen || isHeld; }
 
