@@ -52,11 +52,13 @@ UsbChipSetup ReadUsbChip(TableReader& table, std::size_t index) {
     if (!table.Has("chip")) {
         table.Fail("chip", "[[usb]] needs 'chip'");
     }
-    chip.type = static_cast<Type>(*table.Choice("chip", {"FT2232H", "FT232R"}));
+    constexpr const char* kDescriptions[] = {"Dual RS232-HS", "FT232R USB UART", "Dual RS232",
+                                             "Quad RS232-HS", "Single RS232-HS"};
+    chip.type = static_cast<Type>(
+        *table.Choice("chip", {"FT2232H", "FT232R", "FT2232D", "FT4232H", "FT232H"}));
     chip.serial = table.Text("serial").value_or("SLV" + std::to_string(index + 1));
     chip.description =
-        table.Text("description")
-            .value_or(chip.type == Type::FT2232H ? "Dual RS232-HS" : "FT232R USB UART");
+        table.Text("description").value_or(kDescriptions[static_cast<std::size_t>(chip.type)]);
     if (chip.type == Type::FT2232H) {
         chip.letters = table.Text("letters").value_or(chip.letters);
         if (chip.letters.size() != 2) {

@@ -18,7 +18,7 @@ namespace rig {
 
 /// A USB chip with the D2XX driver behind it.
 struct UsbChipSetup {
-    enum class Type { FT2232H, FT232R };
+    enum class Type { FT2232H, FT232R, FT2232D, FT4232H, FT232H };
 
     Type type = Type::FT2232H;
     std::string serial;

@@ -12,18 +12,7 @@ constexpr std::uint32_t kFlagOpen = 1;
 constexpr std::uint32_t kFlagHighSpeed = 2;
 constexpr std::uint32_t kChipsApartOnTheBus = 0x10;
 
-struct Model {
-    std::uint32_t type;
-    std::uint32_t id;
-    std::uint32_t flags;
-};
 constexpr std::uint32_t kTypeUnknown = 3; // FT_DEVICE_UNKNOWN
-constexpr Model kFt2232h = {FT_DEVICE_2232H, 0x0403'6010, kFlagHighSpeed};
-constexpr Model kFt232r = {5, 0x0403'6001, 0};
-
-const Model& ModelOf(const UsbChipSetup& setup) {
-    return setup.type == UsbChipSetup::Type::FT2232H ? kFt2232h : kFt232r;
-}
 
 /// Cuts a text to its field and ends it there.
 template <std::size_t size>
@@ -147,7 +136,7 @@ FT_HANDLE UsbBus::HandleAt(const Place& place) const {
 
 FT_DEVICE_LIST_INFO_NODE UsbBus::NodeAt(const Place& place) const {
     const UsbChip& chip = chips[place.chip];
-    const Model& model = ModelOf(chip.setup);
+    const UsbModel& model = ModelOf(chip.setup);
     FT_DEVICE_LIST_INFO_NODE node{};
     if (chip.isOpenElsewhere) {
         // The driver lets one program ask a device who it is: the one that has it open.
@@ -157,7 +146,7 @@ FT_DEVICE_LIST_INFO_NODE UsbBus::NodeAt(const Place& place) const {
     }
     node.ftHandle = HandleAt(place);
     const bool isOpen = node.ftHandle != nullptr;
-    node.Flags = model.flags | (isOpen ? kFlagOpen : 0);
+    node.Flags = (model.isHighSpeed ? kFlagHighSpeed : 0) | (isOpen ? kFlagOpen : 0);
     node.Type = model.type;
     node.ID = model.id;
     // A channel in use does not tell where it is.

@@ -1,25 +1,44 @@
 #include "usb_chip.h"
 
+#include "d2xx.h"
+
 namespace rig::usb {
 
 namespace {
 
 constexpr std::size_t kCameraChannel = 1; // B
-constexpr std::size_t kChannelsOfFt2232h = 2;
+
+/// In the order of UsbChipSetup::Type. An FT2232D has the id of an FT2232H: its type tells them
+/// apart.
+constexpr UsbModel kModels[] = {{FT_DEVICE_2232H, 0x0403'6010, true, 2, 2},
+                                {5, 0x0403'6001, false, 1, 0},
+                                {4, 0x0403'6010, false, 2, 1},
+                                {7, 0x0403'6011, true, 4, 2},
+                                {8, 0x0403'6014, true, 1, 1}};
 
 } // namespace
 
+const UsbModel& ModelOf(const UsbChipSetup& setup) {
+    return kModels[static_cast<std::size_t>(setup.type)];
+}
+
 UsbChip::UsbChip(const UsbChipSetup& start, Installation& camera, const Timeline& time)
     : setup(start), isPlugged(start.plugged), isOpenElsewhere(start.openElsewhere) {
-    const bool isDual = setup.type == UsbChipSetup::Type::FT2232H;
-    for (std::size_t i = 0; i < (isDual ? kChannelsOfFt2232h : 1); ++i) {
+    const UsbModel& model = ModelOf(setup);
+    for (std::size_t i = 0; i < model.channels; ++i) {
         const bool isWired = setup.camera && i == kCameraChannel;
-        channels.emplace_back(isDual, camera, isWired ? kCameraWiring : Wiring{}, time);
+        channels.emplace_back(i < model.mpsseChannels, camera, isWired ? kCameraWiring : Wiring{},
+                              time);
     }
 }
 
+char UsbChip::LetterOf(std::size_t channel) const {
+    return channel < setup.letters.size() ? setup.letters[channel]
+                                          : static_cast<char>('A' + channel);
+}
+
 std::string UsbChip::SerialOf(std::size_t channel) const {
-    return channels.size() == 1 ? setup.serial : setup.serial + setup.letters[channel];
+    return channels.size() == 1 ? setup.serial : setup.serial + LetterOf(channel);
 }
 
 std::string UsbChip::DescriptionOf(std::size_t channel) const {

@@ -1,6 +1,8 @@
 /// A chip on the USB: what it is, its channels, and whether it is there.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <string>
 
@@ -8,6 +10,16 @@
 #include "scenario.h"
 
 namespace rig::usb {
+
+/// What kind of chip it is, as its driver tells.
+struct UsbModel {
+    std::uint32_t type;
+    std::uint32_t id;
+    bool isHighSpeed;
+    std::size_t channels;
+    std::size_t mpsseChannels; ///< the first ones
+};
+const UsbModel& ModelOf(const UsbChipSetup& setup);
 
 class UsbChip {
   public:
@@ -25,6 +37,9 @@ class UsbChip {
 
     /// Without power the mode is forgotten and every pin let go of.
     void LosePower();
+
+  private:
+    char LetterOf(std::size_t channel) const;
 };
 
 } // namespace rig::usb

@@ -3,9 +3,11 @@
 
 #include <atomic>
 #include <cstdint>
+#include <cwchar>
 #include <new>
 #include <utility>
 
+#include <oleauto.h>
 #include <unknwn.h>
 
 #include "value.h"
@@ -63,6 +65,11 @@ class ComObject : public Main, public Others... {
 
     std::atomic<ULONG> references{1};
 };
+
+/// Whether a text is one of COM's, which know their length; a null pointer is none, and as good.
+inline bool IsBstr(BSTR text) {
+    return text == nullptr || SysStringLen(text) == std::wcslen(text);
+}
 
 /// Hands out the object that a call was granted, or a null pointer if it was refused; nothing at
 /// all if the call was at fault.

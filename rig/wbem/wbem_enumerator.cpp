@@ -16,13 +16,12 @@ HRESULT STDMETHODCALLTYPE WbemEnumerator::Next(LONG timeout, ULONG count,
     if (!IsThere(reported)) {
         return status;
     }
-    // A count that lies is still followed by as many objects as there is room for: those beyond the
-    // last instance have no properties.
+    // A count that lies changes nothing of the objects: there may be one without a count, and a
+    // count without one.
     try {
-        std::vector<ObjectPointer> made(std::min<std::size_t>(count, Number(reported)));
+        std::vector<ObjectPointer> made(std::min<std::size_t>(count, left));
         for (ObjectPointer& object : made) {
-            const bool isThere = position < instances.size();
-            object.reset(new WbemObject(isThere ? instances[position++] : ""));
+            object.reset(new WbemObject(instances[position++]));
         }
         std::transform(made.begin(), made.end(), objects,
                        [](ObjectPointer& object) { return object.release(); });

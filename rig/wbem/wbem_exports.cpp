@@ -18,6 +18,9 @@ class WbemLocator final : public ComObject<IWbemLocator> {
     HRESULT STDMETHODCALLTYPE ConnectServer(BSTR path, BSTR user, BSTR password, BSTR locale,
                                             LONG flags, BSTR authority, IWbemContext* context,
                                             IWbemServices** services) override {
+        if (!IsBstr(path)) {
+            return kInvalidParameter;
+        }
         Value granted;
         const std::uint32_t status =
             Ask(Function::ConnectServer, services != nullptr ? &granted : nullptr, path, user,

@@ -89,7 +89,7 @@ HRESULT Get(Value& property, const std::string& instance, const std::string& nam
         return kInvalidParameter;
     }
     const auto& [itsName, content] = WordAndRest(instance);
-    if (itsName.empty() || !EqualsIgnoringCase(name, itsName)) {
+    if (!EqualsIgnoringCase(name, itsName)) {
         return kNotFound;
     }
     const auto& [type, text] = WordAndRest(content);

@@ -14,8 +14,7 @@ namespace rig::wbem {
 
 class WbemObject final : public ComObject<IWbemClassObject> {
   public:
-    /// The one property that anybody asks for, its type and its text: "DeviceID string LPT1". Or
-    /// none: "".
+    /// The one property that anybody asks for, its type and its text: "DeviceID string LPT1".
     explicit WbemObject(std::string source) : instance(std::move(source)) {}
 
     HRESULT STDMETHODCALLTYPE Get(LPCWSTR name, LONG flags, VARIANT* value, CIMTYPE* type,

@@ -2,12 +2,16 @@
 
 #include "call.h"
 #include "wbem_enumerator.h"
+#include "wbem_status.h"
 
 namespace rig::wbem {
 
 HRESULT STDMETHODCALLTYPE WbemServices::ExecQuery(BSTR language, BSTR query, LONG flags,
                                                   IWbemContext* context,
                                                   IEnumWbemClassObject** objects) {
+    if (!IsBstr(language) || !IsBstr(query)) {
+        return kInvalidParameter;
+    }
     Value instances;
     const std::uint32_t status = Ask(Function::ExecQuery, objects != nullptr ? &instances : nullptr,
                                      language, query, flags, context);

@@ -4,11 +4,15 @@
 #include <cstdio>
 #include <cwchar>
 #include <limits>
+#include <mutex>
 #include <new>
+#include <set>
+#include <utility>
 
 #include <solvane/rig.h>
 #include <wbemidl.h>
 
+#include "call.h"
 #include "host_platform.h"
 #include "system_faults.h"
 
@@ -22,7 +26,21 @@ Script script;
 namespace {
 
 std::atomic<int> initialisations{0};
-std::atomic<int> aliveStrings{0};
+std::atomic<int> misuses{0};
+
+std::mutex mutex;
+std::set<const OLECHAR*> strings;
+
+/// Forgets a text, or says that it is none.
+bool Forget(const OLECHAR* text) {
+    const std::lock_guard lock(mutex);
+    return strings.erase(text) != 0;
+}
+
+bool IsString(const OLECHAR* text) {
+    const std::lock_guard lock(mutex);
+    return strings.count(text) != 0;
+}
 
 /// A BSTR has the size of its text in bytes before it.
 constexpr std::size_t kPrefix = 1;
@@ -45,19 +63,46 @@ bool IsInitialised() {
     return initialisations > 0 || script.hostIsSingleThreaded;
 }
 
+/// Counts a call that needs COM.
+void NeedCom() {
+    misuses += IsInitialised() ? 0 : 1;
+}
+
+rig::Answerer answerBehind = nullptr;
+
+/// An object outlives COM, and nobody may call it then.
+void AnswerWithCom(rig::Call& call) {
+    if (&call.function.library == &rig::kWmi) {
+        NeedCom();
+    }
+    answerBehind(call);
+}
+
+void WatchObjects() {
+    if (rig::answerer != AnswerWithCom) {
+        answerBehind = std::exchange(rig::answerer, AnswerWithCom);
+    }
+}
+
 } // namespace
 
 void Reset() {
     script = {};
     initialisations = 0;
-    aliveStrings = 0;
+    misuses = 0;
+    const std::lock_guard lock(mutex);
+    strings.clear();
 }
 
 int Initialisations() {
     return initialisations;
 }
 int AliveStrings() {
-    return aliveStrings;
+    const std::lock_guard lock(mutex);
+    return static_cast<int>(strings.size());
+}
+int Misuses() {
+    return misuses;
 }
 
 } // namespace host::com
@@ -78,6 +123,7 @@ HRESULT CoInitializeEx(void* reserved, DWORD model) {
     Note("CoInitializeEx(%s, %u)", NullOr(reserved), model);
     const SystemCall call("CoInitializeEx");
     if (!call.DoesItsWork()) {
+        script.hostIsSingleThreaded |= Finish(call, S_OK) == RPC_E_CHANGED_MODE; // which says so
         return Finish(call, S_OK);
     }
     if (FAILED(script.initialize)) {
@@ -91,7 +137,8 @@ HRESULT CoInitializeEx(void* reserved, DWORD model) {
 
 void CoUninitialize() {
     Note("%s", "CoUninitialize()");
-    --initialisations;
+    const int left = --initialisations;
+    misuses += left < 0 || (left == 0 && rig_wbem_interfaces() != 0) ? 1 : 0;
 }
 
 HRESULT CoInitializeSecurity(void* descriptor, LONG services, SOLE_AUTHENTICATION_SERVICE* list,
@@ -100,6 +147,7 @@ HRESULT CoInitializeSecurity(void* descriptor, LONG services, SOLE_AUTHENTICATIO
     Note("CoInitializeSecurity(%s, %d, %s, %s, %u, %u, %s, %u, %s)", NullOr(descriptor), services,
          NullOr(list), NullOr(reserved), level, impersonation, NullOr(identities), capabilities,
          NullOr(reservedToo));
+    NeedCom();
     return Finish(SystemCall("CoInitializeSecurity"),
                   IsInitialised() ? script.initializeSecurity : CO_E_NOTINITIALIZED);
 }
@@ -113,6 +161,8 @@ HRESULT CoCreateInstance(REFCLSID classId, IUnknown* outer, DWORD context, REFII
         return E_POINTER;
     }
     *object = nullptr;
+    NeedCom();
+    WatchObjects();
     const SystemCall call("CoCreateInstance");
     if (!call.DoesItsWork()) {
         return Finish(call, S_OK);
@@ -140,6 +190,7 @@ HRESULT CoSetProxyBlanket(IUnknown* proxy, DWORD authentication, DWORD authoriza
     Note("CoSetProxyBlanket(%s, %u, %u, %s, %u, %u, %s, %u)", NullOr(proxy, "proxy"),
          authentication, authorization, NullOr(principal), level, impersonation, NullOr(identity),
          capabilities);
+    NeedCom();
     const SystemCall call("CoSetProxyBlanket");
     if (!call.DoesItsWork()) {
         return Finish(call, S_OK);
@@ -178,21 +229,28 @@ BSTR SysAllocStringLen(const OLECHAR* text, unsigned length) {
     if (text != nullptr) {
         std::wmemcpy(memory + kPrefix, text, length);
     }
-    ++aliveStrings;
+    const std::lock_guard lock(mutex);
+    strings.insert(memory + kPrefix);
     return memory + kPrefix;
 }
 
 void SysFreeString(BSTR text) {
-    if (text != nullptr) {
+    if (text == nullptr) {
+        return;
+    }
+    if (Forget(text)) {
         delete[](text - kPrefix);
-        --aliveStrings;
+    } else {
+        ++misuses;
     }
 }
 
 unsigned SysStringLen(BSTR text) {
-    return text == nullptr
-               ? 0
-               : static_cast<unsigned>(static_cast<std::size_t>(text[-1]) / sizeof(OLECHAR));
+    if (text == nullptr || !IsString(text)) {
+        misuses += text != nullptr ? 1 : 0;
+        return 0;
+    }
+    return static_cast<unsigned>(static_cast<std::size_t>(text[-1]) / sizeof(OLECHAR));
 }
 
 void VariantInit(VARIANT* value) {

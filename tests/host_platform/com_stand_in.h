@@ -27,4 +27,8 @@ int Initialisations();
 /// Texts of SysAllocString() and the like that were not freed, those in values included.
 int AliveStrings();
 
+/// Calls that the real COM does not survive: of an object or of COM while nobody has initialised
+/// it, with a text that is not one of COM's, its end once too often or while an object is held.
+int Misuses();
+
 } // namespace host::com

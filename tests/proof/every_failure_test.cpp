@@ -209,6 +209,9 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
         if (host::com::AliveStrings() != 0 || host::com::Initialisations() != 0) {
             return "a text of COM's is held, or COM itself";
         }
+        if (host::com::Misuses() != 0) {
+            return "COM is used where it is not, or with what is not its";
+        }
         return host::RaisedTimerPeriods() == 0 ? "" : "the timer resolution stays raised";
     }
 

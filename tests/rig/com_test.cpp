@@ -28,6 +28,35 @@ TEST_F(ComStandIn, InitialisationsAreCounted) {
     EXPECT_EQ(host::com::Initialisations(), -1) << "one too many";
 }
 
+/// What the real one would not survive.
+TEST_F(ComStandIn, EachUseWithoutComIsCounted) {
+    CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+    const auto locator = MakeLocator();
+    EXPECT_EQ(host::com::Misuses(), 0);
+    CoUninitialize();
+    EXPECT_EQ(host::com::Misuses(), 1) << "an object is held";
+    Connect(*locator.object, L"root\\cimv2");
+    EXPECT_EQ(host::com::Misuses(), 2) << "and called";
+    MakeLocator();
+    EXPECT_EQ(host::com::Misuses(), 3);
+    SetBlanket(nullptr);
+    EXPECT_EQ(host::com::Misuses(), 4);
+    CoUninitialize();
+    EXPECT_EQ(host::com::Misuses(), 5) << "once too often";
+}
+
+TEST_F(ComStandIn, AForeignTextIsCounted) {
+    wchar_t noText[] = L"WQL";
+    EXPECT_EQ(SysStringLen(noText), 0U);
+    SysFreeString(noText);
+    EXPECT_EQ(host::com::Misuses(), 2);
+    BSTR text = SysAllocString(L"WQL");
+    SysFreeString(text);
+    EXPECT_EQ(host::com::Misuses(), 2);
+    SysFreeString(text);
+    EXPECT_EQ(host::com::Misuses(), 3) << "it is gone already";
+}
+
 TEST_F(ComStandIn, AScriptedFailureInitialisesNothing) {
     host::com::script.initialize = E_OUTOFMEMORY;
     EXPECT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), E_OUTOFMEMORY);

@@ -33,6 +33,36 @@ TEST_F(DeviceList, ShowsAnFt232rOnce) {
     EXPECT_EQ(nodes[0].ID, 0x04036001U);
 }
 
+TEST_F(DeviceList, ShowsTheRelativesOfAnFt2232h) {
+    Load("[[usb]]\nchip = 'FT2232D'\nserial = 'D'\n[[usb]]\nchip = 'FT4232H'\nserial = 'Q'\n"
+         "[[usb]]\nchip = 'FT232H'\nserial = 'S'\n");
+    const struct {
+        const char* serial;
+        const char* description;
+        std::uint32_t type;
+        std::uint32_t id;
+        std::uint32_t flags;
+        bool hasMpsse;
+    } expected[] = {{"DA", "Dual RS232 A", 4, 0x0403'6010, 0, true},
+                    {"DB", "Dual RS232 B", 4, 0x0403'6010, 0, false},
+                    {"QA", "Quad RS232-HS A", 7, 0x0403'6011, 2, true},
+                    {"QB", "Quad RS232-HS B", 7, 0x0403'6011, 2, true},
+                    {"QC", "Quad RS232-HS C", 7, 0x0403'6011, 2, false},
+                    {"QD", "Quad RS232-HS D", 7, 0x0403'6011, 2, false},
+                    {"S", "Single RS232-HS", 8, 0x0403'6014, 2, true}};
+    const auto nodes = Devices();
+    ASSERT_EQ(nodes.size(), std::size(expected));
+    for (std::size_t i = 0; i < nodes.size(); ++i) {
+        EXPECT_STREQ(nodes[i].SerialNumber, expected[i].serial);
+        EXPECT_STREQ(nodes[i].Description, expected[i].description);
+        EXPECT_EQ(nodes[i].Type, expected[i].type) << expected[i].serial;
+        EXPECT_EQ(nodes[i].ID, expected[i].id) << expected[i].serial;
+        EXPECT_EQ(nodes[i].Flags, expected[i].flags) << expected[i].serial;
+        const FT_STATUS status = FT_SetBitMode(Open(static_cast<int>(i)), 0, FT_BITMODE_MPSSE);
+        EXPECT_EQ(status == FT_OK, expected[i].hasMpsse) << expected[i].serial;
+    }
+}
+
 TEST_F(DeviceList, TellsWhichDevicesAreOpen) {
     FT_HANDLE handle = Open(1);
     auto nodes = Devices();

@@ -72,6 +72,7 @@ OnTheRig::~OnTheRig() {
     EXPECT_EQ(rig_wbem_interfaces(), 0) << "an interface was not released";
     EXPECT_EQ(host::com::AliveStrings(), 0) << "a text was not freed";
     EXPECT_EQ(host::com::Initialisations(), 0) << "COM was left initialised";
+    EXPECT_EQ(host::com::Misuses(), 0) << "COM was used where it is not, or with what is not its";
     ResetProcessState();
 }
 

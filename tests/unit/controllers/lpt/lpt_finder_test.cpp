@@ -120,6 +120,19 @@ TEST_F(LptFinderTest, ATextForWhichThereIsNoMemoryFailsItsStep) {
     }
 }
 
+/// No call into nowhere may follow.
+TEST_F(LptFinderTest, ACountWithoutAnObjectIsNoObject) {
+    Load("parallel_port = []\n[lpt]\n");
+    FailCount("IEnumWbemClassObject::Next", 1, 1);
+    EXPECT_EQ(Find(), 0);
+    EXPECT_THAT(TakeLog(), ElementsAre("[LPT]: pEnumerator->Next() failed. hr = 0x0"));
+
+    Load("[[parallel_port]]\n");
+    FailCount("IEnumWbemClassObject::Next", 2, 1);
+    EXPECT_EQ(Find(), 0);
+    EXPECT_THAT(TakeLog(), IsEmpty());
+}
+
 TEST_F(LptFinderTest, APropertyThatIsNoTextIsATypeMismatch) {
     for (const std::string type : {"null-string", "null", "number"}) {
         Load(Port("start = '888'", "device_id_type = '" + type + "'\n"));
