@@ -198,8 +198,34 @@ TEST_P(EverySequenceOfAKindTest, IsAsTheModelSaysOnAFreshController) {
             }
         }
     }
+    EXPECT_EQ(all, 1'734u);
     std::cout << GetParam().name << ": " << good << " of " << all
               << " pairs on a fresh controller\n";
+}
+
+/// Powers and dark are what the last process left, where configuring does not switch them.
+TEST_P(EverySequenceOfAKindTest, IsAsTheModelSaysInANewProcess) {
+    std::size_t all = 0;
+    std::size_t good = 0;
+    for (const CameraStart& camera : kCameras) {
+        for (const Operation& first : kOperations) {
+            for (const Operation& second : kOperations) {
+                StartLibrary(GetParam().scenario + camera.Scenario());
+                HostModel model(GetParam().behaviour, camera);
+                model.Select();
+                std::string difference = Difference({&first}, CallExport, model);
+                RestartLibrary();
+                model.Restart();
+                difference += Difference({&second}, CallExport, model);
+                EXPECT_EQ(difference, "") << first.name << "; a new process; " << second.name
+                                          << ", camera " << camera.name;
+                ++all;
+                good += difference.empty() ? 1 : 0;
+            }
+        }
+    }
+    EXPECT_EQ(all, 1'083u);
+    std::cout << GetParam().name << ": " << good << " of " << all << " pairs of processes\n";
 }
 
 INSTANTIATE_TEST_SUITE_P(On, EverySequenceOfAKindTest, testing::ValuesIn(Kinds()), TestName);

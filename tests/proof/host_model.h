@@ -39,6 +39,9 @@ class HostModel {
     /// What the first call of a process does before all else: the hardware is looked for.
     void Select() { IsAvailable(); }
 
+    /// The next process, whose hardware is as the last one left it.
+    void Restart() { Run(Op::RecheckStatus); }
+
     /// A call, with or without a place for its answer.
     Outcome Run(Op op, bool hasPlace = true);
 

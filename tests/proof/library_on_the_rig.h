@@ -14,10 +14,16 @@ class LibraryOnTheRig : public test::OnTheRig {
 
     /// The library as its first call finds it: one pass over the candidates.
     static void StartLibrary(const std::string& scenario) {
+        SLV::Internal::GetLibraryState().controller.reset();
+        Load(scenario);
+        RestartLibrary();
+    }
+
+    /// The same in a new process, on hardware that the last one has let go of.
+    static void RestartLibrary() {
         SLV::Internal::LibraryState& state = SLV::Internal::GetLibraryState();
         state.controller.reset();
         test::ResetProcessState();
-        Load(scenario);
         SelectController(state);
     }
 };
