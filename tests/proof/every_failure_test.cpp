@@ -189,7 +189,8 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
         if (isFinal && controller->CheckAvailable() != afterwards) {
             return "availability changed";
         }
-        return Recovery(one);
+        const std::string complaint = AccessoriesComplaint(one, status);
+        return complaint.empty() ? Recovery(one) : complaint;
     }
 
     static std::string StatusComplaint(const Case& one, short status, short answer) {
@@ -269,6 +270,22 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
             return true;
         }
         return false;
+    }
+
+    /// A switch that failed, and did nothing, is not taken for what the line is.
+    std::string AccessoriesComplaint(const Case& one, short status) {
+        const bool isSwitch = one.operation.op == Op::EnableAccessoriesPower ||
+                              one.operation.op == Op::DisableAccessoriesPower;
+        const bool didNothing = one.strike.times == 1 &&
+                                (one.strike.way->kind & RIG_FAULT_COUNT) == 0 &&
+                                one.strike.function != "Inp32";
+        short on = kUntouched;
+        return status == SOLVANE_E_WRITE && isSwitch && didNothing &&
+                       one.state == State::Configured &&
+                       controller->CheckAccessoriesPower(&on) == 0 &&
+                       on != rig_level(RIG_ACCESSORIES_POWER)
+                   ? "the accessories are " + std::to_string(on)
+                   : "";
     }
 
     /// The hardware is whole again: who serves when?

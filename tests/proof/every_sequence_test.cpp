@@ -156,7 +156,7 @@ class EverySequenceOfAKindTest : public EverySequenceTest,
     std::string FreshDifference(const CameraStart& camera, bool isAbsent, const Operation& first,
                                 const Operation& second) {
         ResetProcessState();
-        Load((isAbsent ? "" : GetParam().scenario) + camera.Scenario());
+        Load((isAbsent ? GetParam().lookAlike : GetParam().scenario) + camera.Scenario());
         const SLV::Internal::ControllerPtr controller = GetParam().make(logger);
         const Behaviour& behaviour = GetParam().behaviour;
         HostModel model(isAbsent ? behaviour.Absent() : behaviour, camera);
@@ -232,6 +232,13 @@ INSTANTIATE_TEST_SUITE_P(On, EverySequenceOfAKindTest, testing::ValuesIn(Kinds()
 
 TEST_F(EverySequenceTest, WithoutHardwareIsAsTheModelSays) {
     RunAll("no hardware", "", Behaviour().Absent(), kCameras[0]);
+}
+
+TEST_F(EverySequenceTest, WithWhatLooksAlikeIsAsWithoutHardware) {
+    RunAll("look-alikes",
+           "[superio]\nid = 0xC552\n[eapi]\ngpios = 7\n[lpt]\npresence_wire = false\n"
+           "[[usb]]\nchip = \"FT2232D\"\n[[usb]]\nchip = \"FT232H\"\nserial = \"B\"\n",
+           Behaviour().Absent(), kCameras[0]);
 }
 
 } // namespace

@@ -58,6 +58,7 @@ Kind Ft2232h() {
     return {
         .name = "FT2232H",
         .scenario = test::kUsbCamera,
+        .lookAlike = "[[usb]]\nchip = \"FT2232D\"\nserial = \"SLV1\"\n",
         .make = MakeController<SLV::Internal::SolvaneUsb>,
         .functions = FunctionsOf({&rig::kFtd2xx}, risk),
         .dead = {{Fails(rig::usb::kInvalidHandle), FailedWrite},
@@ -88,6 +89,7 @@ Kind SuperIo() {
     return {
         .name = "Super I/O",
         .scenario = test::kSuperIoCamera,
+        .lookAlike = "[superio]\nid = 0xC453\n",
         .make = MakeController<SLV::Internal::SolvaneKontron>,
         .functions = FunctionsOf({&rig::kInpout}, risk),
         .dead = {{Silent(), UnseenWrite}, {Fails(0xFFFF), FailedWrite}},
@@ -113,6 +115,7 @@ Kind Eapi() {
     return {
         .name = "Embedded API",
         .scenario = test::kEapiCamera,
+        .lookAlike = "[eapi]\ngpios = 7\n",
         .make = MakeController<SLV::Internal::SolvaneEApi>,
         .functions = FunctionsOf({&rig::kEapi}, risk),
         .dead = {{Fails(rig::eapi::kNotInitialised), FailedWrite}, {Silent(), UnseenWrite}},
@@ -139,6 +142,7 @@ Kind Lpt() {
     return {
         .name = "Parallel port",
         .scenario = test::kLptCamera,
+        .lookAlike = "[lpt]\npresence_wire = false\n",
         .make = MakeController<SLV::Internal::SolvaneLpt>,
         .functions = FunctionsOf({&rig::kWmi, &rig::kInpout}, risk),
         .dead = {{Silent(), WrongByte}},

@@ -75,6 +75,7 @@ struct Mishap {
 struct Kind {
     const char* name;
     const char* scenario;
+    const char* lookAlike; ///< hardware that is nearly of this kind, and so none
     SLV::Internal::ControllerFactory make;
     std::vector<VendorFunction> functions;
     std::vector<Way> dead; ///< in which every call fails once the hardware or its driver is dead
