@@ -29,9 +29,9 @@ constexpr Way Counts(std::uint32_t count) {
     return {RIG_FAULT_COUNT, 0, count};
 }
 
-/// The work was done all the same.
-constexpr Way DoneButFails(std::uint32_t status) {
-    return {RIG_FAULT_STATUS | RIG_FAULT_COUNT, status, kEverything};
+/// The work was done all the same, or so much of it.
+constexpr Way DoneButFails(std::uint32_t status, std::uint32_t count = kEverything) {
+    return {RIG_FAULT_STATUS | RIG_FAULT_COUNT, status, count};
 }
 
 } // namespace rig
