@@ -87,6 +87,8 @@ extern "C" HRESULT solvane_wbem_get_class_object(REFCLSID, REFIID, void**) {
     return CLASS_E_CLASSNOTAVAILABLE;
 }
 
+extern "C" int rig_wbem_interfaces() { return 0; }
+
 std::uint32_t INPOUT_CALL IsInpOutDriverOpen() {
     ++calls;
     return 1;
