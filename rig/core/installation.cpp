@@ -1,6 +1,7 @@
 #include "installation.h"
 
 #include <string>
+#include <utility>
 
 namespace rig {
 
@@ -45,11 +46,48 @@ void Installation::Rest(rig_line line, bool level) {
     Update(line);
 }
 
+void Installation::Connect(const Short& wires) {
+    if (wires.one.line != wires.other.line) {
+        shorts.push_back(wires);
+        Update(wires.one.line);
+    }
+}
+
+/// What somebody gives a line, or its pull.
+bool Installation::Given(rig_line line) const {
+    const Line& it = lines[line];
+    return it.drivers.empty() ? it.rest : it.drivers.back().level;
+}
+
+/// The same, unless a line that touches it is low.
+bool Installation::Effective(rig_line line) const {
+    bool level = Given(line);
+    for (const Short& wires : shorts) {
+        for (const auto& [own, other] :
+             {std::pair{wires.one, wires.other}, std::pair{wires.other, wires.one}}) {
+            if (own.line == line && Given(other.line) != other.activeLevel) {
+                level = !own.activeLevel;
+            }
+        }
+    }
+    return level;
+}
+
 void Installation::Update(rig_line line) {
-    Line& it = lines[line];
-    const bool level = it.drivers.empty() ? it.rest : it.drivers.back().level;
-    if (level != it.level) {
-        it.level = level;
+    SetLevel(line, Effective(line));
+    for (std::size_t i = 0; i < shorts.size(); ++i) { // the camera may answer with another edge
+        const rig_line one = shorts[i].one.line;
+        const rig_line other = shorts[i].other.line;
+        if (one == line || other == line) {
+            const rig_line touched = one == line ? other : one;
+            SetLevel(touched, Effective(touched));
+        }
+    }
+}
+
+void Installation::SetLevel(rig_line line, bool level) {
+    if (level != lines[line].level) {
+        lines[line].level = level;
         trace.Edge(line, level);
         React(line);
     }

@@ -3,8 +3,10 @@
 
 #include <array>
 #include <cstdint>
+#include <span>
 #include <vector>
 
+#include "cable.h"
 #include "timeline.h"
 #include "trace.h"
 
@@ -27,6 +29,7 @@ struct CameraSetup {
     std::uint64_t readyAfterPower = 500 * kNanosecondsPerMillisecond;
     /// What the lines to the camera are while no chip drives them; a camera is powered by default.
     Levels pulls = {false, false, false, false, false, true, true};
+    std::vector<WireFault> wiring; ///< what is wrong with the wires to the chips
 };
 
 /// Levels are logical: true means active, whatever polarity a chip's pin has.
@@ -36,6 +39,11 @@ class Installation {
 
     bool Level(rig_line line) const { return lines[line].level; }
     Levels AllLevels() const;
+
+    std::span<const WireFault> WireFaults() const { return setup.wiring; }
+
+    /// From now on the low one wins of the levels of two lines, whoever gives them.
+    void Connect(const Short& wires);
 
     /// Gives a line a level of a driver's, until the driver lets go of it. Of several drivers the
     /// one that drove last has the line.
@@ -64,7 +72,10 @@ class Installation {
     };
 
     void Rest(rig_line line, bool level);
+    bool Given(rig_line line) const;
+    bool Effective(rig_line line) const;
     void Update(rig_line line);
+    void SetLevel(rig_line line, bool level);
     void React(rig_line line);
     void SwitchPower(bool on);
     void Capture();
@@ -75,6 +86,7 @@ class Installation {
     Timeline& timeline;
     Trace& trace;
     std::array<Line, RIG_LINE_COUNT> lines{};
+    std::vector<Short> shorts;
     Activity activity;
     Timeline::Ticket pending; ///< the end of Starting or Exposing
     std::uint32_t captures = 0;

@@ -14,7 +14,7 @@ void PinGroup::Set(std::uint32_t value, std::uint32_t outputs) {
     const std::uint32_t before = driven;
     latch = value;
     driven = outputs;
-    for (const Wire& wire : wiring) {
+    for (const Wire& wire : laid.wires) {
         if (!wire.isDrivenByChip) {
             continue;
         }
@@ -31,8 +31,8 @@ std::uint32_t PinGroup::Read() const {
 }
 
 std::uint32_t PinGroup::LineLevels() const {
-    std::uint32_t levels = open;
-    for (const Wire& wire : wiring) {
+    std::uint32_t levels = laid.open;
+    for (const Wire& wire : laid.wires) {
         const std::uint32_t mask = std::uint32_t{1} << wire.bit;
         const bool isHigh = installation.Level(wire.line) == wire.activeLevel;
         levels = isHigh ? levels | mask : levels & ~mask;

@@ -3,24 +3,26 @@
 
 #include <cstdint>
 #include <span>
+#include <vector>
 
+#include "cable.h"
 #include "installation.h"
 
 namespace rig {
 
-struct Wire {
-    std::uint8_t bit;
-    rig_line line;
-    bool activeLevel;    ///< the pin's level while the line is active
-    bool isDrivenByChip; ///< else the chip can only read it
-};
-
 class PinGroup {
   public:
-    /// Pins without a wire have the level of their bit in `openLevels`. `wires` must outlive the
-    /// group.
+    /// Pins without a wire have the level of their bit in `openLevels`.
     PinGroup(Installation& camera, std::span<const Wire> wires, std::uint32_t openLevels)
-        : installation(camera), wiring(wires), open(openLevels) {}
+        : PinGroup(camera, wires, openLevels, {&wires, 1}) {}
+    /// A group of a chip that has several.
+    PinGroup(Installation& camera, std::span<const Wire> wires, std::uint32_t openLevels,
+             std::span<const std::span<const Wire>> chip)
+        : installation(camera), laid(LayWires(wires, openLevels, chip, camera.WireFaults())) {
+        for (const Short& wiresThatTouch : laid.shorts) {
+            camera.Connect(wiresThatTouch);
+        }
+    }
     PinGroup(const PinGroup&) = delete;
     PinGroup& operator=(const PinGroup&) = delete;
 
@@ -38,8 +40,7 @@ class PinGroup {
 
   private:
     Installation& installation;
-    std::span<const Wire> wiring;
-    const std::uint32_t open;
+    const LaidWires laid;
     std::uint32_t latch = 0;
     std::uint32_t driven = 0;
 };

@@ -46,6 +46,36 @@ void ReadPulls(TableReader table, Levels& pulls) {
     table.RefuseOtherKeys();
 }
 
+/// "broken", "inverted", "stuck at 0", "stuck at 1", "swapped with dark", "shorted to dark".
+void ReadWiring(TableReader table, CameraSetup& camera) {
+    const std::vector<std::string> names = WireNames();
+    std::vector<std::string> conditions{"broken", "stuck at 0", "stuck at 1", "inverted"};
+    for (const std::string& name : names) {
+        conditions.push_back("swapped with " + name);
+        conditions.push_back("shorted to " + name);
+    }
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        const auto choice = table.Choice(names[i], {conditions.begin(), conditions.end()});
+        if (!choice) {
+            continue;
+        }
+        constexpr std::size_t kConditionsOfOne = 4;
+        WireFault fault{names[i], static_cast<WireFault::Kind>(*choice), ""};
+        if (*choice >= kConditionsOfOne) {
+            const std::size_t pair = *choice - kConditionsOfOne;
+            fault.kind = pair % 2 == 0 ? WireFault::Kind::SwappedWith : WireFault::Kind::ShortedTo;
+            fault.other = names[pair / 2];
+            if (fault.other == fault.wire) {
+                table.Fail(names[i], "'" + names[i] + "' needs another wire");
+            }
+        } else if (i < RIG_LINE_COUNT && (*choice == 1 || *choice == 2)) {
+            camera.pulls[i] = fault.kind == WireFault::Kind::StuckAt1;
+        }
+        camera.wiring.push_back(fault);
+    }
+    table.RefuseOtherKeys();
+}
+
 UsbChipSetup ReadUsbChip(TableReader& table, std::size_t index) {
     using Type = UsbChipSetup::Type;
     UsbChipSetup chip;
@@ -221,6 +251,7 @@ Scenario ParseScenario(std::string_view text, const Knows& knows) {
     Scenario scenario;
     scenario.camera = ReadCamera(root.Table("camera"));
     ReadPulls(root.Table("pulls"), scenario.camera.pulls);
+    ReadWiring(root.Table("wiring"), scenario.camera);
     scenario.usb = ReadUsb(root.Tables("usb"));
     if (root.Has("eapi")) {
         scenario.eapi = ReadEapi(root.Table("eapi"));

@@ -8,7 +8,7 @@ namespace rig::usb {
 
 struct Pins {
     Pins(Installation& camera, const Wiring& wiring)
-        : low(camera, wiring.low, kPulledUp), high(camera, wiring.high, kPulledUp) {}
+        : Pins(camera, std::array{wiring.low, wiring.high}) {}
 
     void Release() {
         low.Release();
@@ -19,6 +19,9 @@ struct Pins {
     PinGroup high; ///< xCBUS
 
   private:
+    Pins(Installation& camera, const std::array<std::span<const Wire>, 2>& groups)
+        : low(camera, groups[0], kPulledUp, groups), high(camera, groups[1], kPulledUp, groups) {}
+
     static constexpr std::uint32_t kPulledUp = 0xff;
 };
 

@@ -9,11 +9,13 @@ enum Offset : std::uint16_t { kData, kStatus, kControl, kRegisters };
 /// The port drives all of its data and control lines, and from the start on.
 constexpr std::uint32_t kAllOutputs = 0xFF;
 
+constexpr std::array<std::span<const Wire>, 3> kGroups{kDataWires, kStatusWires, kControlWires};
+
 } // namespace
 
 ParallelPort::ParallelPort(const LptSetup& start, Installation& camera)
-    : setup(start), data(camera, kDataWires, 0), status(camera, kStatusWires, 0),
-      control(camera, kControlWires, 0) {
+    : setup(start), data(camera, kDataWires, 0, kGroups), status(camera, kStatusWires, 0, kGroups),
+      control(camera, kControlWires, 0, kGroups) {
     data.Set(data.LineLevels(), kAllOutputs);
     control.Set(control.LineLevels(), kAllOutputs);
 }

@@ -134,5 +134,90 @@ TEST_F(Wiring, IsOnTheFirstFt2232hUnlessAnotherIsChosen) {
     EXPECT_TRUE(drivesTheCamera(3));
 }
 
+/// A chip whose camera has a faulty cable, its pins at rest.
+FT_HANDLE OpenWired(const std::string& fault) {
+    EXPECT_EQ(rig_load((kOneChip + "[wiring]\n" + fault).c_str()), 0) << rig_error();
+    FT_HANDLE pins = OpenPins();
+    Drive(pins, kRest);
+    return pins;
+}
+
+constexpr std::uint8_t kReady = 0x10;
+constexpr std::uint8_t kNoFlag = 0x20;
+constexpr std::uint8_t kDarkBack = 0x80;
+
+TEST_F(Wiring, BrokenWireCarriesNothing) {
+    FT_HANDLE pins = OpenWired("trigger = 'broken'\nready = 'broken'\ndark_back = 'broken'");
+    Drive(pins, kRest | kTrigger | kDark);
+    EXPECT_EQ(rig_level(RIG_TRIGGER), 0);
+    EXPECT_EQ(rig_captures(), 0u);
+    EXPECT_EQ(HighByte(pins) & kTrigger, kTrigger) << "the pin itself has its level";
+    rig_force(RIG_READY, 0);
+    EXPECT_EQ(HighByte(pins) & kReady, kReady) << "an open input is pulled up";
+    EXPECT_EQ(rig_level(RIG_DARK), 1);
+    Drive(pins, kRest);
+    EXPECT_EQ(LowByte(pins) & kDarkBack, kDarkBack);
+}
+
+TEST_F(Wiring, StuckWireKeepsItsLevel) {
+    FT_HANDLE pins = OpenWired("camera_power = 'stuck at 0'\nmep = 'stuck at 1'");
+    EXPECT_EQ(rig_level(RIG_CAMERA_POWER), 0);
+    EXPECT_EQ(rig_level(RIG_READY), 0) << "a camera without power";
+    EXPECT_EQ(HighByte(pins) & kNoFlag, 0);
+    pins = OpenWired("dark = 'stuck at 1'\nready = 'stuck at 0'");
+    EXPECT_EQ(rig_level(RIG_DARK), 1);
+    EXPECT_EQ(rig_level(RIG_READY), 1);
+    EXPECT_EQ(HighByte(pins) & kReady, 0);
+}
+
+TEST_F(Wiring, InvertedWireHasTheOppositeLevel) {
+    FT_HANDLE pins = OpenWired("dark = 'inverted'\nready = 'inverted'");
+    EXPECT_EQ(rig_level(RIG_DARK), 1);
+    EXPECT_EQ(HighByte(pins) & kReady, 0);
+    Drive(pins, kRest | kDark);
+    EXPECT_EQ(rig_level(RIG_DARK), 0);
+}
+
+TEST_F(Wiring, SwappedWiresCarryEachOthersSignals) {
+    FT_HANDLE pins = OpenWired("dark = 'swapped with trigger'\nready = 'swapped with mep'");
+    Drive(pins, kRest | kDark);
+    EXPECT_EQ(rig_captures(), 1u);
+    EXPECT_EQ(HighByte(pins) & (kReady | kNoFlag), kReady) << "busy reads as a flag";
+    Drive(pins, kRest | kTrigger);
+    EXPECT_EQ(rig_level(RIG_DARK), 1);
+    EXPECT_EQ(rig_level(RIG_TRIGGER), 0);
+}
+
+TEST_F(Wiring, OfShortedWiresTheLowLevelWins) {
+    FT_HANDLE pins = OpenWired("trigger = 'shorted to dark'\nready = 'shorted to mep'");
+    Drive(pins, kRest | kDark);
+    EXPECT_EQ(rig_level(RIG_DARK), 0);
+    Drive(pins, kRest | kDark | kTrigger);
+    EXPECT_EQ(rig_level(RIG_DARK), 1);
+    EXPECT_EQ(rig_captures(), 1u);
+    EXPECT_EQ(HighByte(pins) & (kReady | kNoFlag), 0);
+}
+
+TEST_F(Wiring, ShortJoinsWhatTheCameraGivesWithWhatTheChipDrives) {
+    FT_HANDLE pins = OpenWired("ready = 'shorted to trigger'");
+    EXPECT_EQ(HighByte(pins) & kReady, 0) << "the trigger is low";
+    Drive(pins, kRest | kTrigger);
+    EXPECT_EQ(rig_captures(), 1u);
+    EXPECT_EQ(rig_level(RIG_TRIGGER), 0)
+        << "a camera at work holds ready low, and the trigger with it";
+
+    pins = OpenWired("mep = 'shorted to clear_mep'");
+    Drive(pins, kRest | kTrigger);
+    Drive(pins, kRest);
+    Advance(30);
+    EXPECT_EQ(rig_captures(), 1u);
+    EXPECT_EQ(HighByte(pins) & kNoFlag, kNoFlag) << "a flag clears itself";
+}
+
+TEST_F(Wiring, FaultOfAWireThatAKindHasNotIsNone) {
+    Load("[lpt]\n[wiring]\ndark = 'swapped with dark_back'");
+    EXPECT_EQ(rig_level(RIG_DARK), 0);
+}
+
 } // namespace
 } // namespace test
