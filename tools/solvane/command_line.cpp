@@ -33,6 +33,7 @@ What may surprise:
     This program finds out from the log, and says "could not be read".
   - trigger says "triggered" when the pulse was given. Whether a picture was taken, the MEP flag
     tells afterwards.
+  - check and hold put dark and the powers back as they found them, at Ctrl-C too.
   - timer needs the kernel driver and none of the hardware of the other commands. The driver
     performs a trigger of its own at each event. The unit of --parameter is the driver's
     (microseconds in the rig's driver). The run ends at the driver's next event.
@@ -45,12 +46,13 @@ What may surprise:
 
 constexpr const char* kFooter =
     R"(Exit codes: 0 done, 1 the library answered with a status other than 0, or a line could not
-be read, or doctor found something wrong, 2 wrong usage, 3 the library cannot be loaded, 4 the
+be read, or doctor found something wrong, or check failed, 2 wrong usage, 3 the library cannot be loaded, 4 the
 answer could not be written (the disk is full, the output is closed, nobody reads the pipe),
 130 the program was told to stop. "no" and "off" are answers like any other and end with 0.
 
 With --json each command prints one object in one line on standard output (trigger: one a trigger;
-timer: one an event; watch: one a change, and into a pipe one every 5 s at least):
+timer: one an event; watch: one a change, and into a pipe one every 5 s at least; check: one a step,
+and one with the verdict):
   every command      command; status (0: done); meaning (text, unless status is 0); advice (text,
                      what to do, where that is known); or in place of these: error (text: wrong
                      usage, where command may be null, or the library cannot be loaded)
@@ -63,6 +65,13 @@ timer: one an event; watch: one a change, and into a pipe one every 5 s at least
   doctor             rig (text, or null: the hardware is real); controller (kind or null); kinds
                      (list of kind, asked, status, tried, found, advice: status is null when it was
                      not asked, tried when it is not known, advice when nothing is to be done)
+                     and timer_driver (state, advice)
+  check              step, title, done, expected; outcome (ok, FAIL, not tested, note); seen (list);
+                     advice (text or null); duration_ms; facts (what stays while the installation
+                     does); times. The last one: verdict (PASS, FAIL, INCOMPLETE PASS, INCOMPLETE
+                     FAIL); cause, says, likely, tell_apart (text or null); not_seen (list); rig,
+                     system, machine, user, time, anonymous; changed (list, with --baseline)
+  hold               on (true or false: as read back while it was held)
   watch              since_start_ms; ready, dark, camera_power, accessories_power (true, false, or
                      null when it could not be read); changed (list of their keys)
   dark, camera-power, accessories-power
@@ -134,6 +143,37 @@ void AddWatchArguments(CLI::App& app, Request& request) {
         ->check(CLI::Range(1U, kMost).description(""));
 }
 
+void AddCheckArguments(CLI::App& app, Request& request) {
+    app.add_flag("--yes", request.yes, "Do not ask before something is done to the lines");
+    app.add_flag("--power", request.power,
+                 "With --yes: switch camera power and accessories power, too");
+    app.add_option("--captures", request.captures, "How many pictures after the first one")
+        ->type_name("N")
+        ->capture_default_str()
+        ->check(CLI::Range(1U, kMost).description(""));
+    app.add_option("--timer", request.checkTimer,
+                   "Run a timer of the driver with this parameter; its events trigger the camera")
+        ->type_name("PARAMETER");
+    app.add_option("--report", request.report, "Write everything into one page, to be kept or sent")
+        ->type_name("FILE.html");
+    app.add_flag("--anonymous", request.anonymous,
+                 "Leave out the user, the machine, and serial numbers but for their last letter");
+    app.add_option("--baseline", request.baseline,
+                   "What --json printed when the installation was accepted: tell what has changed")
+        ->type_name("OLD.json");
+}
+
+void AddHoldArguments(CLI::App& app, Request& request) {
+    app.add_option("line", request.line, "The trigger and clear-MEP can only be given a pulse")
+        ->required()
+        ->type_name("dark|camera-power|accessories-power")
+        ->check(CLI::IsMember({"dark", "camera-power", "accessories-power"}).description(""));
+    app.add_option("--for", request.holdSeconds, "So many seconds, or until Ctrl-C")
+        ->required()
+        ->type_name("SECONDS")
+        ->check(CLI::Range(1U, kMost / 1000).description(""));
+}
+
 void AddArguments(CLI::App& app, const Command& command, Request& request) {
     if (command.arguments == CommandArguments::onOffState) {
         app.add_option("setting", request.setting, "Switch it, or ask for its state")
@@ -146,6 +186,10 @@ void AddArguments(CLI::App& app, const Command& command, Request& request) {
         AddTimerArguments(app, request);
     } else if (command.arguments == CommandArguments::watch) {
         AddWatchArguments(app, request);
+    } else if (command.arguments == CommandArguments::check) {
+        AddCheckArguments(app, request);
+    } else if (command.arguments == CommandArguments::hold) {
+        AddHoldArguments(app, request);
     }
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <variant>
 #include <vector>
@@ -23,6 +24,17 @@ struct Request {
     bool once = false;
     unsigned watchMilliseconds = 100;
     unsigned watchSeconds = 0; ///< 0: until Ctrl-C
+
+    bool yes = false;
+    bool power = false;
+    unsigned captures = 5;
+    std::optional<std::uint32_t> checkTimer;
+    std::string report;   ///< a file to be written; empty: none
+    std::string baseline; ///< a file of an earlier check; empty: none
+    bool anonymous = false;
+
+    std::string line; ///< to be held
+    unsigned holdSeconds = 0;
 
     std::uint32_t timerParameter = 0;
     std::uint64_t timerContext = 0;

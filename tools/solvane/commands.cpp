@@ -137,6 +137,9 @@ constexpr const char* kAtMep =
     "Clear-MEP may not be at rest: any next command sets it to rest, but for the Embedded API.";
 constexpr const char* kAtWake = "Dark may be inverted: solvane dark tells and switches it.";
 constexpr const char* kAtSwitch = "The line may have been switched or not: ask for its state.";
+constexpr const char* kAtCheck =
+    "Dark may be on, or a power off: solvane dark, solvane camera-power and solvane "
+    "accessories-power tell and switch them. The trigger may be high until the next command.";
 constexpr const char* kAtReset = "The serial channel may have been reset or not.";
 constexpr const char* kAtTimer =
     "The driver ends its timer by itself, and may be giving a trigger at this moment.";
@@ -148,6 +151,10 @@ constexpr std::array kCommands{
             none, Probe, kAtConfiguration},
     Command{"doctor", "Tell why each kind of hardware was found or not, and what to do", none,
             Doctor, kAtConfiguration},
+    Command{"check",
+            "Prove the installation step by step, and name what is wrong; asks before it does "
+            "something to the lines",
+            check, CheckInstallation, kAtCheck},
     Command{"watch", "Show the lines and every change of them, until Ctrl-C", watch, Watch,
             kAtConfiguration},
     Command{"trigger", "Trigger captures; refused while the system is not ready", trigger, Trigger,
@@ -156,6 +163,8 @@ constexpr std::array kCommands{
     Command{"dark", "Force the picture black, or ask", onOffState, Dark, kAtSwitch},
     Command{"camera-power", "Switch camera power, or ask", onOffState, CameraPower, kAtSwitch},
     Command{"accessories-power", "Switch accessories power, or ask", onOffState, AccessoriesPower,
+            kAtSwitch},
+    Command{"hold", "Hold dark on, or a power off, for a meter; then put the line back", hold, Hold,
             kAtSwitch},
     Command{"ready", "Ask whether the system is ready for a trigger", none, Ready,
             kAtConfiguration},

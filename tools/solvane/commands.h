@@ -20,7 +20,7 @@ struct Session {
     Progress& progress;
 };
 
-enum class CommandArguments { none, onOffState, trigger, timer, watch };
+enum class CommandArguments { none, onOffState, trigger, timer, watch, check, hold };
 
 struct Command {
     const char* name;
@@ -37,7 +37,9 @@ const Command& FindCommand(const std::string& name);
 
 // The longer commands have files of their own; these are the pieces that all of them share.
 
+ExitCode CheckInstallation(const Session& session);
 ExitCode Doctor(const Session& session);
+ExitCode Hold(const Session& session);
 ExitCode Probe(const Session& session);
 ExitCode Trigger(const Session& session);
 ExitCode RunTimer(const Session& session);

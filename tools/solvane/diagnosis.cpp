@@ -43,7 +43,9 @@ bool ExplainedBy(std::span<const Symptom> symptoms, const Lines& lines, const Fa
                 symptom.words == kPortWithoutRange.words && facts.port && !facts.port->address;
             const Symptom& meant = hasNoRange ? kPortWithoutRange : symptom;
             diagnosis.found = Filled(meant.found, Detail(*line, meant.words));
-            diagnosis.advice = meant.advice;
+            diagnosis.advice = meant.advice == kOpenInpout
+                                   ? AdviceOnInpout(facts.inpout, facts.memoryIntegrity)
+                                   : std::string(meant.advice);
             return true;
         }
     }

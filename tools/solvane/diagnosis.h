@@ -9,6 +9,7 @@
 
 #include "first_port.h"
 #include "library_log.h"
+#include "machine.h"
 
 namespace host {
 
@@ -17,6 +18,8 @@ struct Facts {
     std::optional<std::string_view> serving; ///< the kind that serves
     std::string unreadLine;                  ///< which of its lines could not be read; empty: none
     std::optional<FirstPort> port;           ///< the parallel port, if Windows knows one
+    DriverState inpout = DriverState::unknown; ///< of the port-I/O driver
+    std::optional<bool> memoryIntegrity;
 };
 
 /// What became of one kind of hardware, in sentences.

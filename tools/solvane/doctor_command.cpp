@@ -42,6 +42,17 @@ void AddKind(Report& report, const Diagnosis& diagnosis, bool isConcern) {
     }
 }
 
+/// Timers have nothing to do with the kinds, so this is no illness: hosts may have no use for them.
+void AddTimerDriver(Report& report) {
+    const DriverState state = FindDriver(kTimerService);
+    const std::string advice = AdviceOnTimerDriver(state);
+    report.Add("timer_driver", {{"state", Describe(state)}, {"advice", TextOrNull(advice)}},
+               "timer driver", std::string("SolvaneDevice ") + Describe(state) + ".");
+    if (!advice.empty()) {
+        report.Remark("", advice);
+    }
+}
+
 } // namespace
 
 ExitCode Doctor(const Session& session) {
@@ -52,6 +63,8 @@ ExitCode Doctor(const Session& session) {
         facts.unreadLine = FindUnreadLine(session);
     }
     facts.port = FindFirstPort();
+    facts.inpout = FindDriver(kInpoutService);
+    facts.memoryIntegrity = FindMemoryIntegrity();
 
     Report report(session.request.command, status);
     AddRig(report);
@@ -66,6 +79,7 @@ ExitCode Doctor(const Session& session) {
         }
     }
     report.Add("kinds", list);
+    AddTimerDriver(report);
     session.progress.Restart();
     report.PrintValues(session.request.json);
     if (status != SOLVANE_OK && !session.request.json) {

@@ -1,6 +1,5 @@
 #include "first_port.h"
 
-#include <cstdio>
 #include <cwchar>
 #include <vector>
 
@@ -92,20 +91,6 @@ std::wstring Property(IWbemClassObject& object, const wchar_t* name) {
 }
 
 } // namespace
-
-std::string FirstPort::Description() const {
-    std::string text = name.empty() ? "a parallel port without a name" : name;
-    if (address) {
-        char at[16];
-        std::snprintf(at, sizeof at, " at 0x%x", static_cast<unsigned>(*address));
-        text += at;
-    } else {
-        text += ", without an I/O range";
-    }
-    return ports == 1 ? text
-                      : text + ", the first of " + std::to_string(ports) +
-                            " parallel ports; the others are never used";
-}
 
 std::optional<FirstPort> FindFirstPort() {
     const ComSession session;

@@ -4,30 +4,10 @@
 #include <filesystem>
 #include <stdexcept>
 
-#include <solvane/solvane.h>
-
+#include "functions.h"
 #include "module.h"
-#include "stop.h"
 
 namespace host {
-
-template <typename Function>
-class Operation;
-
-/// A function of the library that is not begun any more once the program was told to stop: it
-/// throws Stopped then.
-template <typename Result, typename... Arguments>
-class Operation<Result(SOLVANE_CALL*)(Arguments...)> {
-  public:
-    using Function = Result(SOLVANE_CALL*)(Arguments...);
-
-    Result operator()(Arguments... arguments) const {
-        EndIfStopped();
-        return function(arguments...);
-    }
-
-    Function function = nullptr;
-};
 
 /// Why the library cannot be used, as sentences for the user.
 class LoadFailure : public std::runtime_error {
@@ -35,38 +15,11 @@ class LoadFailure : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// Each member is the library's function of the same name.
-class Library {
+class Library : public Functions {
   public:
     /// Loads the library from a path, or with an empty path from beside this program. Throws
     /// LoadFailure.
     explicit Library(const std::filesystem::path& path);
-
-    decltype(&Solvane_SetLogger) SetLogger;
-    Operation<decltype(&Solvane_CheckAvailable)> CheckAvailable;
-    Operation<decltype(&Solvane_CheckPowerControlAvailable)> CheckPowerControlAvailable;
-    Operation<decltype(&Solvane_RecheckStatus)> RecheckStatus;
-    Operation<decltype(&Solvane_EnforceFTDI)> EnforceFTDI;
-    Operation<decltype(&Solvane_TriggerCapture)> TriggerCapture;
-    Operation<decltype(&Solvane_CheckSystemReady)> CheckSystemReady;
-    Operation<decltype(&Solvane_CheckAndResetMepFlag)> CheckAndResetMepFlag;
-    Operation<decltype(&Solvane_WakeCamera)> WakeCamera;
-    Operation<decltype(&Solvane_EnableForcedBlackUpdate)> EnableForcedBlackUpdate;
-    Operation<decltype(&Solvane_DisableForcedBlackUpdate)> DisableForcedBlackUpdate;
-    Operation<decltype(&Solvane_CheckForcedBlackUpdate)> CheckForcedBlackUpdate;
-    Operation<decltype(&Solvane_EnableCameraPower)> EnableCameraPower;
-    Operation<decltype(&Solvane_DisableCameraPower)> DisableCameraPower;
-    Operation<decltype(&Solvane_CheckCameraPower)> CheckCameraPower;
-    Operation<decltype(&Solvane_EnableAccessoriesPower)> EnableAccessoriesPower;
-    Operation<decltype(&Solvane_DisableAccessoriesPower)> DisableAccessoriesPower;
-    Operation<decltype(&Solvane_CheckAccessoriesPower)> CheckAccessoriesPower;
-    Operation<decltype(&Solvane_CloseDevice)> CloseDevice;
-    Operation<decltype(&Solvane_ResetComPort)> ResetComPort;
-    Operation<decltype(&Solvane_CreateTimer)> CreateTimer;
-    Operation<decltype(&Solvane_RunTimer)> RunTimer;
-    // What ends something is done all the same.
-    decltype(&Solvane_StopTimer) StopTimer;
-    decltype(&Solvane_DisposeTimer) DisposeTimer;
 
   private:
     Module module;

@@ -66,10 +66,19 @@ void SOLVANE_CALL LibraryLog::Receive(void* context, const char* line) noexcept 
         if (log.echo) {
             log.echo->Add(line);
         }
+        if (log.keepsLines) {
+            const std::lock_guard lock(log.keeping);
+            log.lines.emplace_back(line);
+        }
         log.Read(line);
     } catch (const std::bad_alloc&) {
         // The library is in the midst of an operation, which has to end well.
     }
+}
+
+std::vector<std::string> LibraryLog::Lines() const {
+    const std::lock_guard lock(keeping);
+    return lines;
 }
 
 std::optional<std::string_view> LibraryLog::Answered() const {

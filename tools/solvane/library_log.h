@@ -2,6 +2,7 @@
 /// hardware were tried, which one answered, and whether a line could be read at all.
 #pragma once
 
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -36,6 +37,12 @@ class LibraryLog {
     /// In the order in which they were tried, several times if the library looked several times.
     const std::vector<Candidate>& Candidates() const { return candidates; }
 
+    /// Has every line kept from now on.
+    void KeepLines() { keepsLines = true; }
+
+    /// What was logged since then.
+    std::vector<std::string> Lines() const;
+
     /// Forgets that a line could not be read. Before one is asked for.
     void ForgetLostRead() { lostRead.clear(); }
 
@@ -58,6 +65,9 @@ class LibraryLog {
     std::string_view announced = kUnknownKind; ///< of the candidate that comes next
     std::vector<Candidate> candidates;
     std::string lostRead;
+    bool keepsLines = false;
+    mutable std::mutex keeping; ///< timers log on threads of their own
+    std::vector<std::string> lines;
 };
 
 } // namespace host

@@ -12,7 +12,7 @@ Answer Ask(const AskLine& ask, LibraryLog& log) {
     return answer;
 }
 
-Answers AskAll(const Library& library, LibraryLog& log) {
+Answers AskAll(const Functions& library, LibraryLog& log) {
     Answers answers;
     for (std::size_t i = 0; i < kQuestions.size(); ++i) {
         answers[i] = Ask(library.*kQuestions[i].ask, log);

@@ -4,12 +4,12 @@
 #include <array>
 #include <optional>
 
-#include "library.h"
+#include "functions.h"
 #include "library_log.h"
 
 namespace host {
 
-using AskLine = decltype(Library::CheckSystemReady);
+using AskLine = decltype(Functions::CheckSystemReady);
 
 /// What became of a question.
 struct Answer {
@@ -29,24 +29,24 @@ Answer Ask(const AskLine& ask, LibraryLog& log);
 struct Question {
     const char* key;
     const char* label;
-    AskLine Library::*ask;
+    AskLine Functions::*ask;
     const char* yes;
     const char* no;
 };
 
 // The MEP flag is not among them: asking for it clears it.
 inline constexpr std::array kQuestions{
-    Question{"ready", "ready", &Library::CheckSystemReady, "yes", "no"},
-    Question{"dark", "dark", &Library::CheckForcedBlackUpdate, "on", "off"},
-    Question{"camera_power", "camera power", &Library::CheckCameraPower, "on", "off"},
-    Question{"accessories_power", "accessories power", &Library::CheckAccessoriesPower, "on",
+    Question{"ready", "ready", &Functions::CheckSystemReady, "yes", "no"},
+    Question{"dark", "dark", &Functions::CheckForcedBlackUpdate, "on", "off"},
+    Question{"camera_power", "camera power", &Functions::CheckCameraPower, "on", "off"},
+    Question{"accessories_power", "accessories power", &Functions::CheckAccessoriesPower, "on",
              "off"},
 };
 
 using Answers = std::array<Answer, kQuestions.size()>;
 
 /// Asks each of them.
-Answers AskAll(const Library& library, LibraryLog& log);
+Answers AskAll(const Functions& library, LibraryLog& log);
 
 /// The first status that is not 0.
 int StatusOf(const Answers& answers);

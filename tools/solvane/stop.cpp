@@ -81,6 +81,10 @@ void EndIfStopped() {
     }
 }
 
+std::chrono::steady_clock::time_point SteadyNow() {
+    return std::chrono::steady_clock::now();
+}
+
 void SleepUntil(std::chrono::steady_clock::time_point due) {
     if (std::chrono::steady_clock::now() >= due) {
         return;

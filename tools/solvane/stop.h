@@ -22,6 +22,8 @@ std::stop_token StopToken();
 /// Throws Stopped if the program was told to stop.
 void EndIfStopped();
 
+std::chrono::steady_clock::time_point SteadyNow();
+
 /// Waits until then, or until the program is told to stop.
 void SleepUntil(std::chrono::steady_clock::time_point due);
 

@@ -6,9 +6,6 @@ namespace host {
 
 namespace {
 
-constexpr std::string_view kOpenInpout =
-    "Run solvane probe once as an administrator, so that InpOut can install its driver; memory "
-    "integrity (core isolation) of Windows can keep the driver out.";
 constexpr std::string_view kWmiService =
     "See in services.msc that \"Windows Management Instrumentation\" runs, and try again.";
 constexpr std::string_view kPortResources =

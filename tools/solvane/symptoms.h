@@ -25,6 +25,11 @@ struct KindSymptoms {
 inline constexpr std::string_view kParallelPort = "parallel port";
 inline constexpr std::string_view kFt2232h = "FT2232H";
 
+/// What to do when InpOut's driver is not open; which of its states that is, the log does not tell.
+inline constexpr std::string_view kOpenInpout =
+    "Run solvane probe once as an administrator, so that InpOut can install its driver; memory "
+    "integrity (core isolation) of Windows can keep the driver out.";
+
 /// Of each kind, in the order in which the library looks for them.
 std::span<const KindSymptoms> Symptoms();
 

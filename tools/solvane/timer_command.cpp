@@ -3,6 +3,7 @@
 #include <exception>
 
 #include "commands.h"
+#include "driver_timer.h"
 #include "statuses.h"
 #include "stop.h"
 
@@ -13,38 +14,12 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Milliseconds = std::chrono::duration<double, std::milli>;
 
-/// A timer of the driver's, disposed of when its owner goes.
-class Timer {
-  public:
-    Timer(const Library& ofLibrary, std::uint64_t context)
-        : library(ofLibrary), status(library.CreateTimer(&handle, context)) {}
-    ~Timer() {
-        if (status == SOLVANE_OK) {
-            library.DisposeTimer(handle);
-        }
-    }
-    Timer(const Timer&) = delete;
-    Timer& operator=(const Timer&) = delete;
-
-    int Status() const { return status; }
-
-    int Run(std::uint32_t parameter, SolvaneTimerCallback callback) const {
-        return library.RunTimer(handle, parameter, callback);
-    }
-
-    void Stop() const { library.StopTimer(handle); }
-
-  private:
-    const Library& library;
-    SolvaneTimerHandle handle = 0; // before the status, whose call sets it
-    const int status;
-};
-
 /// The run of this process, for as long as it lasts. The context of an event, which is the user's,
 /// does not lead to it, so it is found by way of a static member.
 class TimerRun {
   public:
-    TimerRun(const Session& ofSession, const Timer& ofTimer) : session(ofSession), timer(ofTimer) {
+    TimerRun(const Session& ofSession, const DriverTimer& ofTimer)
+        : session(ofSession), timer(ofTimer) {
         current = this;
     }
     TimerRun(const TimerRun&) = delete;
@@ -88,7 +63,7 @@ class TimerRun {
     inline static TimerRun* current = nullptr;
 
     const Session& session;
-    const Timer& timer;
+    const DriverTimer& timer;
     std::exception_ptr failure;
     std::uint64_t events = 0;
     Clock::time_point last = Clock::now();
@@ -125,7 +100,7 @@ void TimerRun::Print(std::uint64_t context, const SolvaneTimerEvent& event,
 
 ExitCode RunTimer(const Session& session) {
     const Request& request = session.request;
-    const Timer timer(session.library, request.timerContext);
+    const DriverTimer timer(session.library, request.timerContext);
     int status = timer.Status();
     if (status == SOLVANE_OK) {
         status = TimerRun(session, timer).Run();

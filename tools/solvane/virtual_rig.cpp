@@ -1,25 +1,10 @@
 #include "virtual_rig.h"
 
-#include <array>
-
-#include <windows.h>
+#include "vendor_dlls.h"
 
 namespace host {
 
 namespace {
-
-/// A vendor's library, and a function of it: D2XX and InpOut are imported by ordinal.
-struct VendorDll {
-    const wchar_t* file;
-    const char* name;
-    const char* function;
-};
-
-const std::array kVendorDlls{
-    VendorDll{L"FTD2XX.dll", "FTD2XX.dll", MAKEINTRESOURCEA(1)},
-    VendorDll{L"inpoutx64.dll", "inpoutx64.dll", MAKEINTRESOURCEA(1)},
-    VendorDll{L"EAPI_Library.dll", "EAPI_Library.dll", "EApiLibInitialize"},
-};
 
 FARPROC Find(HMODULE module, const char* function) {
     return module != nullptr ? GetProcAddress(module, function) : nullptr;

@@ -1,0 +1,189 @@
+"""solvane check and solvane hold as programs: what they print, do to the lines, and leave behind.
+
+What check concludes is tested natively, in tests/tools. The arguments are those of cli_test.py.
+"""
+
+import hashlib
+import os
+import re
+import select
+import signal
+import sys
+import time
+import tty
+import unittest
+from pathlib import Path
+
+import cli_test
+from cli_test import CHIP, DONE, FAILED, KINDS, STOPPED, USAGE, CliTest, Outcome
+
+ALL = ("check", "--yes", "--power", "--captures", "2")
+# An exposure that a poll of a busy machine does not miss.
+NO_FLAG = "[camera]\nexposure_ms = 500\n[wiring]\nmep = 'broken'\n"
+
+
+class Check(CliTest):
+    def test_each_kind_has_its_verdict(self):
+        for kind, scenario in KINDS.items():
+            outcome = self.run_host(*ALL, "--json", scenario=scenario)
+            *steps, last = outcome.objects()
+            self.assertEqual((outcome.code, outcome.err), (DONE, ""), kind)
+            self.assertEqual(last["verdict"], "PASS" if kind == "FT2232H" else "INCOMPLETE PASS")
+            self.assertEqual(len(steps), 16)
+            self.assertEqual(last["rig"], self.rig())
+            self.assertEqual(len(outcome.rises("trigger")), 3)
+            for line, rest in ("dark", 0), ("camera_power", 1), ("accessories_power", 1):
+                self.assertEqual(outcome.levels(line)[-1], rest, f"{kind}, {line}")
+
+    def test_without_yes_and_without_a_console_nothing_is_done(self):
+        outcome = self.run_host("check")
+        self.assertEqual(outcome.code, DONE)
+        self.assertIn("\nINCOMPLETE PASS\n", outcome.out)
+        self.assertIn("Nobody could be asked: --yes allows it.", outcome.out)
+        for line in "trigger", "dark", "camera_power", "accessories_power":
+            self.assertEqual(outcome.levels(line), [], line)
+
+    def test_power_is_switched_only_when_it_is_allowed(self):
+        outcome = self.run_host("check", "--yes", "--captures", "1")
+        self.assertEqual(outcome.code, DONE)
+        self.assertIn("Switching power was not allowed: --power does.", outcome.out)
+        self.assertEqual(outcome.levels("camera_power") + outcome.levels("accessories_power"), [])
+
+    def test_a_fault_fails_with_its_cause_in_report_and_baseline(self):
+        healthy = self.run_host(*ALL, "--json").out
+        baseline = self.directory / "accepted.json"
+        baseline.write_text(healthy, "utf-8")
+        page = self.directory / "check.html"
+        outcome = self.run_host(*ALL, "--report", f"Z:{page}", "--baseline", f"Z:{baseline}",
+                                scenario=CHIP + NO_FLAG)
+        self.assertEqual((outcome.code, outcome.err), (FAILED, ""))
+        self.assertIn("\nINCOMPLETE FAIL: The camera answers the trigger, but its MEP flag never "
+                      "comes up.\n", outcome.out)
+        self.assertIn("changed since the baseline:\n", outcome.out)
+        self.assertIn("  - a capture: was ok, is FAIL\n", outcome.out)
+        text = page.read_text("utf-8")
+        self.assertIn("MEP flag never comes up", text)
+        self.assertIn("Controller candidate been created", text, "the log is in it")
+        self.assertIn("SHA-256", text)
+
+        unchanged = self.run_host(*ALL, "--baseline", f"Z:{baseline}")
+        changed = [line for line in unchanged.out.splitlines() if "was " in line]
+        self.assertEqual([line for line in changed if "_ms" not in line and "scenario" not in line],
+                         [])
+
+    def test_what_cannot_be_used_is_told_before_the_camera_works(self):
+        nonsense = self.directory / "nonsense.json"
+        nonsense.write_text("{}")
+        for arguments in (("--baseline", f"Z:{nonsense}"), ("--baseline", "Z:/no/such.json"),
+                          ("--report", "Z:/no/such/page.html"), ("--captures", "0")):
+            outcome = self.run_host(*ALL, *arguments)
+            self.assertEqual((outcome.code, outcome.out), (USAGE, ""), arguments)
+            self.assertEqual(outcome.levels("trigger"), [])
+
+    def test_anonymous(self):
+        outcome = self.run_host(*ALL, "--json", "--anonymous",
+                                scenario="[[usb]]\nchip = 'FT2232H'\nserial = 'QX7'\n")
+        self.assertEqual(outcome.code, DONE)
+        self.assertNotIn("QX7", outcome.out)
+        last = outcome.objects()[-1]
+        self.assertEqual((last["user"], last["machine"], last["anonymous"]),
+                         ("(user)", "(machine)", True))
+
+    def test_the_dlls_are_those_that_are_loaded(self):
+        vendor = self.run_host("check", "--json").objects()[1]["facts"]
+        for dll in "FTD2XX.dll", "inpoutx64.dll", "EAPI_Library.dll":
+            file = cli_test.RIG / dll
+            self.assertEqual(vendor[dll]["path"].replace("\\", "/"), f"Z:{file}")
+            self.assertEqual(vendor[dll]["sha256"], sha256(file))
+
+    def wait_for(self, text):
+        deadline = time.monotonic() + 60
+        while text not in (self.directory / "out").read_text("utf-8"):
+            self.assertLess(time.monotonic(), deadline, f"no {text} came")
+            time.sleep(0.005)
+
+    def test_ctrl_c_puts_back_what_was_switched(self):
+        for seen in "ready  ", "dark  ", "camera power  ":  # then the next step is at work
+            with self.start_host(*ALL) as running:
+                self.wait_for(seen)
+                running.send_signal(signal.SIGINT)
+                code = running.wait(timeout=60)
+            outcome = Outcome(code, self.directory)
+            self.assertEqual(outcome.code, STOPPED)
+            for line, rest in (("trigger", 0), ("dark", 0), ("camera_power", 1),
+                               ("accessories_power", 1)):
+                self.assertEqual((outcome.levels(line) or [rest])[-1], rest, f"{seen}: {line}")
+
+    def test_a_person_is_asked_on_a_console(self):
+        controller, terminal = os.openpty()
+        tty.setraw(terminal)  # the console is Wine's own, and makes lines by itself
+        raw = shown = ""
+        answered = 0
+        running = self.start_host("check", "--captures", "1", console=terminal)
+        self.addCleanup(running.wait)
+        self.addCleanup(running.kill)
+        deadline = time.monotonic() + 100
+        while select.select([controller], [], [], 0.3)[0] or running.poll() is None:
+            self.assertLess(time.monotonic(), deadline, shown)
+            if select.select([controller], [], [], 0)[0]:
+                raw += os.read(controller, 4096).decode("utf-8", "replace")
+            shown = re.sub(r"\x1b\[[?0-9;]*[A-Za-z]", "", raw.replace("\x1b[1C", " "))
+            if shown.count("[y/n]") > answered:
+                answered += 1
+                # Power is not to be switched.
+                os.write(controller, b"n\r" if "power" in shown[-80:] else b"y\r")
+        os.close(controller)
+        os.close(terminal)
+        for file in "out", "err":  # all of it went to the console
+            (self.directory / file).write_text(shown)
+        outcome = Outcome(running.returncode, self.directory)
+        self.assertEqual((outcome.code, answered), (DONE, 7))
+        self.assertIn("INCOMPLETE PASS", shown)
+        self.assertIn("It was not allowed.", shown)
+        self.assertEqual(outcome.levels("camera_power"), [])
+        self.assertEqual(len(outcome.rises("trigger")), 2)
+
+
+def sha256(file):
+    return hashlib.sha256(file.read_bytes()).hexdigest()
+
+
+class Hold(CliTest):
+    LINES = {"dark": ("dark", 1), "camera-power": ("camera_power", 0),
+             "accessories-power": ("accessories_power", 0)}
+
+    def test_holds_each_line_and_puts_it_back(self):
+        for kind, scenario in KINDS.items():
+            for name, (line, held) in self.LINES.items():
+                outcome = self.run_host("hold", name, "--for", "1", scenario=scenario)
+                self.assertEqual((outcome.code, outcome.err), (DONE, ""), kind)
+                self.assertEqual(outcome.levels(line), [held, 1 - held], f"{kind}, {line}")
+                begin, end = [when for when, edge, _ in outcome.edges if edge == line]
+                self.assertGreaterEqual(end - begin, 990)
+
+    def test_ctrl_c_puts_it_back(self):
+        with self.start_host("hold", "dark", "--for", "100") as running:
+            journal = self.directory / "journal.txt"
+            deadline = time.monotonic() + 60
+            while not journal.exists() or "dark 1" not in journal.read_text("utf-8"):
+                self.assertLess(time.monotonic(), deadline)
+                time.sleep(0.01)
+            running.send_signal(signal.SIGINT)
+            code = running.wait(timeout=60)
+        outcome = Outcome(code, self.directory)
+        self.assertEqual((outcome.code, outcome.levels("dark")), (STOPPED, [1, 0]))
+
+    def test_what_has_only_a_pulse_cannot_be_held(self):
+        for line in "trigger", "clear-mep", "ready":
+            self.assertEqual(self.run_host("hold", line, "--for", "1").code, USAGE)
+
+    def test_without_hardware(self):
+        outcome = self.run_host("hold", "dark", "--for", "1", scenario="no_hardware.toml")
+        self.assertEqual(outcome.code, FAILED)
+        self.assertIn("hold failed with status -3", outcome.err)
+
+
+if __name__ == "__main__":
+    cli_test.WINE, cli_test.BIN, cli_test.RIG, cli_test.SCENARIOS = (
+        Path(argument).resolve() for argument in sys.argv[1:5])
+    unittest.main(argv=sys.argv[:1] + sys.argv[5:])

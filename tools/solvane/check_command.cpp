@@ -1,0 +1,168 @@
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <optional>
+
+#include <windows.h>
+
+#include "check_output.h"
+#include "commands.h"
+#include "log_echo.h"
+#include "stop.h"
+#include "windows_text.h"
+
+namespace host {
+
+namespace {
+
+void PrintObject(const Json& object) {
+    LogEcho::WaitUntilWritten();
+    std::cout << object.dump(-1, ' ', false, Json::error_handler_t::replace) << '\n';
+    FlushAnswer();
+}
+
+void PrintText(const std::string& text) {
+    LogEcho::WaitUntilWritten();
+    std::cout << text;
+    FlushAnswer();
+}
+
+/// Whether somebody can be asked, and what was answered.
+class Permissions {
+  public:
+    explicit Permissions(const Session& ofSession) : session(ofSession) {}
+
+    std::string WhyNot(Needs needs, const char* question) const {
+        const Request& request = session.request;
+        if (request.yes) {
+            return needs == Needs::power && !request.power
+                       ? "Switching power was not allowed: --power does."
+                       : "";
+        }
+        if (!IsConsole(STD_INPUT_HANDLE) || !IsConsole(STD_ERROR_HANDLE)) {
+            return "Nobody could be asked: --yes allows it.";
+        }
+        session.progress.End(); // its words would stand in the answer
+        std::cerr << question << " [y/n] " << std::flush;
+        std::string answer;
+        while (std::getline(std::cin, answer) && answer.empty()) {
+            std::cerr << "[y/n] " << std::flush;
+        }
+        EndIfStopped();
+        return answer.starts_with('y') || answer.starts_with('Y') ? "" : "It was not allowed.";
+    }
+
+  private:
+    const Session& session;
+};
+
+/// The whole check of this process, told step by step.
+class Telling {
+  public:
+    explicit Telling(const Session& ofSession) : session(ofSession) {}
+
+    Machine LookAtMachine() {
+        Machine machine = host::LookAtMachine();
+        if (session.request.anonymous) {
+            anonymiser.emplace(machine, session.log.Lines());
+        }
+        if (!session.request.json) {
+            PrintText(Public("Solvane " SOLVANE_VERSION " · " + machine.system + " · " +
+                             machine.time + (anonymiser ? "" : " · machine " + machine.computer) +
+                             "\n" + machine.rig.value_or("") + (machine.rig ? "\n" : "") + "\n"));
+        }
+        return machine;
+    }
+
+    void Tell(const StepResult& step) {
+        steps.push_back(Public(ToJson(step)));
+        session.progress.Restart();
+        Print(steps.back(), StepText(steps.back(), static_cast<unsigned>(steps.size())));
+    }
+
+    /// The last object, which was printed.
+    Json Conclude(const CheckResult& result, const std::vector<Json>& baseline) {
+        Json verdict = Public(ToJson(result));
+        if (!baseline.empty()) {
+            verdict["changed"] = Changes(baseline, steps);
+        }
+        Print(verdict, VerdictText(verdict));
+        return verdict;
+    }
+
+    std::string Page(const Json& verdict) const {
+        std::vector<std::string> log;
+        for (const std::string& line : session.log.Lines()) {
+            log.push_back(Public(line));
+        }
+        return ReportPage(steps, verdict, log);
+    }
+
+  private:
+    template <typename Told>
+    Told Public(const Told& told) const {
+        return anonymiser ? (*anonymiser)(told) : told;
+    }
+
+    void Print(const Json& object, const std::string& text) const {
+        if (session.request.json) {
+            PrintObject(object);
+        } else {
+            PrintText(text);
+        }
+    }
+
+    const Session& session;
+    std::optional<Anonymiser> anonymiser;
+    std::vector<Json> steps;
+};
+
+std::vector<Json> LoadBaseline(const std::string& path) {
+    if (path.empty()) {
+        return {};
+    }
+    std::ifstream stream(std::filesystem::path(Wide(path)), std::ios::binary);
+    if (!stream) {
+        throw BaselineError("it cannot be read");
+    }
+    return ReadBaseline(std::string{std::istreambuf_iterator<char>(stream), {}});
+}
+
+} // namespace
+
+ExitCode CheckInstallation(const Session& session) {
+    const Request& request = session.request;
+    session.log.KeepLines();
+    std::vector<Json> baseline;
+    try {
+        baseline = LoadBaseline(request.baseline);
+    } catch (const BaselineError& error) {
+        PrintError(request.command, request.baseline + ": " + error.what() + ".", request.json);
+        return kUsageError;
+    }
+    // A page that cannot be written is told of before the camera is set to work.
+    std::ofstream page;
+    if (!request.report.empty()) {
+        page.open(std::filesystem::path(Wide(request.report)), std::ios::binary);
+        if (!page) {
+            PrintError(request.command, request.report + ": it cannot be written.", request.json);
+            return kUsageError;
+        }
+    }
+
+    Telling telling(session);
+    const Permissions permissions(session);
+    const CheckResult result = RunCheck(
+        {session.library, session.log, [&] { return telling.LookAtMachine(); },
+         [&](Needs needs, const char* question) { return permissions.WhyNot(needs, question); },
+         [&](const StepResult& step) { telling.Tell(step); }, request.captures,
+         request.checkTimer});
+    const Json verdict = telling.Conclude(result, baseline);
+    if (!request.report.empty() && !(page << telling.Page(verdict) << std::flush)) {
+        throw AnswerLost();
+    }
+    return result.hasFailed ? kFailedStatus : kSuccess;
+}
+
+} // namespace host

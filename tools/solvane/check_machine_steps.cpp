@@ -1,0 +1,186 @@
+/// The steps that look at the machine.
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "check_steps.h"
+#include "diagnosis.h"
+#include "driver_timer.h"
+#include "statuses.h"
+#include "symptoms.h"
+
+namespace host {
+
+namespace {
+
+std::string Named(const LoadedDll& dll) {
+    return dll.name + (dll.version.empty() ? "" : " " + dll.version) + " " + dll.path;
+}
+
+void AddDll(StepResult& step, const LoadedDll& dll) {
+    step.seen.push_back(Named(dll) + ", 64-bit" +
+                        (dll.sha256.empty() ? "" : ", SHA-256 " + dll.sha256));
+    step.facts[dll.name] = {{"path", dll.path}, {"version", dll.version}, {"sha256", dll.sha256}};
+    for (const std::string& other : dll.others) {
+        step.seen.push_back("another " + dll.name + " lies at " + other + " and is not used");
+    }
+}
+
+bool IsLibrary(const LoadedDll& dll) {
+    return dll.name == "Solvane.dll";
+}
+
+/// The most that a sleep of 10 ms may take with the resolution that the library asks for.
+constexpr double kFineSleep = 12.5;
+
+std::string Rounded(double milliseconds) {
+    return std::to_string(std::lround(milliseconds * 10) / 10) + "." +
+           std::to_string(std::lround(milliseconds * 10) % 10) + " ms";
+}
+
+} // namespace
+
+void Run::Library(StepResult& step) {
+    for (const LoadedDll& dll : result.machine.dlls) {
+        if (IsLibrary(dll)) {
+            AddDll(step, dll);
+        }
+    }
+}
+
+void Run::VendorDlls(StepResult& step) {
+    bool isAmbiguous = false;
+    for (const LoadedDll& dll : result.machine.dlls) {
+        if (!IsLibrary(dll)) {
+            AddDll(step, dll);
+            isAmbiguous = isAmbiguous || !dll.others.empty();
+        }
+    }
+    if (result.machine.rig) {
+        step.seen.push_back("they are " + *result.machine.rig);
+        step.facts["rig"] = *result.machine.rig;
+    }
+    if (isAmbiguous && step.outcome == Outcome::ok) {
+        step.outcome = Outcome::told;
+        step.advice = "Which of two copies a program gets depends on where it lies: keep the right "
+                      "one beside the program, and take the other away if nobody needs it.";
+    }
+}
+
+void Run::Kinds(StepResult& step) {
+    Facts facts;
+    if (availability == SOLVANE_OK) {
+        facts.serving = host.log.LastTried();
+    }
+    facts.port = result.machine.port;
+    facts.inpout = result.machine.inpout;
+    facts.memoryIntegrity = result.machine.memoryIntegrity;
+    for (const Diagnosis& kind : Diagnose(host.log, facts)) {
+        std::string text = std::string(kind.kind) + ": " + kind.found;
+        if (availability != SOLVANE_OK && !kind.advice.empty()) {
+            text += " " + kind.advice;
+        }
+        step.seen.push_back(text);
+        seen.isBare = seen.isBare || kind.isIll;
+        if (kind.serves && !kind.advice.empty()) {
+            step.advice = kind.advice;
+        }
+    }
+    step.facts["kind"] = availability == SOLVANE_OK ? nlohmann::ordered_json(seen.kind) : nullptr;
+    if (availability != SOLVANE_OK) {
+        step.Fail("See what is said of the kind that is fitted here.");
+    } else if (seen.isBare) {
+        step.Fail(step.advice);
+    }
+}
+
+void Run::Chip(StepResult& step) {
+    const Machine& machine = result.machine;
+    if (seen.kind == kFt2232h) {
+        const auto chip = std::ranges::find_if(machine.usb, [](const UsbDevice& device) {
+            return !device.serial.empty() &&
+                   (device.serial.back() == 'B' || device.serial.back() == 'b');
+        });
+        const auto chips = std::ranges::count_if(machine.usb, [](const UsbDevice& device) {
+            return !device.serial.empty() &&
+                   (device.serial.back() == 'B' || device.serial.back() == 'b');
+        });
+        step.seen.push_back(chip == machine.usb.end()
+                                ? std::string("an FT2232H, of which D2XX tells nothing")
+                                : "FT2232H " + chip->serial + ", channel B, " + chip->description);
+        step.facts["serial"] = chip == machine.usb.end() ? "" : chip->serial;
+        step.facts["chips"] = chips;
+        if (chips > 1) {
+            step.outcome = Outcome::told;
+            step.advice =
+                "There are " + std::to_string(chips) +
+                " of them, and the first in D2XX's list is taken: leave the camera's alone "
+                "plugged in.";
+        }
+    } else if (seen.kind == kParallelPort) {
+        const std::string port = machine.port ? machine.port->Description() : "a port";
+        step.seen.push_back(port + ", the first range that Windows lists");
+        step.facts["port"] = port;
+        if (host.library.CheckPowerControlAvailable() != SOLVANE_OK) {
+            step.outcome = Outcome::told;
+            step.advice =
+                "The power interface is not wired (pin 16 to pin 13): nothing may hang on "
+                "the power lines.";
+        }
+    } else {
+        const bool isSuperIo = seen.kind == "Super I/O";
+        step.seen.emplace_back(isSuperIo
+                                   ? "the Super I/O chip at 0x2E, where such chips are, GPIO bank 3"
+                                   : "GPIO 0 to 7 of the board's Embedded API");
+        step.facts["chip"] = seen.kind;
+    }
+}
+
+void Run::Timing(StepResult& step) {
+    const SleepTimes& sleep = result.machine.sleep;
+    step.seen.push_back("Sleep(10) takes " + Rounded(sleep.raised) +
+                        " with the resolution raised, " + Rounded(sleep.plain) + " without");
+    step.times["raised_ms"] = sleep.raised;
+    step.times["plain_ms"] = sleep.plain;
+    if (sleep.raised > kFineSleep) {
+        step.outcome = Outcome::told;
+        step.advice =
+            "Windows does not grant the resolution of 1 ms that the library asks for, as "
+            "Windows 11 does not to a program whose window is hidden or minimised: pulses "
+            "of 10 ms last up to 16 ms there. The camera does not mind; nothing is lost.";
+    }
+}
+
+void Run::Timer(StepResult& step) {
+    const DriverState state = result.machine.timerDriver;
+    step.seen.push_back(std::string("SolvaneDevice ") + Describe(state));
+    step.facts["driver"] = Describe(state);
+    if (state != DriverState::running && !host.timerParameter) {
+        step.outcome = Outcome::told;
+        step.advice = AdviceOnTimerDriver(state);
+        return;
+    }
+    if (!host.timerParameter) {
+        step.LeaveUntested("Its events trigger the camera: --timer PARAMETER allows it.");
+        return;
+    }
+    constexpr unsigned kEvents = 3;
+    const TimerRunResult run = RunTimerFor(host.library, *host.timerParameter, kEvents);
+    if (run.status != SOLVANE_OK) {
+        step.seen.push_back("status " + std::to_string(run.status) + ": " +
+                            std::string(Meaning("timer", run.status)));
+        step.Fail(AdviceOnTimerDriver(state));
+        return;
+    }
+    for (const TimerRunResult::Event& event : run.events) {
+        step.seen.push_back("event after " + Rounded(event.afterMs) + ", status " +
+                            std::to_string(event.status));
+        if (event.status != SOLVANE_OK) {
+            step.Fail("The driver could not trigger: " +
+                      std::string(Meaning(kTimerEvent, event.status)) + ".");
+        }
+    }
+}
+
+} // namespace host

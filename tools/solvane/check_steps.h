@@ -1,0 +1,71 @@
+/// The steps of a check, which work on one another's observations.
+#pragma once
+
+#include <chrono>
+
+#include "check.h"
+#include "questions.h"
+
+namespace host {
+
+using Moment = std::chrono::steady_clock::time_point;
+using Milliseconds = std::chrono::duration<double, std::milli>;
+
+class Run {
+  public:
+    explicit Run(const CheckHost& ofHost) : host(ofHost) {}
+    ~Run();
+    Run(const Run&) = delete;
+    Run& operator=(const Run&) = delete;
+
+    CheckResult All();
+
+    // The steps, in the order of the table in check.cpp.
+    void Library(StepResult& step);
+    void VendorDlls(StepResult& step);
+    void Kinds(StepResult& step);
+    void Chip(StepResult& step);
+    void Rest(StepResult& step);
+    void Ready(StepResult& step);
+    void Dark(StepResult& step);
+    void CameraPower(StepResult& step);
+    void AccessoriesPower(StepResult& step);
+    void Wake(StepResult& step);
+    void Opening(StepResult& step);
+    void OneCapture(StepResult& step);
+    void ManyCaptures(StepResult& step);
+    void ReadyFollows(StepResult& step);
+    void Timing(StepResult& step);
+    void Timer(StepResult& step);
+
+  private:
+    /// A line that is switched on and off and read back.
+    struct Switch;
+
+    std::optional<bool> Answered(const AskLine& ask);
+    std::optional<bool> AskReady();
+    /// Whether the flag is up; asking clears it.
+    std::optional<bool> AskFlag();
+    /// A command; one that is refused is a loss.
+    bool Done(int status);
+
+    Flag TakeFlagDown();
+    /// The last answer, when it is the wanted one or time is up.
+    std::optional<bool> WaitForReady(bool wanted, std::chrono::milliseconds most);
+    /// Whether a picture is taken that nobody asked for.
+    bool SeesPicture();
+    Answers Others(const Switch& line);
+    void SwitchBothWays(const Switch& line, Switched& seen, StepResult& step);
+    void TellSwitched(const Switch& line, ReadBack back, const Switched& seen, StepResult& step);
+    Capture TakeCapture();
+    void Watch(Capture& capture, Moment earliestEdge, Moment latestEdge);
+    double Since(Moment begin) const;
+
+    const CheckHost& host;
+    Observations seen;
+    CheckResult result;
+    int availability = 0;
+    const char* illness = ""; ///< a sentence of the steps about the machine, when they failed
+};
+
+} // namespace host

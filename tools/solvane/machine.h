@@ -1,0 +1,81 @@
+/// What the machine tells of an installation, apart from the camera's lines: plain facts, so that
+/// check and doctor can be tried on machines that nobody has.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "first_port.h"
+
+namespace host {
+
+/// A DLL of this process.
+struct LoadedDll {
+    std::string name;
+    std::string path;
+    std::string version;             ///< as its version resource has it; empty if it has none
+    std::string sha256;              ///< of the file; empty if it could not be read
+    std::vector<std::string> others; ///< files of that name which Windows would find later
+};
+
+/// The service of a kernel driver.
+enum class DriverState {
+    unknown, ///< Windows does not say
+    absent,  ///< there is no such service
+    stopped,
+    refused, ///< Windows did not let it start
+    running
+};
+
+/// What Windows' service manager tells of a driver: the state of its service, and the error with
+/// which it stopped.
+DriverState StateOfService(unsigned long state, unsigned long exitCode);
+
+/// What Sleep(10) takes, in milliseconds, the median of several.
+struct SleepTimes {
+    double raised = 0; ///< with the timer resolution of 1 ms that the library asks for
+    double plain = 0;
+};
+
+/// A device that D2XX lists.
+struct UsbDevice {
+    std::string serial; ///< of the channel, its letter last
+    std::string description;
+};
+
+struct Machine {
+    std::string system; ///< "Windows 10.0.22631"
+    std::string computer;
+    std::string user;
+    std::string time;               ///< of the day, local
+    std::optional<std::string> rig; ///< the vendors' DLLs are virtual
+    std::vector<LoadedDll> dlls;    ///< Solvane.dll and the vendors'
+    std::vector<UsbDevice> usb;     ///< in D2XX's order
+    std::optional<FirstPort> port;  ///< the parallel port, if Windows knows one
+    DriverState inpout = DriverState::unknown;
+    DriverState timerDriver = DriverState::unknown;
+    std::optional<bool> memoryIntegrity; ///< whether core isolation keeps drivers out
+    std::optional<bool> usbSuspend; ///< whether Windows may suspend a USB device that is in use
+    SleepTimes sleep;
+};
+
+/// Asks Windows. After the library was used for the first time: who asks first sets COM up.
+Machine LookAtMachine();
+
+// What doctor needs of it.
+DriverState FindDriver(const wchar_t* service);
+std::optional<bool> FindMemoryIntegrity();
+
+inline constexpr const wchar_t* kInpoutService = L"inpoutx64";
+inline constexpr const wchar_t* kTimerService = L"SolvaneDevice";
+
+/// What to do about a driver that does not run; empty if nothing is to be done. InpOut's is one
+/// that its own DLL installs.
+std::string AdviceOnInpout(DriverState state, std::optional<bool> memoryIntegrity);
+std::string AdviceOnTimerDriver(DriverState state);
+
+/// "is not installed", "is stopped", ...
+const char* Describe(DriverState state);
+
+} // namespace host

@@ -1,0 +1,314 @@
+#include "machine.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <type_traits>
+
+#include <windows.h>
+
+#include <bcrypt.h>
+#include <mmsystem.h>
+#include <powrprof.h>
+#include <winsvc.h>
+
+#include "vendor_dlls.h"
+#include "virtual_rig.h"
+#include "windows_text.h"
+
+namespace host {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string VersionOf(const fs::path& path) {
+    DWORD ignored = 0;
+    std::vector<std::byte> resource(GetFileVersionInfoSizeW(path.c_str(), &ignored));
+    void* found = nullptr;
+    UINT size = 0;
+    if (resource.empty() ||
+        GetFileVersionInfoW(path.c_str(), 0, static_cast<DWORD>(resource.size()),
+                            resource.data()) == 0 ||
+        VerQueryValueW(resource.data(), L"\\", &found, &size) == 0 ||
+        size < sizeof(VS_FIXEDFILEINFO)) {
+        return "";
+    }
+    const auto* const info = static_cast<const VS_FIXEDFILEINFO*>(found);
+    std::string text;
+    for (const WORD part : {HIWORD(info->dwFileVersionMS), LOWORD(info->dwFileVersionMS),
+                            HIWORD(info->dwFileVersionLS), LOWORD(info->dwFileVersionLS)}) {
+        text += (text.empty() ? "" : ".") + std::to_string(part);
+    }
+    return text;
+}
+
+std::string Sha256Of(const fs::path& path) {
+    std::ifstream stream(path, std::ios::binary);
+    if (!stream) {
+        return "";
+    }
+    std::string content{std::istreambuf_iterator<char>(stream), {}};
+    std::array<UCHAR, 32> hash{};
+    BCRYPT_ALG_HANDLE algorithm = nullptr;
+    if (BCryptOpenAlgorithmProvider(&algorithm, BCRYPT_SHA256_ALGORITHM, nullptr, 0) != 0) {
+        return "";
+    }
+    const NTSTATUS status = BCryptHash(
+        algorithm, nullptr, 0, reinterpret_cast<PUCHAR>(content.data()),
+        static_cast<ULONG>(content.size()), hash.data(), static_cast<ULONG>(hash.size()));
+    BCryptCloseAlgorithmProvider(algorithm, 0);
+    if (status != 0) {
+        return "";
+    }
+    std::string text;
+    for (const UCHAR byte : hash) {
+        constexpr const char* kDigits = "0123456789abcdef";
+        text += kDigits[byte >> 4];
+        text += kDigits[byte & 0xF];
+    }
+    return text;
+}
+
+fs::path PathOf(HMODULE module) {
+    std::wstring path(MAX_PATH, L'\0');
+    DWORD length = 0;
+    while ((length = GetModuleFileNameW(module, path.data(), static_cast<DWORD>(path.size()))) ==
+           path.size()) { // cut off
+        path.resize(2 * path.size());
+    }
+    path.resize(length);
+    return path;
+}
+
+std::wstring SystemDirectory() {
+    std::wstring path(MAX_PATH, L'\0');
+    path.resize(GetSystemDirectoryW(path.data(), MAX_PATH));
+    return path;
+}
+
+/// Where Windows looks for DLLs by their names alone, in its order.
+std::vector<fs::path> LoaderDirectories() {
+    std::vector<fs::path> directories{PathOf(nullptr).parent_path(), SystemDirectory()};
+    std::wstring path(GetEnvironmentVariableW(L"PATH", nullptr, 0), L'\0');
+    path.resize(GetEnvironmentVariableW(L"PATH", path.data(), static_cast<DWORD>(path.size())));
+    for (std::size_t begin = 0; begin < path.size();) {
+        const std::size_t end = std::min(path.find(L';', begin), path.size());
+        if (end > begin) {
+            directories.emplace_back(path.substr(begin, end - begin));
+        }
+        begin = end + 1;
+    }
+    return directories;
+}
+
+LoadedDll Describe(HMODULE module, const char* name) {
+    const fs::path path = PathOf(module);
+    LoadedDll dll{name, Utf8(path.native()), VersionOf(path), Sha256Of(path), {}};
+    std::vector<fs::path> known{path};
+    for (const fs::path& directory : LoaderDirectories()) {
+        std::error_code error;
+        const fs::path other = directory / fs::path(name);
+        const bool isKnown = std::ranges::any_of(
+            known, [&](const fs::path& each) { return fs::equivalent(each, other, error); });
+        if (fs::exists(other, error) && !isKnown) {
+            known.push_back(other);
+            const std::string version = VersionOf(other);
+            dll.others.push_back(Utf8(other.native()) + (version.empty() ? "" : ", " + version));
+        }
+    }
+    return dll;
+}
+
+std::vector<LoadedDll> FindDlls() {
+    std::vector<LoadedDll> dlls;
+    if (const HMODULE library = GetModuleHandleW(L"Solvane.dll")) {
+        dlls.push_back(Describe(library, "Solvane.dll"));
+        dlls.back().others.clear(); // it was loaded by its path
+    }
+    for (const VendorDll& vendor : kVendorDlls) {
+        if (const HMODULE module = GetModuleHandleW(vendor.file)) {
+            dlls.push_back(Describe(module, vendor.name));
+        }
+    }
+    return dlls;
+}
+
+/// What D2XX lists, by the functions of the DLL that the library has loaded.
+std::vector<UsbDevice> FindUsb() {
+    struct Node { // FT_DEVICE_LIST_INFO_NODE
+        std::uint32_t flags;
+        std::uint32_t type;
+        std::uint32_t id;
+        std::uint32_t location;
+        char serial[16];
+        char description[64];
+        void* handle;
+    };
+    constexpr std::uint32_t kMostNodes = 4096;
+    const HMODULE module = GetModuleHandleW(L"FTD2XX.dll");
+    const auto find = [&](const char* name) {
+        return reinterpret_cast<void*>(module != nullptr ? GetProcAddress(module, name) : nullptr);
+    };
+    using Create = std::uint32_t(WINAPI*)(std::uint32_t*);
+    using Get = std::uint32_t(WINAPI*)(Node*, std::uint32_t*);
+    const auto create = reinterpret_cast<Create>(find("FT_CreateDeviceInfoList"));
+    const auto get = reinterpret_cast<Get>(find("FT_GetDeviceInfoList"));
+    std::uint32_t count = 0;
+    if (create == nullptr || get == nullptr || create(&count) != 0 || count > kMostNodes) {
+        return {};
+    }
+    std::vector<Node> nodes(count);
+    if (count == 0 || get(nodes.data(), &count) != 0) {
+        return {};
+    }
+    nodes.resize(std::min<std::size_t>(count, nodes.size()));
+    std::vector<UsbDevice> devices;
+    for (const Node& node : nodes) {
+        const auto text = [](const auto& field) {
+            return std::string(field, std::find(field, std::end(field), '\0'));
+        };
+        devices.push_back({text(node.serial), text(node.description)});
+    }
+    return devices;
+}
+
+std::string SystemText() {
+    using GetVersion = LONG(WINAPI*)(OSVERSIONINFOW*);
+    // The usual function answers what the program's manifest says it knows.
+    const auto get = reinterpret_cast<GetVersion>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "RtlGetVersion")));
+    OSVERSIONINFOW version{};
+    version.dwOSVersionInfoSize = sizeof version;
+    if (get == nullptr || get(&version) != 0) {
+        return "Windows";
+    }
+    return "Windows " + std::to_string(version.dwMajorVersion) + "." +
+           std::to_string(version.dwMinorVersion) + "." + std::to_string(version.dwBuildNumber);
+}
+
+template <typename Ask>
+std::string Name(Ask ask) {
+    std::array<wchar_t, 257> name{};
+    DWORD size = name.size();
+    return ask(name.data(), &size) != 0 ? Utf8(name.data()) : "";
+}
+
+std::string LocalTime() {
+    SYSTEMTIME now;
+    GetLocalTime(&now);
+    std::array<char, 64> text{};
+    std::snprintf(text.data(), text.size(), "%04u-%02u-%02u %02u:%02u", unsigned{now.wYear},
+                  unsigned{now.wMonth}, unsigned{now.wDay}, unsigned{now.wHour},
+                  unsigned{now.wMinute});
+    return text.data();
+}
+
+std::optional<DWORD> RegistryNumber(const wchar_t* key, const wchar_t* value) {
+    DWORD number = 0;
+    DWORD size = sizeof number;
+    const LSTATUS status =
+        RegGetValueW(HKEY_LOCAL_MACHINE, key, value, RRF_RT_REG_DWORD, nullptr, &number, &size);
+    return status == ERROR_SUCCESS ? std::optional(number) : std::nullopt;
+}
+
+/// In the power plan that is in use, on mains.
+std::optional<bool> FindUsbSuspend() {
+    constexpr GUID kUsb{
+        0x2a737441, 0x1930, 0x4402, {0x8d, 0x77, 0xb2, 0xbe, 0xbb, 0xa3, 0x08, 0xa3}};
+    constexpr GUID kSuspend{
+        0x48e6b7a6, 0x50f5, 0x4782, {0xa5, 0xd4, 0x53, 0xbb, 0x8f, 0x07, 0xe2, 0x26}};
+    GUID* scheme = nullptr;
+    if (PowerGetActiveScheme(nullptr, &scheme) != ERROR_SUCCESS) {
+        return std::nullopt;
+    }
+    DWORD value = 0;
+    const DWORD status = PowerReadACValueIndex(nullptr, scheme, &kUsb, &kSuspend, &value);
+    LocalFree(scheme);
+    return status == ERROR_SUCCESS ? std::optional(value != 0) : std::nullopt;
+}
+
+double SleepOnce() {
+    LARGE_INTEGER frequency;
+    LARGE_INTEGER begin;
+    LARGE_INTEGER end;
+    QueryPerformanceFrequency(&frequency);
+    QueryPerformanceCounter(&begin);
+    Sleep(10);
+    QueryPerformanceCounter(&end);
+    return static_cast<double>(end.QuadPart - begin.QuadPart) * 1000 /
+           static_cast<double>(frequency.QuadPart);
+}
+
+double MedianSleep() {
+    std::array<double, 5> times{};
+    std::ranges::generate(times, SleepOnce);
+    std::ranges::sort(times);
+    return times[times.size() / 2];
+}
+
+SleepTimes MeasureSleep() {
+    SleepTimes times;
+    times.plain = MedianSleep();
+    timeBeginPeriod(1);
+    times.raised = MedianSleep();
+    timeEndPeriod(1);
+    return times;
+}
+
+struct CloseService {
+    void operator()(SC_HANDLE handle) const { CloseServiceHandle(handle); }
+};
+using Service = std::unique_ptr<std::remove_pointer_t<SC_HANDLE>, CloseService>;
+
+} // namespace
+
+DriverState FindDriver(const wchar_t* service) {
+    const Service manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
+    if (!manager) {
+        return DriverState::unknown;
+    }
+    const Service driver(OpenServiceW(manager.get(), service, SERVICE_QUERY_STATUS));
+    if (!driver) {
+        return GetLastError() == ERROR_SERVICE_DOES_NOT_EXIST ? DriverState::absent
+                                                              : DriverState::unknown;
+    }
+    SERVICE_STATUS status{};
+    if (QueryServiceStatus(driver.get(), &status) == 0) {
+        return DriverState::unknown;
+    }
+    return StateOfService(status.dwCurrentState, status.dwWin32ExitCode);
+}
+
+std::optional<bool> FindMemoryIntegrity() {
+    const auto enabled =
+        RegistryNumber(L"SYSTEM\\CurrentControlSet\\Control\\DeviceGuard\\Scenarios"
+                       L"\\HypervisorEnforcedCodeIntegrity",
+                       L"Enabled");
+    return enabled ? std::optional(*enabled != 0) : std::nullopt;
+}
+
+Machine LookAtMachine() {
+    Machine machine;
+    machine.system = SystemText();
+    machine.computer = Name(GetComputerNameW);
+    machine.user = Name(GetUserNameW);
+    machine.time = LocalTime();
+    machine.rig = DescribeVirtualRig();
+    machine.dlls = FindDlls();
+    machine.usb = FindUsb();
+    machine.port = FindFirstPort();
+    machine.inpout = FindDriver(kInpoutService);
+    machine.timerDriver = FindDriver(kTimerService);
+    machine.memoryIntegrity = FindMemoryIntegrity();
+    machine.usbSuspend = FindUsbSuspend();
+    machine.sleep = MeasureSleep();
+    return machine;
+}
+
+} // namespace host
