@@ -568,6 +568,16 @@ class TimerWithDriver(CliTest):
             self.assertRegex(line, rf"^event {number}  status -?\d+: [^;]+; "
                              r"initial status (not )?ok; data( \d+){4}; \d+\.\d ms since the last$")
 
+    def test_check_runs_it_only_when_that_is_allowed(self):
+        outcome = self.run_host("check", "--json", "--timer", "20000")
+        timer, verdict = outcome.objects()[-2:]
+        self.assertEqual((outcome.code, timer["step"], timer["outcome"]), (DONE, "timer", "ok"))
+        self.assertEqual(len(timer["seen"]), 1 + 3, "its state and three events")
+        self.assertEqual(verdict["verdict"], "INCOMPLETE PASS")
+        timer = self.run_host("check", "--json").objects()[-2]
+        self.assertEqual(timer["outcome"], "not tested")
+        self.assertIn("--timer", timer["advice"])
+
     def test_tells_the_same_in_json(self):
         outcome = self.run_host(*self.PERIOD, "--count", "5", "--context",
                                 str(self.LARGEST_CONTEXT), "--json")
