@@ -12,7 +12,10 @@
 
 namespace {
 
+constexpr std::uint64_t kNever = ~std::uint64_t{0};
+
 std::stop_source stopping;
+std::uint64_t stopAt = kNever;
 
 } // namespace
 
@@ -24,6 +27,9 @@ std::stop_token StopToken() {
 }
 
 void EndIfStopped() {
+    if (Now() >= stopAt) {
+        stopping.request_stop();
+    }
     if (stopping.stop_requested()) {
         throw Stopped();
     }
@@ -90,6 +96,7 @@ CheckOnTheRig::~CheckOnTheRig() {
 
 Checked CheckOnTheRig::Check(const CheckPlan& plan) {
     stopping = {};
+    stopAt = plan.stopAfterMs ? host::Now() + *plan.stopAfterMs * 1'000'000 : kNever;
     SLV::Internal::LibraryState& state = SLV::Internal::GetLibraryState();
     state.controller.reset();
     ResetProcessState();
@@ -107,7 +114,7 @@ Checked CheckOnTheRig::Check(const CheckPlan& plan) {
         [&](host::Needs needs, const char*) {
             return std::string(plan.refused.contains(needs) ? "nobody allowed it" : "");
         },
-        plan.onStep,
+        [](const host::StepResult&) {},
         plan.captures,
         std::nullopt};
     Checked checked{};
@@ -124,10 +131,6 @@ Checked CheckOnTheRig::Check(const CheckPlan& plan) {
     checked.pictures = rig_captures();
     Solvane_SetLogger(nullptr, nullptr);
     return checked;
-}
-
-void Stop() {
-    stopping.request_stop();
 }
 
 } // namespace test

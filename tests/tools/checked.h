@@ -1,7 +1,7 @@
 /// A check of the real library on the rig, in virtual time, on a machine that is made up.
 #pragma once
 
-#include <functional>
+#include <optional>
 #include <set>
 #include <string>
 
@@ -17,8 +17,8 @@ struct CheckPlan {
     std::string scenario;
     unsigned captures = 3;
     host::Machine machine = PlainMachine();
-    std::set<host::Needs> refused{}; ///< what nobody allows
-    std::function<void(const host::StepResult&)> onStep = [](const host::StepResult&) {};
+    std::set<host::Needs> refused{};            ///< what nobody allows
+    std::optional<std::uint64_t> stopAfterMs{}; ///< the program is told to stop then, as by Ctrl-C
 };
 
 struct Checked {
@@ -41,8 +41,5 @@ class CheckOnTheRig : public OnTheRig {
 
     static Checked Check(const CheckPlan& plan);
 };
-
-/// Tells the program to stop, as Ctrl-C does.
-void Stop();
 
 } // namespace test

@@ -82,6 +82,21 @@ TEST_F(MachineTest, SleepThatStaysCoarseIsExplained) {
     EXPECT_EQ(checked.result.Verdict(), "PASS");
 }
 
+TEST_F(MachineTest, SuspendedUsbIsAnAdviceOnlyWhereAChipWasLost) {
+    host::Machine machine = PlainMachine();
+    const std::string lost =
+        "[[usb]]\nchip = 'FT2232H'\n[[event]]\nat_ms = 500\naction = 'unplug'\n";
+    for (const std::optional<bool> suspend : {std::optional(true), std::optional(false), {}}) {
+        machine.usbSuspend = suspend;
+        const Checked checked = CheckOn(machine, lost);
+        EXPECT_EQ(checked.result.cause.id, "lost");
+        const bool isAdvised =
+            checked.result.cause.tellApart.find("selective suspend") != std::string::npos;
+        EXPECT_EQ(isAdvised, suspend == true);
+    }
+    EXPECT_EQ(CheckOn(machine).result.Verdict(), "PASS");
+}
+
 TEST_F(MachineTest, AnotherCopyOfAVendorsDllIsTold) {
     host::Machine machine = PlainMachine();
     machine.dlls = {{"Solvane.dll", "C:\\app\\Solvane.dll", "100.1.0.1", "aa", {}},

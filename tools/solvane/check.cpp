@@ -153,6 +153,10 @@ CheckResult Run::All() {
                            : FindCause(seen).value_or(Cause{
                                  "step", "The step \"" + title + "\" failed.", first->advice, ""});
     }
+    if (result.cause.id == "lost" && seen.kind == "FT2232H" && result.machine.usbSuspend == true) {
+        result.cause.tellApart += " Windows may suspend USB devices here: switch \"USB selective "
+                                  "suspend\" off in the power plan, and check again.";
+    }
     if (availability == 0) {
         result.notSeen = ListUnseen(seen);
     }
