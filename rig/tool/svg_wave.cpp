@@ -1,11 +1,10 @@
-#include "svg_wave.h"
-
 #include <algorithm>
+#include <array>
+#include <sstream>
 #include <string_view>
 
-#include "block_columns.h"
 #include "wave_layout.h"
-#include "wave_rounding.h"
+#include "wave_picture.h"
 
 namespace rig::wave {
 
@@ -53,73 +52,21 @@ text{fill:#f0f6fc}
 )";
 
 std::string Escaped(std::string_view text) {
+    constexpr std::string_view kSigns = "&<>\"";
+    constexpr std::array<const char*, 4> kEscapes = {"&amp;", "&lt;", "&gt;", "&quot;"};
     std::string escaped;
     for (const char c : text) {
-        switch (c) {
-        case '&':
-            escaped += "&amp;";
-            break;
-        case '<':
-            escaped += "&lt;";
-            break;
-        case '>':
-            escaped += "&gt;";
-            break;
-        case '"':
-            escaped += "&quot;";
-            break;
-        default:
-            escaped += c;
-        }
+        const std::size_t sign = kSigns.find(c);
+        escaped += sign < kSigns.size() ? std::string(kEscapes[sign]) : std::string(1, c);
     }
     return escaped;
 }
 
-std::string NameOf(Level level) {
-    switch (level) {
-    case Level::low:
-        return "low";
-    case Level::high:
-        return "high";
-    case Level::floating:
-        return "floating";
-    case Level::unknown:
-        break;
-    }
-    return "unknown";
-}
-
-std::string NothingChanges(const Picture& picture) {
-    const std::string& begin = picture.times.front();
-    const std::string& end = picture.times.back();
-    return "Nothing changes " + (end.empty() ? "at " + begin : "from " + begin + " to " + end) +
-           " ms.";
-}
-
 // ---- In words ----------------------------------------------------------------------------------
 
-/// "trigger: low, high at 63.4, low at 75.7."
-std::string InWords(const Picture& picture, const Lane& lane) {
-    std::string text = lane.name + ": " + NameOf(lane.levels.front());
-    std::size_t timed = 0; // the last moment with a time
-    for (std::size_t i = 1; i < lane.levels.size(); ++i) {
-        timed = picture.times[i].empty() ? timed : i;
-        if (lane.levels[i] != lane.levels[i - 1]) {
-            text += ", " + NameOf(lane.levels[i]) + " at " + picture.times[timed];
-        }
-    }
-    return text + '.';
-}
-
-std::string InWords(const Picture& picture) {
-    std::string text = picture.lanes.empty() ? NothingChanges(picture) : "Times in ms.";
-    for (const Lane& lane : picture.lanes) {
-        text += ' ' + InWords(picture, lane);
-    }
-    if (const std::string steady = SteadyText(picture); !steady.empty()) {
-        text += " Unchanged: " + steady + '.';
-    }
-    return text;
+std::string NameOf(Level level) {
+    constexpr std::array<const char*, 4> kNames = {"low", "high", "unknown", "floating"};
+    return kNames[static_cast<std::size_t>(level)];
 }
 
 std::string TitleOf(const Picture& picture) {
@@ -130,225 +77,201 @@ std::string TitleOf(const Picture& picture) {
     return title;
 }
 
-/// The lines that do not change, as many to a line of text as it has room for.
+/// "Times in ms. trigger: low, high at 63.4, low at 75.7. Unchanged: dark 0."
+std::string InWords(const Picture& picture) {
+    std::string text = picture.lanes.empty() ? NothingChanges(picture) : "Times in ms.";
+    for (const Lane& lane : picture.lanes) {
+        text += ' ' + lane.name + ": " + NameOf(lane.stretches.front().level);
+        for (std::size_t i = 1; i < lane.stretches.size(); ++i) {
+            const Stretch& stretch = lane.stretches[i];
+            text += ", " + NameOf(stretch.level) + " at " + picture.times[stretch.first];
+        }
+        text += '.';
+    }
+    const std::string steady = SteadyText(picture, std::string::npos);
+    return steady.empty() ? text : text + ' ' + steady + '.';
+}
+
+/// What stands below the lines. The names of those that do not change take as many rows as it
+/// takes.
 std::vector<std::string> Notes(const Picture& picture, std::size_t columns) {
     std::vector<std::string> notes;
     if (picture.lanes.empty()) {
         notes.push_back(NothingChanges(picture));
     }
-    std::string note = "Unchanged:";
-    for (const SteadyLine& line : picture.steady) {
-        std::string words =
-            ' ' + CutTo(kMostNameColumns, line.name) + ' ' + static_cast<char>(line.level);
-        words += &line == &picture.steady.back() ? "" : ",";
-        if (note.size() + words.size() > columns) {
-            notes.push_back(std::move(note));
-            note.clear();
-        }
-        note += words;
+    std::string steady = SteadyText(picture, kMostNameColumns);
+    while (steady.size() > columns) {
+        const std::size_t end = steady.rfind(',', columns - 1) + 1;
+        notes.push_back(steady.substr(0, end));
+        steady.erase(0, end);
     }
-    if (!picture.steady.empty()) {
-        notes.push_back(std::move(note));
+    if (!steady.empty()) {
+        notes.push_back(steady);
     }
     return notes;
 }
 
 // ---- Drawn -------------------------------------------------------------------------------------
 
-std::string Number(std::size_t number) {
-    return std::to_string(number);
+void Text(std::ostream& svg, std::string_view style, std::size_t x, std::size_t middle,
+          std::string_view text) {
+    svg << "<text class=\"" << style << "\" x=\"" << x << "\" y=\"" << middle + kBaseline << "\">"
+        << Escaped(text) << "</text>\n";
 }
 
-std::string Text(std::string_view style, std::size_t x, std::size_t middle, std::string_view text) {
-    return "<text class=\"" + std::string(style) + "\" x=\"" + Number(x) + "\" y=\"" +
-           Number(middle + kBaseline) + "\">" + Escaped(text) + "</text>\n";
+void Rectangle(std::ostream& svg, std::string_view style, std::size_t x, std::size_t y,
+               std::size_t width, std::size_t height) {
+    svg << "<rect class=\"" << style << "\" x=\"" << x << "\" y=\"" << y << "\" width=\"" << width
+        << "\" height=\"" << height << "\"/>\n";
 }
 
-std::string Rectangle(std::string_view style, std::size_t x, std::size_t y, std::size_t width,
-                      std::size_t height) {
-    return "<rect class=\"" + std::string(style) + "\" x=\"" + Number(x) + "\" y=\"" + Number(y) +
-           "\" width=\"" + Number(width) + "\" height=\"" + Number(height) + "\"/>\n";
+void Path(std::ostream& svg, std::string_view style, const std::string& path) {
+    if (!path.empty()) {
+        svg << "<path class=\"" << style << "\" d=\"" << path << "\"/>\n";
+    }
 }
 
-std::string Path(std::string_view style, const std::string& path) {
-    return path.empty() ? "" : "<path class=\"" + std::string(style) + "\" d=\"" + path + "\"/>\n";
+std::string To(char command, std::size_t coordinate) {
+    return command + std::to_string(coordinate);
 }
 
 std::string Point(std::size_t x, std::size_t y) {
-    return 'M' + Number(x) + ' ' + Number(y);
+    return To('M', x) + To(' ', y);
 }
 
-/// One block of the picture, with its upper left corner at the margin and at `top`.
-class SvgBlock {
-  public:
-    SvgBlock(const Picture& drawn, const Block& drawnBlock, std::size_t nameColumns,
-             std::size_t blockTop)
-        : picture(drawn), block(drawnBlock), columns(drawn, drawnBlock),
-          left(kMargin + (nameColumns + 2) * kColumn), top(blockTop) {}
-
-    std::string Draw() const;
-    std::size_t Right() const { return XOf(columns.Width()); }
-    std::size_t Bottom() const { return TopOf(picture.lanes.size()); }
-
-  private:
-    std::size_t XOf(std::size_t column) const { return left + column * kColumn; }
-    std::size_t TopOf(std::size_t lane) const { return top + kAxis + lane * kRow; }
-    Level LevelIn(const Lane& lane, std::size_t span) const {
-        return lane.levels[block[span].interval];
-    }
-
-    std::string Times() const;
-    std::string Line(const Lane& lane, std::size_t y) const;
-    std::string Cuts() const;
-    std::string Widths(const Lane& lane, std::size_t y) const;
-
+/// Draws one block of the picture, with its axis from `left` on and its upper end at `top`.
+struct SvgBlock {
     const Picture& picture;
     const Block& block;
-    const BlockColumns columns;
-    std::size_t left; ///< of the axis
+    std::size_t left;
     std::size_t top;
-};
+    std::ostream& svg;
 
-/// What lies above hides what lies below it.
-std::string SvgBlock::Draw() const {
-    std::string svg = Times();
-    for (std::size_t i = 0; i < picture.lanes.size(); ++i) {
-        svg += Line(picture.lanes[i], TopOf(i));
-    }
-    svg += Cuts();
-    for (std::size_t i = 0; i < picture.lanes.size(); ++i) {
-        svg += Widths(picture.lanes[i], TopOf(i));
-    }
-    return svg;
-}
+    std::size_t XOf(std::size_t column) const { return left + column * kColumn; }
+    std::size_t TopOf(std::size_t lane) const { return top + kAxis + lane * kRow; }
+    std::size_t Right() const { return XOf(block.Width()); }
+    std::size_t Bottom() const { return TopOf(picture.lanes.size()); }
 
-std::string SvgBlock::Times() const {
-    const std::size_t axis = TopOf(0);
-    std::string ticks = Point(left, axis) + 'H' + Number(Right());
-    std::string guides;
-    std::string texts = Text("time", kMargin, top + kAxis / 2, "ms");
-    for (const BlockColumns::Time& time : columns.Times()) {
-        const bool isEnd = time.moment == picture.Intervals();
-        const std::size_t x = isEnd ? Right() : XOf(time.column);
-        ticks += Point(x, axis - 4) + "V" + Number(axis);
-        guides += Point(x, axis) + "V" + Number(Bottom());
-        if (!picture.times[time.moment].empty()) {
-            texts += Text("time", XOf(time.column), top + kAxis / 2, picture.times[time.moment]);
+    /// What lies above hides what lies below it.
+    void Draw() const {
+        DrawTimes();
+        for (std::size_t i = 0; i < picture.lanes.size(); ++i) {
+            DrawLine(picture.lanes[i], TopOf(i));
+        }
+        for (const std::size_t column : block.cuts) {
+            DrawCut(XOf(column));
+        }
+        for (std::size_t i = 0; i < picture.lanes.size(); ++i) {
+            WriteWidths(picture.lanes[i], TopOf(i) + kMiddleInRow);
         }
     }
-    return texts + Path("guide", guides) + Path("axis", ticks);
-}
 
-/// The name of a line and its levels. Low and high are one stroke with its corners; what is neither
-/// interrupts it.
-std::string SvgBlock::Line(const Lane& lane, std::size_t y) const {
-    std::string svg = Text("name", kMargin, y + kMiddleInRow, CutTo(kMostNameColumns, lane.name));
-    std::string line;
-    std::string floating;
-    bool isDrawing = false;
-    for (std::size_t i = 0; i < block.size();) {
-        const Level level = LevelIn(lane, i);
-        const std::size_t x = XOf(columns.StartOf(i));
-        while (i < block.size() && LevelIn(lane, i) == level) {
-            ++i;
-        }
-        const std::size_t end = i < block.size() ? XOf(columns.StartOf(i)) : Right();
-        const std::size_t height = kLowInRow - kHighInRow;
-        if (level == Level::unknown) {
-            svg += Rectangle("unknown", x, y + kHighInRow, end - x, height);
-        } else if (level == Level::floating) {
-            floating += Point(x, y + kMiddleInRow) + 'H' + Number(end);
-        } else {
-            const std::size_t at = y + (level == Level::high ? kHighInRow : kLowInRow);
-            line += isDrawing ? 'V' + Number(at) : Point(x, at);
-            line += 'H' + Number(end);
-            if (level == Level::high) {
-                svg += Rectangle("high", x, y + kHighInRow, end - x, height);
+    void DrawTimes() const {
+        const std::size_t axis = TopOf(0);
+        std::string ticks = Point(left, axis) + To('H', Right());
+        std::string guides;
+        Text(svg, "time", kMargin, top + kAxis / 2, "ms");
+        for (const Block::Time& time : block.times) {
+            ticks += Point(XOf(time.column), axis - 4) + To('V', axis);
+            guides += Point(XOf(time.column), axis) + To('V', Bottom());
+            if (!time.text.empty()) {
+                Text(svg, "time", XOf(time.textBegin), top + kAxis / 2, time.text);
             }
         }
-        isDrawing = level == Level::low || level == Level::high;
+        Path(svg, "guide", guides);
+        Path(svg, "axis", ticks);
     }
-    return svg + Path("floating", floating) + Path("line", line);
-}
 
-/// A tear from top to bottom near the right end of each interval that is cut, where no time stands.
-std::string SvgBlock::Cuts() const {
-    constexpr std::size_t kTooth = 8;
-    constexpr std::size_t kFromEnd = 18;
-    std::string svg;
-    for (std::size_t i = 0; i < block.size(); ++i) {
-        if (!block[i].isCut) {
-            continue;
+    /// The name of a line and its levels. Low and high are one stroke with its corners; what is
+    /// neither interrupts it.
+    void DrawLine(const Lane& lane, std::size_t y) const {
+        Text(svg, "name", kMargin, y + kMiddleInRow, CutTo(kMostNameColumns, lane.name));
+        std::string line;
+        std::string floating;
+        bool isDrawing = false;
+        for (const Stretch& stretch : lane.stretches) {
+            if (!block.Shows(stretch)) {
+                continue;
+            }
+            const bool isHigh = stretch.level == Level::high;
+            const bool wasDrawing = isDrawing;
+            const std::size_t x = XOf(block.ColumnOf(stretch.first));
+            const std::size_t end = XOf(block.ColumnOf(stretch.last));
+            isDrawing = isHigh || stretch.level == Level::low;
+            if (isDrawing) {
+                const std::size_t at = y + (isHigh ? kHighInRow : kLowInRow);
+                line += (wasDrawing ? To('V', at) : Point(x, at)) + To('H', end);
+            } else if (stretch.level == Level::floating) {
+                floating += Point(x, y + kMiddleInRow) + To('H', end);
+            }
+            if (isHigh || stretch.level == Level::unknown) {
+                Rectangle(svg, NameOf(stretch.level), x, y + kHighInRow, end - x,
+                          kLowInRow - kHighInRow);
+            }
         }
-        const std::size_t x = XOf(columns.StartOf(i) + block[i].columns) - kFromEnd;
-        std::string tear = Point(x, TopOf(0) - kTooth / 2);
-        const std::size_t teeth = (Bottom() - TopOf(0) + kTooth / 2) / kTooth;
-        for (std::size_t tooth = 0; tooth < teeth; ++tooth) {
-            tear += "l3 4l-3 4";
-        }
-        tear += "h5";
-        for (std::size_t tooth = 0; tooth < teeth; ++tooth) {
-            tear += "l3-4l-3-4";
-        }
-        tear += 'z';
-        svg += Path("cut", tear);
+        Path(svg, "floating", floating);
+        Path(svg, "line", line);
     }
-    return svg;
-}
 
-/// The widths of pulses, each in the middle of what is here of it, if there is room.
-std::string SvgBlock::Widths(const Lane& lane, std::size_t y) const {
-    std::string svg;
-    for (const BlockColumns::Piece& piece : columns.PiecesOf(lane)) {
-        if (piece.end - piece.begin > ColumnsOf(piece.pulse->width)) {
-            const std::size_t x = (XOf(piece.begin) + XOf(piece.end)) / 2;
-            svg += Text("width", x, y + kMiddleInRow, piece.pulse->width);
+    /// A tear from top to bottom near the end of an interval, where no time stands.
+    void DrawCut(std::size_t end) const {
+        constexpr std::size_t kTooth = 8;
+        std::string down;
+        std::string up;
+        for (std::size_t y = TopOf(0) - kTooth / 2; y + kTooth <= Bottom(); y += kTooth) {
+            down += "l3 4l-3 4";
+            up += "l3-4l-3-4";
+        }
+        Path(svg, "cut", Point(end - 18, TopOf(0) - kTooth / 2) + down + "h5" + up + 'z');
+    }
+
+    /// The widths of pulses, each in the middle of what is here of it, if there is room.
+    void WriteWidths(const Lane& lane, std::size_t y) const {
+        for (const Stretch& stretch : lane.stretches) {
+            const std::size_t begin = block.ColumnOf(stretch.first);
+            const std::size_t end = block.ColumnOf(stretch.last);
+            if (!stretch.width.empty() && end - begin > ColumnsOf(stretch.width)) {
+                Text(svg, "width", (XOf(begin) + XOf(end)) / 2, y, stretch.width);
+            }
         }
     }
-    return svg;
-}
-
-struct Drawing {
-    std::string svg;
-    std::size_t right = kMargin + kColumns * kColumn;
-    std::size_t bottom = kMargin;
 };
 
-Drawing DrawBlocks(const Picture& picture) {
+} // namespace
+
+std::string DrawSvg(const Picture& picture) {
     std::size_t nameColumns = 0;
     for (const Lane& lane : picture.lanes) {
         nameColumns = std::max(nameColumns, std::min(lane.name.size(), kMostNameColumns));
     }
-    Drawing drawing;
-    for (const Block& block : LayOut(picture, kColumns, Form::drawing)) {
-        const bool isFirst = drawing.svg.empty();
-        const SvgBlock drawer(picture, block, nameColumns,
-                              isFirst ? kMargin / 2 : drawing.bottom + kMargin);
-        drawing.svg += drawer.Draw();
-        drawing.right = std::max(drawing.right, drawer.Right());
-        drawing.bottom = drawer.Bottom();
+    std::size_t right = kMargin + kColumns * kColumn;
+    std::size_t bottom = kMargin;
+    std::ostringstream drawn;
+    const std::vector<Block> blocks =
+        picture.lanes.empty() ? std::vector<Block>{} : LayOut(picture, kColumns);
+    for (const Block& block : blocks) {
+        const std::size_t top = &block == blocks.data() ? kMargin / 2 : bottom + kMargin;
+        const SvgBlock drawer{picture, block, kMargin + (nameColumns + 2) * kColumn, top, drawn};
+        drawer.Draw();
+        right = std::max(right, drawer.Right());
+        bottom = drawer.Bottom();
     }
-    return drawing;
-}
-
-} // namespace
-
-std::string DrawSvg(const Picture& exact) {
-    const Picture picture = Rounded(exact);
-    Drawing drawing = picture.lanes.empty() ? Drawing{} : DrawBlocks(picture);
-    drawing.bottom += kNoteGap;
-    for (const std::string& note : Notes(picture, (drawing.right - kMargin) / kColumn)) {
-        drawing.svg += Text("note", kMargin, drawing.bottom + kTextLine / 2, note);
-        drawing.bottom += kTextLine;
+    bottom += kNoteGap;
+    for (const std::string& note : Notes(picture, (right - kMargin) / kColumn)) {
+        Text(drawn, "note", kMargin, bottom + kTextLine / 2, note);
+        bottom += kTextLine;
     }
-    const std::size_t width = drawing.right + kMargin;
-    const std::size_t height = drawing.bottom + kMargin / 2;
-    const std::string size = Number(width) + ' ' + Number(height);
-    return R"(<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 )" + size + R"(" width=")" +
-           Number(width) + R"(" height=")" + Number(height) + R"(" role="img">)" + "\n<title>" +
-           Escaped(TitleOf(picture)) + "</title>\n<desc>" + Escaped(InWords(picture)) +
-           "</desc>\n" + std::string(kStyle) + Rectangle("paper", 0, 0, width, height) +
-           drawing.svg + "</svg>\n";
+    const std::size_t width = right + kMargin;
+    const std::size_t height = bottom + kMargin / 2;
+    std::ostringstream svg;
+    svg << R"(<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 )" << width << ' ' << height
+        << R"(" width=")" << width << R"(" height=")" << height << R"(" role="img">)"
+        << "\n<title>" << Escaped(TitleOf(picture)) << "</title>\n<desc>"
+        << Escaped(InWords(picture)) << "</desc>\n"
+        << kStyle;
+    Rectangle(svg, "paper", 0, 0, width, height);
+    svg << drawn.str() << "</svg>\n";
+    return svg.str();
 }
 
 } // namespace rig::wave

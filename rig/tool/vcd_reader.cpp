@@ -1,12 +1,12 @@
 #include "vcd_reader.h"
 
 #include <algorithm>
+#include <cctype>
 #include <charconv>
+#include <cmath>
+#include <cstdint>
 #include <optional>
-#include <string_view>
 #include <unordered_map>
-
-#include "vcd_words.h"
 
 namespace rig::wave {
 
@@ -21,40 +21,40 @@ std::optional<std::uint64_t> Number(std::string_view text) {
 }
 
 std::optional<Level> LevelOf(char digit) {
-    switch (digit) {
-    case '0':
-        return Level::low;
-    case '1':
-        return Level::high;
-    case 'x':
-    case 'X':
-        return Level::unknown;
-    case 'z':
-    case 'Z':
-        return Level::floating;
-    default:
-        return std::nullopt;
-    }
+    const auto lower = static_cast<char>(std::tolower(static_cast<unsigned char>(digit)));
+    const std::size_t level = kLevelDigits.find(lower);
+    return level < kLevelDigits.size() ? std::optional(Level{level}) : std::nullopt;
 }
 
-/// "10us" as an exponent of 10 ms.
-std::optional<Timescale> TimescaleOf(std::string_view text) {
+/// "10us" as 10^-2 ms, of which this is the exponent.
+std::optional<int> TimescaleOf(std::string_view text) {
     static const std::unordered_map<std::string_view, int> counts = {
         {"1", 0}, {"10", 1}, {"100", 2}};
     static const std::unordered_map<std::string_view, int> units = {
         {"s", 3}, {"ms", 0}, {"us", -3}, {"ns", -6}, {"ps", -9}, {"fs", -12}};
-    const std::size_t digits = std::min(text.find_first_not_of("0123456789"), text.size());
+    const std::size_t digits = std::min(text.find_first_not_of("10"), text.size());
     const auto count = counts.find(text.substr(0, digits));
     const auto unit = units.find(text.substr(digits));
-    if (count == counts.end() || unit == units.end()) {
-        return std::nullopt;
-    }
-    return Timescale{count->second + unit->second};
+    const bool isTimescale = count != counts.end() && unit != units.end();
+    return isTimescale ? std::optional(count->second + unit->second) : std::nullopt;
+}
+
+std::string Printable(std::string_view word) {
+    std::string name(word);
+    std::replace_if(
+        name.begin(), name.end(), [](char c) { return c < '!' || c > '~'; }, '?');
+    return name;
+}
+
+/// A word for use in a message.
+std::string Quoted(std::string_view word) {
+    constexpr std::size_t kLongest = 40;
+    return '"' + Printable(word.substr(0, kLongest)) + (word.size() > kLongest ? "...\"" : "\"");
 }
 
 class VcdReader {
   public:
-    explicit VcdReader(std::istream& stream) : words(stream) {}
+    explicit VcdReader(std::string_view file) : text(file), word(file.substr(0, 0)) {}
 
     Recording Read() {
         ReadHeader();
@@ -64,269 +64,211 @@ class VcdReader {
     }
 
   private:
+    // Words, which are all that the grammar knows.
+
+    /// Whether there is another word.
+    bool Next() {
+        constexpr std::string_view kBlanks = " \t\n\v\f\r";
+        const auto read = static_cast<std::size_t>(word.data() + word.size() - text.data());
+        const std::size_t begin = std::min(text.find_first_not_of(kBlanks, read), text.size());
+        const std::size_t end = std::min(text.find_first_of(kBlanks, begin), text.size());
+        word = text.substr(begin, end - begin);
+        return !word.empty();
+    }
+
+    /// The words behind a command, which was read last, up to $end.
+    std::vector<std::string_view> Arguments() {
+        const std::string_view command = word;
+        std::vector<std::string_view> arguments;
+        while (Next()) {
+            if (word == "$end") {
+                return arguments;
+            }
+            arguments.push_back(word);
+        }
+        word = command;
+        Fail(Quoted(command) + " is not closed by $end.");
+    }
+
+    /// In the line of the last word.
     [[noreturn]] void Fail(const std::string& sentence) const {
-        throw VcdError(words.Line(), sentence);
+        const auto line = 1 + std::count(text.data(), word.data(), '\n');
+        throw VcdError("line " + std::to_string(line) + ": " + sentence);
     }
 
-    void ReadHeader();
-    void ReadTimescale();
-    void ReadScope();
-    void ReadVariable();
-    std::vector<std::string> Arguments(const std::string& command);
+    // The header.
 
-    void ReadBody();
-    void ReadTime(const std::string& word);
-    void ReadBit(const std::string& word);
-    void ReadVector(const std::string& word);
-    void BeginDump();
-    void EndDump();
-    const std::vector<std::size_t>& SignalsOf(const std::string& code) const;
-    void Set(const std::vector<std::size_t>& signals, Level level);
-
-    void TellNamesakesApart();
-
-    VcdWords words;
-    Recording recording;
-    bool hasTimescale = false;
-    std::vector<std::string> scopes;
-    /// Which signals a short name stands for: several when one wire is seen in several scopes, none
-    /// when it is not drawn.
-    std::unordered_map<std::string, std::vector<std::size_t>> signalsOfCode;
-    bool hasBegun = false; ///< a time or a value was read
-    bool isDump = false;   ///< between $dumpvars or one of its kind and $end
-};
-
-// ---- The header --------------------------------------------------------------------------------
-
-void VcdReader::ReadHeader() {
-    while (const auto word = words.Next()) {
-        if (*word == "$timescale") {
-            ReadTimescale();
-        } else if (*word == "$scope") {
-            ReadScope();
-        } else if (*word == "$upscope") {
-            Arguments(*word);
-            if (scopes.empty()) {
-                Fail("$upscope without a $scope before it.");
+    void ReadHeader() {
+        while (Next()) {
+            const std::string_view command = word;
+            if (command == "$timescale") {
+                ReadTimescale();
+            } else if (command == "$var") {
+                ReadVariable();
+            } else if (command.front() != '$') {
+                Fail(Quoted(command) + " is not a command of a VCD header.");
+            } else { // or $date, $version, $comment and what programs add of their own
+                const std::vector<std::string_view> arguments = Arguments();
+                if (command == "$scope" && arguments.size() != 2) {
+                    Fail("$scope takes a kind and a name.");
+                } else if (command == "$scope") {
+                    scopes.push_back(Printable(arguments[1]) + '.');
+                } else if (command == "$upscope" && scopes.empty()) {
+                    Fail("$upscope without a $scope before it.");
+                } else if (command == "$upscope") {
+                    scopes.pop_back();
+                } else if (command == "$enddefinitions" && !exponent) {
+                    Fail("the header has no $timescale.");
+                } else if (command == "$enddefinitions") {
+                    return;
+                }
             }
-            scopes.pop_back();
-        } else if (*word == "$var") {
-            ReadVariable();
-        } else if (*word == "$enddefinitions") {
-            Arguments(*word);
-            if (!hasTimescale) {
-                Fail("the header has no $timescale.");
-            }
-            return;
-        } else if (word->front() == '$') {
-            Arguments(*word); // $date, $version, $comment and what programs add of their own
+        }
+        Fail("the file ends before $enddefinitions.");
+    }
+
+    void ReadTimescale() {
+        std::string written;
+        for (const std::string_view part : Arguments()) {
+            written += part;
+        }
+        exponent = TimescaleOf(written);
+        if (!exponent) {
+            Fail(Quoted(written) + " is not a timescale: 1, 10 or 100 of s, ms, us, ns, ps or fs.");
+        }
+    }
+
+    void ReadVariable() {
+        const std::vector<std::string_view> arguments = Arguments();
+        if (arguments.size() < 4) {
+            Fail("$var takes a kind, a width, a short name and a name.");
+        }
+        const std::string kind(arguments[0]);
+        const auto width = Number(arguments[1]);
+        if (!width) {
+            Fail(Quoted(arguments[1]) + " is not the width of a variable.");
+        }
+        Signal signal;
+        for (std::size_t i = 3; i < arguments.size(); ++i) {
+            signal.name += Printable(arguments[i]); // "data [3]" is one name
+        }
+        for (const std::string& scope : scopes) {
+            signal.path += scope;
+        }
+        signal.path += signal.name;
+
+        std::vector<std::size_t>& signals = signalsOfCode[arguments[2]];
+        const std::string leftOut = signal.path + " is left out: it is ";
+        if (*width != 1) {
+            recording.notes.push_back(leftOut + std::to_string(*width) +
+                                      " bits wide, and only single wires are drawn.");
+        } else if (kind == "real" || kind == "event" || kind == "string") {
+            recording.notes.push_back(leftOut + "of the kind " + kind +
+                                      ", and only wires are drawn.");
         } else {
-            Fail(Quoted(*word) + " is not a command of a VCD header.");
+            signals.push_back(recording.signals.size());
+            recording.signals.push_back(std::move(signal));
         }
     }
-    Fail("the file ends before $enddefinitions.");
-}
 
-/// The words up to $end.
-std::vector<std::string> VcdReader::Arguments(const std::string& command) {
-    const std::size_t line = words.Line();
-    std::vector<std::string> arguments;
-    while (auto word = words.Next()) {
-        if (*word == "$end") {
-            return arguments;
-        }
-        arguments.push_back(std::move(*word));
-    }
-    throw VcdError(line, Quoted(command) + " is not closed by $end.");
-}
+    // The values.
 
-void VcdReader::ReadTimescale() {
-    std::string text;
-    for (const std::string& word : Arguments("$timescale")) {
-        text += word;
-    }
-    const auto timescale = TimescaleOf(text);
-    if (!timescale) {
-        Fail(Quoted(text) + " is not a timescale: 1, 10 or 100 of s, ms, us, ns, ps or fs.");
-    }
-    recording.timescale = *timescale;
-    hasTimescale = true;
-}
-
-void VcdReader::ReadScope() {
-    const std::vector<std::string> arguments = Arguments("$scope");
-    if (arguments.size() != 2) {
-        Fail("$scope takes a kind and a name.");
-    }
-    scopes.push_back(Printable(arguments[1]));
-}
-
-void VcdReader::ReadVariable() {
-    const std::vector<std::string> arguments = Arguments("$var");
-    if (arguments.size() < 4) {
-        Fail("$var takes a kind, a width, a short name and a name.");
-    }
-    const auto width = Number(arguments[1]);
-    if (!width) {
-        Fail(Quoted(arguments[1]) + " is not the width of a variable.");
-    }
-    Signal signal;
-    for (std::size_t i = 3; i < arguments.size(); ++i) {
-        signal.name += Printable(arguments[i]); // "data [3]" is one name
-    }
-    for (const std::string& scope : scopes) {
-        signal.path += scope + '.';
-    }
-    signal.path += signal.name;
-
-    std::vector<std::size_t>& signals = signalsOfCode[arguments[2]];
-    const std::string& kind = arguments[0];
-    if (*width != 1) {
-        recording.notes.push_back(signal.path + " is left out: it is " + std::to_string(*width) +
-                                  " bits wide, and only single wires are drawn.");
-    } else if (kind == "real" || kind == "event" || kind == "string") {
-        recording.notes.push_back(signal.path + " is left out: it is of the kind " + kind +
-                                  ", and only wires are drawn.");
-    } else {
-        signals.push_back(recording.signals.size());
-        recording.signals.push_back(std::move(signal));
-    }
-}
-
-// ---- The values --------------------------------------------------------------------------------
-
-void VcdReader::ReadBody() {
-    while (const auto word = words.Next()) {
-        switch (word->front()) {
-        case '#':
-            ReadTime(*word);
-            break;
-        case 'b':
-        case 'B':
-        case 'r':
-        case 'R':
-        case 's':
-        case 'S':
-            ReadVector(*word);
-            break;
-        case '$':
-            if (*word == "$end") {
-                EndDump();
-            } else if (word->starts_with("$dump")) {
-                BeginDump();
-            } else {
-                Arguments(*word);
+    void ReadBody() {
+        while (Next()) {
+            if (word.front() == '#') {
+                ReadTime();
+            } else if (word.front() != '$') {
+                ReadValue();
+            } else if (word != "$end" &&
+                       !word.starts_with("$dump")) { // whose values are like others
+                Arguments();
             }
-            break;
-        default:
-            ReadBit(*word);
         }
     }
-}
 
-void VcdReader::ReadTime(const std::string& word) {
-    const auto time = Number(std::string_view(word).substr(1));
-    if (!time) {
-        Fail(Quoted(word) + " is not a time.");
-    }
-    if (*time < recording.end) {
-        Fail("the time goes back from " + std::to_string(recording.end) + " to " +
-             std::to_string(*time) + '.');
-    }
-    if (!hasBegun) {
-        recording.begin = *time;
+    void ReadTime() {
+        const auto time = Number(word.substr(1));
+        if (!time) {
+            Fail(Quoted(word) + " is not a time.");
+        }
+        if (*time < ticks) {
+            Fail("the time goes back from " + std::to_string(ticks) + " to " +
+                 std::to_string(*time) + '.');
+        }
+        ticks = *time;
+        // Dividing by a whole power of ten is exact where multiplying with its inverse is not.
+        const double power = std::pow(10.0, std::abs(*exponent));
+        const auto count = static_cast<double>(ticks);
+        recording.end = *exponent < 0 ? count / power : count * power;
+        recording.begin = hasBegun ? recording.begin : recording.end;
         hasBegun = true;
     }
-    recording.end = *time;
-}
 
-void VcdReader::ReadBit(const std::string& word) {
-    const auto level = LevelOf(word.front());
-    if (!level) {
-        Fail(Quoted(word) + " is neither a command nor a time nor a value.");
+    /// "1!" is a value of a wire, and so is "b1 !". "b01 !", "r1.5 !" and "sIDLE !" are of other
+    /// things.
+    void ReadValue() {
+        const std::string_view value = word;
+        const bool isVector =
+            std::string_view("bBrRsS").find(value.front()) != std::string_view::npos;
+        const bool isBit = !isVector || (value.size() == 2 && std::tolower(value.front()) == 'b');
+        const auto level = isBit ? LevelOf(value[isVector ? 1 : 0]) : std::nullopt;
+        if (!isVector && !level) {
+            Fail(Quoted(value) + " is neither a command nor a time nor a value.");
+        }
+        if (isVector && !Next()) {
+            Fail("the file ends within the value " + Quoted(value) + '.');
+        }
+        const std::string_view code = isVector ? word : value.substr(1);
+        const auto signals = signalsOfCode.find(code);
+        if (signals == signalsOfCode.end()) {
+            Fail("the header has no variable with the short name " + Quoted(code) + '.');
+        }
+        hasBegun = true;
+        for (const std::size_t signal : signals->second) {
+            if (!level) {
+                Fail(Quoted(value) + " is not a value of the single wire " +
+                     recording.signals[signal].path + '.');
+            }
+            Set(recording.signals[signal].changes, *level);
+        }
     }
-    Set(SignalsOf(word.substr(1)), *level);
-}
 
-/// "b1 !", also "r1.5 !" and "sIDLE !". Some programs write single wires so.
-void VcdReader::ReadVector(const std::string& word) {
-    const auto code = words.Next();
-    if (!code) {
-        Fail("the file ends within the value " + Quoted(word) + '.');
-    }
-    const std::vector<std::size_t>& signals = SignalsOf(*code);
-    if (signals.empty()) {
-        return;
-    }
-    const bool isBit = word.size() == 2 && (word.front() == 'b' || word.front() == 'B');
-    const auto level = isBit ? LevelOf(word.back()) : std::nullopt;
-    if (!level) {
-        Fail(Quoted(word) + " is not a value of the single wire " +
-             recording.signals[signals.front()].path + '.');
-    }
-    Set(signals, *level);
-}
-
-void VcdReader::BeginDump() {
-    if (isDump) {
-        Fail("a dump begins within a dump.");
-    }
-    isDump = true;
-}
-
-void VcdReader::EndDump() {
-    if (!isDump) {
-        Fail("$end without a command before it.");
-    }
-    isDump = false;
-}
-
-const std::vector<std::size_t>& VcdReader::SignalsOf(const std::string& code) const {
-    const auto found = signalsOfCode.find(code);
-    if (found == signalsOfCode.end()) {
-        Fail("the header has no variable with the short name " + Quoted(code) + '.');
-    }
-    return found->second;
-}
-
-void VcdReader::Set(const std::vector<std::size_t>& signals, Level level) {
-    hasBegun = true;
-    for (const std::size_t signal : signals) {
-        std::vector<Change>& changes = recording.signals[signal].changes;
-        // Of several values in one tick only the last can be seen.
+    /// Of several values in one moment only the last can be seen.
+    void Set(std::vector<Change>& changes, Level level) const {
         if (!changes.empty() && changes.back().time == recording.end) {
             changes.pop_back();
         }
-        const Level before = changes.empty() ? Level::unknown : changes.back().level;
-        if (level != before) {
+        if (level != (changes.empty() ? Level::unknown : changes.back().level)) {
             changes.push_back({recording.end, level});
         }
     }
-}
 
-void VcdReader::TellNamesakesApart() {
-    std::unordered_map<std::string, int> bearers;
-    for (const Signal& signal : recording.signals) {
-        ++bearers[signal.name];
-    }
-    for (Signal& signal : recording.signals) {
-        if (bearers[signal.name] > 1) {
-            signal.name = signal.path;
+    void TellNamesakesApart() {
+        std::unordered_map<std::string, int> bearers;
+        for (const Signal& signal : recording.signals) {
+            ++bearers[signal.name];
+        }
+        for (Signal& signal : recording.signals) {
+            signal.name = bearers[signal.name] > 1 ? signal.path : signal.name;
         }
     }
-}
+
+    const std::string_view text;
+    std::string_view word; ///< of the text, read last; empty at its end
+    Recording recording;
+    std::optional<int> exponent; ///< a tick is 10^exponent ms
+    std::vector<std::string> scopes;
+    /// Which signals a short name stands for: several when one wire is seen in several scopes, none
+    /// when it is not drawn.
+    std::unordered_map<std::string_view, std::vector<std::size_t>> signalsOfCode;
+    std::uint64_t ticks = 0;
+    bool hasBegun = false; ///< a time or a value was read
+};
 
 } // namespace
 
-Level LevelAt(const Signal& signal, std::uint64_t time) {
-    const auto after =
-        std::partition_point(signal.changes.begin(), signal.changes.end(),
-                             [=](const Change& change) { return change.time <= time; });
-    return after == signal.changes.begin() ? Level::unknown : std::prev(after)->level;
-}
-
-Recording ReadVcd(std::istream& stream) {
-    return VcdReader(stream).Read();
+Recording ReadVcd(std::string_view file) {
+    return VcdReader(file).Read();
 }
 
 } // namespace rig::wave

@@ -3,19 +3,12 @@
 #include <fstream>
 #include <memory>
 
-#include "svg_wave.h"
-#include "text_wave.h"
 #include "utf8_path.h"
-#include "vcd_reader.h"
 #include "wave_picture.h"
 
 namespace rig::wave {
 
 namespace {
-
-constexpr std::size_t kFewestColumns = 40;
-constexpr std::size_t kMostColumns = 1000;
-constexpr const char* kStandardOutput = "-";
 
 constexpr const char* kFooter =
     R"(Shows every change of the lines on a compressed time axis: an interval is as wide as what is
@@ -29,7 +22,8 @@ line has first, carries its width.
 struct Request {
     std::string file;
     Excerpt excerpt;
-    TextStyle style;
+    std::size_t columns = 100;
+    bool ascii = false;
     std::string svg; ///< a file, or "-"; empty: none
 };
 
@@ -39,7 +33,7 @@ Recording Read(const std::string& name) {
         throw std::runtime_error(name + " cannot be opened.");
     }
     try {
-        return ReadVcd(stream);
+        return ReadVcd(std::string(std::istreambuf_iterator<char>(stream), {}));
     } catch (const VcdError& mistake) {
         throw std::runtime_error(name + ", " + mistake.what());
     } catch (const std::ios_base::failure&) { // a directory opens, but does not read
@@ -69,14 +63,17 @@ void Run(const Request& request, std::ostream& out, std::ostream& err) {
     for (const std::string& note : recording.notes) {
         err << "note: " << note << '\n';
     }
-    const Picture picture = TakePicture(recording, request.excerpt);
-    if (request.svg == kStandardOutput) {
-        out << DrawSvg(picture) << std::flush;
+    const auto draw = [&] {
+        return DrawSvg(TakePicture(recording, request.excerpt, Form::drawing));
+    };
+    if (request.svg == "-") {
+        out << draw() << std::flush;
         return;
     }
-    out << DrawText(picture, request.style) << std::flush;
+    const Picture picture = TakePicture(recording, request.excerpt, Form::text);
+    out << DrawText(picture, request.columns, request.ascii) << std::flush;
     if (!request.svg.empty()) {
-        Write(request.svg, DrawSvg(picture));
+        Write(request.svg, draw());
     }
 }
 
@@ -93,11 +90,11 @@ void AddWaveCommand(CLI::App& app, std::ostream& out, std::ostream& err) {
         ->allow_extra_args(false);
     wave.add_option("--from", request->excerpt.from, "Begin at this time")->type_name("MS");
     wave.add_option("--to", request->excerpt.to, "End at this time")->type_name("MS");
-    wave.add_option("--width", request->style.columns, "The columns of a row, 40 to 1000")
+    wave.add_option("--width", request->columns, "The columns of a row, 40 to 1000")
         ->type_name("COLUMNS")
         ->capture_default_str()
-        ->check(CLI::Range(kFewestColumns, kMostColumns).description(""));
-    wave.add_flag("--ascii", request->style.ascii, "Draw with ASCII characters only");
+        ->check(CLI::Range(40, 1000).description(""));
+    wave.add_flag("--ascii", request->ascii, "Draw with ASCII characters only");
     wave.add_option("--svg", request->svg,
                     "Draw it into this file too; - is standard output, without the text")
         ->type_name("FILE.svg");

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <string_view>
-#include <tuple>
 
 namespace rig::wave {
 
@@ -15,208 +13,131 @@ constexpr std::size_t kBlanksAfterTime = 2;
 /// What is seen of a broken interval at the beginning of the next block.
 constexpr std::size_t kLeadIn = 4;
 
-/// How far apart the two changes of a pulse must be for its width to be written between them.
-std::size_t ColumnsOfPulse(const Pulse& pulse, Form form) {
-    constexpr std::size_t kCorner = 1;
-    constexpr std::size_t kDashAndBlank = 2;
-    constexpr std::size_t kBlank = 1;
-    return ColumnsOf(pulse.width) + (form == Form::text ? kCorner + 2 * kDashAndBlank : 2 * kBlank);
+struct Interval {
+    std::size_t least = 0;  ///< the fewest columns
+    std::size_t pulses = 0; ///< how many a break here would cut
+    double weight = 0;      ///< the share of the spare room: 0 for none, or at least 1
+    bool isCut = false;
+};
+
+std::string TimeAt(const Picture& picture, std::size_t moment) {
+    const std::string& time = picture.times[moment];
+    return moment > 0 && picture.times[moment - 1] == time ? "" : time;
 }
 
-std::vector<const Pulse*> ShortestFirst(const std::vector<Lane>& lanes) {
-    std::vector<const Pulse*> pulses;
-    for (const Lane& lane : lanes) {
-        for (const Pulse& pulse : lane.pulses) {
-            pulses.push_back(&pulse);
-        }
-    }
-    std::stable_sort(pulses.begin(), pulses.end(), [](const Pulse* a, const Pulse* b) {
-        return a->last - a->first < b->last - b->first;
-    });
-    return pulses;
+/// The end has a tick of its own if the last interval has a duration.
+bool ShowsEnd(const Picture& picture) {
+    return picture.Duration(picture.Intervals() - 1) > 0;
 }
 
-/// The fewest columns of each interval.
-std::vector<std::size_t> LeastColumns(const Picture& picture, Form form) {
-    std::vector<std::size_t> least;
-    for (std::size_t i = 0; i < picture.Intervals(); ++i) {
-        least.push_back(picture.times[i].size() + kBlanksAfterTime);
+/// What a pulse lacks is given to its first interval.
+void MakeRoomFor(const Stretch& pulse, std::vector<Interval>& intervals, Form form) {
+    constexpr std::size_t kInText = 5; // "┌─ 10 ms ─"
+    constexpr std::size_t kInDrawing = 2;
+    std::size_t lacking = ColumnsOf(pulse.width) + (form == Form::text ? kInText : kInDrawing);
+    for (std::size_t i = pulse.first; i < pulse.last; ++i) {
+        ++intervals[i].pulses;
+        lacking -= std::min(lacking, intervals[i].least);
     }
-    if (picture.moments.back() > picture.moments[picture.Intervals() - 1]) {
-        least.back() += picture.times.back().size(); // stands at the right end
-    }
-    const auto duration = [&](std::size_t interval) {
-        return picture.moments[interval + 1] - picture.moments[interval];
-    };
-    // What a pulse of few intervals needs may do for the longer ones around it. What a pulse lacks
-    // is given to the longest of its intervals.
-    for (const Pulse* pulse : ShortestFirst(picture.lanes)) {
-        const std::size_t needed = ColumnsOfPulse(*pulse, form);
-        std::size_t columns = 0;
-        std::size_t longest = pulse->first;
-        for (std::size_t i = pulse->first; i < pulse->last && columns < needed; ++i) {
-            columns += least[i];
-            longest = duration(i) > duration(longest) ? i : longest;
-        }
-        least[longest] += needed > columns ? needed - columns : 0;
-    }
-    return least;
+    intervals[pulse.first].least += lacking;
 }
 
-std::vector<double> DurationsOf(const std::vector<double>& moments) {
-    std::vector<double> durations;
-    for (std::size_t i = 1; i < moments.size(); ++i) {
-        durations.push_back(moments[i] - moments[i - 1]);
-    }
-    return durations;
-}
-
-/// A drawing cuts what lasts far longer than is usual among its intervals.
-constexpr double kFarLonger = 4;
-/// How long it then looks.
-constexpr double kCutLength = 2;
-
-/// The median of those that are long enough to be seen beside the longest.
+/// The median duration of those that are long enough to be seen beside the longest.
 double UsualDuration(std::vector<double> durations) {
     constexpr double kUnseen = 0.001;
     const double least = kUnseen * *std::max_element(durations.begin(), durations.end());
     std::erase_if(durations, [=](double duration) { return duration < least; });
-    const auto middle = durations.begin() + static_cast<std::ptrdiff_t>(durations.size() / 2);
-    std::nth_element(durations.begin(), middle, durations.end());
-    return *middle;
+    std::sort(durations.begin(), durations.end());
+    return durations[durations.size() / 2];
 }
 
-/// How much of the spare room each interval asks for: 0 for none, or at least 1.
-std::vector<double> WeightsOf(const std::vector<double>& durations, Form form) {
+void Weigh(std::vector<Interval>& intervals, const Picture& picture) {
+    constexpr double kFarLonger = 4; // than usual: it is cut,
+    constexpr double kCutLength = 2; // and then looks so long
+    std::vector<double> durations;
     double shortest = std::numeric_limits<double>::infinity();
-    for (const double duration : durations) {
+    for (std::size_t i = 0; i < intervals.size(); ++i) {
+        const double duration = picture.Duration(i);
+        durations.push_back(duration);
         shortest = duration > 0 ? std::min(shortest, duration) : shortest;
     }
     const double usual = UsualDuration(durations);
-    std::vector<double> weights(durations.size());
-    std::transform(durations.begin(), durations.end(), weights.begin(), [=](double duration) {
-        if (!(duration > 0)) {
-            return 0.0;
+    for (std::size_t i = 0; i < intervals.size(); ++i) {
+        Interval& interval = intervals[i];
+        if (!(durations[i] > 0)) {
+            continue;
         }
-        if (form == Form::text) {
-            return 1.0 + std::log2(duration / shortest);
+        if (picture.form == Form::text) {
+            interval.weight = 1 + std::log2(durations[i] / shortest);
+            continue;
         }
-        const double length = duration > kFarLonger * usual ? kCutLength * usual : duration;
-        return std::max(1.0, length / shortest);
-    });
-    return weights;
+        interval.isCut = durations[i] > kFarLonger * usual;
+        const double length = interval.isCut ? kCutLength * usual : durations[i];
+        interval.weight = std::max(1.0, length / shortest);
+    }
 }
 
-/// How many pulses a break in each interval would cut.
-std::vector<std::size_t> CutsOf(const Picture& picture) {
-    std::vector<std::size_t> begun(picture.moments.size(), 0);
-    std::vector<std::size_t> ended(picture.moments.size(), 0);
-    for (const Lane& lane : picture.lanes) {
-        for (const Pulse& pulse : lane.pulses) {
-            ++begun[pulse.first];
-            ++ended[pulse.last];
-        }
+/// Behind the last interval of the block that begins with `first`.
+std::size_t EndOfBlock(std::size_t first, const std::vector<Interval>& intervals,
+                       std::size_t columns) {
+    std::size_t end = first + 1;
+    std::size_t needed = first > 0 ? kLeadIn : intervals[0].least;
+    const std::size_t atLeast = first + 2; // one change
+    while (end < intervals.size() && (end < atLeast || needed + intervals[end].least <= columns)) {
+        needed += intervals[end].least;
+        ++end;
     }
-    std::vector<std::size_t> cuts;
-    std::size_t lasting = 0;
-    for (std::size_t i = 0; i < picture.Intervals(); ++i) {
-        lasting = lasting + begun[i] - ended[i];
-        cuts.push_back(lasting);
+    if (end == intervals.size()) {
+        return end;
     }
-    return cuts;
+    // Rather where fewer pulses are cut, as long as half of the block is left.
+    std::size_t best = end;
+    for (std::size_t i = end - 1; i >= std::max(atLeast, first + (end - first) / 2); --i) {
+        best = intervals[i - 1].pulses < intervals[best - 1].pulses ? i : best;
+    }
+    return best;
 }
 
-/// What is better is less. A pulse in one piece is worth a block more; after that blocks of the
-/// same fullness look best.
-struct Cost {
-    std::size_t blocksAndCuts = 0;
-    std::size_t cuts = 0;
-    double unevenness = 0;
-
-    bool operator<(const Cost& other) const {
-        return std::tie(blocksAndCuts, cuts, unevenness) <
-               std::tie(other.blocksAndCuts, other.cuts, other.unevenness);
-    }
-};
-
-/// The intervals that are broken, in order.
-std::vector<std::size_t> BreaksOf(const Picture& picture, const std::vector<std::size_t>& least,
-                                  std::size_t columns) {
-    // The changes up to the one that begins interval i cost at least best[i].cost, and the last
-    // block of them begins in the interval best[i].from: the one broken before it.
-    struct Best {
-        Cost cost;
-        std::size_t from = 0;
+/// The intervals are widened until the block is full: to one multiple of their weights, but for
+/// those that are wider already.
+Block LayOutBlock(std::size_t first, const std::vector<Interval>& intervals, std::size_t columns,
+                  const Picture& picture) {
+    const auto endsAt = [&](double scale) {
+        std::vector<double> ends = {0};
+        for (const Interval& interval : intervals) {
+            const auto least = static_cast<double>(interval.least);
+            ends.push_back(ends.back() + std::max(least, scale * interval.weight));
+        }
+        return ends;
     };
-    constexpr Cost kImpossible{std::numeric_limits<std::size_t>::max()};
-    const std::vector<std::size_t> cuts = CutsOf(picture);
-    const std::size_t last = picture.Intervals() - 1;
-    std::vector<Best> best(last + 1, Best{kImpossible});
-    best[0].cost = {};
-    for (std::size_t i = 1; i <= last; ++i) {
-        std::size_t needed = 0;
-        for (std::size_t from = i; from-- > 0;) {
-            needed += least[from + 1];
-            const std::size_t all = needed + (from == 0 ? least[0] : kLeadIn);
-            if (all > columns && from + 1 < i) {
-                break;
-            }
-            Cost cost = best[from].cost;
-            const double spare = static_cast<double>(columns) - static_cast<double>(all);
-            const std::size_t cut = i < last ? cuts[i] : 0;
-            cost.blocksAndCuts += 1 + cut;
-            cost.cuts += cut;
-            cost.unevenness += spare * spare;
-            if (cost < best[i].cost) {
-                best[i] = {cost, from};
-            }
+    double scale = 0;
+    double step = static_cast<double>(columns);
+    for (int i = 0; i < 64; ++i, step /= 2) {
+        scale += endsAt(scale + step).back() <= static_cast<double>(columns) ? step : 0;
+    }
+    Block block{first, {}, {}, {}};
+    for (const double end : endsAt(scale)) {
+        block.columns.push_back(static_cast<std::size_t>(std::lround(end)));
+    }
+    for (std::size_t i = first > 0 ? 1 : 0; i < intervals.size(); ++i) {
+        const std::size_t column = block.columns[i];
+        block.times.push_back({column, column, TimeAt(picture, first + i)});
+        if (intervals[i].isCut) {
+            block.cuts.push_back(block.columns[i + 1]);
         }
     }
-    std::vector<std::size_t> breaks;
-    for (std::size_t i = best[last].from; i > 0; i = best[i].from) {
-        breaks.push_back(i);
+    if (block.Last() == picture.Intervals() && ShowsEnd(picture)) {
+        const std::string time = TimeAt(picture, block.Last());
+        block.times.push_back({block.Width(), block.Width() - time.size(), time});
     }
-    std::reverse(breaks.begin(), breaks.end());
-    return breaks;
-}
-
-/// Widens the spans of a block until it is full: to one multiple of their weights, but for those
-/// that are wider already.
-void Fill(Block& block, const std::vector<double>& weights, std::size_t columns) {
-    const auto wanted = [&](std::size_t i, double scale) {
-        return std::max(static_cast<double>(block[i].columns), scale * weights[i]);
-    };
-    const auto total = [&](double scale) {
-        double sum = 0;
-        for (std::size_t i = 0; i < block.size(); ++i) {
-            sum += wanted(i, scale);
-        }
-        return sum;
-    };
-    const auto room = static_cast<double>(columns);
-    if (total(0) >= room) {
-        return;
-    }
-    // Every weight but 0 is 1 at least, so that the upper scale is more than enough. A block that
-    // has only weights of 0 stays as it is.
-    double lower = 0;
-    double upper = room;
-    for (int step = 0; step < 64; ++step) {
-        const double middle = (lower + upper) / 2;
-        (total(middle) < room ? lower : upper) = middle;
-    }
-    // Whole columns, each rounded where its right end falls, so that no error adds up.
-    double end = 0;
-    std::size_t done = 0;
-    for (std::size_t i = 0; i < block.size(); ++i) {
-        end += wanted(i, lower);
-        const auto column = static_cast<std::size_t>(std::lround(end));
-        block[i].columns = column - done;
-        done = column;
-    }
+    return block;
 }
 
 } // namespace
+
+std::size_t Block::ColumnOf(std::size_t moment) const {
+    return columns[std::clamp(moment, first, Last()) - first];
+}
 
 std::size_t ColumnsOf(const std::string& text) {
     return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) {
@@ -224,37 +145,32 @@ std::size_t ColumnsOf(const std::string& text) {
     }));
 }
 
-std::string CutTo(std::size_t columns, const std::string& name) {
-    constexpr std::string_view kCut = "..";
-    return name.size() <= columns
-               ? name
-               : std::string(kCut) + name.substr(name.size() - (columns - kCut.size()));
-}
-
-std::vector<Block> LayOut(const Picture& picture, std::size_t columns, Form form) {
-    const std::vector<std::size_t> least = LeastColumns(picture, form);
-    const std::vector<double> durations = DurationsOf(picture.moments);
-    const std::vector<double> weights = WeightsOf(durations, form);
-    const double longest = form == Form::drawing ? kFarLonger * UsualDuration(durations)
-                                                 : std::numeric_limits<double>::infinity();
-    std::vector<std::size_t> ends = BreaksOf(picture, least, columns);
-    ends.push_back(picture.Intervals() - 1);
-
+std::vector<Block> LayOut(const Picture& picture, std::size_t columns) {
+    std::vector<Interval> intervals(picture.Intervals());
+    for (std::size_t i = 0; i < intervals.size(); ++i) {
+        intervals[i].least = TimeAt(picture, i).size() + kBlanksAfterTime;
+    }
+    if (ShowsEnd(picture)) {
+        intervals.back().least += TimeAt(picture, picture.Intervals()).size();
+    }
+    for (const Lane& lane : picture.lanes) {
+        for (const Stretch& stretch : lane.stretches) {
+            if (!stretch.width.empty()) {
+                MakeRoomFor(stretch, intervals, picture.form);
+            }
+        }
+    }
+    Weigh(intervals, picture);
     std::vector<Block> blocks;
-    std::size_t next = 0;
-    for (const std::size_t end : ends) {
-        Block block;
-        std::vector<double> blockWeights;
-        if (next > 0) {
-            block.push_back({next - 1, kLeadIn});
-            blockWeights.push_back(0);
+    for (std::size_t end = 0; end < intervals.size();) {
+        const std::size_t first = end > 0 ? end - 1 : 0;
+        end = EndOfBlock(first, intervals, columns);
+        const auto begin = intervals.begin() + static_cast<std::ptrdiff_t>(first);
+        std::vector<Interval> shown(begin, begin + static_cast<std::ptrdiff_t>(end - first));
+        if (first > 0) {
+            shown.front() = {.least = kLeadIn};
         }
-        for (; next <= end; ++next) {
-            block.push_back({next, least[next], durations[next] > longest});
-            blockWeights.push_back(weights[next]);
-        }
-        Fill(block, blockWeights, columns);
-        blocks.push_back(std::move(block));
+        blocks.push_back(LayOutBlock(first, shown, columns, picture));
     }
     return blocks;
 }

@@ -1,38 +1,81 @@
 #include "wave_picture.h"
 
 #include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstdio>
+#include <cstdlib>
 
 namespace rig::wave {
 
 namespace {
 
-struct Range {
-    std::uint64_t begin;
-    std::uint64_t end;
-};
+constexpr int kMostDecimals = 12; // fs
 
-Range RangeOf(const Recording& recording, const Excerpt& excerpt) {
-    const Timescale& timescale = recording.timescale;
-    const Range range{std::max(timescale.Ticks(excerpt.from), recording.begin),
-                      std::min(timescale.Ticks(excerpt.to), recording.end)};
-    if (range.begin > range.end) {
-        throw ExcerptError("nothing was recorded then: the recording goes from " +
-                           TimeText(timescale.Milliseconds(recording.begin)) + " to " +
-                           TimeText(timescale.Milliseconds(recording.end)) + " ms.");
+// ---- Numbers as people read them ---------------------------------------------------------------
+
+/// The digits that a time needs: "66.4", "150.004", "200".
+std::string TimeText(double milliseconds, int mostDecimals = 3) {
+    std::array<char, 400> digits{}; // the largest double has 309 before its point
+    const auto [end, error] = std::to_chars(digits.data(), digits.data() + digits.size(),
+                                            milliseconds, std::chars_format::fixed, mostDecimals);
+    std::string text(digits.data(), end);
+    if (text.find('.') != std::string::npos) {
+        text.erase(text.find_last_not_of('0') + 1);
+        text.erase(text.find_last_not_of('.') + 1);
     }
-    return range;
+    return text;
 }
 
-const Signal& Find(const Recording& recording, const std::string& name) {
-    const auto& signals = recording.signals;
-    const auto found = std::find_if(signals.begin(), signals.end(), [&](const Signal& signal) {
-        return signal.name == name || signal.path == name;
-    });
-    if (found != signals.end()) {
-        return *found;
+/// In the largest unit of which there is at least one: "10.06 ms", "4 µs", "500 ns".
+std::string WidthText(double milliseconds, Form form) {
+    constexpr std::array<const char*, 5> kUnits = {" ms", " µs", " ns", " ps", " fs"};
+    if (form == Form::drawing) {
+        std::array<char, 32> threeDigits{};
+        std::snprintf(threeDigits.data(), threeDigits.size(), "%.3g", milliseconds);
+        milliseconds = std::strtod(threeDigits.data(), nullptr);
     }
+    std::size_t unit = 0;
+    for (; milliseconds < 0.9999995 && unit + 1 < kUnits.size(); ++unit) { // 0.9999996 is 1
+        milliseconds *= 1000;
+    }
+    return TimeText(milliseconds) + kUnits[unit];
+}
+
+/// To about a thousandth of the time that is shown: from 50 to 500 ms, tenths of a millisecond.
+int RoundDecimals(double milliseconds) {
+    int decimals = 0;
+    for (; decimals < kMostDecimals && milliseconds < 500; ++decimals) {
+        milliseconds *= 10;
+    }
+    return decimals;
+}
+
+std::vector<std::string> TimesOf(const std::vector<double>& moments, Form form) {
+    const bool isRound = form == Form::drawing;
+    for (int decimals = isRound ? RoundDecimals(moments.back() - moments.front()) : 3;;
+         ++decimals) {
+        std::vector<std::string> times;
+        for (const double moment : moments) {
+            times.push_back(TimeText(moment, decimals));
+        }
+        // As many as it takes to tell all moments apart, but for two ends that are one moment.
+        const bool isOne = moments.back() == moments[moments.size() - 2];
+        const auto end = times.end() - (isOne ? 1 : 0);
+        if (isRound || decimals == kMostDecimals || std::adjacent_find(times.begin(), end) == end) {
+            return times;
+        }
+    }
+}
+
+// ---- What is wanted ----------------------------------------------------------------------------
+
+const Signal& Find(const Recording& recording, const std::string& name) {
     std::string known;
-    for (const Signal& signal : signals) {
+    for (const Signal& signal : recording.signals) {
+        if (signal.name == name || signal.path == name) {
+            return signal;
+        }
         known += (known.empty() ? "" : ", ") + signal.name;
     }
     throw ExcerptError("there is no signal \"" + name + "\" but: " + known + '.');
@@ -41,16 +84,14 @@ const Signal& Find(const Recording& recording, const std::string& name) {
 std::vector<const Signal*> Choose(const Recording& recording,
                                   const std::vector<std::string>& names) {
     std::vector<const Signal*> chosen;
-    if (names.empty()) {
-        for (const Signal& signal : recording.signals) {
-            chosen.push_back(&signal);
-        }
-    }
     for (const std::string& name : names) {
         const Signal* signal = &Find(recording, name);
         if (std::find(chosen.begin(), chosen.end(), signal) == chosen.end()) {
             chosen.push_back(signal);
         }
+    }
+    for (std::size_t i = 0; names.empty() && i < recording.signals.size(); ++i) {
+        chosen.push_back(&recording.signals[i]);
     }
     if (chosen.empty()) {
         throw ExcerptError("there are no signals.");
@@ -58,116 +99,94 @@ std::vector<const Signal*> Choose(const Recording& recording,
     return chosen;
 }
 
-/// The changes after the beginning of a range, whose levels are a matter of course, up to its end.
-std::pair<const Change*, const Change*> ChangesIn(const Signal& signal, Range range) {
-    const auto upTo = [&](std::uint64_t time) {
-        const Change* const first = signal.changes.data();
-        return std::partition_point(first, first + signal.changes.size(),
-                                    [=](const Change& change) { return change.time <= time; });
-    };
-    return {upTo(range.begin), upTo(range.end)};
+// ---- What the lines do -------------------------------------------------------------------------
+
+/// How many changes there are up to a time.
+std::ptrdiff_t ChangesUpTo(double time, const Signal& signal) {
+    const auto end = std::partition_point(signal.changes.begin(), signal.changes.end(),
+                                          [=](const Change& each) { return each.time <= time; });
+    return end - signal.changes.begin();
 }
 
-std::vector<std::uint64_t> MomentsOf(const std::vector<const Signal*>& changing, Range range) {
-    std::vector<std::uint64_t> moments = {range.begin};
-    for (const Signal* signal : changing) {
-        const auto [first, last] = ChangesIn(*signal, range);
-        std::transform(first, last, std::back_inserter(moments),
-                       [](const Change& change) { return change.time; });
+/// Unknown before the first change.
+Level LevelAt(double time, const Signal& signal) {
+    const std::ptrdiff_t changes = ChangesUpTo(time, signal);
+    return changes > 0 ? signal.changes[static_cast<std::size_t>(changes - 1)].level
+                       : Level::unknown;
+}
+
+bool IsKnown(Level level) {
+    return level == Level::low || level == Level::high;
+}
+
+Lane LaneOf(const Signal& signal, const Picture& picture) {
+    Lane lane{signal.name, {}};
+    std::vector<Stretch>& stretches = lane.stretches;
+    for (std::size_t i = 0; i < picture.Intervals(); ++i) {
+        const Level level = LevelAt(picture.moments[i], signal);
+        if (stretches.empty() || stretches.back().level != level) {
+            stretches.push_back({level, i, i, ""});
+        }
+        stretches.back().last = i + 1;
     }
-    std::sort(moments.begin(), moments.end());
-    moments.erase(std::unique(moments.begin(), moments.end()), moments.end());
-    moments.push_back(range.end);
-    return moments;
-}
-
-std::vector<std::string> TextOf(const std::vector<double>& moments, int decimals) {
-    std::vector<std::string> times(moments.size());
-    std::transform(moments.begin(), moments.end(), times.begin(),
-                   [=](double moment) { return TimeText(moment, decimals); });
-    return times;
-}
-
-/// With three decimals, or with as many more as it takes to tell all moments apart.
-std::vector<std::string> TimesOf(const std::vector<double>& moments) {
-    constexpr int kDecimals = 3;
-    constexpr int kMostDecimals = 12; // fs
-    for (int decimals = kDecimals;; ++decimals) {
-        std::vector<std::string> times = TextOf(moments, decimals);
-        // The last interval may have no duration, its ends are one moment.
-        const auto end =
-            moments.back() > moments[moments.size() - 2] ? times.end() : times.end() - 1;
-        if (decimals == kMostDecimals || std::adjacent_find(times.begin(), end) == end) {
-            return times;
+    const auto rest = std::find_if(signal.changes.begin(), signal.changes.end(),
+                                   [](const Change& change) { return IsKnown(change.level); });
+    for (std::size_t i = 1; i + 1 < stretches.size(); ++i) {
+        Stretch& stretch = stretches[i];
+        if (IsKnown(stretch.level) && stretch.level != rest->level) {
+            const double width = picture.moments[stretch.last] - picture.moments[stretch.first];
+            stretch.width = WidthText(width, picture.form);
         }
     }
-}
-
-/// The level that a line leaves and comes back to: its first known one.
-Level RestOf(const Signal& signal) {
-    const auto known =
-        std::find_if(signal.changes.begin(), signal.changes.end(), [](const Change& change) {
-            return change.level == Level::low || change.level == Level::high;
-        });
-    return known != signal.changes.end() ? known->level : Level::unknown;
-}
-
-Lane LaneOf(const Signal& signal, const std::vector<std::uint64_t>& moments, Range range,
-            Timescale timescale) {
-    Lane lane{signal.name, {}, {}};
-    const Level rest = RestOf(signal);
-    const auto [first, last] = ChangesIn(signal, range);
-    Level level = LevelAt(signal, range.begin);
-    const auto indexOf = [&](const Change& change) {
-        const auto moment = std::lower_bound(moments.begin(), moments.end(), change.time);
-        return static_cast<std::size_t>(moment - moments.begin());
-    };
-    for (const Change* change = first; change != last; ++change) {
-        const std::size_t index = indexOf(*change);
-        lane.levels.resize(index, level);
-        level = change->level;
-        const bool isPulse = level != rest && (level == Level::low || level == Level::high);
-        if (isPulse && change + 1 != last) {
-            const std::uint64_t width = change[1].time - change->time;
-            lane.pulses.push_back(
-                {index, indexOf(change[1]), DurationText(timescale.Milliseconds(width))});
-        }
-    }
-    lane.levels.resize(moments.size() - 1, level);
     return lane;
 }
 
 } // namespace
 
-Picture TakePicture(const Recording& recording, const Excerpt& excerpt) {
-    const Range range = RangeOf(recording, excerpt);
-    Picture picture;
-    std::vector<const Signal*> changing;
-    for (const Signal* signal : Choose(recording, excerpt.signals)) {
-        const auto [first, last] = ChangesIn(*signal, range);
-        if (first == last) {
-            picture.steady.push_back({signal->name, LevelAt(*signal, range.begin)});
-        } else {
-            changing.push_back(signal);
-        }
+Picture TakePicture(const Recording& recording, const Excerpt& excerpt, Form form) {
+    const double begin = std::max(excerpt.from, recording.begin);
+    const double end = std::min(excerpt.to, recording.end);
+    if (begin > end) {
+        throw ExcerptError("nothing was recorded then: the recording goes from " +
+                           TimeText(recording.begin) + " to " + TimeText(recording.end) + " ms.");
     }
-    const std::vector<std::uint64_t> moments = MomentsOf(changing, range);
-    for (const std::uint64_t moment : moments) {
-        picture.moments.push_back(recording.timescale.Milliseconds(moment));
+    Picture picture{form, {begin}, {}, {}, {}};
+    const std::vector<const Signal*> chosen = Choose(recording, excerpt.signals);
+    std::vector<double>& moments = picture.moments;
+    for (const Signal* signal : chosen) { // what is at the beginning is no change
+        const auto changes = signal->changes.begin();
+        std::transform(changes + ChangesUpTo(begin, *signal), changes + ChangesUpTo(end, *signal),
+                       std::back_inserter(moments), [](const Change& each) { return each.time; });
     }
-    picture.times = TimesOf(picture.moments);
-    for (const Signal* signal : changing) {
-        picture.lanes.push_back(LaneOf(*signal, moments, range, recording.timescale));
+    std::sort(moments.begin(), moments.end());
+    moments.erase(std::unique(moments.begin(), moments.end()), moments.end());
+    moments.push_back(end);
+    picture.times = TimesOf(moments, form);
+    for (const Signal* signal : chosen) {
+        Lane lane = LaneOf(*signal, picture);
+        (lane.stretches.size() > 1 ? picture.lanes : picture.steady).push_back(std::move(lane));
     }
     return picture;
 }
 
-std::string SteadyText(const Picture& picture) {
+std::string NothingChanges(const Picture& picture) {
+    const std::string& begin = picture.times.front();
+    const std::string& end = picture.times.back();
+    return "Nothing changes " + (begin == end ? "at " + begin : "from " + begin + " to " + end) +
+           " ms.";
+}
+
+std::string SteadyText(const Picture& picture, std::size_t mostNameColumns) {
     std::string text;
-    for (const SteadyLine& line : picture.steady) {
-        text += (text.empty() ? "" : ", ") + line.name + ' ' + static_cast<char>(line.level);
+    for (const Lane& lane : picture.steady) {
+        text += (text.empty() ? "Unchanged: " : ", ") + CutTo(mostNameColumns, lane.name) + ' ' +
+                kLevelDigits[static_cast<std::size_t>(lane.stretches.front().level)];
     }
     return text;
+}
+
+std::string CutTo(std::size_t columns, const std::string& name) {
+    return name.size() <= columns ? name : ".." + name.substr(name.size() - (columns - 2));
 }
 
 } // namespace rig::wave

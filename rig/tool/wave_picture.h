@@ -11,6 +11,10 @@
 
 namespace rig::wave {
 
+/// A text is to be measured: it has times to the µs at least. A drawing is to be read at a glance:
+/// it has rounded times.
+enum class Form { text, drawing };
+
 /// What of a recording is wanted.
 struct Excerpt {
     std::vector<std::string> signals; ///< names or paths, in the order to be shown; none: all
@@ -18,46 +22,60 @@ struct Excerpt {
     double to = std::numeric_limits<double>::infinity();
 };
 
-/// The time during which a line is away from its level of rest, between two moments.
-struct Pulse {
+/// How long a line keeps a level, between two moments.
+struct Stretch {
+    Level level;
     std::size_t first;
     std::size_t last;
-    std::string width; ///< "10.06 ms"
+    /// "10.06 ms" for a pulse, which is a stretch away from the level that the line has first, and
+    /// begins and ends within the picture; else empty.
+    std::string width;
 };
 
 struct Lane {
     std::string name;
-    std::vector<Level> levels; ///< one an interval
-    std::vector<Pulse> pulses; ///< those that begin and end within the picture, in order
-};
-
-struct SteadyLine {
-    std::string name;
-    Level level;
+    std::vector<Stretch> stretches;
 };
 
 /// Interval i lies between moment i and moment i + 1. The first moment is the beginning and the
 /// last the end; at every other one at least one line changes. A line that changes at the very end
 /// still shows its new level, in a last interval without a duration.
 struct Picture {
+    Form form;
     std::vector<double> moments;    ///< ms
     std::vector<std::string> times; ///< the moments as text, ms
     std::vector<Lane> lanes;
-    std::vector<SteadyLine> steady; ///< lines that do not change
+    std::vector<Lane> steady; ///< lines that do not change
 
     std::size_t Intervals() const { return moments.size() - 1; }
+    double Duration(std::size_t interval) const {
+        return moments[interval + 1] - moments[interval];
+    }
 };
 
 /// Why there is no such picture, in a sentence.
-class ExcerptError : public std::runtime_error {
-  public:
-    using std::runtime_error::runtime_error;
+struct ExcerptError : std::runtime_error {
+    using runtime_error::runtime_error;
 };
 
 /// Throws ExcerptError.
-Picture TakePicture(const Recording& recording, const Excerpt& excerpt);
+Picture TakePicture(const Recording& recording, const Excerpt& excerpt, Form form);
 
-/// "dark 0, camera_power 1", or empty when every line changes.
-std::string SteadyText(const Picture& picture);
+/// "Nothing changes from 0 to 50 ms.", for a picture without lanes.
+std::string NothingChanges(const Picture& picture);
+
+/// "Unchanged: dark 0, camera_power 1", or empty when every line changes.
+std::string SteadyText(const Picture& picture, std::size_t mostNameColumns);
+
+/// A name, or as much of its end as there is room for: the end of a path tells more than its
+/// beginning.
+std::string CutTo(std::size_t columns, const std::string& name);
+
+/// The picture as rows of text, none wider than `columns`, which are 40 at least.
+std::string DrawText(const Picture& picture, std::size_t columns = 100, bool ascii = false);
+
+/// The picture as an SVG file, for documents and browsers. It needs nothing but itself, has a dark
+/// and a light form, and tells its content in words too.
+std::string DrawSvg(const Picture& picture);
 
 } // namespace rig::wave

@@ -4,20 +4,43 @@
 #include <string>
 #include <string_view>
 
-#include "vcd_reader.h"
 #include "wave_picture.h"
 
 /// A header of two lines, a and b, with the short names ! and ", in µs, and the values behind it.
-std::string TwoLines(std::string_view values);
+inline std::string TwoLines(std::string_view values) {
+    return "$timescale 1 us $end\n"
+           "$var wire 1 ! a $end\n"
+           "$var wire 1 \" b $end\n"
+           "$enddefinitions $end\n" +
+           std::string(values);
+}
 
 /// One capture as the rig writes it: a trigger pulse of 10.06 ms, a clear pulse of 4 µs.
-std::string OneCapture();
+inline constexpr const char* kOneCapture = "$version Solvane rig $end\n"
+                                           "$timescale 1 us $end\n"
+                                           "$scope module camera $end\n"
+                                           "$var wire 1 ! trigger $end\n"
+                                           "$var wire 1 \" ready $end\n"
+                                           "$var wire 1 # mep $end\n"
+                                           "$var wire 1 $ clear_mep $end\n"
+                                           "$var wire 1 % dark $end\n"
+                                           "$var wire 1 & camera_power $end\n"
+                                           "$upscope $end\n"
+                                           "$enddefinitions $end\n"
+                                           "#0\n$dumpvars\n0!\n1\"\n0#\n0$\n0%\n1&\n$end\n"
+                                           "#66400\n1!\n0\"\n"
+                                           "#76460\n0!\n"
+                                           "#91400\n1#\n1\"\n"
+                                           "#150000\n1$\n"
+                                           "#150004\n0$\n0#\n"
+                                           "#200000\n";
 
 /// A raw string literal whose text begins in the line below.
 constexpr std::string_view Below(std::string_view literal) {
     return literal.substr(1);
 }
 
-rig::wave::Recording Read(const std::string& vcd);
-
-rig::wave::Picture Take(const std::string& vcd, const rig::wave::Excerpt& excerpt = {});
+inline rig::wave::Picture Take(std::string_view vcd, const rig::wave::Excerpt& excerpt = {},
+                               rig::wave::Form form = rig::wave::Form::text) {
+    return rig::wave::TakePicture(rig::wave::ReadVcd(vcd), excerpt, form);
+}

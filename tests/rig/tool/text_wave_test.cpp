@@ -1,5 +1,3 @@
-#include "text_wave.h"
-
 #include <sstream>
 #include <string>
 
@@ -12,8 +10,17 @@ namespace {
 
 using namespace rig::wave;
 
+/// A line that changes every 100 µs, so many times, and rests in between.
+std::string Ticking(int changes) {
+    std::string values = "#0 0! 0\"";
+    for (int i = 1; i <= changes; ++i) {
+        values += " #" + std::to_string(100 * i) + (i % 2 == 1 ? " 1!" : " 0!");
+    }
+    return TwoLines(values + " #" + std::to_string(100 * (changes + 1)));
+}
+
 TEST(TextWave, ShowsATriggerAndAClearPulseInOnePicture) {
-    EXPECT_EQ(DrawText(Take(OneCapture()), {}), Below(R"(
+    EXPECT_EQ(DrawText(Take(kOneCapture)), Below(R"(
 ms         0                66.4          76.46          91.4             150      150.004       200
 trigger    _________________┌─ 10.06 ms ──┐_________________________________________________________
 ready      ─────────────────┐__________ 25 ms ___________┌──────────────────────────────────────────
@@ -25,7 +32,7 @@ Unchanged: dark 0, camera_power 1
 }
 
 TEST(TextWave, DrawsInAsciiToo) {
-    EXPECT_EQ(DrawText(Take(OneCapture()), {80, true}), Below(R"(
+    EXPECT_EQ(DrawText(Take(kOneCapture), 80, true), Below(R"(
 ms         0           66.4         76.46      91.4        150      150.004  200
 trigger    ____________/- 10.06 ms -\___________________________________________
 ready      ------------\________ 25 ms ________/--------------------------------
@@ -37,8 +44,7 @@ Unchanged: dark 0, camera_power 1
 }
 
 TEST(TextWave, WrapsIntoBlocksThatBeginWithTheLevelsBefore) {
-    EXPECT_EQ(DrawText(Take(OneCapture(), {{"trigger", "mep", "clear_mep"}}), {50, false}),
-              Below(R"(
+    EXPECT_EQ(DrawText(Take(kOneCapture, {{"trigger", "mep", "clear_mep"}}), 50), Below(R"(
 ms         0             66.4         76.46
 trigger    ______________┌─ 10.06 ms ─┐___________
 mep        _______________________________________
@@ -54,12 +60,12 @@ clear_mep  _________________┌─ 4 µs ─┐____________
 TEST(TextWave, DrawsAllLevels) {
     const Picture picture =
         Take(TwoLines("#0 x! 0\" #1 1! z\" #2 x! 1\" #3 0! z\" #4 z! 0\" #5 0! x\" #6 z! 0\" #7"));
-    EXPECT_EQ(DrawText(picture, {70, false}), Below(R"(
+    EXPECT_EQ(DrawText(picture, 70), Below(R"(
 ms  0        0.001    0.002    0.003    0.004    0.005    0.006  0.007
 a   ░░░░░░░░░├────────┤░░░░░░░░│_ 1 µs _│╌╌╌╌╌╌╌╌│_ 1 µs _│╌╌╌╌╌╌╌╌╌╌╌
 b   _________│╌╌╌╌╌╌╌╌├─ 1 µs ─┤╌╌╌╌╌╌╌╌│________│░░░░░░░░│___________
 )"));
-    EXPECT_EQ(DrawText(picture, {70, true}), Below(R"(
+    EXPECT_EQ(DrawText(picture, 70, true), Below(R"(
 ms  0        0.001    0.002    0.003    0.004    0.005    0.006  0.007
 a   ?????????|--------|????????|_ 1 us _|........|_ 1 us _|...........
 b   _________|........|- 1 us -|........|________|????????|___________
@@ -67,7 +73,7 @@ b   _________|........|- 1 us -|........|________|????????|___________
 }
 
 TEST(TextWave, ShowsTheLevelAfterAChangeAtTheEnd) {
-    EXPECT_EQ(DrawText(Take(TwoLines("#0 0! 1\" #5000 1!")), {40, false}), Below(R"(
+    EXPECT_EQ(DrawText(Take(TwoLines("#0 0! 1\" #5000 1!")), 40), Below(R"(
 ms  0                                5
 a   _________________________________┌──
 
@@ -79,22 +85,66 @@ TEST(TextWave, CutsALongNameAtItsBeginning) {
     const std::string vcd = "$timescale 1 us $end $scope module a_very_long_scope $end\n"
                             "$var wire 1 ! trigger_of_camera_1 $end $enddefinitions $end\n"
                             "#0 0! #5000 1! #9000";
-    const std::string text = DrawText(Take(vcd), {45, false});
+    const std::string text = DrawText(Take(vcd), 45);
     EXPECT_NE(text.find("\n..r_of_camera_1  ___"), std::string::npos) << text;
 }
 
 TEST(TextWave, SaysThatNothingChanges) {
-    EXPECT_EQ(DrawText(Take(TwoLines("#0 1! #50000")), {}),
+    EXPECT_EQ(DrawText(Take(TwoLines("#0 1! #50000"))),
               "Nothing changes from 0 to 50 ms.\nUnchanged: a 1, b x\n");
 }
 
-TEST(TextWave, NoRowIsWiderThanAsked) {
+TEST(TextWave, EveryRowIsFullAndNoneTooWide) {
     for (std::size_t columns = 40; columns <= 160; ++columns) {
-        std::istringstream rows(DrawText(Take(OneCapture()), {columns, false}));
+        std::istringstream rows(DrawText(Take(kOneCapture), columns));
         for (std::string row; std::getline(rows, row) && !row.starts_with("Unchanged");) {
+            const std::size_t least = row.empty() || row.starts_with("ms") ? 0 : columns - 1;
+            EXPECT_GE(ColumnsOf(row), least) << row; // the blank behind a width may be the last
             EXPECT_LE(ColumnsOf(row), columns) << row;
         }
     }
+}
+
+TEST(Layout, BreaksBetweenPulsesAndDropsNoChange) {
+    const Picture picture = Take(Ticking(60));
+    std::size_t last = 0;
+    for (const Block& block : LayOut(picture, 80)) {
+        EXPECT_EQ(block.Width(), 80U);
+        EXPECT_EQ(block.first, last == 0 ? 0 : last - 1) << "the interval that was broken off";
+        EXPECT_EQ(block.first % 2, 0U) << "in a pulse";
+        last = block.Last();
+    }
+    EXPECT_EQ(last, picture.Intervals());
+}
+
+TEST(Layout, APulseThatIsLongerThanABlockIsBrokenRatherThanBegunInTheNextOne) {
+    std::string values = "#0 x! 0\" #10 0! #50 1\"";
+    for (int i = 1; i <= 60; ++i) {
+        values += " #" + std::to_string(100 * i) + (i % 2 == 1 ? " 1!" : " 0!");
+    }
+    const std::vector<Block> blocks = LayOut(Take(TwoLines(values + " #9000 0\" #9999")), 80);
+    EXPECT_GT(blocks.front().columns.size(), 5U);
+}
+
+TEST(Layout, ABlockWithOneChangeMayBeTooWide) {
+    const std::vector<Block> blocks = LayOut(Take(kOneCapture), 5);
+    EXPECT_EQ(blocks.size(), 5U) << "one for each change";
+    for (const Block& block : blocks) {
+        EXPECT_EQ(block.columns.size(), 3U);
+        EXPECT_GE(block.Width(), 7U);
+    }
+}
+
+TEST(Layout, LongIntervalsAreWiderButInTextNotInProportion) {
+    // 1 µs, 1 ms and 1 s, all three with times of about the same length.
+    const std::vector<std::size_t> columns =
+        LayOut(Take(TwoLines("#0 0! 0\" #1000000 1! 1\" #1000001 x! #1001001 x\" #2001001")), 150)
+            .front()
+            .columns;
+    ASSERT_EQ(columns.size(), 5U);
+    EXPECT_LT(columns[2] - columns[1], columns[3] - columns[2]);
+    EXPECT_LT(columns[3] - columns[2], columns[4] - columns[3]);
+    EXPECT_LT(columns[4] - columns[3], 8 * (columns[2] - columns[1]));
 }
 
 } // namespace

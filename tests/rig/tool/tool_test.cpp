@@ -26,7 +26,7 @@ class Tool : public testing::Test {
         directory =
             std::filesystem::path(testing::TempDir()) / (std::string("wave_") + test->name());
         std::filesystem::create_directories(directory);
-        Save("capture.vcd", OneCapture());
+        Save("capture.vcd", kOneCapture);
     }
     ~Tool() override { std::filesystem::remove_all(directory); }
 

@@ -14,33 +14,41 @@ using namespace rig::wave;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-std::string LevelsOf(const Lane& lane) {
-    std::string text;
-    for (const Level level : lane.levels) {
-        text += static_cast<char>(level);
+/// "trigger 0 1(10.06 ms)2 0", with the moments between which the line has another level than
+/// first.
+std::string Text(const Lane& lane) {
+    std::string text = lane.name;
+    for (const Stretch& stretch : lane.stretches) {
+        text += ' ' + std::to_string(stretch.first) + '-' + std::to_string(stretch.last) + ':' +
+                kLevelDigits[static_cast<std::size_t>(stretch.level)] +
+                (stretch.width.empty() ? "" : '(' + stretch.width + ')');
     }
     return text;
 }
 
-/// "1-2 10.06 ms"
-std::vector<std::string> PulsesOf(const Lane& lane) {
+std::vector<std::string> LanesOf(const Picture& picture) {
     std::vector<std::string> texts;
-    for (const Pulse& pulse : lane.pulses) {
-        texts.push_back(std::to_string(pulse.first) + '-' + std::to_string(pulse.last) + ' ' +
-                        pulse.width);
+    for (const Lane& lane : picture.lanes) {
+        texts.push_back(Text(lane));
     }
     return texts;
 }
 
-std::vector<std::string> NamesOf(const std::vector<Lane>& lanes) {
-    std::vector<std::string> names;
-    for (const Lane& lane : lanes) {
-        names.push_back(lane.name);
-    }
-    return names;
+std::string SteadyIn(const Picture& picture) {
+    return SteadyText(picture, std::string::npos);
 }
 
-std::string ErrorOf(const std::string& vcd, const Excerpt& excerpt) {
+/// Of one pulse of so many ns.
+std::string WidthOf(std::uint64_t nanoseconds, Form form) {
+    const std::string end = std::to_string(1'000'000 + nanoseconds);
+    const Picture picture = Take("$timescale 1 ns $end $var wire 1 ! a $end $enddefinitions $end "
+                                 "#0 0! #1000000 1! #" +
+                                     end + " 0! #9999999999999",
+                                 {}, form);
+    return picture.lanes.at(0).stretches.at(1).width;
+}
+
+std::string ErrorOf(std::string_view vcd, const Excerpt& excerpt) {
     try {
         Take(vcd, excerpt);
     } catch (const ExcerptError& error) {
@@ -49,80 +57,95 @@ std::string ErrorOf(const std::string& vcd, const Excerpt& excerpt) {
     return "none";
 }
 
-TEST(Picture, HasAMomentForEveryChange) {
-    const Picture picture = Take(OneCapture());
+TEST(Picture, HasAMomentForEveryChangeAndAWidthForEveryPulse) {
+    const Picture picture = Take(kOneCapture);
     EXPECT_THAT(picture.times, ElementsAre("0", "66.4", "76.46", "91.4", "150", "150.004", "200"));
-    EXPECT_THAT(NamesOf(picture.lanes), ElementsAre("trigger", "ready", "mep", "clear_mep"));
-    EXPECT_EQ(LevelsOf(picture.lanes[0]), "010000");
-    EXPECT_EQ(LevelsOf(picture.lanes[1]), "100111");
-    EXPECT_EQ(LevelsOf(picture.lanes[2]), "000110");
-    EXPECT_EQ(LevelsOf(picture.lanes[3]), "000010");
-    EXPECT_EQ(SteadyText(picture), "dark 0, camera_power 1");
-}
-
-TEST(Picture, APulseIsTheTimeAwayFromRest) {
-    const Picture picture = Take(OneCapture());
-    EXPECT_THAT(PulsesOf(picture.lanes[0]), ElementsAre("1-2 10.06 ms"));
-    EXPECT_THAT(PulsesOf(picture.lanes[1]), ElementsAre("1-3 25 ms")) << "at rest it is high";
-    EXPECT_THAT(PulsesOf(picture.lanes[2]), ElementsAre("3-5 58.604 ms"));
-    EXPECT_THAT(PulsesOf(picture.lanes[3]), ElementsAre("4-5 4 µs"));
+    EXPECT_THAT(LanesOf(picture),
+                ElementsAre("trigger 0-1:0 1-2:1(10.06 ms) 2-6:0",
+                            "ready 0-1:1 1-3:0(25 ms) 3-6:1", // at rest it is high
+                            "mep 0-3:0 3-5:1(58.604 ms) 5-6:0",
+                            "clear_mep 0-4:0 4-5:1(4 µs) 5-6:0"));
+    EXPECT_EQ(SteadyIn(picture), "Unchanged: dark 0, camera_power 1");
 }
 
 TEST(Picture, AnUnknownLevelIsNeitherRestNorPulse) {
-    const Picture picture = Take(TwoLines("#0 x! #5 0! #7 x! #8 1! #9 z! #10"));
-    EXPECT_EQ(LevelsOf(picture.lanes[0]), "x0x1z");
-    EXPECT_THAT(PulsesOf(picture.lanes[0]), ElementsAre("3-4 1 µs"));
+    EXPECT_THAT(LanesOf(Take(TwoLines("#0 x! #5 0! #7 x! #8 1! #9 z! #10"))),
+                ElementsAre("a 0-1:x 1-2:0 2-3:x 3-4:1(1 µs) 4-5:z"));
 }
 
 TEST(Picture, CanBePartOfTheTime) {
-    const Picture picture = Take(OneCapture(), {{}, 70, 150.002});
-    EXPECT_THAT(picture.times, ElementsAre("70", "76.46", "91.4", "150", "150.002"));
-    EXPECT_EQ(LevelsOf(picture.lanes[0]), "1000");
-    for (const Lane& lane : picture.lanes) {
-        EXPECT_THAT(lane.pulses, IsEmpty()) << "an end of each is out of sight";
-    }
+    const Picture picture = Take(kOneCapture, {{}, 66.4, 150.002});
+    EXPECT_THAT(picture.times, ElementsAre("66.4", "76.46", "91.4", "150", "150.002"));
+    EXPECT_THAT(LanesOf(picture), ElementsAre("trigger 0-1:1 1-4:0", "ready 0-2:0 2-4:1",
+                                              "mep 0-2:0 2-4:1", "clear_mep 0-3:0 3-4:1"))
+        << "what is at the beginning is no change, and an end of each pulse is out of sight";
 }
 
-TEST(Picture, ChangesAtItsBeginningAreNoChanges) {
-    const Picture picture = Take(OneCapture(), {{}, 66.4, 80});
-    EXPECT_THAT(picture.times, ElementsAre("66.4", "76.46", "80"));
-    EXPECT_EQ(LevelsOf(picture.lanes[0]), "10");
-    EXPECT_EQ(SteadyText(picture), "ready 0, mep 0, clear_mep 0, dark 0, camera_power 1");
+TEST(Picture, CanBePartOfTheLinesInAnyOrder) {
+    const Picture picture = Take(kOneCapture, {{"camera.mep", "dark", "trigger", "mep"}, 0, 1000});
+    EXPECT_THAT(LanesOf(picture), ElementsAre("mep 0-3:0 3-4:1(58.604 ms) 4-5:0",
+                                              "trigger 0-1:0 1-2:1(10.06 ms) 2-5:0"));
+    EXPECT_EQ(SteadyIn(picture), "Unchanged: dark 0");
 }
 
 TEST(Picture, ShowsTheLevelAfterAChangeAtItsEnd) {
     const Picture picture = Take(TwoLines("#0 0! 0\" #5 1!"));
     EXPECT_THAT(picture.moments, ElementsAre(0, 0.005, 0.005));
-    EXPECT_EQ(LevelsOf(picture.lanes[0]), "01");
+    EXPECT_THAT(LanesOf(picture), ElementsAre("a 0-1:0 1-2:1"));
 }
 
-TEST(Picture, CanBePartOfTheLinesInAnyOrder) {
-    const Picture picture = Take(OneCapture(), {{"camera.mep", "dark", "trigger", "mep"}, 0, 1000});
-    EXPECT_THAT(NamesOf(picture.lanes), ElementsAre("mep", "trigger"));
-    EXPECT_EQ(SteadyText(picture), "dark 0");
-    EXPECT_THAT(picture.times, ElementsAre("0", "66.4", "76.46", "91.4", "150.004", "200"))
-        << "only moments at which one of them changes";
+TEST(Picture, TimesHaveTheDigitsThatTheyNeed) {
+    EXPECT_THAT(Take("$timescale 10 ns $end $var wire 1 ! a $end $enddefinitions $end "
+                     "#0 0! #150 1! #151 0! #1000")
+                    .times,
+                ElementsAre("0", "0.0015", "0.00151", "0.01"));
+    EXPECT_THAT(Take("$timescale 100 ns $end $var wire 1 ! a $end $enddefinitions $end "
+                     "#0 0! #12346 1!")
+                    .times,
+                ElementsAre("0", "1.235", "1.235"))
+        << "the end is the moment of the change";
+    EXPECT_THAT(Take("$timescale 100 s $end $var wire 1 ! a $end $enddefinitions $end "
+                     "#0 0! #18446744073709551615")
+                    .times,
+                ElementsAre("0", "1844674407370955161600000"));
 }
 
-TEST(Picture, TimesHaveTheDecimalsThatTellThemApart) {
-    const Picture picture = Take("$timescale 10 ns $end $var wire 1 ! a $end $enddefinitions $end "
-                                 "#0 0! #150 1! #151 0! #1000");
-    EXPECT_THAT(picture.times, ElementsAre("0", "0.0015", "0.00151", "0.01"));
+TEST(Picture, ADrawingHasRoundTimes) {
+    const auto times = [](std::string_view vcd) { return Take(vcd, {}, Form::drawing).times; };
+    EXPECT_THAT(times(kOneCapture), ElementsAre("0", "66.4", "76.5", "91.4", "150", "150", "200"));
+    EXPECT_THAT(times(TwoLines("#0 0! #1234567 1! #3000000")), ElementsAre("0", "1235", "3000"));
+    EXPECT_THAT(times(TwoLines("#0 0! #4 1! #6 0! #10")),
+                ElementsAre("0", "0.004", "0.006", "0.01"));
+}
+
+TEST(Picture, WidthsHaveTheUnitThatSuitsThem) {
+    EXPECT_EQ(WidthOf(10'060'000, Form::text), "10.06 ms");
+    EXPECT_EQ(WidthOf(2'947'123'456, Form::text), "2947.123 ms");
+    EXPECT_EQ(WidthOf(1'000'000, Form::text), "1 ms");
+    EXPECT_EQ(WidthOf(999'900, Form::text), "999.9 µs");
+    EXPECT_EQ(WidthOf(4'000, Form::text), "4 µs");
+    EXPECT_EQ(WidthOf(500, Form::text), "500 ns");
+    EXPECT_EQ(WidthOf(12'335'000, Form::drawing), "12.3 ms");
+    EXPECT_EQ(WidthOf(99'960'000, Form::drawing), "100 ms");
+    EXPECT_EQ(WidthOf(2'947'123'000, Form::drawing), "2950 ms");
+    EXPECT_EQ(WidthOf(999'600, Form::drawing), "1 ms");
+    EXPECT_EQ(WidthOf(4'000, Form::drawing), "4 µs");
 }
 
 TEST(Picture, MayShowNoChangeAtAll) {
     const Picture still = Take(TwoLines("#0 1! 0\" #50"));
     EXPECT_THAT(still.lanes, IsEmpty());
-    EXPECT_EQ(SteadyText(still), "a 1, b 0");
-    EXPECT_THAT(still.times, ElementsAre("0", "0.05"));
-    EXPECT_EQ(SteadyText(Take(TwoLines(""))), "a x, b x");
+    EXPECT_EQ(SteadyIn(still), "Unchanged: a 1, b 0");
+    EXPECT_EQ(NothingChanges(still), "Nothing changes from 0 to 0.05 ms.");
+    EXPECT_EQ(NothingChanges(Take(TwoLines("#5000 1!"))), "Nothing changes at 5 ms.");
+    EXPECT_EQ(SteadyIn(Take(TwoLines(""))), "Unchanged: a x, b x");
 }
 
 TEST(Picture, CannotShowWhatIsNotThere) {
-    EXPECT_EQ(ErrorOf(OneCapture(), {{"flash"}}),
+    EXPECT_EQ(ErrorOf(kOneCapture, {{"flash"}}),
               "there is no signal \"flash\" but: trigger, ready, mep, clear_mep, dark, "
               "camera_power.");
-    EXPECT_EQ(ErrorOf(OneCapture(), {{}, 200.1, 300}),
+    EXPECT_EQ(ErrorOf(kOneCapture, {{}, 200.1, 300}),
               "nothing was recorded then: the recording goes from 0 to 200 ms.");
     EXPECT_EQ(ErrorOf(TwoLines("#5000 0! #6000"), {{}, 0, 1}),
               "nothing was recorded then: the recording goes from 5 to 6 ms.");
