@@ -9,7 +9,7 @@
 #include <stdio.h>
 #include <unistd.h>
 
-#include "utf8_path.h"
+#include "this_program.h"
 
 namespace rig {
 

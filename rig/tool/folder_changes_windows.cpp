@@ -6,7 +6,7 @@
 
 #include <windows.h>
 
-#include "utf8_path.h"
+#include "this_program.h"
 
 namespace rig {
 

@@ -1,4 +1,4 @@
-#include "host_command.h"
+#include "commands.h"
 
 #include <memory>
 #include <stdexcept>
@@ -8,7 +8,6 @@
 #include "placement.h"
 #include "this_program.h"
 #include "tool.h"
-#include "utf8_path.h"
 
 namespace rig {
 

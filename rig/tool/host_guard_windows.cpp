@@ -15,7 +15,6 @@
 #include "host_dlls.h"
 #include "this_program.h"
 #include "tool.h"
-#include "utf8_path.h"
 
 namespace fs = std::filesystem;
 

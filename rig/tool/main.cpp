@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "console.h"
+#include "this_program.h"
 #include "tool.h"
 
 namespace {

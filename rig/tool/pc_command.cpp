@@ -1,4 +1,4 @@
-#include "pc_command.h"
+#include "commands.h"
 
 #include <filesystem>
 #include <memory>

@@ -12,7 +12,7 @@
 #include "folder_changes.h"
 #include "host_dlls.h"
 #include "placement_record.h"
-#include "utf8_path.h"
+#include "this_program.h"
 
 namespace fs = std::filesystem;
 

@@ -1,9 +1,26 @@
-/// Where this program runs, and what lies beside it.
+/// This program on its system: its command line, which is UTF-8 everywhere, and what lies beside
+/// it.
 #pragma once
 
 #include <filesystem>
+#include <string>
+#include <vector>
 
 namespace rig {
+
+using Program = int (*)(std::vector<std::string> arguments);
+
+/// Runs a program with the arguments of main(), and with a console that takes UTF-8 meanwhile.
+int RunInUtf8(int count, char** values, Program program);
+
+inline std::filesystem::path PathOf(const std::string& utf8) {
+    return std::u8string(utf8.begin(), utf8.end());
+}
+
+inline std::string Utf8(const std::filesystem::path& path) {
+    const std::u8string text = path.u8string();
+    return {text.begin(), text.end()};
+}
 
 bool RunsInWine();
 

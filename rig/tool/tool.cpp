@@ -5,9 +5,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "host_command.h"
-#include "pc_command.h"
-#include "wave_command.h"
+#include "commands.h"
 
 namespace rig {
 
@@ -37,7 +35,7 @@ int RunTool(std::vector<std::string> arguments, std::ostream& out, std::ostream&
                "written (the disk is full, the output is closed, nobody reads the pipe).");
     app.get_formatter()->label("SUBCOMMAND", "COMMAND");
     app.require_subcommand(1);
-    wave::AddWaveCommand(app, out, err);
+    AddWaveCommand(app, out, err);
     AddPcCommands(app, out, err);
     int hostExit = kSuccess;
     AddHostCommands(app, out, hostExit);

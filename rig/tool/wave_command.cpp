@@ -1,14 +1,16 @@
-#include "wave_command.h"
+#include "commands.h"
 
 #include <fstream>
 #include <memory>
 
-#include "utf8_path.h"
+#include "this_program.h"
 #include "wave_picture.h"
 
-namespace rig::wave {
+namespace rig {
 
 namespace {
+
+using namespace wave;
 
 constexpr const char* kFooter =
     R"(Shows every change of the lines on a compressed time axis: an interval is as wide as what is
@@ -104,4 +106,4 @@ void AddWaveCommand(CLI::App& app, std::ostream& out, std::ostream& err) {
     });
 }
 
-} // namespace rig::wave
+} // namespace rig

@@ -1,0 +1,24 @@
+/// What solvane-rig can do, as commands of its command line.
+#pragma once
+
+#include <ostream>
+
+#include <CLI/CLI.hpp>
+
+namespace rig {
+
+// Each adds its commands to `app`. What they tell goes to `out`, and beside it to `err`; both
+// streams outlive the application. A failure is a std::runtime_error with a sentence.
+
+/// `wave`: shows a recording of the lines.
+void AddWaveCommand(CLI::App& app, std::ostream& out, std::ostream& err);
+
+/// `install`, `remove` and `status`: the parts of the virtual PC that Windows must know of before a
+/// host runs. When several fail, all reasons but the last one go to `err`.
+void AddPcCommands(CLI::App& app, std::ostream& out, std::ostream& err);
+
+/// `place`, `unplace` and `guard`: hosts on the rig, and not on real hardware. `hostExit` gets the
+/// exit code of a host.
+void AddHostCommands(CLI::App& app, std::ostream& out, int& hostExit);
+
+} // namespace rig
