@@ -1,5 +1,9 @@
 #include "bench_rig.h"
 
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+
 #include "rig_journal.h"
 
 namespace test {
@@ -80,6 +84,23 @@ int AddFault(const char* function, std::uint32_t kind, std::uint32_t status, std
 
 void Drive(FT_HANDLE pins, int value) {
     EXPECT_EQ(Write(pins, {0x82, static_cast<std::uint8_t>(value), kOutputs}), FT_OK);
+}
+
+std::string ReadText(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    EXPECT_TRUE(in.is_open()) << path;
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+std::string ChangesIn(const std::string& path) {
+    const std::string whole = ReadText(path);
+    const std::string endOfLevels = "\n$end\n";
+    const std::size_t end = whole.rfind(endOfLevels);
+    EXPECT_NE(end, std::string::npos) << whole;
+    std::string changes = whole.substr(std::min(end, whole.size()));
+    changes.erase(0, endOfLevels.size());
+    std::replace(changes.begin(), changes.end(), '\n', ' ');
+    return changes.substr(0, changes.find_last_not_of(' ') + 1);
 }
 
 } // namespace test

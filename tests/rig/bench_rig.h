@@ -80,4 +80,10 @@ inline constexpr std::uint8_t kOutputs = 0x4f;
 /// Sets the outputs of the high byte.
 void Drive(FT_HANDLE pins, int value);
 
+std::string ReadText(const std::string& path);
+
+/// What a waveform tells behind its header and its first levels: "#2000 1!", where #2000 is a time
+/// in µs and ! is the trigger, " ready, # mep, $ clear_mep, % dark, & and ' the two powers.
+std::string ChangesIn(const std::string& path);
+
 } // namespace test

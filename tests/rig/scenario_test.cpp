@@ -1,7 +1,6 @@
 #include <filesystem>
 
 #include "bench_rig.h"
-#include "vcd_file.h"
 
 namespace test {
 namespace {
