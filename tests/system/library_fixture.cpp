@@ -21,4 +21,8 @@ std::vector<std::string> OnTheRig::TakeTexts() {
     return texts;
 }
 
+std::vector<std::string> OnTheRig::TakeEdges() {
+    return TakeEntries({RIG_EDGE});
+}
+
 } // namespace test

@@ -24,6 +24,9 @@ class OnTheRig : public ::testing::Test {
     /// The same without their time stamps. Only an empty line has none.
     std::vector<std::string> TakeTexts();
 
+    /// Edges of the lines since the last look: "trigger 1".
+    static std::vector<std::string> TakeEdges();
+
     void Listen() { library.SetLogger(&lines, Keep); }
 
     static void SOLVANE_CALL Keep(void* context, const char* line) {
