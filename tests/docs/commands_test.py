@@ -40,6 +40,7 @@ EXECUTED_ELSEWHERE = {
 FIGURES = {
     ("docs/architecture.md", "include/solvane/solvane.h"): "the rooms",
     ("docs/architecture.md", "api"): "which room sees which",
+    ("docs/log.md", "[10:25:29.554]"): "a line of the log",
     ("tests/transcripts/README.md", "#"): "a case, as the files have them",
     ("tests/transcripts/README.md", "define"): "a definition, likewise",
 }
@@ -186,7 +187,7 @@ def test_names():
     for path in glob.glob("tests/**/CMakeLists.txt", recursive=True):
         with open(path) as file:
             text = file.read()
-        names += re.findall(r"add_test\(NAME ([\w.]+)", text)
+        names += re.findall(r"(?:add_test\(NAME |program_test\()([\w.]+)", text)
         sources = ""
         for source in glob.glob(os.path.join(os.path.dirname(path), "*.cpp")):
             with open(source) as file:
