@@ -25,7 +25,7 @@ struct Hex {
 /// left out, and nothing else: a line may never stop an operation on the camera's lines half-way.
 class LogText {
   public:
-    LogText() { usual[0] = '\0'; } // NOLINT(*-member-init): nobody reads what is behind the zero
+    LogText() {} // NOLINT(*-member-init,*-use-equals-default): nobody reads what was not written
     LogText(const LogText& other) : LogText() { *this << other; }
     ~LogText() { Release(data); }
     LogText& operator=(const LogText&) = delete;
@@ -58,17 +58,6 @@ class LogText {
     LogText& operator<<(Hex number);
     LogText& operator<<(signed char) = delete;   ///< a number or a byte? Say which
     LogText& operator<<(unsigned char) = delete; ///< likewise
-
-    /// So many more characters, for the caller to write; null when there is no memory for them.
-    char* Extend(std::size_t count) {
-        if ((isHeld || count > capacity - size) && MakeRoom(count) < count) {
-            return nullptr;
-        }
-        char* const added = data + size;
-        size += count;
-        data[size] = '\0';
-        return added;
-    }
 
     std::string_view View() const { return {data, size}; }
     bool IsEmpty() const { return size == 0; }

@@ -120,18 +120,12 @@ bool Logger::Add(std::span<const LogPiece> pieces, LogText& line) {
 
 /// Writes the stamp of a tick, given the second that it is in.
 void Logger::PutStamp(LogText& line, std::uint64_t ticks, const LocalSecond& second) {
-    char* stamp = line.Extend(second.text.size() + sizeof "mmm] " - 1);
-    if (stamp == nullptr) {
-        return;
-    }
     const auto milliseconds =
         static_cast<std::uint32_t>(ticks - second.begin) / kTicksPerMillisecond;
-    stamp = std::copy(second.text.begin(), second.text.end(), stamp);
-    stamp[0] = Digit(milliseconds / 100);
-    stamp[1] = Digit(milliseconds / 10);
-    stamp[2] = Digit(milliseconds);
-    stamp[3] = ']';
-    stamp[4] = ' ';
+    const char ofSecond[] = {Digit(milliseconds / 100), Digit(milliseconds / 10),
+                             Digit(milliseconds), ']', ' '};
+    line << std::string_view(second.text.data(), second.text.size())
+         << std::string_view(ofSecond, sizeof ofSecond);
 
     // The fill character stays '0' until a function is installed: hosts have long received
     // zero-padded numbers in whatever follows, and scripts read them.

@@ -114,21 +114,6 @@ TEST(LogText, WhatThereIsNoMemoryForIsLeftOutAndNothingElse) {
     EXPECT_EQ(text.View(), "begin " + std::string(240 - 6, 'x') + " end") << "memory is back";
 }
 
-TEST(LogText, ExtendsByWhatTheCallerWrites) {
-    LogText text;
-    text << "a";
-    std::copy_n("bc", 2, text.Extend(2));
-    EXPECT_EQ(text.View(), "abc");
-    const std::string more(1000, 'x');
-    std::copy_n(more.data(), more.size(), text.Extend(more.size()));
-    EXPECT_EQ(text.View(), "abc" + more);
-    {
-        const FailingMemory memory(1, FailingMemory::kForEver);
-        EXPECT_EQ(text.Extend(5000), nullptr);
-    }
-    EXPECT_EQ(text.View(), "abc" + more);
-}
-
 TEST(LogText, NumbersForWhichThereIsNoMemoryAreCut) {
     LogText text;
     text << std::string(238, 'x');
@@ -167,12 +152,14 @@ TEST_P(Holding, WritingGoesOnBehindACopy) {
         EXPECT_EQ(held.CString(), letters + "more");
     }
     EXPECT_EQ(line.View(), letters + "more7");
-    {
-        const LogText::Hold held(line);
-        *line.Extend(1) = '!';
-        EXPECT_EQ(held.CString(), letters + "more7");
-    }
-    EXPECT_EQ(line.View(), letters + "more7!");
+}
+
+TEST_P(Holding, AClearedLineThatWasHeldGivesItsMemoryBack) {
+    const std::size_t own = letters.size() > 240 ? 1 : 0;
+    const std::size_t blocks = Allocations() - Releases();
+    { const LogText::Hold held(line); }
+    line.Clear();
+    EXPECT_EQ(Allocations() - Releases(), blocks - own);
 }
 
 TEST_P(Holding, AnUntouchedTextStaysWithoutMemory) {
