@@ -1,4 +1,4 @@
-/// The way into WMI: what rig_wbem.dll forwards to, the class object and the locator; and the rig's
+/// The rig's COM entry points: what rig_wbem.dll forwards to, the class object and the locator; and the rig's
 /// own question about it.
 #include <solvane/rig.h>
 

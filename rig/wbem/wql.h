@@ -17,7 +17,7 @@ struct Query {
 /// As names and keys of WMI are compared.
 bool EqualsIgnoringCase(std::string_view text, std::string_view ascii);
 
-/// Nothing when the text is any other query, or none.
+/// Empty if the text is not one of these two queries.
 std::optional<Query> ParseQuery(std::string_view text);
 
 } // namespace rig::wbem

@@ -69,7 +69,7 @@ class Tables(unittest.TestCase):
         self.assertEqual(sorted(self.exports()), sorted(documented))
         self.assertEqual(sorted(def_file(OPTIONS.definition)), sorted(documented))
 
-    def test_imports_are_the_system_and_the_vendors_bound_so_far(self):
+    def test_imports_are_the_system_and_the_vendors(self):
         self.assertEqual(set(self.imports()),
                          SYSTEM_DLLS | {"FTD2XX.dll", "EAPI_Library.dll", "inpoutx64.dll"})
 

@@ -19,8 +19,8 @@ class Progress {
     /// Without a console, or if it is not wanted, it never says anything.
     Progress(std::string command, bool isWanted);
 
-    /// Takes the words away and begins anew. Before something is printed, which they would mix
-    /// with.
+    /// Clears the message from the console, so that other output can be printed there, and starts
+    /// counting again.
     void Restart();
 
     /// For commands that show themselves that they are alive.
