@@ -47,7 +47,7 @@ rig::FaultPlan AllFunctions() {
 
 /// Timers run on threads of their own, and a first call may come from several at once.
 std::mutex mutex;
-std::uint32_t struck = 0;
+std::uint32_t failures = 0;
 
 /// Made when the program starts: the allocation test counts what is made later.
 rig::FaultPlan plan = AllFunctions();
@@ -65,7 +65,7 @@ int AddFault(const rig_fault& fault) {
 void ClearFaults() {
     const std::lock_guard lock(mutex);
     plan.Clear();
-    struck = 0;
+    failures = 0;
 }
 
 std::uint32_t Calls(const char* function) {
@@ -73,9 +73,9 @@ std::uint32_t Calls(const char* function) {
     return plan.Calls(function);
 }
 
-std::uint32_t Struck() {
+std::uint32_t FaultsThatHappened() {
     const std::lock_guard lock(mutex);
-    return struck;
+    return failures;
 }
 
 std::map<std::string, std::uint32_t> AllCalls() {
@@ -91,7 +91,7 @@ SystemCall::SystemCall(const char* function) {
     const std::lock_guard lock(mutex);
     plan.CountCall(function);
     if (const rig::Fault* const fault = plan.Find(function)) {
-        ++struck;
+        ++failures;
         kind = fault->kind;
         status = fault->status;
         count = fault->count;

@@ -19,7 +19,7 @@ std::uint32_t Calls(const char* function);
 std::map<std::string, std::uint32_t> AllCalls();
 
 /// Calls that were at fault since the faults were lifted.
-std::uint32_t Struck();
+std::uint32_t FaultsThatHappened();
 
 /// One call of the system as its stand-in serves it: counted, and possibly at fault.
 class SystemCall {

@@ -9,12 +9,12 @@
 #include "d2xx.h"
 #include "host_platform.h"
 #include "on_the_rig.h"
+#include "planned_faults.h"
 #include "postcondition.h"
 #include "proof_kinds.h"
-#include "strikes.h"
 #include "system_faults.h"
 #include "untold.h"
-#include "usb_claims.h"
+#include "usb_invariants.h"
 
 namespace {
 
@@ -30,8 +30,8 @@ constexpr std::uint64_t kSecond = 1000 * kMillisecond;
 constexpr const char* kCamera = "[camera]\nmep_latched = true\nready_after_power_ms = 100\n";
 
 /// What the hardware has behind it. A failed start leaves the FT2232H open.
-enum class State { Active, Configured, AfterAMishap, AfterAFailedStart };
-constexpr const char* kStateNames[] = {", outputs active, ", ", configured, ", ", after a mishap, ",
+enum class State { Active, Configured, AfterAFault, AfterAFailedStart };
+constexpr const char* kStateNames[] = {", outputs active, ", ", configured, ", ", after a fault, ",
                                        ", after a failed start, "};
 
 /// Whose calls fail.
@@ -39,11 +39,11 @@ enum class Whose { Vendors, System };
 constexpr const char* kWhoseNames[] = {"", " of Windows"};
 
 /// What a host sees of an operation.
-struct Sight {
+struct Observation {
     short status;
     short answer;
     std::uint32_t captures;
-    bool operator==(const Sight&) const = default;
+    bool operator==(const Observation&) const = default;
 };
 
 bool Configures(const Operation& operation, State state) {
@@ -54,16 +54,16 @@ struct Case {
     const Kind& kind;
     const Operation& operation;
     State state;
-    const Strike& strike;
+    const PlannedFault& planned;
 
     bool Configures() const { return ::Configures(operation, state); }
 
-    bool IsRepair() const { return state == State::AfterAMishap && kind.behaviour.isUsb; }
+    bool IsRepair() const { return state == State::AfterAFault && kind.behaviour.isUsb; }
 };
 
 std::string Text(const Case& one) {
     return std::string(one.kind.name) + ", " + one.operation.name +
-           kStateNames[static_cast<int>(one.state)] + proof::Text(one.strike);
+           kStateNames[static_cast<int>(one.state)] + proof::Text(one.planned);
 }
 
 class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kind> {
@@ -87,7 +87,7 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
         if (state == State::Configured) {
             controller->CheckAvailable();
         } else if (!isActive) {
-            Stumble(kind.mishaps[state == State::AfterAMishap ? 0 : 1]);
+            HaveFault(kind.earlierFaults[state == State::AfterAFault ? 0 : 1]);
         }
     }
 
@@ -104,12 +104,12 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
         host::Advance(kSecond);
     }
 
-    void Stumble(const Mishap& mishap) {
-        if (mishap.isConfigured) {
+    void HaveFault(const EarlierFault& earlierFault) {
+        if (earlierFault.isConfigured) {
             controller->CheckAvailable();
         }
-        FailStatus(mishap.function, 1, mishap.status);
-        if (!mishap.isConfigured) {
+        FailStatus(earlierFault.function, 1, earlierFault.status);
+        if (!earlierFault.isConfigured) {
             EXPECT_NE(controller->CheckAvailable(), 0);
         }
     }
@@ -128,15 +128,15 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
         return operation.run(*controller, &answer);
     }
 
-    std::vector<Strike> Strikes(const Kind& kind, const Operation& operation, State state,
-                                Whose whose) {
+    std::vector<PlannedFault> FaultsOf(const Kind& kind, const Operation& operation, State state,
+                                       Whose whose) {
         Start(kind, state);
         const Postcondition postcondition(kind, operation, Configures(operation, state));
         const CallCount calls;
         short answer = kUntouched;
         const short status = Run(kind, operation, answer);
         healthy = {status, answer, rig_captures()};
-        const bool isRepair = state == State::AfterAMishap && kind.behaviour.isUsb;
+        const bool isRepair = state == State::AfterAFault && kind.behaviour.isUsb;
         if (status == 0 && !isRepair) {
             EXPECT_EQ(Name(postcondition.Check(answer)), Name(Violation::None))
                 << operation.name << kStateNames[static_cast<int>(state)];
@@ -145,15 +145,15 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
     }
 
     /// A sleep that is asked to last 2 ms is what long waits are made of.
-    static std::uint64_t Longest(const Strike& strike) {
-        return strike.function == "Sleep" ? kLongest * kCoarseSleep / 2 : kLongest;
+    static std::uint64_t Longest(const PlannedFault& planned) {
+        return planned.function == "Sleep" ? kLongest * kCoarseSleep / 2 : kLongest;
     }
 
     /// What is wrong, empty if nothing is.
     std::string Try(const Case& one) {
-        const Strike& strike = one.strike;
+        const PlannedFault& planned = one.planned;
         Start(one.kind, one.state);
-        if (!Arm(strike)) {
+        if (!Arm(planned)) {
             return "no such fault";
         }
         const Postcondition postcondition(one.kind, one.operation, one.Configures());
@@ -164,14 +164,14 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
         short answer = kUntouched;
         const short status = Run(one.kind, one.operation, answer);
         const std::uint64_t took = rig_time() - began;
-        if (!HasStruck(strike, journalBefore)) {
+        if (!HasHappened(planned, journalBefore)) {
             return "nothing went wrong";
         }
-        longest = std::max(longest, strike.function == "Sleep" ? 0 : took);
-        if (took > Longest(strike) * kMillisecond) {
+        longest = std::max(longest, planned.function == "Sleep" ? 0 : took);
+        if (took > Longest(planned) * kMillisecond) {
             return std::to_string(took / kMillisecond) + " ms";
         }
-        if (strike.way->isHarmless && Sight{status, answer, rig_captures()} != healthy) {
+        if (planned.way->isHarmless && Observation{status, answer, rig_captures()} != healthy) {
             return "the host sees another outcome";
         }
         for (const std::string& complaint :
@@ -222,9 +222,9 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
             return "";
         }
         const Untold cause =
-            CauseOf(one.kind, one.operation, one.IsRepair(), one.strike, violation);
+            CauseOf(one.kind, one.operation, one.IsRepair(), one.planned, violation);
         ++untold[static_cast<std::size_t>(cause)];
-        if (cause == Untold::Repair && !UsbClaims(one.strike.way->kind).IsConfigured()) {
+        if (cause == Untold::Repair && !UsbInvariants(one.planned.way->kind).IsConfigured()) {
             return "0, and nothing was repaired";
         }
         return cause == Untold::Never ? std::string("0, and not as asked: ") + Name(violation) : "";
@@ -232,7 +232,7 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
 
     /// Only bytes that went wrong take a picture that nobody asked for.
     static bool MayTrigger(const Case& one) {
-        const TriggerRisk risk = one.strike.way->risk;
+        const TriggerRisk risk = one.planned.way->risk;
         return risk == TriggerRisk::Garble || risk == TriggerRisk::WrongByte ||
                (risk == TriggerRisk::WrongRegister && one.Configures());
     }
@@ -254,7 +254,7 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
     /// or bytes went wrong that the hardware then took for the truth.
     static bool MayStayHigh(const Case& one, short status) {
         const bool isTrigger = one.operation.op == Op::TriggerCapture;
-        switch (one.strike.way->risk) {
+        switch (one.planned.way->risk) {
         case TriggerRisk::None:
             return false;
         case TriggerRisk::FailedWrite:
@@ -265,7 +265,7 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
         case TriggerRisk::Garble:
             // A question that reads again takes a single cut command away with it, unless it has
             // read again already.
-            return isTrigger || one.strike.times == 0 || one.state == State::AfterAMishap;
+            return isTrigger || one.planned.times == 0 || one.state == State::AfterAFault;
         case TriggerRisk::WrongByte:
             return true;
         }
@@ -276,9 +276,9 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
     std::string AccessoriesComplaint(const Case& one, short status) {
         const bool isSwitch = one.operation.op == Op::EnableAccessoriesPower ||
                               one.operation.op == Op::DisableAccessoriesPower;
-        const bool didNothing = one.strike.times == 1 &&
-                                (one.strike.way->kind & RIG_FAULT_COUNT) == 0 &&
-                                one.strike.function != "Inp32";
+        const bool didNothing = one.planned.times == 1 &&
+                                (one.planned.way->kind & RIG_FAULT_COUNT) == 0 &&
+                                one.planned.function != "Inp32";
         short on = kUntouched;
         return status == SOLVANE_E_WRITE && isSwitch && didNothing &&
                        one.state == State::Configured &&
@@ -290,24 +290,24 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
 
     /// The hardware is whole again: who serves when?
     std::string Recovery(const Case& one) {
-        const UsbClaims claims(one.strike.way->kind);
+        const UsbInvariants invariants(one.planned.way->kind);
         const bool isUsb = one.kind.comeback == Comeback::UsbHandle;
         if (one.kind.comeback != Comeback::NewController) {
-            const bool atOnce = !isUsb || claims.ServesAtOnce();
+            const bool atOnce = !isUsb || invariants.ServesAtOnce();
             if ((controller->CheckAvailable() == 0) != atOnce) {
                 return atOnce ? "the next operation fails" : "the next operation works";
             }
             needNewController += atOnce ? 0 : 1;
-            const bool isNothingHeld = claims.IsConfigured() && !claims.IsHeld();
+            const bool isNothingHeld = invariants.IsConfigured() && !invariants.IsHeld();
             if (isUsb && atOnce && !isNothingHeld && !RestsAfterClose()) {
                 return "closing does not bring the lines to rest";
             }
         }
-        if (isUsb && (controller->ResetComPort() == 0) == claims.isSerialClaimed) {
+        if (isUsb && (controller->ResetComPort() == 0) == invariants.isSerialClaimed) {
             return "serial channel";
         }
         Replace(one.kind);
-        const bool isClaimed = isUsb && !claims.ServesANewController();
+        const bool isClaimed = isUsb && !invariants.ServesANewController();
         if (isClaimed) {
             ++needReplug;
             if (controller->CheckAvailable() == 0) {
@@ -318,7 +318,7 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
         }
         const std::string complaint = Service(one.kind);
         controller.reset();
-        const std::size_t stillOpen = claims.isSerialClaimed && !isClaimed ? 1 : 0;
+        const std::size_t stillOpen = invariants.isSerialClaimed && !isClaimed ? 1 : 0;
         return complaint.empty() && OpenChannels() != stillOpen ? "an open channel" : complaint;
     }
 
@@ -352,8 +352,8 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
     }
 
     static std::vector<State> StatesOf(const Kind& kind) {
-        std::vector<State> states{State::Active, State::Configured, State::AfterAMishap};
-        if (kind.mishaps.size() > 1) {
+        std::vector<State> states{State::Active, State::Configured, State::AfterAFault};
+        if (kind.earlierFaults.size() > 1) {
             states.push_back(State::AfterAFailedStart);
         }
         return states;
@@ -367,8 +367,8 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
                 continue; // the same as RecheckStatus, for one kind
             }
             for (const State state : StatesOf(kind)) {
-                for (const Strike& strike : Strikes(kind, operation, state, whose)) {
-                    const Case one{kind, operation, state, strike};
+                for (const PlannedFault& planned : FaultsOf(kind, operation, state, whose)) {
+                    const Case one{kind, operation, state, planned};
                     const std::string wrong = Try(one);
                     ++all;
                     good += wrong.empty() ? 1 : 0;
@@ -396,7 +396,7 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
     static constexpr std::size_t kMostComplaints = 20;
 
     ControllerPtr controller;
-    Sight healthy{};
+    Observation healthy{};
     std::uint64_t longest = 0;
     std::size_t leftHigh = 0;
     std::size_t unasked = 0;

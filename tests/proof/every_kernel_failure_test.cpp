@@ -42,25 +42,25 @@ constexpr const char* kEndingNames[] = {"runs it again", "disposes of it",
 struct Case {
     TimerState state;
     TimerOp op;
-    const Strike& strike;
-    const Strike* second; ///< null: none
+    const PlannedFault& planned;
+    const PlannedFault* second; ///< null: none
     Ending ending;
 
     /// The driver refuses the deletion in the disposal.
     bool IsRefusedDisposal() const {
-        return strike.function == host::kernel::kDeleteRequest &&
-               (strike.way->kind & RIG_FAULT_STATUS) != 0 &&
+        return planned.function == host::kernel::kDeleteRequest &&
+               (planned.way->kind & RIG_FAULT_STATUS) != 0 &&
                (op == TimerOp::Dispose || ending == Ending::DisposesWhileItLasts);
     }
 
-    bool Strikes(const char* function) const {
-        return strike.function == function || (second != nullptr && second->function == function);
+    bool Concerns(const char* function) const {
+        return planned.function == function || (second != nullptr && second->function == function);
     }
 };
 
 std::string Text(const Case& one) {
     return std::string(kOpNames[static_cast<int>(one.op)]) + " (" +
-           kStateNames[static_cast<int>(one.state)] + "), " + proof::Text(one.strike) +
+           kStateNames[static_cast<int>(one.state)] + "), " + proof::Text(one.planned) +
            (one.second != nullptr ? ", " + proof::Text(*one.second) : "") + ", then the host " +
            kEndingNames[static_cast<int>(one.ending)];
 }
@@ -72,25 +72,25 @@ class EveryKernelFailureTest : public OnTheRig, public testing::WithParamInterfa
     /// What is wrong, empty if nothing is.
     std::string Try(const Case& one) {
         host.Start(one.state, one.op);
-        struck = 0;
+        failures = 0;
         if (one.op == TimerOp::Dispose && one.IsRefusedDisposal()) {
-            Arm(one.strike);
+            Arm(one.planned);
             ExpectDeath(one);
             Disarm();
             return End(one);
         }
-        std::vector<const Strike*> faults{&one.strike};
+        std::vector<const PlannedFault*> faults{&one.planned};
         if (one.second != nullptr) {
             faults.push_back(one.second);
         }
         const std::size_t before = host::kernel::OpenHandles();
         const TimerHost::Call call = host.Do(one.op, faults);
-        struck = call.struck;
-        const TimerSight expected = Expected(one.op, call.trace);
+        failures = call.failures;
+        const TimerObservation expected = Expected(one.op, call.trace);
         if (call.seen != expected) {
             return proof::Text(call.seen) + " instead of " + proof::Text(expected);
         }
-        if (struck == 0) {
+        if (failures == 0) {
             return "nothing went wrong";
         }
         const std::string complaint = Leftovers(one.op, call.trace, before);
@@ -172,9 +172,9 @@ class EveryKernelFailureTest : public OnTheRig, public testing::WithParamInterfa
 
     /// The driver keeps a timer only if the host ran on without it, or the library cannot know it.
     std::string DriverComplaint(const Case& one) {
-        const bool mayHide = one.Strikes(host::kernel::kCreateRequest) ||
-                             one.Strikes(host::kernel::kCreateReply) ||
-                             one.Strikes(host::kernel::kDeleteRequest);
+        const bool mayHide = one.Concerns(host::kernel::kCreateRequest) ||
+                             one.Concerns(host::kernel::kCreateReply) ||
+                             one.Concerns(host::kernel::kDeleteRequest);
         const std::size_t hidden = host.driver.Timers() - host.overwritten;
         return hidden <= (mayHide ? 1u : 0u)
                    ? ""
@@ -183,7 +183,8 @@ class EveryKernelFailureTest : public OnTheRig, public testing::WithParamInterfa
 
     void ExpectDeath(const Case& one) {
         constexpr std::uint32_t kNoSuchTimer = 2;
-        const std::uint32_t error = one.IsRefusedDisposal() ? one.strike.way->status : kNoSuchTimer;
+        const std::uint32_t error =
+            one.IsRefusedDisposal() ? one.planned.way->status : kNoSuchTimer;
         char code[16];
         std::snprintf(code, sizeof code, "%08x", static_cast<unsigned>(error));
         EXPECT_EXIT(Solvane_DisposeTimer(host.Handle()), testing::KilledBySignal(SIGABRT),
@@ -194,7 +195,7 @@ class EveryKernelFailureTest : public OnTheRig, public testing::WithParamInterfa
 
     void TryAndCount(const Case& one) {
         const std::string wrong = Try(one);
-        if (one.second != nullptr && wrong.empty() && struck == 1) {
+        if (one.second != nullptr && wrong.empty() && failures == 1) {
             return; // one of them comes to nothing beside the other
         }
         ++all;
@@ -213,23 +214,23 @@ class EveryKernelFailureTest : public OnTheRig, public testing::WithParamInterfa
                (state == TimerState::Created || state == TimerState::LeftBehind);
     }
 
-    void TryAllEndings(TimerState state, TimerOp op, const Strike& strike) {
+    void TryAllEndings(TimerState state, TimerOp op, const PlannedFault& planned) {
         for (const Ending ending : kEndings) {
             const bool isOver = ending != Ending::DisposesWhileItLasts;
             if (ending == Ending::RunsAgain ||
-                (IsRun(op) && IsThorough(state, op) && (isOver || strike.times == 0))) {
-                TryAndCount({state, op, strike, nullptr, ending});
+                (IsRun(op) && IsThorough(state, op) && (isOver || planned.times == 0))) {
+                TryAndCount({state, op, planned, nullptr, ending});
             }
         }
     }
 
     /// What else can go wrong once this has.
-    void TryAllPairs(TimerState state, TimerOp op, const Strike& strike) {
+    void TryAllPairs(TimerState state, TimerOp op, const PlannedFault& planned) {
         host.Start(state, op);
-        const TimerHost::Call first = host.Do(op, {&strike}, true);
-        for (const Strike& second : first.strikes) {
-            if (second.times != 0 && second.function != strike.function) {
-                TryAndCount({state, op, strike, &second, Ending::RunsAgain});
+        const TimerHost::Call first = host.Do(op, {&planned}, true);
+        for (const PlannedFault& second : first.plannedFaults) {
+            if (second.times != 0 && second.function != planned.function) {
+                TryAndCount({state, op, planned, &second, Ending::RunsAgain});
             }
         }
         Disarm();
@@ -242,10 +243,10 @@ class EveryKernelFailureTest : public OnTheRig, public testing::WithParamInterfa
             }
             host.Start(state, op);
             const TimerHost::Call healthy = host.Do(op, {}, true);
-            for (const Strike& strike : healthy.strikes) {
-                TryAllEndings(state, op, strike);
-                if (strike.times != 0 && IsThorough(state, op)) {
-                    TryAllPairs(state, op, strike);
+            for (const PlannedFault& planned : healthy.plannedFaults) {
+                TryAllEndings(state, op, planned);
+                if (planned.times != 0 && IsThorough(state, op)) {
+                    TryAllPairs(state, op, planned);
                 }
             }
         }
@@ -262,7 +263,7 @@ class EveryKernelFailureTest : public OnTheRig, public testing::WithParamInterfa
     static constexpr std::size_t kMostComplaints = 20;
 
     TimerHost host;
-    std::uint32_t struck = 0;
+    std::uint32_t failures = 0;
     std::size_t all = 0;
     std::size_t good = 0;
     std::size_t deaths = 0;

@@ -140,7 +140,7 @@ class EveryScheduleTest : public ScheduleTest, public testing::WithParamInterfac
   protected:
     /// All schedules, with a failure of this number (0: none). False after a complaint.
     bool Try(std::size_t state, std::size_t fault) {
-        bool isStruck = fault == 0;
+        bool hasFailed = fault == 0;
         twoThreads.Follow("");
         do {
             const TimerHistory history = Once(state, fault);
@@ -153,12 +153,12 @@ class EveryScheduleTest : public ScheduleTest, public testing::WithParamInterfac
                 return false;
             }
             ++schedules;
-            isStruck = isStruck || history.isStruck;
+            hasFailed = hasFailed || history.hasFailed;
             if (state == 0 && fault == 0) {
                 CountCalls(history);
             }
         } while (twoThreads.Next());
-        EXPECT_TRUE(isStruck) << "failure " << fault;
+        EXPECT_TRUE(hasFailed) << "failure " << fault;
         return true;
     }
 

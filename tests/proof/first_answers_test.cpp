@@ -25,13 +25,13 @@ using testing::StartsWith;
 constexpr std::uint64_t kMillisecond = 1'000'000;
 constexpr std::uint32_t kForEver = 0;
 
-using Mishap = std::function<void()>;
+using Cause = std::function<void()>;
 
 /// A column of the document's table: hardware that leaves, and in which ways it does.
 struct Loss {
     const char* name;
     const char* scenario;
-    std::vector<Mishap> ways;
+    std::vector<Cause> ways;
 };
 
 void Fail(const char* function, std::uint32_t kind, std::uint32_t status) {
@@ -49,7 +49,7 @@ void EapiFails() {
 }
 
 /// Port writes go nowhere, and every port reads so.
-Mishap PortsRead(std::uint32_t value) {
+Cause PortsRead(std::uint32_t value) {
     return [value] {
         Fail("Out32", RIG_FAULT_SILENT, 0);
         Fail("Inp32", RIG_FAULT_STATUS, value);
@@ -66,9 +66,9 @@ void Replug() {
 }
 
 /// D2XX may take a port reset for a chip that is gone: only then is the chip waited for.
-Mishap WithPortReset(const Mishap& mishap) {
-    return [mishap] {
-        mishap();
+Cause WithPortReset(const Cause& cause) {
+    return [cause] {
+        cause();
         Fail("FT_ResetPort", RIG_FAULT_SILENT, 0);
     };
 }
@@ -145,7 +145,7 @@ class FirstAnswersTest : public LibraryOnTheRig {
 
     /// What the document says of a call whose hardware has left: its first answer, and the one that
     /// every later call gives.
-    static std::string Answers(const Operation& call, const Loss& loss, const Mishap& way) {
+    static std::string Answers(const Operation& call, const Loss& loss, const Cause& way) {
         StartLibrary(loss.scenario);
         const Effect* const effect = EffectOf(call.op);
         if (effect != nullptr) {
@@ -194,7 +194,7 @@ TEST_F(FirstAnswersTest, AreThoseOfTheHostGuide) {
         EXPECT_EQ(row[0], Calls()[i].name);
         for (std::size_t column = 0; column < kLosses.size(); ++column) {
             const Loss& loss = kLosses[column];
-            for (const Mishap& way : loss.ways) {
+            for (const Cause& way : loss.ways) {
                 EXPECT_EQ(row[column + 1], Answers(Calls()[i], loss, way))
                     << Calls()[i].name << ", " << loss.name;
             }
@@ -220,7 +220,7 @@ static int still_there(void) {
 /// Questions that answer what cannot be, and a command that changes nothing.
 TEST_F(FirstAnswersTest, AHostThatAsksNoticesEveryLoss) {
     for (const Loss& loss : kLosses) {
-        for (const Mishap& way : loss.ways) {
+        for (const Cause& way : loss.ways) {
             SCOPED_TRACE(loss.name);
             StartLibrary(std::string(loss.scenario) + "[camera]\nmep_latched = true\n");
             TakeEdges();

@@ -121,10 +121,10 @@ Violation Postcondition::CheckChip() const {
     bool isReset = false;
     bool isClosed = operation.op == Op::CloseDevice && configures;
     rig_entry entry{};
-    bool isStruck = false;
+    bool isAtFault = false;
     for (std::size_t i = journalBefore; rig_journal_entry(i, &entry) == 0; ++i) {
         const std::string_view text = entry.text;
-        if (std::exchange(isStruck, text.starts_with("fault "))) {
+        if (std::exchange(isAtFault, text.starts_with("fault "))) {
             continue; // what it reports is not what it did
         }
         isReset = isReset || text == "FT_ResetDevice(SLV1A) -> 0";

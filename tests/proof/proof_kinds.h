@@ -61,12 +61,13 @@ struct VendorFunction {
 enum class Comeback : std::uint8_t {
     NextOperation, ///< whatever was asked, the next operation configures it
     NewController, ///< a controller whose configuration failed never tries again
-    UsbHandle      ///< it depends on the handle that was left open: see usb_claims.h
+    UsbHandle      ///< it depends on the handle that was left open: see usb_invariants.h
 };
 
-/// A mishap before the operation, so that its way back is proved as well: one call of the function
-/// fails, on a configured controller the next one, on a fresh one the first while it configures.
-struct Mishap {
+/// A earlierFault before the operation, so that its way back is proved as well: one call of the
+/// function fails, on a configured controller the next one, on a fresh one the first while it
+/// configures.
+struct EarlierFault {
     const char* function;
     std::uint32_t status; ///< that it returns
     bool isConfigured;
@@ -83,7 +84,7 @@ struct Kind {
     std::size_t failuresOfWindows; ///< likewise
     UntoldCounts untold;           ///< operations that answer 0 to a failure all the same
     UntoldCounts untoldOfWindows;  ///< likewise
-    std::vector<Mishap> mishaps;
+    std::vector<EarlierFault> earlierFaults;
     const char* activeOutputs; ///< has them start so, of a scenario; the FT2232H is set so
     Comeback comeback;
     bool configuringMayAnswerWrite = false; ///< a line that cannot be set to rest is told once

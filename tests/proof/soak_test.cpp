@@ -14,7 +14,7 @@
 #include "on_the_rig.h"
 #include "postcondition.h"
 #include "proof_kinds.h"
-#include "usb_claims.h"
+#include "usb_invariants.h"
 
 #define SOLVANE_NO_IMPORT
 #include <solvane/solvane.h>

@@ -86,20 +86,20 @@ void TimerHost::Discard() {
 
 void TimerHost::FailToRun(const char* function) {
     const Way fails = rig::Fails(31);
-    const Strike strike{function, 1, 1, &fails, true};
-    EXPECT_EQ(Do(TimerOp::RunStoppedInside, {&strike}).seen.status, SOLVANE_E_UNDETERMINED);
+    const PlannedFault planned{function, 1, 1, &fails, true};
+    EXPECT_EQ(Do(TimerOp::RunStoppedInside, {&planned}).seen.status, SOLVANE_E_UNDETERMINED);
     Disarm();
 }
 
-TimerHost::Call TimerHost::Do(TimerOp op, const std::vector<const Strike*>& faults,
-                              bool wantsStrikes) {
+TimerHost::Call TimerHost::Do(TimerOp op, const std::vector<const PlannedFault*>& faults,
+                              bool wantsFaults) {
     if (!std::exchange(isBesideARun, false)) {
-        return DoAlone(op, faults, wantsStrikes);
+        return DoAlone(op, faults, wantsFaults);
     }
     Call call;
     other->events.clear();
     other->beside = [&] {
-        call = DoAlone(op, faults, wantsStrikes);
+        call = DoAlone(op, faults, wantsFaults);
         Disarm();
     };
     EXPECT_EQ(Solvane_RunTimer(other->handle, 1000, Receive), SOLVANE_OK);
@@ -107,23 +107,23 @@ TimerHost::Call TimerHost::Do(TimerOp op, const std::vector<const Strike*>& faul
     return call;
 }
 
-TimerHost::Call TimerHost::DoAlone(TimerOp op, const std::vector<const Strike*>& faults,
-                                   bool wantsStrikes) {
+TimerHost::Call TimerHost::DoAlone(TimerOp op, const std::vector<const PlannedFault*>& faults,
+                                   bool wantsFaults) {
     TakeTrace();
     lines.clear();
-    for (const Strike* const fault : faults) {
+    for (const PlannedFault* const fault : faults) {
         EXPECT_TRUE(Arm(*fault)) << fault->function;
     }
-    const auto calls = wantsStrikes ? std::make_optional<CallCount>() : std::nullopt;
+    const auto calls = wantsFaults ? std::make_optional<CallCount>() : std::nullopt;
     Call call;
     call.seen.status = CallExport(op);
     call.seen.log = std::exchange(lines, {});
     call.seen.events = std::exchange(own->events, {});
     if (calls) {
-        call.strikes = calls->OfSystem(TimerFunctions());
+        call.plannedFaults = calls->OfSystem(TimerFunctions());
     }
     call.trace = TakeTrace();
-    call.struck = host::Struck();
+    call.failures = host::FaultsThatHappened();
     Follow(call.trace);
     return call;
 }

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "strikes.h"
+#include "planned_faults.h"
 #include "timer_driver.h"
-#include "timer_sight.h"
+#include "timer_observation.h"
 
 namespace proof {
 
@@ -34,14 +34,15 @@ class TimerHost {
     void Start(TimerState state, TimerOp op);
 
     struct Call {
-        TimerSight seen;
+        TimerObservation seen;
         TimerTrace trace;
-        std::vector<Strike> strikes; ///< every way in which its calls of Windows can fail
-        std::uint32_t struck = 0;    ///< calls that did
+        std::vector<PlannedFault>
+            plannedFaults;          ///< every way in which its calls of Windows can fail
+        std::uint32_t failures = 0; ///< calls that did
     };
 
-    /// The operation, during which these faults strike.
-    Call Do(TimerOp op, const std::vector<const Strike*>& faults, bool wantsStrikes = false);
+    /// The operation, during which these faults planned.
+    Call Do(TimerOp op, const std::vector<const PlannedFault*>& faults, bool wantsFaults = false);
 
     /// A call that must go well, and show the host what it must see.
     bool Works(TimerOp op);
@@ -70,7 +71,7 @@ class TimerHost {
     static void Stop(const Timer& timer);
 
     int CallExport(TimerOp op);
-    Call DoAlone(TimerOp op, const std::vector<const Strike*>& faults, bool wantsStrikes);
+    Call DoAlone(TimerOp op, const std::vector<const PlannedFault*>& faults, bool wantsFaults);
     void Discard();
     void FailToRun(const char* function);
     void Follow(const TimerTrace& trace);

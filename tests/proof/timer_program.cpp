@@ -6,7 +6,7 @@
 
 #include "host_platform.h"
 #include "logger.h"
-#include "strikes.h"
+#include "planned_faults.h"
 #include "system_faults.h"
 #include "two_threads.h"
 #include "watched_memory.h"
@@ -33,7 +33,7 @@ class Program {
             Plan(*circumstances.fault);
         }
         history.complaint += twoThreads.Run([this] { Go(0); }, [this] { Go(1); });
-        history.isStruck = host::Struck() != 0;
+        history.hasFailed = host::FaultsThatHappened() != 0;
         Disarm();
         if (history.complaint.empty()) {
             for (std::size_t timer = 0; timer < timers.size(); ++timer) {
@@ -94,7 +94,7 @@ class Program {
         if (circumstances.state != TimerState::Created) {
             Do({HostStep::Run, timer, 1});
         }
-        if ((host::Struck() != 0) != (circumstances.state > TimerState::Stopped)) {
+        if ((host::FaultsThatHappened() != 0) != (circumstances.state > TimerState::Stopped)) {
             history.complaint = "the timer does not begin as it should";
         }
         Disarm();

@@ -8,7 +8,7 @@
 
 #include "timer_driver.h"
 #include "timer_host.h"
-#include "timer_sight.h"
+#include "timer_observation.h"
 #include "watched_calls.h"
 
 namespace proof {
@@ -48,7 +48,7 @@ struct TimerCall {
     std::size_t thread; ///< TwoThreads::kNeither: before or after the two
     std::size_t began = 0;
     std::size_t ended = 0;
-    TimerSight seen = {};
+    TimerObservation seen = {};
     std::vector<WatchedCall> calls = {};
     std::vector<std::size_t> delivered = {}; ///< the step of each event's arrival in the function
     std::vector<std::size_t> returned = {};  ///< of the function's return
@@ -60,7 +60,7 @@ struct TimerCall {
 struct TimerHistory {
     std::vector<TimerCall> calls; ///< in the order in which they began
     std::size_t driverTimers = 0; ///< that the driver still has
-    bool isStruck = false;        ///< a call failed that was to
+    bool hasFailed = false;       ///< a call failed that was to
     std::string complaint;        ///< what no host may meet with, whatever it does
 };
 

@@ -60,8 +60,8 @@ struct Judge {
         if ((isDuringARun && !isAnswered) || (!isBesideARun && isAnswered)) {
             return "a stop's status";
         }
-        const TimerSight refused{SOLVANE_E_INVALID, {kNotStarted}, {}};
-        return stop.seen == (isAnswered ? TimerSight{} : refused) ? "" : "a stop";
+        const TimerObservation refused{SOLVANE_E_INVALID, {kNotStarted}, {}};
+        return stop.seen == (isAnswered ? TimerObservation{} : refused) ? "" : "a stop";
     }
 
     std::vector<std::size_t> EffectsOn(const TimerCall& run) const {
@@ -120,7 +120,7 @@ struct Judge {
             trace.erase(trace.begin() + static_cast<std::ptrdiff_t>(last));
             ++surprises.undelivered;
         }
-        const TimerSight expected = Expected(TimerOp::RunStoppedInside, trace);
+        const TimerObservation expected = Expected(TimerOp::RunStoppedInside, trace);
         return run.seen == expected ? "" : "a run, instead of " + Text(expected);
     }
 
@@ -153,7 +153,7 @@ struct Judge {
         for (const WatchedCall& one : call.calls) {
             trace.push_back(one.made);
         }
-        const TimerSight expected =
+        const TimerObservation expected =
             Expected(call.what == HostStep::Create ? TimerOp::Create : TimerOp::Dispose, trace);
         return call.seen == expected ? "" : "instead of " + Text(expected);
     }

@@ -49,10 +49,10 @@ bool IsAnyOf(std::string_view function, std::initializer_list<std::string_view> 
     return std::ranges::find(functions, function) != functions.end();
 }
 
-bool IsReadWrong(const Strike& strike) {
-    const bool isCount = strike.way->kind == RIG_FAULT_COUNT;
-    return strike.way->risk == TriggerRisk::WrongByte ||
-           (isCount && IsAnyOf(strike.function, {"EApiGPIOGetLevel", "FT_Read"}));
+bool IsReadWrong(const PlannedFault& planned) {
+    const bool isCount = planned.way->kind == RIG_FAULT_COUNT;
+    return planned.way->risk == TriggerRisk::WrongByte ||
+           (isCount && IsAnyOf(planned.function, {"EApiGPIOGetLevel", "FT_Read"}));
 }
 
 bool IsOfLine(Violation violation) {
@@ -61,13 +61,13 @@ bool IsOfLine(Violation violation) {
 }
 
 /// FT_Write says how much it wrote, and a register of the Super I/O chip is read back.
-bool ShowsSilence(const Strike& strike, Violation violation) {
-    switch (strike.way->risk) {
+bool ShowsSilence(const PlannedFault& planned, Violation violation) {
+    switch (planned.way->risk) {
     case TriggerRisk::None:
-        return !IsAnyOf(strike.function, {"EApiGPIOGetLevel", "EApiGPIOSetDirection", "FT_Read",
-                                          "FT_SetBitMode", "FT_ResetDevice", "FT_Close"});
+        return !IsAnyOf(planned.function, {"EApiGPIOGetLevel", "EApiGPIOSetDirection", "FT_Read",
+                                           "FT_SetBitMode", "FT_ResetDevice", "FT_Close"});
     case TriggerRisk::FailedWrite: // unless all others are silent as well
-        return strike.function != "*" ||
+        return planned.function != "*" ||
                (violation != Violation::Chip && violation != Violation::OtherLine);
     case TriggerRisk::WrongRegister:
         return IsOfLine(violation);
@@ -78,33 +78,33 @@ bool ShowsSilence(const Strike& strike, Violation violation) {
 
 /// The write that raises the line failed, and the chip was brought back; or that happened to a
 /// wake, which then looks at the line once more, to pulse it back from where it is.
-bool IsRepaired(Op op, bool isRepair, const Strike& strike) {
-    if (strike.times == 1 && Raises(op, strike.question)) {
+bool IsRepaired(Op op, bool isRepair, const PlannedFault& planned) {
+    if (planned.times == 1 && Raises(op, planned.question)) {
         return true;
     }
-    const bool isRead = IsAnyOf(strike.function, {"FT_Write", "FT_GetQueueStatus", "FT_Read"});
+    const bool isRead = IsAnyOf(planned.function, {"FT_Write", "FT_GetQueueStatus", "FT_Read"});
     if (op == Op::WakeCamera) {
-        return strike.times == 1 && isRead;
+        return planned.times == 1 && isRead;
     }
-    const bool failsAgain = strike.times == 0 && IsAnyOf(strike.function, {"FT_Write", "*"});
+    const bool failsAgain = planned.times == 0 && IsAnyOf(planned.function, {"FT_Write", "*"});
     return isRepair && op != Op::TriggerCapture && BitRaisedBy(op) != 0 && !failsAgain;
 }
 
-Untold CauseOfRepair(const Kind& kind, Op op, bool isRepair, const Strike& strike,
+Untold CauseOfRepair(const Kind& kind, Op op, bool isRepair, const PlannedFault& planned,
                      Violation violation) {
-    return kind.behaviour.isUsb && IsOfLine(violation) && strike.way->risk != TriggerRisk::Garble &&
-                   IsRepaired(op, isRepair, strike)
+    return kind.behaviour.isUsb && IsOfLine(violation) &&
+                   planned.way->risk != TriggerRisk::Garble && IsRepaired(op, isRepair, planned)
                ? Untold::Repair
                : Untold::Never;
 }
 
 /// A failure that can be told from success.
-Untold CauseOfTold(const Kind& kind, Op op, bool isRepair, const Strike& strike,
+Untold CauseOfTold(const Kind& kind, Op op, bool isRepair, const PlannedFault& planned,
                    Violation violation) {
     switch (violation) {
     case Violation::SafeAnswer: // a chip that fails once is brought back, and asked again
-        return !kind.behaviour.isUsb || strike.times == 0 || isRepair ? Untold::Unreadable
-                                                                      : Untold::Never;
+        return !kind.behaviour.isUsb || planned.times == 0 || isRepair ? Untold::Unreadable
+                                                                       : Untold::Never;
     case Violation::ClearMep:
         return Clears(op) ? Untold::ClearPulse : Untold::Never;
     case Violation::Chip:
@@ -123,29 +123,29 @@ const char* Name(Untold cause) {
     return kNames[static_cast<std::size_t>(cause)];
 }
 
-Untold CauseOf(const Kind& kind, const Operation& operation, bool isRepair, const Strike& strike,
-               Violation violation) {
-    const Way& way = *strike.way;
-    const Untold repaired = CauseOfRepair(kind, operation.op, isRepair, strike, violation);
+Untold CauseOf(const Kind& kind, const Operation& operation, bool isRepair,
+               const PlannedFault& planned, Violation violation) {
+    const Way& way = *planned.way;
+    const Untold repaired = CauseOfRepair(kind, operation.op, isRepair, planned, violation);
     if (repaired != Untold::Never) {
         return repaired;
     }
-    if (strike.isOfSystem) {
+    if (planned.isOfSystem) {
         const bool isTooShort = way.count == 0; // for a chip to answer in
         const bool isExcused =
             violation == Violation::Pulse || (violation == Violation::SafeAnswer && isTooShort);
-        return strike.function == "Sleep" && isExcused ? Untold::Clock : Untold::Never;
+        return planned.function == "Sleep" && isExcused ? Untold::Clock : Untold::Never;
     }
     if (way.risk == TriggerRisk::Garble) {
         return Untold::CutCommand;
     }
-    if (IsReadWrong(strike)) {
+    if (IsReadWrong(planned)) {
         return Untold::WrongByte;
     }
-    if (way.kind == RIG_FAULT_SILENT && !ShowsSilence(strike, violation)) {
+    if (way.kind == RIG_FAULT_SILENT && !ShowsSilence(planned, violation)) {
         return Untold::Silence;
     }
-    return CauseOfTold(kind, operation.op, isRepair, strike, violation);
+    return CauseOfTold(kind, operation.op, isRepair, planned, violation);
 }
 
 Untold CauseOfAbsence(const Operation& operation, const std::string& question, bool isSilent,

@@ -5,8 +5,8 @@
 
 #include <string>
 
+#include "planned_faults.h"
 #include "postcondition.h"
-#include "strikes.h"
 
 namespace proof {
 
@@ -14,8 +14,8 @@ const char* Name(Untold cause);
 
 /// Why the operation may violate that under that fault. `isRepair`: the chip is being brought back
 /// already when the operation begins.
-Untold CauseOf(const Kind& kind, const Operation& operation, bool isRepair, const Strike& strike,
-               Violation violation);
+Untold CauseOf(const Kind& kind, const Operation& operation, bool isRepair,
+               const PlannedFault& planned, Violation violation);
 
 /// The same of an FT2232H that is away from the call on that asks this.
 Untold CauseOfAbsence(const Operation& operation, const std::string& question, bool isSilent,

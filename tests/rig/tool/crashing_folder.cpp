@@ -11,7 +11,7 @@ namespace test {
 
 namespace {
 
-Mishap expected = Mishap::Fail;
+FolderFault expected = FolderFault::Fail;
 int wrongCall = 0;
 int calls = 0;
 
@@ -20,7 +20,7 @@ bool GoesWrong() {
     if (++calls != wrongCall) {
         return false;
     }
-    if (expected == Mishap::Crash) {
+    if (expected == FolderFault::Crash) {
         _exit(kCrashed);
     }
     errno = EIO;
@@ -29,8 +29,8 @@ bool GoesWrong() {
 
 } // namespace
 
-void Expect(Mishap mishap, int call) {
-    expected = mishap;
+void Expect(FolderFault fault, int call) {
+    expected = fault;
     wrongCall = call;
     calls = 0;
 }

@@ -4,7 +4,7 @@
 
 namespace test {
 
-enum class Mishap {
+enum class FolderFault {
     Crash, ///< the process ends before it
     Fail,  ///< it fails with EIO
 };
@@ -12,7 +12,7 @@ enum class Mishap {
 inline constexpr int kCrashed = 86; ///< exit code of a crash
 
 /// The call'th one from now on, counted from 1, goes wrong; 0: none does.
-void Expect(Mishap mishap, int call);
+void Expect(FolderFault fault, int call);
 
 /// How many there were since.
 int CallsSeen();

@@ -54,7 +54,7 @@ class Placement : public testing::Test {
         Fill(host, kHost);
     }
     ~Placement() override {
-        test::Expect(test::Mishap::Fail, 0);
+        test::Expect(test::FolderFault::Fail, 0);
         fs::remove_all(top);
     }
 
@@ -101,7 +101,7 @@ class Placement : public testing::Test {
     bool Survives(int call, const std::function<void()>& action) const {
         const pid_t child = fork();
         if (child == 0) {
-            test::Expect(test::Mishap::Crash, call);
+            test::Expect(test::FolderFault::Crash, call);
             action();
             _exit(0);
         }
@@ -336,7 +336,7 @@ TEST_F(Placement, AFailureAtAnyStepChangesNothing) {
     for (const Files& before : {kHost, kHostOfVendors}) {
         for (int call = 1;; ++call) {
             Fill(host, before);
-            test::Expect(test::Mishap::Fail, call);
+            test::Expect(test::FolderFault::Fail, call);
             const std::string told = Place(true);
             if (test::CallsSeen() < call) {
                 EXPECT_GE(call, 5 * 4);
@@ -355,14 +355,14 @@ TEST_F(Placement, WhatCannotBeUndoneNowCanLater) {
     const Files placed = InHost();
     for (int call = 1;; ++call) {
         Fill(host, placed);
-        test::Expect(test::Mishap::Fail, call);
+        test::Expect(test::FolderFault::Fail, call);
         const std::string told = Unplace();
         if (test::CallsSeen() < call) {
             EXPECT_GT(call, 5);
             break;
         }
         EXPECT_THAT(told, HasSubstr("!" + host.string())) << call;
-        test::Expect(test::Mishap::Fail, 0);
+        test::Expect(test::FolderFault::Fail, 0);
         EXPECT_THAT(Unplace(), testing::Not(HasSubstr("!")));
         EXPECT_EQ(InHost(), kHostOfVendors) << "call " << call;
     }

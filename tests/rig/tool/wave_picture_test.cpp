@@ -78,7 +78,7 @@ TEST(Picture, CanBePartOfTheTime) {
     EXPECT_THAT(picture.times, ElementsAre("66.4", "76.46", "91.4", "150", "150.002"));
     EXPECT_THAT(LanesOf(picture), ElementsAre("trigger 0-1:1 1-4:0", "ready 0-2:0 2-4:1",
                                               "mep 0-2:0 2-4:1", "clear_mep 0-3:0 3-4:1"))
-        << "what is at the beginning is no change, and an end of each pulse is out of sight";
+        << "what is at the beginning is no change, and an end of each pulse is out of observation";
 }
 
 TEST(Picture, CanBePartOfTheLinesInAnyOrder) {

@@ -10,8 +10,8 @@
 
 namespace proof {
 
-/// A fault and when it strikes.
-struct Strike {
+/// A fault and when it happens.
+struct PlannedFault {
     std::string function;
     std::uint32_t call;  ///< counted from 1 from the operation on
     std::uint32_t times; ///< 0: every call from then on
@@ -20,7 +20,7 @@ struct Strike {
     std::string question = {}; ///< of a vendor's: what that call asks for on hardware that works
 };
 
-std::string Text(const Strike& strike);
+std::string Text(const PlannedFault& planned);
 
 /// Counts the calls of an operation on hardware that works, made between construction and a look.
 class CallCount {
@@ -28,10 +28,10 @@ class CallCount {
     CallCount();
 
     /// Every vendor call in every way, once and from then on, and all that follow dead.
-    std::vector<Strike> OfVendors(const Kind& kind) const;
+    std::vector<PlannedFault> OfVendors(const Kind& kind) const;
 
     /// Every call of these functions of Windows; there must be no others.
-    std::vector<Strike> OfSystem(const std::vector<VendorFunction>& functions) const;
+    std::vector<PlannedFault> OfSystem(const std::vector<VendorFunction>& functions) const;
 
   private:
     /// What each asked: "FT_Close(SLV1B)"; the name alone of one that is at fault already:
@@ -43,10 +43,10 @@ class CallCount {
 };
 
 /// Plans the fault, from now on. False if there is no such function.
-bool Arm(const Strike& strike);
+bool Arm(const PlannedFault& planned);
 
 /// Whether it has gone wrong since then, and the vendor's call said so.
-bool HasStruck(const Strike& strike, std::size_t journalBefore);
+bool HasHappened(const PlannedFault& planned, std::size_t journalBefore);
 
 /// Lifts every fault.
 void Disarm();

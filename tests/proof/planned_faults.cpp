@@ -1,4 +1,4 @@
-#include "strikes.h"
+#include "planned_faults.h"
 
 #include <utility>
 
@@ -11,11 +11,11 @@ namespace proof {
 
 namespace {
 
-void AddWays(std::vector<Strike>& strikes, const VendorFunction& function, std::uint32_t call,
-             bool isOfSystem, const std::string& question) {
+void AddWays(std::vector<PlannedFault>& plannedFaults, const VendorFunction& function,
+             std::uint32_t call, bool isOfSystem, const std::string& question) {
     for (const Way& way : function.ways) {
-        strikes.push_back({function.name, call, 1, &way, isOfSystem, question});
-        strikes.push_back({function.name, call, 0, &way, isOfSystem, question});
+        plannedFaults.push_back({function.name, call, 1, &way, isOfSystem, question});
+        plannedFaults.push_back({function.name, call, 0, &way, isOfSystem, question});
     }
 }
 
@@ -45,10 +45,10 @@ const char* NameOf(const Way& way) {
 
 } // namespace
 
-std::string Text(const Strike& strike) {
-    const Way& way = *strike.way;
-    return strike.function + " call " + std::to_string(strike.call) +
-           (strike.times == 0 ? " and on " : " ") + NameOf(way) + " (" +
+std::string Text(const PlannedFault& planned) {
+    const Way& way = *planned.way;
+    return planned.function + " call " + std::to_string(planned.call) +
+           (planned.times == 0 ? " and on " : " ") + NameOf(way) + " (" +
            std::to_string(way.status) + ", " + std::to_string(way.count) + ")";
 }
 
@@ -71,33 +71,33 @@ std::vector<std::string> CallCount::VendorCalls() const {
     return questions;
 }
 
-std::vector<Strike> CallCount::OfVendors(const Kind& kind) const {
-    std::vector<Strike> strikes;
+std::vector<PlannedFault> CallCount::OfVendors(const Kind& kind) const {
+    std::vector<PlannedFault> plannedFaults;
     std::map<std::string, std::uint32_t> ordinals;
     std::uint32_t call = 0;
     for (const std::string& question : VendorCalls()) {
         const std::string name = question.substr(0, question.find('('));
-        const std::size_t known = strikes.size();
+        const std::size_t known = plannedFaults.size();
         ++call;
         const std::uint32_t ordinal = ++ordinals[name];
         if (question.back() == '(') {
-            continue; // a mishap's fault has it
+            continue; // a earlierFault's fault has it
         }
         for (const VendorFunction& function : kind.functions) {
             if (name == function.name) {
-                AddWays(strikes, function, ordinal, false, question);
+                AddWays(plannedFaults, function, ordinal, false, question);
             }
         }
-        EXPECT_GT(strikes.size(), known) << "nobody knows how this fails: " << name;
+        EXPECT_GT(plannedFaults.size(), known) << "nobody knows how this fails: " << name;
         for (const Way& way : kind.dead) {
-            strikes.push_back({"*", call, 0, &way, false, question});
+            plannedFaults.push_back({"*", call, 0, &way, false, question});
         }
     }
-    return strikes;
+    return plannedFaults;
 }
 
-std::vector<Strike> CallCount::OfSystem(const std::vector<VendorFunction>& functions) const {
-    std::vector<Strike> strikes;
+std::vector<PlannedFault> CallCount::OfSystem(const std::vector<VendorFunction>& functions) const {
+    std::vector<PlannedFault> plannedFaults;
     std::map<std::string, std::uint32_t> made = host::AllCalls();
     for (auto& [name, calls] : made) {
         calls -= systemBefore.at(name);
@@ -105,27 +105,27 @@ std::vector<Strike> CallCount::OfSystem(const std::vector<VendorFunction>& funct
     for (const VendorFunction& function : functions) {
         const std::uint32_t calls = std::exchange(made.at(function.name), 0);
         for (std::uint32_t call = 1; call <= calls; ++call) {
-            AddWays(strikes, function, call, true, "");
+            AddWays(plannedFaults, function, call, true, "");
         }
     }
     for (const auto& [name, calls] : made) {
         EXPECT_EQ(calls, 0u) << "nobody knows how this fails: " << name;
     }
-    return strikes;
+    return plannedFaults;
 }
 
-bool Arm(const Strike& strike) {
-    const char* const function = strike.function.c_str();
-    const Way& way = *strike.way;
-    const std::uint32_t made = strike.isOfSystem ? host::Calls(function) : rig_calls(function);
-    const rig_fault fault{function, made + strike.call, strike.times,
-                          way.kind, way.status,         way.count};
-    return (strike.isOfSystem ? host::AddFault(fault) : rig_add_fault(&fault)) == 0;
+bool Arm(const PlannedFault& planned) {
+    const char* const function = planned.function.c_str();
+    const Way& way = *planned.way;
+    const std::uint32_t made = planned.isOfSystem ? host::Calls(function) : rig_calls(function);
+    const rig_fault fault{function, made + planned.call, planned.times,
+                          way.kind, way.status,          way.count};
+    return (planned.isOfSystem ? host::AddFault(fault) : rig_add_fault(&fault)) == 0;
 }
 
-bool HasStruck(const Strike& strike, std::size_t journalBefore) {
-    if (strike.isOfSystem) {
-        return host::Struck() != 0;
+bool HasHappened(const PlannedFault& planned, std::size_t journalBefore) {
+    if (planned.isOfSystem) {
+        return host::FaultsThatHappened() != 0;
     }
     bool isNext = false;
     rig_entry entry{};
@@ -134,11 +134,11 @@ bool HasStruck(const Strike& strike, std::size_t journalBefore) {
         if (entry.kind == RIG_EVENT && text.starts_with("fault ")) {
             isNext = true;
         } else if (isNext && entry.kind == RIG_CALL) {
-            const bool fails = (strike.way->kind & RIG_FAULT_STATUS) != 0;
-            if (!fails || text.find(ShownStatus(text, strike.way->status)) != text.npos) {
+            const bool fails = (planned.way->kind & RIG_FAULT_STATUS) != 0;
+            if (!fails || text.find(ShownStatus(text, planned.way->status)) != text.npos) {
                 return true;
             }
-            isNext = false; // that was a mishap's
+            isNext = false; // that was a earlierFault's
         }
     }
     return false;

@@ -12,10 +12,10 @@ namespace proof {
 
 /// A handle that nobody closes keeps its channel from every later FT_Open, until the chip is
 /// plugged in anew or the process ends.
-class UsbClaims {
+class UsbInvariants {
   public:
     /// Goes through the journal. `fault` is the kind of the faults in it (RIG_FAULT_...).
-    explicit UsbClaims(std::uint32_t fault);
+    explicit UsbInvariants(std::uint32_t fault);
 
     /// The next operation finds channel B configured, or can open it.
     bool ServesAtOnce() const { return !isOpen || isConfigured; }
@@ -30,11 +30,11 @@ class UsbClaims {
     bool isSerialClaimed = false;
 
   private:
-    void See(const std::string& call, bool isStruck);
+    void See(const std::string& call, bool isAtFault);
     void SeeOpen(const std::string& call, bool isDone);
     void SeeClose(const std::string& call, bool isDone);
 
-    const bool doesItsWork; ///< a call that is struck
+    const bool doesItsWork; ///< a call that is at fault
     bool isOpen = false;    ///< channel B
     bool isHeld = false;    ///< by the handle that the library keeps
     bool isConfigured = false;

@@ -30,19 +30,19 @@ constexpr bool IsRun(TimerOp op) {
 /// An event as the host's function gets it: status, whether all was well at first, four words.
 using TimerEvent = std::array<int, 6>;
 
-struct TimerSight {
+struct TimerObservation {
     int status = SOLVANE_OK;
     std::vector<std::string> log; ///< without the time
     std::vector<TimerEvent> events;
-    bool operator==(const TimerSight&) const = default;
+    bool operator==(const TimerObservation&) const = default;
 };
 
-std::string Text(const TimerSight& sight);
+std::string Text(const TimerObservation& observation);
 
 using TimerTrace = std::vector<host::kernel::Made>;
 
-/// The sight of a timer that is there and does not run.
-TimerSight Expected(TimerOp op, const TimerTrace& trace);
+/// The observation of a timer that is there and does not run.
+TimerObservation Expected(TimerOp op, const TimerTrace& trace);
 
 /// "DeviceIoControl failed: A sentence. (0x0000001f)", of the first call that failed; empty when
 /// none did. The sentence is the system's, if it can be had.

@@ -1,4 +1,4 @@
-#include "usb_claims.h"
+#include "usb_invariants.h"
 
 #include <algorithm>
 #include <string_view>
@@ -18,21 +18,21 @@ constexpr std::string_view kFault = "fault ";
 
 } // namespace
 
-UsbClaims::UsbClaims(std::uint32_t fault) : doesItsWork((fault & RIG_FAULT_COUNT) != 0) {
-    bool isStruck = false;
+UsbInvariants::UsbInvariants(std::uint32_t fault) : doesItsWork((fault & RIG_FAULT_COUNT) != 0) {
+    bool isAtFault = false;
     rig_entry entry{};
     for (std::size_t i = 0; rig_journal_entry(i, &entry) == 0; ++i) {
         if (entry.kind == RIG_EVENT) {
-            isStruck = isStruck || std::string_view(entry.text).starts_with(kFault);
+            isAtFault = isAtFault || std::string_view(entry.text).starts_with(kFault);
         } else if (entry.kind == RIG_CALL) {
-            See(entry.text, isStruck);
-            isStruck = false;
+            See(entry.text, isAtFault);
+            isAtFault = false;
         }
     }
 }
 
-void UsbClaims::See(const std::string& call, bool isStruck) {
-    const bool isDone = isStruck ? doesItsWork : Succeeded(call);
+void UsbInvariants::See(const std::string& call, bool isAtFault) {
+    const bool isDone = isAtFault ? doesItsWork : Succeeded(call);
     if (call.starts_with("FT_Open(")) {
         SeeOpen(call, isDone);
     } else if (call.starts_with("FT_Close(")) {
@@ -49,7 +49,7 @@ void UsbClaims::See(const std::string& call, bool isStruck) {
     }
 }
 
-void UsbClaims::SeeOpen(const std::string& call, bool isDone) {
+void UsbInvariants::SeeOpen(const std::string& call, bool isDone) {
     const bool isSerial = call.starts_with("FT_Open(0)");
     if (isSerial) {
         isSerialClaimed = isSerialClaimed || isDone;
@@ -61,7 +61,7 @@ void UsbClaims::SeeOpen(const std::string& call, bool isDone) {
     isConfigured = isInitialising;
 }
 
-void UsbClaims::SeeClose(const std::string& call, bool isDone) {
+void UsbInvariants::SeeClose(const std::string& call, bool isDone) {
     if (call.starts_with("FT_Close(SLV1A)")) {
         isSerialClaimed = isSerialClaimed && !isDone;
     } else if (call.starts_with("FT_Close(SLV1B)")) {

@@ -1,4 +1,4 @@
-#include "timer_sight.h"
+#include "timer_observation.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -75,19 +75,19 @@ std::optional<int> Translated(int status) {
     }
 }
 
-void Deliver(TimerSight& sight, const Made& wait, int wasWell) {
+void Deliver(TimerObservation& observation, const Made& wait, int wasWell) {
     const int status = static_cast<std::int16_t>(Number(wait, 8, 2));
     const std::optional<int> translated = Translated(status);
     if (!translated) {
-        sight.log.push_back("Error. Unknown GPIO trigger status: " + std::to_string(status));
+        observation.log.push_back("Error. Unknown GPIO trigger status: " + std::to_string(status));
     }
     const auto word = [&](std::size_t offset) { return static_cast<int>(Number(wait, offset, 2)); };
-    sight.events.push_back({translated.value_or(SOLVANE_E_UNDETERMINED), wasWell, word(10),
-                            word(12), word(14), word(16)});
+    observation.events.push_back({translated.value_or(SOLVANE_E_UNDETERMINED), wasWell, word(10),
+                                  word(12), word(14), word(16)});
 }
 
-TimerSight ExpectedRun(TimerOp op, const TimerTrace& trace) {
-    TimerSight sight;
+TimerObservation ExpectedRun(TimerOp op, const TimerTrace& trace) {
+    TimerObservation observation;
     int wasWell = 0;
     std::size_t waits = 0;
     for (const Made& made : trace) {
@@ -97,11 +97,11 @@ TimerSight ExpectedRun(TimerOp op, const TimerTrace& trace) {
         if (made.function == "WaitForSingleObject" && made.isDone) {
             ++waits;
             if (op != TimerOp::RunStoppedBetween || waits == 1) {
-                Deliver(sight, made, wasWell);
+                Deliver(observation, made, wasWell);
             }
         }
     }
-    return sight;
+    return observation;
 }
 
 } // namespace
@@ -126,20 +126,20 @@ std::string Reason(const TimerTrace& trace) {
     return StepOf(*failure)->words + std::string(readable == 2 ? "A sentence.\r\n" : "") + code;
 }
 
-TimerSight Expected(TimerOp op, const TimerTrace& trace) {
+TimerObservation Expected(TimerOp op, const TimerTrace& trace) {
     if (op == TimerOp::Stop || op == TimerOp::Dispose) {
         return {op == TimerOp::Stop ? SOLVANE_E_INVALID : SOLVANE_OK,
                 {"Error. Solvane_StopTimer() timer was not started. "},
                 {}};
     }
-    TimerSight sight = IsRun(op) ? ExpectedRun(op, trace) : TimerSight{};
+    TimerObservation observation = IsRun(op) ? ExpectedRun(op, trace) : TimerObservation{};
     if (const std::string reason = Reason(trace); !reason.empty()) {
-        sight.status = SOLVANE_E_UNDETERMINED;
-        sight.log.push_back(
+        observation.status = SOLVANE_E_UNDETERMINED;
+        observation.log.push_back(
             std::string(IsRun(op) ? "Error. Solvane_RunTimer()" : "Error. Solvane_CreateTimer()") +
             " failed with exception: " + reason);
     }
-    return sight;
+    return observation;
 }
 
 std::uint64_t KnownTimer(std::uint64_t before, const TimerTrace& trace) {
@@ -154,12 +154,12 @@ std::uint64_t KnownTimer(std::uint64_t before, const TimerTrace& trace) {
     return known;
 }
 
-std::string Text(const TimerSight& sight) {
-    std::string text = "status " + std::to_string(sight.status);
-    for (const std::string& line : sight.log) {
+std::string Text(const TimerObservation& observation) {
+    std::string text = "status " + std::to_string(observation.status);
+    for (const std::string& line : observation.log) {
         text += "; \"" + line + "\"";
     }
-    for (const TimerEvent& event : sight.events) {
+    for (const TimerEvent& event : observation.events) {
         text += "; event";
         for (const int word : event) {
             text += " " + std::to_string(word);
