@@ -1,5 +1,5 @@
-/// The rig's COM entry points: what rig_wbem.dll forwards to, the class object and the locator; and the rig's
-/// own question about it.
+/// The rig's COM entry points: what rig_wbem.dll forwards to, the class object and the locator; and
+/// the rig's own question about it.
 #include <solvane/rig.h>
 
 #include <wbemidl.h>

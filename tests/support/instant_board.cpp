@@ -87,7 +87,9 @@ extern "C" HRESULT solvane_wbem_get_class_object(REFCLSID, REFIID, void**) {
     return CLASS_E_CLASSNOTAVAILABLE;
 }
 
-extern "C" int rig_wbem_interfaces() { return 0; }
+extern "C" int rig_wbem_interfaces() {
+    return 0;
+}
 
 std::uint32_t INPOUT_CALL IsInpOutDriverOpen() {
     ++calls;

@@ -44,6 +44,7 @@ TimerRunResult RunTimerFor(const Functions& library, std::uint32_t parameter, un
     current = &run;
     const std::stop_callback stopping(StopToken(), [&] { timer.Stop(); });
     run.result.status = timer.Run(parameter, OnEvent);
+    current = nullptr;
     return std::move(run.result);
 }
 
