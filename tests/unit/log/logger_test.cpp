@@ -1,5 +1,6 @@
 #include "logger.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <functional>
@@ -75,6 +76,21 @@ TEST_F(LoggerTest, MillisecondsAreThreeDigitsAndTruncated) {
     SetTimeOfDay(999, 9'999);
     logger.Line("c");
     EXPECT_THAT(lines, ElementsAre("[14:03:07.007] a", "[14:03:07.000] b", "[14:03:07.999] c"));
+}
+
+TEST_F(LoggerTest, EveryMinuteOfTheDayAndEveryMillisecondIsWrittenInFull) {
+    Install();
+    constexpr int kMinutes = 24 * 60;
+    for (int i = 0; i < kMinutes; ++i) {
+        const int second = i * 41 % 60;
+        const int millisecond = i % 1000;
+        SetTimeOfDay(((i * 60 + second) - (14 * 3600 + 3 * 60 + 7)) * 1000LL + millisecond);
+        logger.Line("x");
+        char expected[40];
+        std::snprintf(expected, sizeof expected, "[%02d:%02d:%02d.%03d] x", i / 60, i % 60, second,
+                      millisecond);
+        EXPECT_EQ(lines.back(), expected);
+    }
 }
 
 TEST_F(LoggerTest, TheTimeOfDayFollowsTheClockInBothDirections) {
