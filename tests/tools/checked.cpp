@@ -74,7 +74,7 @@ host::Machine PlainMachine() {
     machine.computer = "LAB-07";
     machine.user = "ada";
     machine.time = "2026-11-21 17:30";
-    machine.usb = {{"SLV1A", "Dual RS232-HS A"}, {"SLV1B", "Dual RS232-HS B"}};
+    machine.usb = {{"SLV1A", "Dual RS232-HS A", true}, {"SLV1B", "Dual RS232-HS B", true}};
     machine.port = host::FirstPort{"LPT1", 0x378, 1};
     machine.timerDriver = host::DriverState::absent;
     machine.sleep = {10.4, 15.6};

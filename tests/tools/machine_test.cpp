@@ -115,8 +115,12 @@ TEST_F(MachineTest, TheChipOrPortThatServesIsNamed) {
     host::Machine machine = PlainMachine();
     Checked checked = CheckOn(machine);
     EXPECT_THAT(checked.Step("chip").seen[0], HasSubstr("SLV1B, channel B"));
-    machine.usb.push_back({"SLV2A", "Dual RS232-HS A"});
-    machine.usb.push_back({"SLV2B", "Dual RS232-HS B"});
+    machine.usb.insert(machine.usb.begin(), {"OTHERB", "FT232R USB UART", false});
+    checked = CheckOn(machine);
+    EXPECT_EQ(checked.Outcome("chip"), "ok");
+    EXPECT_THAT(checked.Step("chip").seen[0], HasSubstr("SLV1B, channel B"));
+    machine.usb.push_back({"SLV2A", "Dual RS232-HS A", true});
+    machine.usb.push_back({"SLV2B", "Dual RS232-HS B", true});
     checked = CheckOn(machine);
     EXPECT_EQ(checked.Outcome("chip"), "note");
     EXPECT_THAT(checked.Step("chip").advice, HasSubstr("There are 2 of them"));

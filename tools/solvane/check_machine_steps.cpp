@@ -98,14 +98,8 @@ void Run::Kinds(StepResult& step) {
 void Run::Chip(StepResult& step) {
     const Machine& machine = result.machine;
     if (seen.kind == kFt2232h) {
-        const auto chip = std::ranges::find_if(machine.usb, [](const UsbDevice& device) {
-            return !device.serial.empty() &&
-                   (device.serial.back() == 'B' || device.serial.back() == 'b');
-        });
-        const auto chips = std::ranges::count_if(machine.usb, [](const UsbDevice& device) {
-            return !device.serial.empty() &&
-                   (device.serial.back() == 'B' || device.serial.back() == 'b');
-        });
+        const auto chip = std::ranges::find_if(machine.usb, &UsbDevice::HasLines);
+        const auto chips = std::ranges::count_if(machine.usb, &UsbDevice::HasLines);
         step.seen.push_back(chip == machine.usb.end()
                                 ? std::string("an FT2232H, of which D2XX tells nothing")
                                 : "FT2232H " + chip->serial + ", channel B, " + chip->description);

@@ -62,7 +62,9 @@ ExitCode Hold(const Session& session) {
     if (found.status != SOLVANE_OK) {
         return Finish(Report(request.command, found.status), session);
     }
-    Back back(session.library, *line, found.value.value_or(!line->level));
+    const bool before =
+        found.value.value_or(!line->level); // of a line that cannot be read: its rest
+    Back back(session.library, *line, before);
     int status = (session.library.*(line->level ? line->on : line->off))();
     Answer held{status, {}};
     if (status == SOLVANE_OK) {
@@ -74,7 +76,7 @@ ExitCode Hold(const Session& session) {
     Report report(request.command, status == SOLVANE_OK ? backStatus : status);
     if (status == SOLVANE_OK) {
         report.AddAnswer("on", request.line + " held", held, "on", "off");
-        report.Remark(request.line + " now", *found.value ? "on" : "off");
+        report.Remark(request.line + " now", before ? "on" : "off");
     }
     return Finish(std::move(report), session);
 }

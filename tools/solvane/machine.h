@@ -42,6 +42,10 @@ struct SleepTimes {
 struct UsbDevice {
     std::string serial; ///< of the channel, its letter last
     std::string description;
+    bool isFt2232h; ///< by its type and its identifiers, as the library tells
+
+    /// Whether it is a channel with the lines.
+    bool HasLines() const { return isFt2232h && (serial.ends_with('B') || serial.ends_with('b')); }
 };
 
 struct Machine {

@@ -151,6 +151,8 @@ std::vector<UsbDevice> FindUsb() {
         void* handle;
     };
     constexpr std::uint32_t kMostNodes = 4096;
+    constexpr std::uint32_t kFt2232hType = 6;
+    constexpr std::uint32_t kFt2232hId = 0x0403'6010;
     const HMODULE module = GetModuleHandleW(L"FTD2XX.dll");
     const auto find = [&](const char* name) {
         return reinterpret_cast<void*>(module != nullptr ? GetProcAddress(module, name) : nullptr);
@@ -173,7 +175,8 @@ std::vector<UsbDevice> FindUsb() {
         const auto text = [](const auto& field) {
             return std::string(field, std::find(field, std::end(field), '\0'));
         };
-        devices.push_back({text(node.serial), text(node.description)});
+        devices.push_back({text(node.serial), text(node.description),
+                           node.type == kFt2232hType && node.id == kFt2232hId});
     }
     return devices;
 }

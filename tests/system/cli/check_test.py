@@ -173,6 +173,14 @@ class Hold(CliTest):
         outcome = Outcome(code, self.directory)
         self.assertEqual((outcome.code, outcome.levels("dark")), (STOPPED, [1, 0]))
 
+    def test_a_line_that_cannot_be_read_first_is_put_to_rest(self):
+        unread = "[[fault]]\nfunction = 'EApiGPIOGetLevel'\nstatus = 0xfffffffb\ncall = 1\ntimes = 1\n"
+        outcome = self.run_host("hold", "camera-power", "--for", "1",
+                                scenario=KINDS["Embedded API"] + unread)
+        self.assertEqual((outcome.code, outcome.err), (DONE, ""))
+        self.assertEqual(outcome.levels("camera_power"), [0, 1])
+        self.assertEqual(outcome.values()["camera-power now"], "on")
+
     def test_what_has_only_a_pulse_cannot_be_held(self):
         for line in "trigger", "clear-mep", "ready":
             self.assertEqual(self.run_host("hold", line, "--for", "1").code, USAGE)
