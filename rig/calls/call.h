@@ -14,6 +14,7 @@ struct Call {
     std::vector<Value> inputs;  ///< one a parameter; of a place, whether there is one
     std::vector<Value> outputs; ///< one a parameter; none at all when nothing came out
     std::uint32_t status = 0;
+    std::uint32_t host = 0; ///< who calls: of several processes on one hardware
 };
 
 /// Who answers the calls of this process: fills in what comes out, and the status. The fronts

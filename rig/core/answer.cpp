@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "elsewhere.h"
 #include "front.h"
 #include "rig_state.h"
 
@@ -61,7 +62,13 @@ std::uint32_t DoWorkWithCount(const Front& front, Call& call, std::uint32_t coun
 } // namespace
 
 void Answer(Call& call) {
+    const Elsewhere* const elsewhere = WhereTheHardwareIs();
+    elsewhere != nullptr ? elsewhere->answer(call) : AnswerHere(call);
+}
+
+void AnswerHere(Call& call) {
     Access rig;
+    rig->host = call.host;
     const Front& front = FrontOf(call.function.library);
     std::optional<Fault> fault; // a copy: the plan may change while the call waits
     if (const Fault* planned = rig->BeginCall(call.function.name)) {

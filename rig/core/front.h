@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "call.h"
+#include "host_number.h"
 #include "scenario.h"
 #include "surroundings.h"
 
@@ -30,6 +31,9 @@ struct Front {
 
     NameOf nameOf = [](std::uint64_t) { return std::string("?"); };
 
+    /// Lets go of what a host holds that has left.
+    void (*release)(HostNumber host) = [](HostNumber) {};
+
     /// Pulls or puts back the plug of a USB chip; false when it has no such chip.
     bool (*setPlugged)(unsigned chip, bool plugged) = [](unsigned, bool) { return false; };
 };
@@ -40,7 +44,7 @@ inline std::vector<Front>& Fronts() {
     return fronts;
 }
 
-/// Answers a call with their hardware: counted, at fault if that is planned, and journalled.
+/// Answers a call where the hardware is: here, counted, at fault if that is planned, and journalled.
 void Answer(Call& call);
 
 /// A front as a static object.

@@ -1,71 +1,82 @@
-/// The rig's C interface.
+/// The rig's C interface: each function asks the hardware, wherever it is.
 #include <solvane/rig.h>
 
 #include <string>
 
+#include "elsewhere.h"
 #include "environment.h"
-#include "rig_state.h"
-
-using rig::Access;
+#include "installation.h"
 
 namespace {
 
+using Function = rig::RigFunction;
+
 /// No exception leaves the interface: memory that ran out is a failure like any other.
-template <class Work, class Result>
-Result Guarded(Result failure, Work work) {
+rig::RigAnswer Ask(std::int64_t failure, const rig::RigQuestion& question) {
     try {
-        return work();
+        const rig::Elsewhere* const elsewhere = rig::WhereTheHardwareIs();
+        return elsewhere != nullptr ? elsewhere->ask(question) : rig::AnswerHere(question);
     } catch (...) {
-        return failure;
+        return {failure, 0, {}};
     }
 }
 
-/// Who forces lines.
-constexpr const void* kProgram = nullptr;
+template <class... Numbers>
+rig::RigQuestion About(Function function, Numbers... numbers) {
+    return {function, {static_cast<std::uint64_t>(numbers)...}, std::nullopt};
+}
+
+/// With a text of the host, which may be none; nothing when there is no memory for it.
+std::optional<rig::RigQuestion> WithText(Function function, const char* text) {
+    try {
+        rig::RigQuestion question{function, {}, std::nullopt};
+        if (text != nullptr) {
+            question.text = text;
+        }
+        return question;
+    } catch (...) {
+        return std::nullopt;
+    }
+}
+
+std::int64_t AskWithText(std::int64_t failure, Function function, const char* text) {
+    const std::optional<rig::RigQuestion> question = WithText(function, text);
+    return question ? Ask(failure, *question).number : failure;
+}
+
+/// A text that stays valid until the next call with the same question.
+template <Function function>
+const char* AskForText() {
+    thread_local std::string text;
+    text = Ask(0, About(function)).text;
+    return text.c_str();
+}
 
 bool IsLine(rig_line line) {
     return line >= RIG_TRIGGER && line < RIG_LINE_COUNT;
 }
 
-int Plug(unsigned chip, bool plugged) {
-    return Guarded(-1, [&] { return Access()->SetPlugged(chip, plugged) ? 0 : -1; });
-}
-
-/// A text that stays valid until the next call with the same question.
-template <class Question>
-const char* Told(Question question) {
-    thread_local std::string text;
-    return Guarded("", [&] {
-        text = question(Access());
-        return text.c_str();
-    });
+int SetPlugged(unsigned chip, bool plugged) {
+    return static_cast<int>(Ask(-1, About(Function::SetPlugged, chip, plugged)).number);
 }
 
 } // namespace
 
 int rig_load(const char* toml) {
-    return Guarded(-1, [&] {
-        Access access;
-        if (toml == nullptr) {
-            access->LoadDefault();
-            return 0;
-        }
-        return access->LoadText(toml) ? 0 : -1;
-    });
+    return static_cast<int>(AskWithText(-1, Function::Load, toml));
 }
 
 int rig_load_file(const char* path) {
-    return Guarded(-1, [&] {
-        return Access()->LoadFile(rig::PathFromUtf8(path != nullptr ? path : "")) ? 0 : -1;
-    });
+    return static_cast<int>(
+        AskWithText(-1, Function::LoadFile, path != nullptr ? path : ""));
 }
 
 const char* rig_error(void) {
-    return Told([](const Access& rig) { return rig->Error(); });
+    return AskForText<Function::Error>();
 }
 
 const char* rig_scenario(void) {
-    return Told([](const Access& rig) { return rig->ScenarioName(); });
+    return AskForText<Function::Scenario>();
 }
 
 const char* rig_line_name(rig_line line) {
@@ -73,105 +84,78 @@ const char* rig_line_name(rig_line line) {
 }
 
 int rig_level(rig_line line) {
-    return Guarded(0, [&] { return IsLine(line) && Access()->installation->Level(line) ? 1 : 0; });
+    return IsLine(line) ? static_cast<int>(Ask(0, About(Function::Level, line)).number) : 0;
 }
 
 int rig_force(rig_line line, int level) {
     if (line != RIG_READY && line != RIG_MEP) {
         return -1;
     }
-    return Guarded(-1, [&] {
-        Access access;
-        if (level < 0) {
-            access->installation->Release(line, kProgram);
-        } else {
-            access->installation->Drive(line, level != 0, kProgram);
-        }
-        return 0;
-    });
+    return static_cast<int>(Ask(-1, About(Function::Force, line, level)).number);
 }
 
 uint32_t rig_captures(void) {
-    return Guarded(uint32_t{0}, [] { return Access()->installation->Captures(); });
+    return static_cast<uint32_t>(Ask(0, About(Function::Captures)).number);
 }
 
 int rig_unplug(unsigned chip) {
-    return Plug(chip, false);
+    return SetPlugged(chip, false);
 }
 
 int rig_plug(unsigned chip) {
-    return Plug(chip, true);
+    return SetPlugged(chip, true);
 }
 
 int rig_add_fault(const rig_fault* fault) {
     if (fault == nullptr || fault->function == nullptr) {
         return -1;
     }
-    return Guarded(-1, [&] {
-        const bool isAdded = Access()->faults.Add(
-            {fault->function, fault->call, fault->times, fault->kind, fault->status, fault->count});
-        return isAdded ? 0 : -1;
-    });
+    std::optional<rig::RigQuestion> question = WithText(Function::AddFault, fault->function);
+    if (!question) {
+        return -1;
+    }
+    question->numbers = {fault->call, fault->times, fault->kind, fault->status, fault->count};
+    return static_cast<int>(Ask(-1, *question).number);
 }
 
 void rig_clear_faults(void) {
-    Guarded(0, [] {
-        Access()->faults.Clear();
-        return 0;
-    });
+    Ask(0, About(Function::ClearFaults));
 }
 
 uint32_t rig_calls(const char* function) {
-    return Guarded(uint32_t{0}, [&] {
-        return Access()->faults.Calls(function != nullptr ? function : rig::kAnyFunction);
-    });
+    return static_cast<uint32_t>(AskWithText(0, Function::Calls, function));
 }
 
 size_t rig_journal_size(void) {
-    return Guarded(size_t{0}, [] { return Access()->trace.journal.Size(); });
+    return static_cast<size_t>(Ask(0, About(Function::JournalSize)).number);
 }
 
 int rig_journal_entry(size_t index, rig_entry* entry) {
     thread_local std::string text;
-    return Guarded(-1, [&] {
-        Access access;
-        if (entry == nullptr || index >= access->trace.journal.Size()) {
-            return -1;
-        }
-        const rig::Journal::Entry& found = access->trace.journal[index];
-        text = found.text;
-        *entry = {found.time, found.kind, text.c_str()};
-        return 0;
-    });
+    if (entry == nullptr) {
+        return -1;
+    }
+    rig::RigAnswer found = Ask(-1, About(Function::JournalEntry, index));
+    if (found.number < 0) {
+        return -1;
+    }
+    text = std::move(found.text);
+    *entry = {found.time, static_cast<rig_entry_kind>(found.number), text.c_str()};
+    return 0;
 }
 
 void rig_journal_clear(void) {
-    Guarded(0, [] {
-        Access()->trace.journal.Clear();
-        return 0;
-    });
+    Ask(0, About(Function::JournalClear));
 }
 
 void rig_note(const char* text) {
-    Guarded(0, [&] {
-        Access()->trace.Note(text != nullptr ? text : "");
-        return 0;
-    });
+    AskWithText(0, Function::Note, text);
 }
 
 uint64_t rig_time(void) {
-    return Guarded(uint64_t{0}, [] { return Access()->timeline.Now(); });
+    return Ask(0, About(Function::Time)).time;
 }
 
 int rig_write_vcd(const char* path) {
-    return Guarded(-1, [&] {
-        Access access;
-        if (path == nullptr) {
-            access->trace.EndWaveform();
-            return 0;
-        }
-        const bool isOpen =
-            access->trace.StartWaveform(rig::PathFromUtf8(path), access->installation->AllLevels());
-        return isOpen ? 0 : -1;
-    });
+    return static_cast<int>(AskWithText(-1, Function::WriteVcd, path));
 }

@@ -7,6 +7,7 @@
 #include <system_error>
 #include <utility>
 
+#include "elsewhere.h"
 #include "environment.h"
 #include "front.h"
 #include "rig_clock.h"
@@ -51,7 +52,9 @@ void Rig::LoadFromEnvironment() {
         complainUnopened(journal);
     }
     const std::filesystem::path scenario = PathFromEnvironment("SOLVANE_RIG");
-    if (scenario.empty()) {
+    if (BenchInEnvironment()) {
+        Load({}, "none");
+    } else if (scenario.empty()) {
         LoadDefault();
     } else if (!LoadFile(scenario)) {
         complain(error + "; there is no hardware");
@@ -142,6 +145,12 @@ bool Rig::SetPlugged(unsigned chip, bool plugged) {
                        [&](const Front& front) { return front.setPlugged(chip, plugged); });
 }
 
+void Rig::Release(HostNumber left) {
+    for (const Front& front : Fronts()) {
+        front.release(left);
+    }
+}
+
 void Rig::Perform(const ScenarioEvent& event) {
     using Action = ScenarioEvent::Action;
     switch (event.action) {
@@ -167,9 +176,11 @@ void Rig::Perform(const ScenarioEvent& event) {
 }
 
 void Rig::Wait(std::uint64_t nanoseconds) {
+    const HostNumber waiting = host;
     mutex.unlock();
     clock::Wait(nanoseconds);
     mutex.lock();
+    host = waiting;
     timeline.CatchUp();
 }
 

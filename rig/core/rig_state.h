@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "fault_plan.h"
+#include "host_number.h"
 #include "installation.h"
 #include "scenario.h"
 #include "timeline.h"
@@ -38,6 +39,9 @@ class Rig {
 
     bool SetPlugged(unsigned chip, bool plugged);
 
+    /// Lets go of what a host holds that has left.
+    void Release(HostNumber left);
+
     /// Lets time pass in a call that has locked the rig; other threads have it meanwhile.
     void Wait(std::uint64_t nanoseconds);
 
@@ -45,6 +49,7 @@ class Rig {
     Trace trace{timeline};
     FaultPlan faults;
     std::optional<Installation> installation;
+    HostNumber host = kThisProcess; ///< whose call is being answered
 
   private:
     friend class Access;

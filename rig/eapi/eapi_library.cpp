@@ -2,11 +2,13 @@
 #include "eapi.h"
 
 #include <optional>
+#include <set>
 
 #include "c_function.h"
 #include "eapi_status.h"
 #include "front.h"
 #include "gpio_board.h"
+#include "rig_state.h"
 
 using rig::Call;
 using rig::Function;
@@ -23,7 +25,11 @@ constexpr std::uint8_t kPatch = 3;
 constexpr std::uint16_t kBuild = 4;
 
 std::optional<GpioBoard> board;
-bool isInitialised = false;
+std::set<rig::HostNumber> initialised; ///< hosts: the library is each one's own
+
+bool IsInitialised() {
+    return initialised.contains(rig::Rig::Instance().host);
+}
 
 /// What each function does, by its name: a parameter stands for a parameter of the function.
 namespace work {
@@ -32,16 +38,13 @@ EApiStatus_t EApiLibInitialize() {
     if (!board) {
         return kNotFound;
     }
-    if (isInitialised) {
-        return EAPI_STATUS_INITIALIZED;
-    }
-    isInitialised = true;
-    return EAPI_STATUS_SUCCESS;
+    const bool isFirst = initialised.insert(rig::Rig::Instance().host).second;
+    return isFirst ? EAPI_STATUS_SUCCESS : EAPI_STATUS_INITIALIZED;
 }
 
 /// What the pins were set to, they stay at.
 void EApiLibUnInitialize() {
-    isInitialised = false;
+    initialised.erase(rig::Rig::Instance().host);
 }
 
 void EApiGetEAPIVersion(Value& major, Value& minor, Value& patch, Value& build) {
@@ -76,7 +79,7 @@ EApiStatus_t EApiGPIOSetLevel(EApiId_t id, std::uint32_t mask, std::uint32_t lev
 
 void Build(const rig::Scenario& scenario, const rig::Surroundings& around) {
     board.reset();
-    isInitialised = false;
+    initialised.clear();
     if (scenario.eapi) {
         board.emplace(*scenario.eapi, around.installation);
     }
@@ -86,7 +89,7 @@ std::uint32_t Refusal(const Call& call) {
     const Function function = call.function.id;
     const bool isAlwaysServed =
         function == Function::EApiLibInitialize || function == Function::EApiGetEAPIVersion;
-    return isInitialised || isAlwaysServed ? EAPI_STATUS_SUCCESS : kNotInitialised;
+    return isAlwaysServed || IsInitialised() ? EAPI_STATUS_SUCCESS : kNotInitialised;
 }
 
 const rig::Linked front({
@@ -98,6 +101,7 @@ const rig::Linked front({
         },
     .build = Build,
     .refusal = Refusal,
+    .release = [](rig::HostNumber host) { initialised.erase(host); },
 });
 
 } // namespace

@@ -72,12 +72,11 @@ FT_STATUS ReadBytes(FT_HANDLE handle, std::size_t count, std::vector<std::uint8_
 namespace work {
 
 void FT_CreateDeviceInfoList(Value& count) {
-    bus->snapshot = bus->Nodes();
-    count = bus->snapshot.size();
+    count = bus->TakeSnapshot().size();
 }
 
 void FT_GetDeviceInfoList(Value& nodes, Value& count) {
-    const auto& snapshot = bus->snapshot;
+    const auto& snapshot = bus->Snapshot();
     const std::size_t copied = std::min<std::size_t>(rig::Number(count), snapshot.size());
     nodes = std::string(reinterpret_cast<const char*>(snapshot.data()),
                         copied * sizeof(FT_DEVICE_LIST_INFO_NODE));
@@ -171,6 +170,7 @@ const rig::Linked front({
     .build = [](const auto& scenario, const auto& around) { bus.emplace(scenario.usb, around); },
     .refusal = Refusal,
     .nameOf = [](std::uint64_t handle) { return bus->NameOf(HandleIn(handle)); },
+    .release = [](rig::HostNumber host) { bus->Release(host); },
     .setPlugged = [](unsigned chip, bool plugged) { return bus->SetPlugged(chip, plugged); },
 });
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "d2xx_status.h"
+#include "rig_state.h"
 
 namespace rig::usb {
 
@@ -36,8 +37,13 @@ UsbBus::UsbBus(const std::vector<UsbChipSetup>& setups, const Surroundings& surr
     }
 }
 
-std::vector<FT_DEVICE_LIST_INFO_NODE> UsbBus::Nodes() const {
-    std::vector<FT_DEVICE_LIST_INFO_NODE> nodes;
+HostNumber UsbBus::Host() {
+    return Rig::Instance().host;
+}
+
+const UsbBus::Nodes& UsbBus::TakeSnapshot() {
+    Nodes& nodes = snapshots[Host()];
+    nodes.clear();
     for (const Place& place : PresentPlaces()) {
         nodes.push_back(NodeAt(place));
     }
@@ -50,23 +56,23 @@ FT_STATUS UsbBus::Open(int index, FT_HANDLE& handle) {
         return kDeviceNotFound;
     }
     const Place& place = places[static_cast<std::size_t>(index)];
-    if (chips[place.chip].isOpenElsewhere || HandleAt(place) != nullptr) {
+    if (chips[place.chip].isOpenElsewhere || OpenAt(place) != nullptr) {
         return kDeviceNotOpened;
     }
     handle = NextHandle();
-    handles[handle] = {place};
+    handles[handle] = {place, Host()};
     chips[place.chip].channels[place.channel].ResetDriver();
     return FT_OK;
 }
 
 FT_STATUS UsbBus::Close(FT_HANDLE handle) {
     // The chip keeps its mode and its levels: closing concerns the driver alone.
-    const auto found = handles.find(handle);
-    if (found == handles.end()) {
+    const OpenHandle* const found = OwnHandle(handle);
+    if (found == nullptr) {
         return kInvalidHandle;
     }
-    const OpenHandle closed = found->second;
-    handles.erase(found);
+    const OpenHandle closed = *found;
+    handles.erase(handle);
     return closed.isStale && !closed.closesCleanly ? kIoError : FT_OK;
 }
 
@@ -86,22 +92,18 @@ FT_STATUS UsbBus::ResetPort(FT_HANDLE handle) {
 }
 
 Channel* UsbBus::Find(FT_HANDLE handle, FT_STATUS& status) {
-    const auto found = handles.find(handle);
-    if (found == handles.end()) {
-        status = kInvalidHandle;
+    const OpenHandle* const found = OwnHandle(handle);
+    if (found == nullptr || found->isStale) {
+        status = found == nullptr ? kInvalidHandle : kIoError;
         return nullptr;
     }
-    if (found->second.isStale) {
-        status = kIoError;
-        return nullptr;
-    }
-    const Place& place = found->second.place;
+    const Place& place = found->place;
     return &chips[place.chip].channels[place.channel];
 }
 
 std::string UsbBus::NameOf(FT_HANDLE handle) const {
-    const auto found = handles.find(handle);
-    return found != handles.end() ? NodeAt(found->second.place).SerialNumber : "?";
+    const OpenHandle* const found = OwnHandle(handle);
+    return found != nullptr ? chips[found->place.chip].SerialOf(found->place.channel) : "?";
 }
 
 bool UsbBus::SetPlugged(unsigned chip, bool plugged) {
@@ -127,25 +129,37 @@ std::vector<UsbBus::Place> UsbBus::PresentPlaces() const {
     return places;
 }
 
-FT_HANDLE UsbBus::HandleAt(const Place& place) const {
+const std::pair<const FT_HANDLE, UsbBus::OpenHandle>* UsbBus::OpenAt(const Place& place) const {
     const auto found = std::find_if(handles.begin(), handles.end(), [&](const auto& entry) {
         return entry.second.place == place && !entry.second.isStale;
     });
-    return found != handles.end() ? found->first : nullptr;
+    return found != handles.end() ? &*found : nullptr;
+}
+
+const UsbBus::OpenHandle* UsbBus::OwnHandle(FT_HANDLE handle) const {
+    const auto found = handles.find(handle);
+    const bool isOwn = found != handles.end() && found->second.host == Host();
+    return isOwn ? &found->second : nullptr;
+}
+
+void UsbBus::Release(HostNumber host) {
+    std::erase_if(handles, [&](const auto& entry) { return entry.second.host == host; });
+    snapshots.erase(host);
 }
 
 FT_DEVICE_LIST_INFO_NODE UsbBus::NodeAt(const Place& place) const {
     const UsbChip& chip = chips[place.chip];
     const UsbModel& model = ModelOf(chip.setup);
     FT_DEVICE_LIST_INFO_NODE node{};
-    if (chip.isOpenElsewhere) {
+    const auto* const open = OpenAt(place);
+    if (chip.isOpenElsewhere || (open != nullptr && open->second.host != Host())) {
         // The driver lets one program ask a device who it is: the one that has it open.
         node.Flags = kFlagOpen;
         node.Type = kTypeUnknown;
         return node;
     }
-    node.ftHandle = HandleAt(place);
-    const bool isOpen = node.ftHandle != nullptr;
+    const bool isOpen = open != nullptr;
+    node.ftHandle = isOpen ? open->first : nullptr;
     node.Flags = (model.isHighSpeed ? kFlagHighSpeed : 0) | (isOpen ? kFlagOpen : 0);
     node.Type = model.type;
     node.ID = model.id;

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "d2xx.h"
+#include "host_number.h"
 #include "surroundings.h"
 #include "usb_chip.h"
 
@@ -18,8 +19,14 @@ class UsbBus {
   public:
     UsbBus(const std::vector<UsbChipSetup>& setups, const Surroundings& surroundings);
 
-    /// The list that FT_CreateDeviceInfoList takes.
-    std::vector<FT_DEVICE_LIST_INFO_NODE> Nodes() const;
+    // Handles and lists are each host's own: all of these are about those of the host whose call is
+    // being answered.
+
+    using Nodes = std::vector<FT_DEVICE_LIST_INFO_NODE>;
+
+    /// The list that FT_CreateDeviceInfoList takes, and FT_GetDeviceInfoList copies.
+    const Nodes& TakeSnapshot();
+    const Nodes& Snapshot() { return snapshots[Host()]; }
 
     FT_STATUS Open(int index, FT_HANDLE& handle);
     FT_STATUS Close(FT_HANDLE handle);
@@ -37,7 +44,8 @@ class UsbBus {
     /// False when there is no such chip.
     bool SetPlugged(unsigned chip, bool plugged);
 
-    std::vector<FT_DEVICE_LIST_INFO_NODE> snapshot; ///< what FT_GetDeviceInfoList copies
+    /// Closes what a host has open that has left.
+    void Release(HostNumber host);
 
   private:
     struct Place {
@@ -47,12 +55,16 @@ class UsbBus {
     };
     struct OpenHandle {
         Place place;
+        HostNumber host;
         bool isStale = false;
         bool closesCleanly = false; ///< stale by the host's own doing
     };
 
+    static HostNumber Host();
     std::vector<Place> PresentPlaces() const;
-    FT_HANDLE HandleAt(const Place& place) const;
+    const std::pair<const FT_HANDLE, OpenHandle>* OpenAt(const Place& place) const;
+    /// Of the host's own; null when it is none.
+    const OpenHandle* OwnHandle(FT_HANDLE handle) const;
     FT_DEVICE_LIST_INFO_NODE NodeAt(const Place& place) const;
     void Leave(std::size_t chip);
     void Return(std::size_t chip);
@@ -60,6 +72,7 @@ class UsbBus {
     Surroundings around;
     std::deque<UsbChip> chips;
     std::map<FT_HANDLE, OpenHandle> handles;
+    std::map<HostNumber, Nodes> snapshots;
 };
 
 } // namespace rig::usb
