@@ -33,6 +33,15 @@ void Journal::Add(Entry entry) {
         entries.pop_front();
     }
     entries.push_back(std::move(entry));
+    ++added;
+}
+
+std::uint64_t Journal::LinesSince(std::uint64_t first, std::string& lines) const {
+    const std::uint64_t oldest = added - entries.size();
+    for (std::uint64_t i = std::max(first, oldest); i < added; ++i) {
+        lines += LineOf(entries[static_cast<std::size_t>(i - oldest)]) + '\n';
+    }
+    return added;
 }
 
 bool Journal::CopyTo(const std::filesystem::path& path) {

@@ -29,6 +29,10 @@ class Journal {
     std::size_t Size() const { return entries.size(); }
     const Entry& operator[](std::size_t index) const { return entries[index]; }
 
+    /// Appends the lines of all entries since one that is given by its number, counted from 0 since
+    /// the process began, and gives the number of the next.
+    std::uint64_t LinesSince(std::uint64_t first, std::string& lines) const;
+
     /// Writes every later entry to a file as well. False when it cannot be opened.
     bool CopyTo(const std::filesystem::path& path);
 
@@ -37,6 +41,7 @@ class Journal {
 
   private:
     std::deque<Entry> entries;
+    std::uint64_t added = 0; ///< since the process began
     std::ofstream file;
 };
 

@@ -47,14 +47,16 @@ void Rig::LoadFromEnvironment() {
         complain(Utf8FromPath(path) + ": cannot be written");
     };
 
+    if (BenchInEnvironment()) { // which has the hardware, and writes what happens
+        Load({}, "none");
+        return;
+    }
     const std::filesystem::path journal = PathFromEnvironment("SOLVANE_RIG_JOURNAL");
     if (!journal.empty() && !trace.journal.CopyTo(journal)) {
         complainUnopened(journal);
     }
     const std::filesystem::path scenario = PathFromEnvironment("SOLVANE_RIG");
-    if (BenchInEnvironment()) {
-        Load({}, "none");
-    } else if (scenario.empty()) {
+    if (scenario.empty()) {
         LoadDefault();
     } else if (!LoadFile(scenario)) {
         complain(error + "; there is no hardware");

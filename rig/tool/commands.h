@@ -2,6 +2,8 @@
 #pragma once
 
 #include <ostream>
+#include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -20,5 +22,10 @@ void AddPcCommands(CLI::App& app, std::ostream& out, std::ostream& err);
 /// `place`, `unplace` and `guard`: hosts on the rig, and not on real hardware. `hostExit` gets the
 /// exit code of a host.
 void AddHostCommands(CLI::App& app, std::ostream& out, int& hostExit);
+
+/// `bench`, `run`, and what can be done to a bench that runs. `host` is what stands behind `--`.
+/// `exitCode` gets a host's, or a command's own.
+void AddBenchCommands(CLI::App& app, std::ostream& out, std::ostream& err,
+                      const std::vector<std::string>& host, int& exitCode);
 
 } // namespace rig

@@ -3,6 +3,7 @@
 #include <stdexcept>
 #include <system_error>
 
+#include "commands.h"
 #include "driver_service.h"
 #include "host_guard.h"
 #include "this_program.h"
@@ -38,6 +39,10 @@ std::filesystem::path PathBesideThisProgram(const char* file) {
     std::error_code ignored;
     return std::filesystem::read_symlink("/proc/self/exe", ignored).parent_path() / file;
 }
+
+/// A bench is reached over Windows' pipes.
+void AddBenchCommands(CLI::App&, std::ostream&, std::ostream&, const std::vector<std::string>&,
+                      int&) {}
 
 int RunGuarded(const std::vector<std::string>&) {
     Refuse("a host is a Windows program");

@@ -22,7 +22,7 @@ namespace {
 
 // Everything in a host's folder that is the rig's has one of these names, or the sum that is
 // recorded of it. The record comes before, and goes after, everything else.
-constexpr const char* kRecord = "solvane-rig-placed.txt";
+constexpr const char* kRecord = kPlacementRecord;
 constexpr const char* kAside = ".set-aside-by-solvane-rig";
 constexpr const char* kUnfinished = ".unfinished-by-solvane-rig";
 

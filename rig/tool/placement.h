@@ -8,6 +8,9 @@
 
 namespace rig {
 
+/// The file in a host's folder that tells what is placed there.
+inline constexpr const char* kPlacementRecord = "solvane-rig-placed.txt";
+
 // Both tell of every change in a line, and throw std::runtime_error with the reason when they
 // cannot do what they are asked. After a crash at whatever step Unplace() brings back what was.
 

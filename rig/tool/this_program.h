@@ -2,7 +2,9 @@
 /// it.
 #pragma once
 
+#include <atomic>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,6 +25,19 @@ inline std::string Utf8(const std::filesystem::path& path) {
 }
 
 bool RunsInWine();
+
+/// Of its process, so that no other one has it.
+std::string NameOfThisProcess();
+
+/// The program that a command line's first word names. Throws std::runtime_error when there is
+/// none, or one that cannot have the rig's DLLs.
+std::filesystem::path FindProgram(const std::string& name);
+
+/// What programs that this one starts find as a variable; nothing takes it away.
+void SetVariable(const char* name, const std::optional<std::string>& value);
+
+/// Ctrl-C, or the end of the session, sets it.
+void StopWhenInterrupted(std::atomic<bool>& isToStop);
 
 /// Where a file is, or would be, that lies in the directory of this program.
 std::filesystem::path PathBesideThisProgram(const char* file);

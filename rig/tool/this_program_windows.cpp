@@ -1,5 +1,7 @@
 #include "this_program.h"
 
+#include <stdexcept>
+
 #include <windows.h>
 
 #include "windows_text.h"
@@ -21,6 +23,46 @@ std::filesystem::path PathBesideThisProgram(const char* file) {
     std::wstring path(32768, L'\0');
     path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
     return std::filesystem::path(path).parent_path() / file;
+}
+
+std::string NameOfThisProcess() {
+    return "run-" + std::to_string(GetCurrentProcessId());
+}
+
+std::filesystem::path FindProgram(const std::string& name) {
+    const std::filesystem::path program = PathOf(name);
+    std::wstring path(32768, L'\0');
+    path.resize(SearchPathW(program.has_parent_path() ? L"." : nullptr, program.c_str(), L".exe",
+                            static_cast<DWORD>(path.size()), path.data(), nullptr));
+    if (path.empty()) {
+        throw std::runtime_error(name + " cannot be started: there is no such program.");
+    }
+    DWORD kind = 0;
+    if (GetBinaryTypeW(path.c_str(), &kind) && kind != SCS_64BIT_BINARY) {
+        throw std::runtime_error(name + " is a 32-bit program, and the rig's DLLs are 64-bit ones: "
+                                        "it cannot load them.");
+    }
+    return path;
+}
+
+void SetVariable(const char* name, const std::optional<std::string>& value) {
+    SetEnvironmentVariableW(PathOf(name).c_str(), value ? PathOf(*value).c_str() : nullptr);
+}
+
+namespace {
+
+std::atomic<bool>* toStop = nullptr;
+
+BOOL WINAPI Stop(DWORD) {
+    *toStop = true;
+    return TRUE;
+}
+
+} // namespace
+
+void StopWhenInterrupted(std::atomic<bool>& isToStop) {
+    toStop = &isToStop;
+    SetConsoleCtrlHandler(Stop, TRUE);
 }
 
 } // namespace rig

@@ -26,6 +26,18 @@ int Run(CLI::App& app, std::vector<std::string> arguments, std::ostream& out, st
     }
 }
 
+/// What stands behind `--`: a host and what is its own.
+std::vector<std::string> TakeHost(std::vector<std::string>& arguments) {
+    const auto dashes = std::find(arguments.begin(), arguments.end(), "--");
+    const bool isRun = arguments.size() > 1 && arguments[1] == "run";
+    if (!isRun || dashes == arguments.end()) {
+        return {};
+    }
+    const std::vector<std::string> host(dashes + 1, arguments.end());
+    arguments.erase(dashes, arguments.end());
+    return host;
+}
+
 } // namespace
 
 int RunTool(std::vector<std::string> arguments, std::ostream& out, std::ostream& err) {
@@ -39,6 +51,8 @@ int RunTool(std::vector<std::string> arguments, std::ostream& out, std::ostream&
     AddPcCommands(app, out, err);
     int hostExit = kSuccess;
     AddHostCommands(app, out, hostExit);
+    const std::vector<std::string> host = TakeHost(arguments);
+    AddBenchCommands(app, out, err, host, hostExit);
 
     if (!arguments.empty()) {
         arguments.erase(arguments.begin());

@@ -1,0 +1,327 @@
+#include "pipe.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <random>
+#include <stdexcept>
+#include <system_error>
+#include <thread>
+#include <type_traits>
+
+#include <windows.h>
+
+#include <sddl.h>
+
+#include "environment.h"
+#include "frames.h"
+
+namespace fs = std::filesystem;
+
+namespace rig::bench {
+
+namespace {
+
+struct HandleCloser {
+    void operator()(HANDLE handle) const { CloseHandle(handle); }
+};
+using Handle = std::unique_ptr<std::remove_pointer_t<HANDLE>, HandleCloser>;
+
+struct LocalMemory {
+    void operator()(void* memory) const { LocalFree(memory); }
+};
+
+constexpr std::size_t kLongestName = 60;
+constexpr DWORD kPipeBytes = 65'536;
+/// Connections at the same time; a host has as many as threads call at the same time.
+constexpr int kMostConnections = 250;
+
+std::wstring Wide(const std::string& ascii) {
+    return {ascii.begin(), ascii.end()};
+}
+
+std::wstring PathOfPipe(const std::string& name) {
+    return L"\\\\.\\pipe\\solvane-rig-" + Wide(name);
+}
+
+/// What runs as long as the bench does: not every system refuses a second pipe of the same name.
+std::wstring NameOfMutex(const std::string& name) {
+    return L"Local\\solvane-rig-" + Wide(name);
+}
+
+std::runtime_error Failure(const std::string& what) {
+    return std::runtime_error(what + ": Windows error " + std::to_string(GetLastError()));
+}
+
+std::string NoName(const std::string& name) {
+    return '"' + name +
+           "\" is no name for a bench: letters, digits, full stops, hyphens and low "
+           "lines make one";
+}
+
+/// A pipe that nobody but the user who made it may open.
+class OwnersAlone {
+  public:
+    OwnersAlone() {
+        HANDLE token = nullptr;
+        if (!OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &token)) {
+            throw Failure("the user is not known");
+        }
+        const Handle closer(token);
+        alignas(TOKEN_USER) std::array<char, 256> user{};
+        DWORD size = 0;
+        LPWSTR text = nullptr;
+        if (!GetTokenInformation(token, TokenUser, user.data(), static_cast<DWORD>(user.size()),
+                                 &size) ||
+            !ConvertSidToStringSidW(reinterpret_cast<TOKEN_USER*>(user.data())->User.Sid, &text)) {
+            throw Failure("the user is not known");
+        }
+        const std::unique_ptr<void, LocalMemory> textFreer(text);
+        const std::wstring rule = L"D:P(A;;GA;;;" + std::wstring(text) + L")";
+        PSECURITY_DESCRIPTOR made = nullptr;
+        if (!ConvertStringSecurityDescriptorToSecurityDescriptorW(rule.c_str(), SDDL_REVISION_1,
+                                                                  &made, nullptr)) {
+            throw Failure("the pipe cannot be protected");
+        }
+        descriptor.reset(made);
+        attributes = {sizeof attributes, made, FALSE};
+    }
+
+    SECURITY_ATTRIBUTES* Get() { return &attributes; }
+
+  private:
+    std::unique_ptr<void, LocalMemory> descriptor;
+    SECURITY_ATTRIBUTES attributes{};
+};
+
+bool Send(HANDLE pipe, std::string_view message) {
+    const std::string bytes = Framed(message);
+    DWORD written = 0; // a pipe of bytes takes all of them, however long that takes
+    return WriteFile(pipe, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) &&
+           written == bytes.size();
+}
+
+/// Nothing when the other end has gone. May throw Malformed.
+std::optional<std::string> Receive(HANDLE pipe, Frames& frames) {
+    std::array<char, 4096> piece;
+    for (;;) {
+        if (std::optional<std::string> message = frames.Take()) {
+            return message;
+        }
+        DWORD size = 0;
+        if (!ReadFile(pipe, piece.data(), static_cast<DWORD>(piece.size()), &size, nullptr) ||
+            size == 0) {
+            return std::nullopt;
+        }
+        frames.Add({piece.data(), size});
+    }
+}
+
+void ServeConnection(HANDLE pipe, Hosts& hosts, Perform perform) {
+    Session session(hosts, perform);
+    Frames frames;
+    while (!session.IsOver()) {
+        std::optional<std::string> message;
+        try {
+            message = Receive(pipe, frames);
+        } catch (const Malformed& reason) {
+            Send(pipe, Refusal(reason.what()));
+        }
+        if (!message || !Send(pipe, session.Answer(*message))) {
+            break;
+        }
+    }
+    FlushFileBuffers(pipe); // or a last answer is lost with the pipe
+    DisconnectNamedPipe(pipe);
+}
+
+Handle MakePipe(const std::string& name, bool isFirst) {
+    static OwnersAlone owners;
+    const DWORD first = isFirst ? FILE_FLAG_FIRST_PIPE_INSTANCE : 0;
+    const HANDLE pipe = CreateNamedPipeW(
+        PathOfPipe(name).c_str(), PIPE_ACCESS_DUPLEX | first,
+        PIPE_TYPE_BYTE | PIPE_READMODE_BYTE | PIPE_WAIT | PIPE_REJECT_REMOTE_CLIENTS,
+        PIPE_UNLIMITED_INSTANCES, kPipeBytes, kPipeBytes, 0, owners.Get());
+    if (pipe == INVALID_HANDLE_VALUE) {
+        throw Failure("the pipe of the bench cannot be made");
+    }
+    return Handle(pipe);
+}
+
+/// Each in turn: the next pipe is there before the one that somebody has opened is served.
+[[noreturn]] void Accept(const std::string& name, Handle pipe, Hosts& hosts, Perform perform) {
+    static std::atomic<int> connections{0};
+    for (;;) {
+        const bool isOpened =
+            ConnectNamedPipe(pipe.get(), nullptr) || GetLastError() == ERROR_PIPE_CONNECTED;
+        Handle opened = std::move(pipe);
+        while (pipe == nullptr) {
+            try {
+                pipe = MakePipe(name, false);
+            } catch (const std::runtime_error&) { // too many handles: some will be given back
+                Sleep(10);
+            }
+        }
+        if (!isOpened) {
+            continue;
+        }
+        if (connections >= kMostConnections) {
+            Send(opened.get(), Refusal("it has " + std::to_string(kMostConnections) +
+                                       " connections, and takes no more"));
+            continue;
+        }
+        ++connections;
+        try {
+            std::thread([opened = std::shared_ptr<void>(std::move(opened)), &hosts, perform] {
+                try {
+                    ServeConnection(opened.get(), hosts, perform);
+                } catch (...) { // no memory: this connection ends, the others go on
+                }
+                --connections;
+            }).detach();
+        } catch (const std::exception&) {
+            --connections;
+        }
+    }
+}
+
+/// Where the names of benches are kept, and a last reason.
+fs::path Notes() {
+    std::array<wchar_t, MAX_PATH + 1> folder{};
+    GetTempPathW(static_cast<DWORD>(folder.size()), folder.data());
+    return fs::path(folder.data()) / "solvane-rig";
+}
+
+constexpr const char* kBenchNote = ".bench";
+
+fs::path ReasonNote() {
+    return Notes() / "no-hardware.txt";
+}
+
+void Note(const fs::path& path, const std::string& text) {
+    std::error_code ignored;
+    fs::create_directories(path.parent_path(), ignored);
+    std::ofstream(path, std::ios::binary) << text;
+}
+
+class Pipe final : public Connection {
+  public:
+    Pipe(Handle opened, std::string bench) : pipe(std::move(opened)), name(std::move(bench)) {}
+
+    std::string Exchange(std::string_view question) override {
+        if (Send(pipe.get(), question)) {
+            if (std::optional<std::string> answer = Receive(pipe.get(), frames)) {
+                return *std::move(answer);
+            }
+        }
+        throw NoBench("the bench \"" + name + "\" has ended");
+    }
+
+  private:
+    Handle pipe;
+    Frames frames;
+    const std::string name;
+};
+
+} // namespace
+
+bool IsBenchName(std::string_view name) {
+    return !name.empty() && name.size() <= kLongestName &&
+           std::all_of(name.begin(), name.end(), [](char c) {
+               return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+                      c == '.' || c == '-' || c == '_';
+           });
+}
+
+void ServePipe(const std::string& name, Hosts& hosts, Perform perform) {
+    if (!IsBenchName(name)) {
+        throw std::runtime_error(NoName(name));
+    }
+    static Handle running;
+    running.reset(CreateMutexW(nullptr, FALSE, NameOfMutex(name).c_str()));
+    if (running == nullptr || GetLastError() == ERROR_ALREADY_EXISTS) {
+        throw std::runtime_error("a bench \"" + name + "\" runs already");
+    }
+    std::thread(Accept, name, MakePipe(name, true), std::ref(hosts), perform).detach();
+    Note(Notes() / (name + kBenchNote), "process " + std::to_string(GetCurrentProcessId()) + '\n');
+}
+
+std::unique_ptr<Connection> ConnectPipe(const std::string& name) {
+    constexpr DWORD kPatience = 5000; // ms
+    const std::string bench = "the bench \"" + name + '"';
+    if (!IsBenchName(name)) {
+        throw NoBench(NoName(name));
+    }
+    for (;;) {
+        // The bench learns who comes, but cannot act in the user's name.
+        const HANDLE pipe =
+            CreateFileW(PathOfPipe(name).c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+                        OPEN_EXISTING, SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION, nullptr);
+        if (pipe != INVALID_HANDLE_VALUE) {
+            return std::make_unique<Pipe>(Handle(pipe), name);
+        }
+        switch (GetLastError()) {
+        case ERROR_PIPE_BUSY:
+            if (WaitNamedPipeW(PathOfPipe(name).c_str(), kPatience)) {
+                continue;
+            }
+            throw NoBench(bench + " does not answer");
+        case ERROR_FILE_NOT_FOUND:
+            throw NoBench("there is no bench \"" + name + "\": `solvane-rig bench --name " + name +
+                          "` starts it");
+        case ERROR_ACCESS_DENIED:
+            throw NoBench(bench + " belongs to another user");
+        default:
+            throw NoBench(bench + " cannot be reached: Windows error " +
+                          std::to_string(GetLastError()));
+        }
+    }
+}
+
+Introduction ThisProcess(bool isHost) {
+    std::wstring path(32768, L'\0');
+    path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
+    Introduction introduction;
+    introduction.process = GetCurrentProcessId();
+    introduction.program = Utf8FromPath(fs::path(path).filename());
+    if (isHost) {
+        std::random_device random;
+        introduction.key = (std::uint64_t{random()} << 32 | random()) | 1;
+    }
+    return introduction;
+}
+
+std::vector<std::string> BenchesThatRun() {
+    std::vector<std::string> names;
+    std::error_code ignored;
+    for (const auto& entry : fs::directory_iterator(Notes(), ignored)) {
+        if (entry.path().extension() == kBenchNote) {
+            const std::string name = Utf8FromPath(entry.path().stem());
+            const Handle runs(OpenMutexW(SYNCHRONIZE, FALSE, NameOfMutex(name).c_str()));
+            if (runs != nullptr) {
+                names.push_back(name);
+            } else {
+                fs::remove(entry.path(), ignored);
+            }
+        }
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+void KeepReason(const std::string& reason) {
+    Note(ReasonNote(), reason + '\n');
+}
+
+std::string KeptReason() {
+    std::ifstream file(ReasonNote(), std::ios::binary);
+    std::string line;
+    std::getline(file, line);
+    return line;
+}
+
+} // namespace rig::bench
