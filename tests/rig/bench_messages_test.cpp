@@ -1,0 +1,147 @@
+/// What hosts and a bench say, in bytes: nothing is lost, and nothing that is no message does harm.
+#include <gtest/gtest.h>
+
+#include "bench_rig.h"
+#include "direct_bench.h"
+#include "frames.h"
+
+namespace test {
+namespace {
+
+using namespace rig::bench;
+using rig::Value;
+
+std::string Joining(std::uint64_t key = 7) {
+    Introduction who;
+    who.key = key;
+    who.program = "host.exe";
+    return Encoded(who);
+}
+
+/// Why nothing was answered; empty when something was.
+std::string RefusalIn(const std::string& answer) {
+    Reader reader(answer);
+    return reader.Number() == 0 ? "" : reader.Text();
+}
+
+/// One of each kind of question.
+std::vector<std::string> Questions() {
+    rig::Call open{rig::VendorFunctions()[0], {}, {}};
+    for (const rig::VendorFunction& function : rig::VendorFunctions()) {
+        if (function.name == std::string("FT_Write")) {
+            return {Encoded(rig::Call{
+                        function,
+                        {std::uint64_t{0x1010}, "abc", std::uint64_t{3}, std::uint64_t{1}},
+                        {}}),
+                    Encoded(rig::RigQuestion{rig::RigFunction::Note, {}, "text"}),
+                    Encoded(Command{{"levels"}, true})};
+        }
+    }
+    return {};
+}
+
+using BenchMessages = BenchRig;
+
+TEST_F(BenchMessages, KeepEveryKindOfValue) {
+    const std::vector<Value> values = {{},
+                                       std::uint64_t{0},
+                                       ~std::uint64_t{0},
+                                       std::string(),
+                                       std::string("\0\xff", 2),
+                                       rig::Texts{},
+                                       rig::Texts{"", "Größe"}};
+    const std::string bytes = Writer().Add(values).bytes;
+    Reader reader(bytes);
+    EXPECT_EQ(reader.Values(), values);
+    EXPECT_NO_THROW(reader.End());
+}
+
+TEST_F(BenchMessages, KeepNegativeNumbersAndTexts) {
+    const std::string bytes = Encoded(rig::RigAnswer{-1, 5'000'000'000, "text"});
+    const rig::RigAnswer answer = DecodedRigAnswer(bytes);
+    EXPECT_EQ(answer.number, -1);
+    EXPECT_EQ(answer.time, 5'000'000'000U);
+    EXPECT_EQ(answer.text, "text");
+}
+
+TEST_F(BenchMessages, OfAnotherProtocolAreRefusedWithASentence) {
+    Introduction who;
+    who.protocol = 999;
+    Session session(HostsOfTheBench(), PerformNothing);
+    EXPECT_EQ(RefusalIn(session.Answer(Encoded(who))),
+              "it speaks protocol " + std::to_string(kProtocol) +
+                  ", and who asks speaks 999: take solvane-rig and the DLLs of one release");
+    EXPECT_TRUE(session.IsOver());
+}
+
+TEST_F(BenchMessages, BeginWithAnIntroduction) {
+    for (const std::string& question : Questions()) {
+        Session session(HostsOfTheBench(), PerformNothing);
+        EXPECT_NE(RefusalIn(session.Answer(question)), "");
+        EXPECT_TRUE(session.IsOver());
+    }
+    Session session(HostsOfTheBench(), PerformNothing);
+    EXPECT_EQ(RefusalIn(session.Answer(Joining())), "");
+    EXPECT_NE(RefusalIn(session.Answer(Joining())), "") << "but only once";
+    EXPECT_TRUE(session.IsOver());
+}
+
+TEST_F(BenchMessages, ThatAreCutAnywhereEndTheirConnectionAlone) {
+    std::vector<std::string> questions = Questions();
+    ASSERT_EQ(questions.size(), 3U);
+    for (const std::string& question : questions) {
+        for (std::size_t length = 0; length < question.size(); ++length) {
+            Session session(HostsOfTheBench(), PerformNothing);
+            session.Answer(Joining());
+            EXPECT_NE(RefusalIn(session.Answer(question.substr(0, length))), "") << length;
+            EXPECT_TRUE(session.IsOver()) << length;
+        }
+        Session session(HostsOfTheBench(), PerformNothing);
+        session.Answer(Joining());
+        EXPECT_EQ(RefusalIn(session.Answer(question)), "");
+        EXPECT_FALSE(session.IsOver());
+        EXPECT_NE(RefusalIn(session.Answer(question + "x")), "") << "more than a message";
+    }
+}
+
+TEST_F(BenchMessages, WithOtherValuesThanAFunctionTakesAreRefused) {
+    for (const rig::VendorFunction& function : rig::VendorFunctions()) {
+        for (const Value& value :
+             {Value(), Value(std::uint64_t{1}), Value("text"), Value(rig::Texts{"one", "two"})}) {
+            Session session(HostsOfTheBench(), PerformNothing);
+            session.Answer(Joining());
+            const rig::Call call{
+                function, std::vector<Value>(function.parameters.size(), value), {}};
+            session.Answer(Encoded(call));
+            EXPECT_FALSE(session.IsOver()) << function.name;
+            rig::Call longer = call;
+            longer.inputs.emplace_back();
+            EXPECT_NE(RefusalIn(session.Answer(Encoded(longer))), "") << function.name;
+        }
+    }
+}
+
+TEST_F(BenchMessages, ComeInPiecesOfAnySize) {
+    const std::string stream = Framed("first") + Framed("") + Framed(std::string(5000, 'x'));
+    for (const std::size_t size :
+         {std::size_t{1}, std::size_t{7}, std::size_t{4096}, stream.size()}) {
+        Frames frames;
+        Lines messages;
+        for (std::size_t i = 0; i < stream.size(); i += size) {
+            frames.Add(stream.substr(i, size));
+            while (const auto message = frames.Take()) {
+                messages.push_back(*message);
+            }
+        }
+        EXPECT_EQ(messages, (Lines{"first", "", std::string(5000, 'x')})) << size;
+    }
+}
+
+TEST_F(BenchMessages, ThatAnnounceTooMuchAreNotWaitedFor) {
+    Frames frames;
+    frames.Add(Writer().Add(std::uint64_t{kLongestMessage} + 1).bytes);
+    EXPECT_THROW(frames.Take(), Malformed);
+}
+
+} // namespace
+} // namespace test
