@@ -30,6 +30,10 @@ bool FaultPlan::Add(Fault fault) {
     return true;
 }
 
+void FaultPlan::Clear(std::string_view function) {
+    std::erase_if(faults, [&](const Fault& fault) { return fault.function == function; });
+}
+
 void FaultPlan::CountCall(std::string_view function) {
     ++counts.find(function)->second;
     ++counts.find(kAnyFunction)->second;

@@ -35,6 +35,8 @@ class FaultPlan {
     /// False for a function that no front has, or a fault that says nothing sensible.
     bool Add(Fault fault);
     void Clear() { faults.clear(); }
+    void Clear(std::string_view function);
+    std::size_t Planned() const { return faults.size(); }
 
     void CountCall(std::string_view function);
     std::uint32_t Calls(std::string_view function) const;

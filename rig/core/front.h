@@ -34,8 +34,8 @@ struct Front {
     /// Lets go of what a host holds that has left.
     void (*release)(HostNumber host) = [](HostNumber) {};
 
-    /// Pulls or puts back the plug of a USB chip; false when it has no such chip.
-    bool (*setPlugged)(unsigned chip, bool plugged) = [](unsigned, bool) { return false; };
+    /// Pulls or puts back the plug of a USB chip, one of those that the scenario has.
+    void (*setPlugged)(unsigned chip, bool plugged) = [](unsigned, bool) {};
 };
 
 /// Those that are linked in.

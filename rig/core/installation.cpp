@@ -1,5 +1,6 @@
 #include "installation.h"
 
+#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -7,12 +8,12 @@ namespace rig {
 
 Installation::Installation(const CameraSetup& start, Timeline& time, Trace& log)
     : setup(start), timeline(time), trace(log) {
-    activity = !setup.pulls[RIG_CAMERA_POWER] ? Activity::Off
-               : setup.asleep                 ? Activity::Asleep
-               : !setup.ready                 ? Activity::Busy
-                                              : Activity::Ready;
+    activity = !Pull(RIG_CAMERA_POWER) ? Activity::Off
+               : setup.asleep          ? Activity::Asleep
+               : !setup.ready          ? Activity::Busy
+                                       : Activity::Ready;
     for (std::size_t i = 0; i < lines.size(); ++i) {
-        lines[i].rest = setup.pulls[i];
+        lines[i].rest = Pull(static_cast<rig_line>(i));
     }
     lines[RIG_READY].rest = activity == Activity::Ready;
     lines[RIG_MEP].rest = setup.mepLatched;
@@ -31,19 +32,74 @@ Levels Installation::AllLevels() const {
 
 void Installation::Drive(rig_line line, bool level, const void* driver) {
     std::vector<Driver>& drivers = lines[line].drivers;
+    const auto same = std::ranges::find(drivers, driver, &Driver::who);
+    if (isRewiring && same != drivers.end()) {
+        same->level = level; // laying wires puts nobody before the others
+        return;
+    }
     std::erase_if(drivers, [&](const Driver& other) { return other.who == driver; });
     drivers.push_back({driver, level});
     Update(line);
 }
 
 void Installation::Release(rig_line line, const void* driver) {
-    std::erase_if(lines[line].drivers, [&](const Driver& other) { return other.who == driver; });
+    std::vector<Driver>& drivers = lines[line].drivers;
+    const auto same = std::ranges::find(drivers, driver, &Driver::who);
+    if (same == drivers.end()) {
+        return;
+    }
+    if (isRewiring) {
+        same->level.reset(); // it keeps its place among the others until its wire is mended
+    } else {
+        drivers.erase(same);
+    }
     Update(line);
 }
 
 void Installation::Rest(rig_line line, bool level) {
     lines[line].rest = level;
     Update(line);
+}
+
+/// The level of a line that nobody drives: its pull, or that of a wire that is stuck.
+bool Installation::Pull(rig_line line) const {
+    bool level = setup.pulls[line];
+    for (const WireFault& fault : setup.wiring) {
+        const bool isStuck =
+            fault.kind == WireFault::Kind::StuckAt0 || fault.kind == WireFault::Kind::StuckAt1;
+        if (isStuck && fault.wire == LineName(line)) {
+            level = fault.kind == WireFault::Kind::StuckAt1;
+        }
+    }
+    return level;
+}
+
+void Installation::Rewire(const std::string& wire, const std::optional<WireFault>& fault) {
+    const auto concerns = [](const WireFault& each, const std::string& name) {
+        return each.wire == name || (each.HasOther() && each.other == name);
+    };
+    std::erase_if(setup.wiring, [&](const WireFault& old) {
+        return concerns(old, wire) || (fault && fault->HasOther() && concerns(old, fault->other));
+    });
+    if (fault) {
+        setup.wiring.push_back(*fault);
+    }
+    // All wires first, then the levels: no line is to show what is half done.
+    isRewiring = true;
+    shorts.clear();
+    for (const auto& layWires : chips) {
+        layWires();
+    }
+    isRewiring = false;
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        const auto line = static_cast<rig_line>(i);
+        if (line != RIG_READY && line != RIG_MEP) {
+            lines[i].rest = Pull(line);
+        }
+    }
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        Update(static_cast<rig_line>(i));
+    }
 }
 
 void Installation::Connect(const Short& wires) {
@@ -56,7 +112,10 @@ void Installation::Connect(const Short& wires) {
 /// What somebody gives a line, or its pull.
 bool Installation::Given(rig_line line) const {
     const Line& it = lines[line];
-    return it.drivers.empty() ? it.rest : it.drivers.back().level;
+    const auto last =
+        std::ranges::find_if(it.drivers.rbegin(), it.drivers.rend(),
+                             [](const Driver& driver) { return driver.level.has_value(); });
+    return last == it.drivers.rend() ? it.rest : *last->level;
 }
 
 /// The same, unless a line that touches it is low.
@@ -74,6 +133,9 @@ bool Installation::Effective(rig_line line) const {
 }
 
 void Installation::Update(rig_line line) {
+    if (isRewiring) {
+        return;
+    }
     SetLevel(line, Effective(line));
     for (std::size_t i = 0; i < shorts.size(); ++i) { // the camera may answer with another edge
         const rig_line one = shorts[i].one.line;
@@ -102,7 +164,7 @@ void Installation::React(rig_line line) {
         }
         break;
     case RIG_CLEAR_MEP:
-        if (active && setup.mep != Mep::Stuck) {
+        if (active && setup.behaviour.mep != Mep::Stuck) {
             Rest(RIG_MEP, false);
         }
         break;
@@ -125,18 +187,18 @@ void Installation::SwitchPower(bool on) {
         return;
     }
     Become(Activity::Starting);
-    pending = timeline.After(setup.readyAfterPower, [this] { Become(Activity::Ready); });
+    pending = timeline.After(setup.behaviour.readyAfterPower, [this] { Become(Activity::Ready); });
 }
 
 void Installation::Capture() {
     ++captures;
     trace.Event("capture " + std::to_string(captures));
     Become(Activity::Exposing);
-    pending = timeline.After(setup.exposure, [this] { EndExposure(); });
+    pending = timeline.After(setup.behaviour.exposure, [this] { EndExposure(); });
 }
 
 void Installation::EndExposure() {
-    if (setup.mep != Mep::Never) {
+    if (setup.behaviour.mep != Mep::Never) {
         LatchMep();
     }
     Become(Activity::Ready);
@@ -145,7 +207,7 @@ void Installation::EndExposure() {
 void Installation::LatchMep() {
     // The latch is the interface electronics' own: it needs no camera power, and a clear that is
     // still held wins.
-    if (!Level(RIG_CLEAR_MEP) || setup.mep == Mep::Stuck) {
+    if (!Level(RIG_CLEAR_MEP) || setup.behaviour.mep == Mep::Stuck) {
         Rest(RIG_MEP, true);
     }
 }
@@ -159,6 +221,23 @@ void Installation::BecomeReady() {
 void Installation::BecomeBusy() {
     if (activity != Activity::Off) {
         Become(Activity::Busy);
+    }
+}
+
+void Installation::SetAsleep(bool asleep) {
+    if (asleep && activity != Activity::Off) {
+        Become(Activity::Asleep);
+    } else if (!asleep && activity == Activity::Asleep) {
+        Become(Activity::Ready);
+    }
+}
+
+void Installation::Force(rig_line line, std::optional<bool> level) {
+    static constexpr const void* forcer = nullptr; // no chip
+    if (level) {
+        Drive(line, *level, forcer);
+    } else {
+        Release(line, forcer);
     }
 }
 

@@ -3,7 +3,10 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
+#include <optional>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "cable.h"
@@ -19,14 +22,19 @@ enum class Mep {
     Stuck  ///< once latched, latched for good
 };
 
-/// A camera at the start of a scenario. Times are nanoseconds.
+/// What of a camera can change while it runs. Times are nanoseconds.
+struct CameraBehaviour {
+    Mep mep = Mep::Latch;
+    std::uint64_t exposure = 25 * kNanosecondsPerMillisecond;
+    std::uint64_t readyAfterPower = 500 * kNanosecondsPerMillisecond;
+};
+
+/// A camera at the start of a scenario.
 struct CameraSetup {
     bool asleep = false;
     bool ready = true;
     bool mepLatched = false;
-    Mep mep = Mep::Latch;
-    std::uint64_t exposure = 25 * kNanosecondsPerMillisecond;
-    std::uint64_t readyAfterPower = 500 * kNanosecondsPerMillisecond;
+    CameraBehaviour behaviour;
     /// What the lines to the camera are while no chip drives them; a camera is powered by default.
     Levels pulls = {false, false, false, false, false, true, true};
     std::vector<WireFault> wiring; ///< what is wrong with the wires to the chips
@@ -45,15 +53,28 @@ class Installation {
     /// From now on the low one wins of the levels of two lines, whoever gives them.
     void Connect(const Short& wires);
 
+    /// What lays a chip's wires, to be called again whenever one of them changes.
+    void Attach(std::function<void()> layWires) { chips.push_back(std::move(layWires)); }
+
+    /// Gives a wire this fault in place of any that it has; none mends it.
+    void Rewire(const std::string& wire, const std::optional<WireFault>& fault);
+
     /// Gives a line a level of a driver's, until the driver lets go of it. Of several drivers the
     /// one that drove last has the line.
     void Drive(rig_line line, bool level, const void* driver);
     void Release(rig_line line, const void* driver);
 
-    /// What scenarios make the camera do of its own accord.
+    /// What scenarios and commands make the camera do.
     void BecomeReady();
     void BecomeBusy();
+    void SetAsleep(bool asleep);
     void LatchMep();
+
+    /// Holds a line that the camera gives at a level, whatever it does; none lets go of the line.
+    void Force(rig_line line, std::optional<bool> level);
+
+    /// How it behaves from now on; what is going on already ends as it began.
+    CameraBehaviour& Behaviour() { return setup.behaviour; }
 
     std::uint32_t Captures() const { return captures; }
 
@@ -62,7 +83,7 @@ class Installation {
 
     struct Driver {
         const void* who;
-        bool level;
+        std::optional<bool> level; ///< none behind a wire that is broken
     };
 
     struct Line {
@@ -72,6 +93,7 @@ class Installation {
     };
 
     void Rest(rig_line line, bool level);
+    bool Pull(rig_line line) const;
     bool Given(rig_line line) const;
     bool Effective(rig_line line) const;
     void Update(rig_line line);
@@ -82,11 +104,13 @@ class Installation {
     void EndExposure();
     void Become(Activity next);
 
-    const CameraSetup setup;
+    CameraSetup setup;
     Timeline& timeline;
     Trace& trace;
     std::array<Line, RIG_LINE_COUNT> lines{};
     std::vector<Short> shorts;
+    std::vector<std::function<void()>> chips; ///< what lays the wires of each
+    bool isRewiring = false;                  ///< levels wait until all wires are laid
     Activity activity;
     Timeline::Ticket pending; ///< the end of Starting or Exposing
     std::uint32_t captures = 0;

@@ -11,7 +11,8 @@ namespace {
 
 constexpr std::array<const char*, 4> kKindNames = {"call", "edge", "event", "note"};
 
-/// "     12.345678 call  FT_Open(1) -> 0", times in milliseconds.
+} // namespace
+
 std::string LineOf(const Journal::Entry& entry) {
     char prefix[48];
     std::snprintf(prefix, sizeof prefix, "%8" PRIu64 ".%06" PRIu64 " %-5s ", entry.time / 1'000'000,
@@ -22,8 +23,6 @@ std::string LineOf(const Journal::Entry& entry) {
     return line;
 }
 
-} // namespace
-
 void Journal::Add(Entry entry) {
     if (file.is_open()) {
         // Each line reaches the file at once: the host may be killed.
@@ -31,17 +30,14 @@ void Journal::Add(Entry entry) {
     }
     if (entries.size() == kCapacity) {
         entries.pop_front();
+        ++forgotten;
     }
     entries.push_back(std::move(entry));
-    ++added;
 }
 
-std::uint64_t Journal::LinesSince(std::uint64_t first, std::string& lines) const {
-    const std::uint64_t oldest = added - entries.size();
-    for (std::uint64_t i = std::max(first, oldest); i < added; ++i) {
-        lines += LineOf(entries[static_cast<std::size_t>(i - oldest)]) + '\n';
-    }
-    return added;
+void Journal::Clear() {
+    forgotten += entries.size();
+    entries.clear();
 }
 
 bool Journal::CopyTo(const std::filesystem::path& path) {

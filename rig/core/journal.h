@@ -24,14 +24,14 @@ class Journal {
     static constexpr std::size_t kCapacity = 65'536;
 
     void Add(Entry entry);
-    void Clear() { entries.clear(); }
+    void Clear();
+
+    // Entries have numbers that are never given again: those that are kept are from Begin() on.
+    std::uint64_t Begin() const { return forgotten; }
+    std::uint64_t End() const { return forgotten + entries.size(); }
 
     std::size_t Size() const { return entries.size(); }
     const Entry& operator[](std::size_t index) const { return entries[index]; }
-
-    /// Appends the lines of all entries since one that is given by its number, counted from 0 since
-    /// the process began, and gives the number of the next.
-    std::uint64_t LinesSince(std::uint64_t first, std::string& lines) const;
 
     /// Writes every later entry to a file as well. False when it cannot be opened.
     bool CopyTo(const std::filesystem::path& path);
@@ -41,8 +41,11 @@ class Journal {
 
   private:
     std::deque<Entry> entries;
-    std::uint64_t added = 0; ///< since the process began
+    std::uint64_t forgotten = 0;
     std::ofstream file;
 };
+
+/// "     12.345678 call  FT_Open(1) -> 0", times in milliseconds.
+std::string LineOf(const Journal::Entry& entry);
 
 } // namespace rig

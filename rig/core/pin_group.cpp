@@ -1,5 +1,8 @@
 #include "pin_group.h"
 
+#include <algorithm>
+#include <utility>
+
 namespace rig {
 
 namespace {
@@ -9,6 +12,30 @@ bool Bit(std::uint32_t word, std::uint8_t bit) {
 }
 
 } // namespace
+
+/// As the installation's faults are now. Lines that the chip does not reach any more are let go of.
+void PinGroup::LayAgain() {
+    const LaidWires old =
+        std::exchange(laid, LayWires(group, open, groups, installation.WireFaults()));
+    for (const Short& wiresThatTouch : laid.shorts) {
+        installation.Connect(wiresThatTouch);
+    }
+    const auto drives = [&](const LaidWires& wires, rig_line line) {
+        return std::ranges::any_of(wires.wires, [&](const Wire& wire) {
+            return wire.line == line && wire.isDrivenByChip && Bit(driven, wire.bit);
+        });
+    };
+    for (const Wire& wire : old.wires) {
+        if (drives(old, wire.line) && !drives(laid, wire.line)) {
+            installation.Release(wire.line, this);
+        }
+    }
+    for (const Wire& wire : laid.wires) {
+        if (wire.isDrivenByChip && Bit(driven, wire.bit)) {
+            installation.Drive(wire.line, Bit(latch, wire.bit) == wire.activeLevel, this);
+        }
+    }
+}
 
 void PinGroup::Set(std::uint32_t value, std::uint32_t outputs) {
     const std::uint32_t before = driven;

@@ -18,10 +18,9 @@ class PinGroup {
     /// A group of a chip that has several.
     PinGroup(Installation& camera, std::span<const Wire> wires, std::uint32_t openLevels,
              std::span<const std::span<const Wire>> chip)
-        : installation(camera), laid(LayWires(wires, openLevels, chip, camera.WireFaults())) {
-        for (const Short& wiresThatTouch : laid.shorts) {
-            camera.Connect(wiresThatTouch);
-        }
+        : installation(camera), group(wires), groups(chip.begin(), chip.end()), open(openLevels) {
+        LayAgain();
+        camera.Attach([this] { LayAgain(); });
     }
     PinGroup(const PinGroup&) = delete;
     PinGroup& operator=(const PinGroup&) = delete;
@@ -39,8 +38,13 @@ class PinGroup {
     void Release() { Set(0, 0); }
 
   private:
+    void LayAgain();
+
     Installation& installation;
-    const LaidWires laid;
+    const std::span<const Wire> group;
+    const std::vector<std::span<const Wire>> groups; ///< all of the chip
+    const std::uint32_t open;
+    LaidWires laid;
     std::uint32_t latch = 0;
     std::uint32_t driven = 0;
 };

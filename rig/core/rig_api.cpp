@@ -1,6 +1,7 @@
 /// The rig's C interface: each function asks the hardware, wherever it is.
 #include <solvane/rig.h>
 
+#include <optional>
 #include <string>
 
 #include "elsewhere.h"

@@ -7,9 +7,6 @@ namespace rig {
 
 namespace {
 
-/// Who forces lines.
-constexpr const void* kProgram = nullptr;
-
 constexpr std::int64_t kDone = 0;
 constexpr std::int64_t kFailed = -1;
 
@@ -17,12 +14,17 @@ std::int64_t DoneIf(bool condition) {
     return condition ? kDone : kFailed;
 }
 
-std::int64_t Force(Rig& rig, rig_line line, std::int64_t level) {
-    if (level < 0) {
-        rig.installation->Release(line, kProgram);
-    } else {
-        rig.installation->Drive(line, level != 0, kProgram);
+std::int64_t SetPlugged(Rig& rig, std::uint64_t chip, bool plugged) {
+    if (chip >= rig.Chips()) {
+        return kFailed;
     }
+    rig.trace.Event((plugged ? "plug " : "unplug ") + std::to_string(chip));
+    rig.SetPlugged(static_cast<unsigned>(chip), plugged);
+    return kDone;
+}
+
+std::int64_t Force(Rig& rig, rig_line line, std::int64_t level) {
+    rig.installation->Force(line, level < 0 ? std::nullopt : std::optional(level != 0));
     return kDone;
 }
 
@@ -76,7 +78,7 @@ RigAnswer AnswerHere(const RigQuestion& question) {
     case RigFunction::Captures:
         return number(rig.installation->Captures());
     case RigFunction::SetPlugged:
-        return number(DoneIf(rig.SetPlugged(static_cast<unsigned>(first), second != 0)));
+        return number(SetPlugged(rig, first, second != 0));
     case RigFunction::AddFault:
         return number(DoneIf(rig.faults.Add(
             {text, static_cast<std::uint32_t>(first), static_cast<std::uint32_t>(second),

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
+#include <iterator>
+#include <limits>
 #include <sstream>
 #include <system_error>
 #include <utility>
@@ -75,8 +77,7 @@ bool Rig::LoadText(std::string_view toml) {
 bool Rig::Parse(std::string_view toml, std::string called) {
     error.clear();
     try {
-        Load(ParseScenario(toml, [&](std::string_view call) { return faults.Knows(call); }),
-             std::move(called));
+        Load(ParseScenario(toml), std::move(called));
     } catch (const ScenarioError& mistake) {
         error = mistake.what();
     }
@@ -101,39 +102,69 @@ bool Rig::LoadFile(const std::filesystem::path& path) {
 }
 
 void Rig::LoadDefault() {
-    error.clear();
-    Load(DefaultScenario(), "default");
+    Parse(kDefaultScenario, "default");
 }
 
 void Rig::Load(const Scenario& scenario, std::string called) {
-    name = std::move(called);
     timeline.Restart();
     faults.Restart();
     installation.emplace(scenario.camera, timeline, trace);
     trace.Restart(installation->AllLevels());
+    Build(scenario, std::move(called));
+}
+
+void Rig::Replace(const Scenario& scenario, std::string called) {
+    const Levels before = installation->AllLevels();
+    timeline.Clear();
+    faults.Clear();
+    installation.emplace(scenario.camera, timeline, trace);
+    const Levels after = installation->AllLevels();
+    for (std::size_t i = 0; i < after.size(); ++i) {
+        if (before[i] != after[i]) {
+            trace.Edge(static_cast<rig_line>(i), after[i]);
+        }
+    }
+    Build(scenario, std::move(called));
+}
+
+/// Wires the hardware to a camera that is new. What the scenario plans for its first calls is for
+/// the next ones.
+void Rig::Build(const Scenario& scenario, std::string called) {
+    name = std::move(called);
+    chips = scenario.usb.size();
     for (const Front& front : Fronts()) {
         front.build(scenario, {*installation, timeline, trace});
     }
-    for (const Fault& fault : scenario.faults) {
-        faults.Add(fault);
+    const auto later = [this](std::uint32_t call, std::string_view function) {
+        constexpr std::uint32_t most = std::numeric_limits<std::uint32_t>::max();
+        return call + std::min(faults.Calls(function), most - call);
+    };
+    for (Fault fault : scenario.faults) {
+        fault.call = later(fault.call, fault.function);
+        faults.Add(std::move(fault));
     }
     eventsBeforeCalls.clear();
-    for (const ScenarioEvent& event : scenario.events) {
+    for (ScenarioEvent event : scenario.events) {
         if (event.before.empty()) {
-            timeline.After(event.at, [this, event] { Perform(event); });
+            timeline.After(event.at, [this, event] { Perform(event.action); });
         } else {
-            eventsBeforeCalls.push_back(event);
+            event.call = later(event.call, event.before);
+            eventsBeforeCalls.push_back(std::move(event));
         }
     }
 }
 
 const Fault* Rig::BeginCall(std::string_view function) {
     faults.CountCall(function);
-    for (const ScenarioEvent& event : eventsBeforeCalls) {
+    const auto happensNow = [&](const ScenarioEvent& event) {
         const bool isMeant = event.before == function || event.before == kAnyFunction;
-        if (isMeant && faults.Calls(event.before) == event.call) {
-            Perform(event);
-        }
+        return isMeant && faults.Calls(event.before) == event.call;
+    };
+    // A copy: one of them may replace the hardware with all its events.
+    std::vector<ScenarioEvent> events;
+    std::ranges::copy_if(eventsBeforeCalls, std::back_inserter(events), happensNow);
+    for (const ScenarioEvent& event : events) {
+        Perform(event.action);
     }
     const Fault* fault = faults.Find(function);
     if (fault != nullptr) {
@@ -142,47 +173,39 @@ const Fault* Rig::BeginCall(std::string_view function) {
     return fault;
 }
 
-bool Rig::SetPlugged(unsigned chip, bool plugged) {
-    return std::any_of(Fronts().begin(), Fronts().end(),
-                       [&](const Front& front) { return front.setPlugged(chip, plugged); });
-}
-
 void Rig::Release(HostNumber left) {
     for (const Front& front : Fronts()) {
         front.release(left);
     }
 }
 
-void Rig::Perform(const ScenarioEvent& event) {
-    using Action = ScenarioEvent::Action;
-    switch (event.action) {
-    case Action::Unplug:
-        SetPlugged(event.chip, false);
-        break;
-    case Action::Plug:
-        SetPlugged(event.chip, true);
-        break;
-    case Action::Ready:
-        trace.Event("ready");
-        installation->BecomeReady();
-        break;
-    case Action::NotReady:
-        trace.Event("not-ready");
-        installation->BecomeBusy();
-        break;
-    case Action::LatchMep:
-        trace.Event("latch-mep");
-        installation->LatchMep();
-        break;
+void Rig::SetPlugged(unsigned chip, bool plugged) {
+    for (const Front& front : Fronts()) {
+        front.setPlugged(chip, plugged);
     }
+}
+
+void Rig::Do(const Action& action) {
+    Perform(action);
+}
+
+void Rig::Perform(const Action& action) {
+    if (action.isTold) {
+        trace.Event(action.text);
+    }
+    action.work(*this);
 }
 
 void Rig::Wait(std::uint64_t nanoseconds) {
     const HostNumber waiting = host;
+    Pause(nanoseconds);
+    host = waiting;
+}
+
+void Rig::Pause(std::uint64_t nanoseconds) {
     mutex.unlock();
     clock::Wait(nanoseconds);
     mutex.lock();
-    host = waiting;
     timeline.CatchUp();
 }
 

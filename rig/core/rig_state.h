@@ -37,13 +37,23 @@ class Rig {
     /// Counts a vendor call and has the events happen that precede it; its fault, or null.
     const Fault* BeginCall(std::string_view function);
 
-    bool SetPlugged(unsigned chip, bool plugged);
+    /// USB chips of the scenario, plugged in or not.
+    std::size_t Chips() const { return chips; }
+
+    /// Does something to it from outside: the journal tells of it, and a kept session knows it.
+    void Do(const Action& action);
+
+    // What actions do.
+    void SetPlugged(unsigned chip, bool plugged);
+    void Replace(const Scenario& scenario, std::string called);
 
     /// Lets go of what a host holds that has left.
     void Release(HostNumber left);
 
     /// Lets time pass in a call that has locked the rig; other threads have it meanwhile.
     void Wait(std::uint64_t nanoseconds);
+    /// The same for somebody who is no host.
+    void Pause(std::uint64_t nanoseconds);
 
     Timeline timeline;
     Trace trace{timeline};
@@ -57,12 +67,14 @@ class Rig {
     Rig();
     void LoadFromEnvironment();
     void Load(const Scenario& scenario, std::string called);
+    void Build(const Scenario& scenario, std::string called);
     bool Parse(std::string_view toml, std::string called);
-    void Perform(const ScenarioEvent& event);
+    void Perform(const Action& action);
 
     std::mutex mutex;
     std::string error;
     std::string name;
+    std::size_t chips = 0;
     std::vector<ScenarioEvent> eventsBeforeCalls;
 };
 

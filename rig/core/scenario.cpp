@@ -1,11 +1,13 @@
 #include "scenario.h"
 
+#include <algorithm>
 #include <limits>
 
 #include <solvane/rig.h>
 
-#include "table_reader.h"
+#include "scenario_tables.h"
 #include "toml_text.h"
+#include "vendor_function.h"
 
 namespace rig {
 
@@ -22,18 +24,28 @@ std::uint32_t Uint32(std::optional<std::int64_t> value, std::uint32_t otherwise)
     return value ? static_cast<std::uint32_t>(*value) : otherwise;
 }
 
+} // namespace
+
+void ReadBehaviour(TableReader& table, CameraBehaviour& behaviour) {
+    if (const auto mep = table.Choice("mep", {"latch", "never", "stuck"})) {
+        behaviour.mep = static_cast<Mep>(*mep);
+    }
+    if (const auto exposure = table.Integer("exposure_ms", 0, kMaxMilliseconds)) {
+        behaviour.exposure = Nanoseconds(*exposure);
+    }
+    if (const auto start = table.Integer("ready_after_power_ms", 0, kMaxMilliseconds)) {
+        behaviour.readyAfterPower = Nanoseconds(*start);
+    }
+}
+
+namespace {
+
 CameraSetup ReadCamera(TableReader table) {
     CameraSetup camera;
     camera.asleep = table.Boolean("asleep").value_or(camera.asleep);
     camera.ready = table.Boolean("ready").value_or(camera.ready);
     camera.mepLatched = table.Boolean("mep_latched").value_or(camera.mepLatched);
-    camera.mep = static_cast<Mep>(table.Choice("mep", {"latch", "never", "stuck"}).value_or(0));
-    if (const auto exposure = table.Integer("exposure_ms", 0, kMaxMilliseconds)) {
-        camera.exposure = Nanoseconds(*exposure);
-    }
-    if (const auto start = table.Integer("ready_after_power_ms", 0, kMaxMilliseconds)) {
-        camera.readyAfterPower = Nanoseconds(*start);
-    }
+    ReadBehaviour(table, camera.behaviour);
     table.RefuseOtherKeys();
     return camera;
 }
@@ -46,35 +58,40 @@ void ReadPulls(TableReader table, Levels& pulls) {
     table.RefuseOtherKeys();
 }
 
-/// "broken", "inverted", "stuck at 0", "stuck at 1", "swapped with dark", "shorted to dark".
-void ReadWiring(TableReader table, CameraSetup& camera) {
+} // namespace
+
+/// "broken", "inverted", "stuck at 0", "stuck at 1", "swapped with dark", "shorted to dark",
+/// "healthy".
+std::vector<WireFault> ReadWiring(TableReader& table) {
+    std::vector<WireFault> faults;
     const std::vector<std::string> names = WireNames();
     std::vector<std::string> conditions{"broken", "stuck at 0", "stuck at 1", "inverted"};
     for (const std::string& name : names) {
         conditions.push_back("swapped with " + name);
         conditions.push_back("shorted to " + name);
     }
-    for (std::size_t i = 0; i < names.size(); ++i) {
-        const auto choice = table.Choice(names[i], {conditions.begin(), conditions.end()});
-        if (!choice) {
+    conditions.emplace_back("healthy");
+    for (const std::string& name : names) {
+        const auto choice = table.Choice(name, {conditions.begin(), conditions.end()});
+        if (!choice || *choice + 1 == conditions.size()) {
             continue;
         }
         constexpr std::size_t kConditionsOfOne = 4;
-        WireFault fault{names[i], static_cast<WireFault::Kind>(*choice), ""};
+        WireFault fault{name, static_cast<WireFault::Kind>(*choice), ""};
         if (*choice >= kConditionsOfOne) {
             const std::size_t pair = *choice - kConditionsOfOne;
             fault.kind = pair % 2 == 0 ? WireFault::Kind::SwappedWith : WireFault::Kind::ShortedTo;
             fault.other = names[pair / 2];
             if (fault.other == fault.wire) {
-                table.Fail(names[i], "'" + names[i] + "' needs another wire");
+                table.Fail(name, "'" + name + "' needs another wire");
             }
-        } else if (i < RIG_LINE_COUNT && (*choice == 1 || *choice == 2)) {
-            camera.pulls[i] = fault.kind == WireFault::Kind::StuckAt1;
         }
-        camera.wiring.push_back(fault);
+        faults.push_back(fault);
     }
-    table.RefuseOtherKeys();
+    return faults;
 }
+
+namespace {
 
 UsbChipSetup ReadUsbChip(TableReader& table, std::size_t index) {
     using Type = UsbChipSetup::Type;
@@ -182,19 +199,29 @@ bool ReadInpoutDriver(TableReader table, bool otherwise) {
     return isOpen;
 }
 
-using Knows = std::function<bool(std::string_view)>;
-
-std::string ReadFunction(TableReader& table, std::string_view key, const Knows& knows) {
-    const std::string function = table.Text(key).value_or("");
-    if (!knows(function)) {
-        table.Fail(key, std::string(key) + " must name a vendor function or be '*'");
+std::string ReadFunction(TableReader& table, std::string_view key) {
+    std::string function = table.Text(key).value_or("");
+    const std::vector<std::string> names = FunctionNames();
+    if (std::ranges::find(names, function) == names.end()) {
+        table.Fail(key, std::string(key) + " must name a vendor function or be '*'; " +
+                            NoSuch("function", function, names));
     }
     return function;
 }
 
-Fault ReadFault(TableReader table, const Knows& knows) {
+} // namespace
+
+std::vector<std::string> FunctionNames() {
+    std::vector<std::string> names{std::string(kAnyFunction)};
+    for (const VendorFunction& function : VendorFunctions()) {
+        names.emplace_back(function.name);
+    }
+    return names;
+}
+
+Fault ReadFault(TableReader& table) {
     Fault fault;
-    fault.function = ReadFunction(table, "function", knows);
+    fault.function = ReadFunction(table, "function");
     fault.call = Uint32(table.Integer("call", 1, kMaxUint32), 1);
     fault.times = Uint32(table.Integer("times", 0, kMaxUint32), 1);
     if (const auto status = table.Integer("status", 0, kMaxUint32)) {
@@ -212,18 +239,42 @@ Fault ReadFault(TableReader table, const Knows& knows) {
     if (isSilent) {
         fault.kind = RIG_FAULT_SILENT;
     }
-    table.RefuseOtherKeys();
     return fault;
 }
 
-ScenarioEvent ReadEvent(TableReader table, std::size_t chips, const Knows& knows) {
-    using Action = ScenarioEvent::Action;
+namespace {
+
+/// An action in the words of a command; of those that have more to say than fits there, the rest.
+Action ReadEventAction(TableReader& table, std::size_t chips) {
+    const std::string text = table.Lines("action").value_or("");
+    const std::string name = text.substr(0, text.find(' '));
+    Words words = WordsOf(text);
+    if (text == "not-ready") { // an older word, and the next one
+        words = {"ready", "off"};
+    } else if (text == "latch-mep") {
+        words = {"mep", "latch"};
+    } else if (text == "unplug" || text == "plug") {
+        words.push_back(std::to_string(table.Integer("chip", 0, kMaxUint32).value_or(0)));
+    } else if (name == kNote || name == kReplace) { // whose text may have blanks in it
+        words = {name, text.substr(std::min(name.size() + 1, text.size()))};
+    }
+    if (name == kReplace) {
+        words.push_back(table.Lines("text").value_or(""));
+    }
+    try {
+        return ReadAction(std::move(words), chips);
+    } catch (const ActionError& mistake) {
+        table.Fail(table.Has("chip") ? "chip" : "action", mistake.what());
+    }
+}
+
+ScenarioEvent ReadEvent(TableReader table, std::size_t chips) {
     ScenarioEvent event;
     if (table.Has("at_ms") == table.Has("before")) {
         table.Fail("before", "[[event]] needs either 'at_ms' or 'before'");
     }
     if (table.Has("before")) {
-        event.before = ReadFunction(table, "before", knows);
+        event.before = ReadFunction(table, "before");
         event.call = Uint32(table.Integer("call", 1, kMaxUint32), 1);
     } else {
         event.at = Nanoseconds(*table.Integer("at_ms", 0, kMaxMilliseconds));
@@ -231,27 +282,22 @@ ScenarioEvent ReadEvent(TableReader table, std::size_t chips, const Knows& knows
     if (!table.Has("action")) {
         table.Fail("action", "[[event]] needs 'action'");
     }
-    event.action = static_cast<Action>(
-        *table.Choice("action", {"unplug", "plug", "ready", "not-ready", "latch-mep"}));
-    if (event.action == Action::Unplug || event.action == Action::Plug) {
-        event.chip = Uint32(table.Integer("chip", 0, kMaxUint32), 0);
-        if (event.chip >= chips) {
-            table.Fail("chip", "there is no chip " + std::to_string(event.chip));
-        }
-    }
+    event.action = ReadEventAction(table, chips);
     table.RefuseOtherKeys();
     return event;
 }
 
 } // namespace
 
-Scenario ParseScenario(std::string_view text, const Knows& knows) {
+Scenario ParseScenario(std::string_view text) {
     const toml::table source = ParseToml(text);
     TableReader root(source, "the scenario");
     Scenario scenario;
     scenario.camera = ReadCamera(root.Table("camera"));
     ReadPulls(root.Table("pulls"), scenario.camera.pulls);
-    ReadWiring(root.Table("wiring"), scenario.camera);
+    TableReader wiring = root.Table("wiring");
+    scenario.camera.wiring = ReadWiring(wiring);
+    wiring.RefuseOtherKeys();
     scenario.usb = ReadUsb(root.Tables("usb"));
     if (root.Has("eapi")) {
         scenario.eapi = ReadEapi(root.Table("eapi"));
@@ -269,18 +315,15 @@ Scenario ParseScenario(std::string_view text, const Knows& knows) {
     }
     scenario.inpoutDriver =
         ReadInpoutDriver(root.Table("inpout"), scenario.superIo || scenario.lpt);
-    for (const TableReader& table : root.Tables("fault")) {
-        scenario.faults.push_back(ReadFault(table, knows));
+    for (TableReader& table : root.Tables("fault")) {
+        scenario.faults.push_back(ReadFault(table));
+        table.RefuseOtherKeys();
     }
     for (const TableReader& table : root.Tables("event")) {
-        scenario.events.push_back(ReadEvent(table, scenario.usb.size(), knows));
+        scenario.events.push_back(ReadEvent(table, scenario.usb.size()));
     }
     root.RefuseOtherKeys();
     return scenario;
-}
-
-Scenario DefaultScenario() {
-    return ParseScenario("[[usb]]\nchip = 'FT2232H'\n", [](std::string_view) { return false; });
 }
 
 } // namespace rig

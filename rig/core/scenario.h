@@ -3,13 +3,13 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "action.h"
 #include "fault_plan.h"
 #include "installation.h"
 #include "wmi_scenario.h"
@@ -51,10 +51,7 @@ struct LptSetup {
 
 /// Something that happens of its own accord, at a moment or just before a vendor call.
 struct ScenarioEvent {
-    enum class Action { Unplug, Plug, Ready, NotReady, LatchMep };
-
-    Action action = Action::Unplug;
-    unsigned chip = 0;
+    Action action;
     std::uint64_t at = 0; ///< ns, when `before` is empty
     std::string before;
     std::uint32_t call = 1;
@@ -77,10 +74,10 @@ struct ScenarioError : std::runtime_error {
     using runtime_error::runtime_error;
 };
 
-/// Reads a scenario, or throws ScenarioError. `knows` tells whether a front has a function.
-Scenario ParseScenario(std::string_view toml, const std::function<bool(std::string_view)>& knows);
+/// Reads a scenario, or throws ScenarioError.
+Scenario ParseScenario(std::string_view toml);
 
 /// One FT2232H, one camera.
-Scenario DefaultScenario();
+inline constexpr std::string_view kDefaultScenario = "[[usb]]\nchip = 'FT2232H'\n";
 
 } // namespace rig

@@ -9,7 +9,9 @@ namespace rig {
 namespace {
 
 [[noreturn]] void FailAt(const toml::source_region& where, const std::string& message) {
-    throw ScenarioError("line " + std::to_string(where.begin.line) + ": " + message);
+    // A table that was made of a command's words has no lines.
+    const auto line = where.begin.line;
+    throw ScenarioError((line != 0 ? "line " + std::to_string(line) + ": " : "") + message);
 }
 
 std::string Between(std::string_view left, std::string_view text, std::string_view right) {
@@ -68,6 +70,17 @@ std::optional<std::string> TableReader::Text(std::string_view key) {
     Fail(key, Quoted(key) + " must be a text of printable ASCII characters");
 }
 
+std::optional<std::string> TableReader::Lines(std::string_view key) {
+    const toml::node* node = Find(key);
+    if (node == nullptr) {
+        return std::nullopt;
+    }
+    if (const auto* value = node->as_string()) {
+        return value->get();
+    }
+    Fail(key, Quoted(key) + " must be a text");
+}
+
 std::optional<std::size_t> TableReader::Choice(std::string_view key,
                                                const std::vector<std::string_view>& choices) {
     const std::optional<std::string> text = Text(key);
@@ -119,7 +132,12 @@ std::vector<TableReader> TableReader::Tables(std::string_view key) {
 void TableReader::RefuseOtherKeys() const {
     for (const auto& [key, node] : *table) {
         if (!known.contains(key.str())) {
-            FailAt(key.source(), "unknown key " + Quoted(key.str()) + " in " + name);
+            std::string names;
+            for (const std::string& each : known) {
+                names += (names.empty() ? "" : ", ") + each;
+            }
+            FailAt(key.source(),
+                   "unknown key " + Quoted(key.str()) + " in " + name + "; there are " + names);
         }
     }
 }

@@ -23,6 +23,8 @@ class TableReader {
     std::optional<std::int64_t> Integer(std::string_view key, std::int64_t lowest,
                                         std::int64_t highest);
     std::optional<std::string> Text(std::string_view key);
+    std::optional<std::string>
+    Lines(std::string_view key); ///< a text with line breaks and the like
 
     /// The index of the text among the choices.
     std::optional<std::size_t> Choice(std::string_view key,

@@ -19,6 +19,9 @@ class Timeline {
     /// Starts time at 0, with nothing due.
     void Restart();
 
+    /// Has nothing due any more.
+    void Clear() { due.clear(); }
+
     /// Lets everything happen that is due by now, in its order.
     void CatchUp();
 

@@ -171,7 +171,7 @@ const rig::Linked front({
     .refusal = Refusal,
     .nameOf = [](std::uint64_t handle) { return bus->NameOf(HandleIn(handle)); },
     .release = [](rig::HostNumber host) { bus->Release(host); },
-    .setPlugged = [](unsigned chip, bool plugged) { return bus->SetPlugged(chip, plugged); },
+    .setPlugged = [](unsigned chip, bool plugged) { bus->SetPlugged(chip, plugged); },
 });
 
 } // namespace

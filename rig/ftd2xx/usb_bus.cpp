@@ -84,9 +84,13 @@ FT_STATUS UsbBus::ResetPort(FT_HANDLE handle) {
     OpenHandle& used = handles.at(handle);
     const std::size_t index = used.place.chip;
     used.closesCleanly = true;
+    around.trace.Event("unplug " + std::to_string(index));
     Leave(index);
     if (const auto& duration = chips[index].setup.resetPort) {
-        chips[index].comeback = around.timeline.After(*duration, [this, index] { Return(index); });
+        chips[index].comeback = around.timeline.After(*duration, [this, index] {
+            around.trace.Event("plug " + std::to_string(index));
+            chips[index].isPlugged = true;
+        });
     }
     return FT_OK;
 }
@@ -106,17 +110,13 @@ std::string UsbBus::NameOf(FT_HANDLE handle) const {
     return found != nullptr ? chips[found->place.chip].SerialOf(found->place.channel) : "?";
 }
 
-bool UsbBus::SetPlugged(unsigned chip, bool plugged) {
-    if (chip >= chips.size()) {
-        return false;
-    }
+void UsbBus::SetPlugged(unsigned chip, bool plugged) {
     around.timeline.Cancel(chips[chip].comeback);
-    if (plugged && !chips[chip].isPlugged) {
-        Return(chip);
-    } else if (!plugged && chips[chip].isPlugged) {
+    if (plugged) {
+        chips[chip].isPlugged = true;
+    } else if (chips[chip].isPlugged) {
         Leave(chip);
     }
-    return true;
 }
 
 std::vector<UsbBus::Place> UsbBus::PresentPlaces() const {
@@ -173,18 +173,12 @@ FT_DEVICE_LIST_INFO_NODE UsbBus::NodeAt(const Place& place) const {
 }
 
 void UsbBus::Leave(std::size_t chip) {
-    around.trace.Event("unplug " + std::to_string(chip));
     chips[chip].isPlugged = false;
     chips[chip].isOpenElsewhere = false; // another program's handles are of no use any more either
     chips[chip].LosePower();
     for (auto& [handle, open] : handles) {
         open.isStale |= open.place.chip == chip;
     }
-}
-
-void UsbBus::Return(std::size_t chip) {
-    around.trace.Event("plug " + std::to_string(chip));
-    chips[chip].isPlugged = true;
 }
 
 } // namespace rig::usb

@@ -41,8 +41,7 @@ class UsbBus {
     /// The serial number behind a handle, "?" when it is unknown.
     std::string NameOf(FT_HANDLE handle) const;
 
-    /// False when there is no such chip.
-    bool SetPlugged(unsigned chip, bool plugged);
+    void SetPlugged(unsigned chip, bool plugged);
 
     /// Closes what a host has open that has left.
     void Release(HostNumber host);
@@ -67,7 +66,6 @@ class UsbBus {
     const OpenHandle* OwnHandle(FT_HANDLE handle) const;
     FT_DEVICE_LIST_INFO_NODE NodeAt(const Place& place) const;
     void Leave(std::size_t chip);
-    void Return(std::size_t chip);
 
     Surroundings around;
     std::deque<UsbChip> chips;

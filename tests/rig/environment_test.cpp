@@ -60,7 +60,7 @@ TEST_F(EnvironmentDeathTest, ABadScenarioMeansNoHardware) {
     };
     EXPECT_EXIT(child(), ExitedWithCode(0),
                 "^solvane_rig: environment_test.ABadScenarioMeansNoHardware: line 3: unknown key "
-                "'colour' in \\[\\[usb\\]\\]; there is no hardware\n$");
+                "'colour' in \\[\\[usb\\]\\]; there are [a-z, _]*; there is no hardware\n$");
 }
 
 TEST_F(EnvironmentDeathTest, AMissingScenarioMeansNoHardware) {

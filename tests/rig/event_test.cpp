@@ -54,8 +54,8 @@ TEST_F(EventTest, MovesTheCamera) {
     EXPECT_EQ(rig_level(RIG_MEP), 1);
     Advance(5);
     EXPECT_EQ(rig_level(RIG_READY), 1);
-    EXPECT_EQ(TakeAll(), (Lines{"ready", "ready 1", "not-ready", "ready 0", "latch-mep", "mep 1",
-                                "ready", "ready 1"}));
+    EXPECT_EQ(TakeAll(), (Lines{"ready on", "ready 1", "ready off", "ready 0", "mep latch", "mep 1",
+                                "ready on", "ready 1"}));
 }
 
 TEST_F(EventTest, CannotMakeAnUnpoweredCameraReady) {

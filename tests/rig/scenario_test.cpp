@@ -89,7 +89,8 @@ const std::vector<Mistake> kMistakes = {
     {"[[fault]]\nfunction = 'FT_Open'\nstatus = 4294967296", "line 3: 'status' must be"},
     {"[[fault]]\nfunction = 'FT_Open'\nstatus = 1\ncall = 0", "line 4: 'call' must be"},
     {"[[event]]\nat_ms = -1\naction = 'ready'", "line 2: 'at_ms' must be"},
-    {"[[event]]\nat_ms = 1\naction = 'explode'", "line 3: 'action' must be one of"},
+    {"[[event]]\nat_ms = 1\naction = 'explode'",
+     "line 3: 'explode' is no action; there are unplug, plug, ready, mep, "},
 
     // What belongs together.
     {"\n[[usb]]\nserial = 'X'", "line 2: [[usb]] needs 'chip'"},
@@ -108,7 +109,7 @@ const std::vector<Mistake> kMistakes = {
      "line 3: [[event]] needs either 'at_ms' or 'before'"},
     {"[[event]]\nbefore = 'FT_Nothing'\naction = 'ready'", "line 2: before must name"},
     {"[[event]]\nat_ms = 1", "line 1: [[event]] needs 'action'"},
-    {"[[event]]\nat_ms = 1\naction = 'plug'", "line 1: there is no chip 0"},
+    {"[[event]]\nat_ms = 1\naction = 'plug'", "line 3: there is no chip 0; there are none"},
     {kOneChip + "[[event]]\nat_ms = 1\naction = 'plug'\nchip = 1", "line 7: there is no chip 1"},
 };
 
