@@ -246,7 +246,11 @@ Command DecodedCommand(Reader& reader) {
 }
 
 std::string Encoded(const CommandAnswer& answer) {
-    return Answering().Add(answer.exitCode).Add(std::string_view(answer.text)).bytes;
+    return Answering()
+        .Add(answer.exitCode)
+        .Add(std::string_view(answer.text))
+        .Add(answer.next)
+        .bytes;
 }
 
 CommandAnswer DecodedCommandAnswer(std::string_view bytes) {
@@ -254,6 +258,7 @@ CommandAnswer DecodedCommandAnswer(std::string_view bytes) {
     CommandAnswer answer;
     answer.exitCode = reader.Number();
     answer.text = reader.Text();
+    answer.next = reader.Number();
     reader.End();
     return answer;
 }

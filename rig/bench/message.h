@@ -81,6 +81,7 @@ struct Command {
 struct CommandAnswer {
     std::uint64_t exitCode = 0;
     std::string text;
+    std::uint64_t next = 0; ///< of the journal: the number of the entry to go on with
 };
 
 std::string Encoded(const Introduction& who);

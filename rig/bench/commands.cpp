@@ -1,0 +1,178 @@
+#include "commands.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <exception>
+#include <utility>
+
+#include "command_table.h"
+
+namespace rig {
+
+namespace {
+
+Told TellHelp(Arguments arguments, const std::stop_token& stop);
+
+constexpr std::array kCommands = {
+    CommandKind{"levels", "", "the levels of the lines, 1 means active", TellLevels},
+    CommandKind{"captures", "", "how many captures the camera has made", TellCaptures},
+    CommandKind{"calls", "[FUNCTION]", "how often each vendor function was called, or one",
+                TellCalls},
+    CommandKind{"journal", "[--since N] [--within MS]",
+                "what happened, from entry N on; with --within, waits until there is something",
+                TellJournal},
+    CommandKind{"status", "", "what the rig is, and how far it has come", TellStatus},
+    CommandKind{"wait-edge", "\"LINE 0|1\" [--within MS]",
+                "waits for the next such edge, 5000 ms unless said", WaitEdge},
+    CommandKind{"expect-pulse", "LINE FROM..TO [--within MS]",
+                "waits for a pulse to begin and end, and says whether its width is in the range",
+                ExpectPulse},
+    CommandKind{"help", "", "these commands", TellHelp},
+};
+
+Told TellHelp(Arguments arguments, const std::stop_token&) {
+    arguments.RefuseOthers();
+    Told told;
+    std::string list;
+    const auto add = [&](std::string_view name, std::string_view words, std::string_view meaning) {
+        std::string usage = Line({std::string(name), std::string(words)});
+        told.text += (told.text.empty() ? "" : "\n") + usage + "\n    " + std::string(meaning);
+        list += (list.empty() ? "" : ",") +
+                Json().Add("command", name).Add("arguments", words).Add("meaning", meaning).Text();
+    };
+    for (const ActionKind& action : ActionKinds()) {
+        add(action.name, action.arguments, action.meaning);
+    }
+    for (const CommandKind& command : kCommands) {
+        add(command.name, command.arguments, command.meaning);
+    }
+    told.json.AddRaw("commands", "[" + list + "]");
+    return told;
+}
+
+Told DoAction(const Words& words) {
+    Access rig;
+    const Action action = ReadAction(words, rig->Chips());
+    rig->Do(action);
+    return {
+        .text = action.text,
+        .json =
+            Json().Add("done", action.text).AddRaw("time_ms", Milliseconds(rig->timeline.Now()))};
+}
+
+Told Obey(const Words& words, const std::stop_token& stop) {
+    const std::string name = words.empty() ? "" : words[0];
+    const std::vector<std::string> names = CommandNames();
+    if (std::ranges::find(names, name) == names.end()) {
+        throw ActionError(NoSuch("command", name, names));
+    }
+    const auto command = std::ranges::find(kCommands, name, &CommandKind::name);
+    if (command == kCommands.end()) {
+        return DoAction(words);
+    }
+    return command->perform(Arguments(std::span(words).subspan(1)), stop);
+}
+
+} // namespace
+
+std::vector<std::string> CommandNames() {
+    std::vector<std::string> names;
+    for (const ActionKind& action : ActionKinds()) {
+        names.emplace_back(action.name);
+    }
+    for (const CommandKind& command : kCommands) {
+        names.emplace_back(command.name);
+    }
+    return names;
+}
+
+Reply Perform(const std::vector<std::string>& words, bool json, const std::stop_token& stop) {
+    Told told;
+    try {
+        told = Obey(words, stop);
+    } catch (const ActionError& mistake) {
+        told = {.exitCode = 2, .text = mistake.what(), .json = Json().Add("error", mistake.what())};
+    }
+    return {told.exitCode, json ? told.json.Text() : told.text, told.next};
+}
+
+Arguments::Arguments(std::span<const std::string> given) : words(given.begin(), given.end()) {}
+
+std::string Arguments::Word() {
+    if (words.empty() || words.front().starts_with("--")) {
+        return "";
+    }
+    std::string word = std::move(words.front());
+    words.erase(words.begin());
+    return word;
+}
+
+bool Arguments::Has(std::string_view option) const {
+    return std::ranges::find(words, option) != words.end();
+}
+
+std::string Arguments::ValueOf(std::string_view option) {
+    const auto found = std::ranges::find(words, option);
+    if (found + 1 == words.end()) {
+        throw ActionError(std::string(option) + " needs a number");
+    }
+    std::string value = found[1];
+    words.erase(found, found + 2);
+    return value;
+}
+
+std::uint64_t Arguments::Milliseconds(std::string_view option, std::uint64_t otherwise) {
+    return Has(option) ? ReadMilliseconds(ValueOf(option)) : otherwise;
+}
+
+std::uint64_t Arguments::Number(std::string_view option, std::uint64_t otherwise) {
+    if (!Has(option)) {
+        return otherwise;
+    }
+    const std::string text = ValueOf(option);
+    std::uint64_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc() || end != text.data() + text.size()) {
+        throw ActionError("'" + text + "' is no number");
+    }
+    return number;
+}
+
+void Arguments::RefuseOthers() const {
+    if (!words.empty()) {
+        throw ActionError("'" + words.front() + "' is not understood here");
+    }
+}
+
+std::uint64_t ReadMilliseconds(std::string_view text) {
+    constexpr std::uint64_t kMost = 86'400'000; // a day
+    const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
+    std::uint64_t whole = 0;
+    const char* const end = text.data() + text.size();
+    auto [rest, error] = std::from_chars(text.data(), end, whole);
+    bool isGood = !text.empty() && isDigit(text.front()) && error == std::errc() && whole <= kMost;
+    std::uint64_t nanoseconds = isGood ? whole * kNanosecondsPerMillisecond : 0;
+    if (isGood && rest != end && *rest == '.') {
+        std::uint64_t worth = kNanosecondsPerMillisecond;
+        for (++rest; rest != end && isDigit(*rest); ++rest) {
+            worth /= 10;
+            nanoseconds += static_cast<std::uint64_t>(*rest - '0') * worth;
+        }
+    }
+    if (!isGood || rest != end) {
+        throw ActionError("'" + std::string(text) + "' is no number of milliseconds, at most " +
+                          std::to_string(kMost));
+    }
+    return nanoseconds;
+}
+
+std::string Milliseconds(std::uint64_t nanoseconds) {
+    const std::uint64_t rest = nanoseconds % kNanosecondsPerMillisecond;
+    std::string digits = std::to_string(kNanosecondsPerMillisecond + rest).substr(1);
+    digits.erase(digits.find_last_not_of('0') + 1);
+    return std::to_string(nanoseconds / kNanosecondsPerMillisecond) +
+           (digits.empty() ? "" : "." + digits);
+}
+
+} // namespace rig

@@ -1,0 +1,117 @@
+/// What can be asked of the rig.
+#include <algorithm>
+#include <array>
+#include <vector>
+
+#include "command_table.h"
+#include "scenario_tables.h"
+#include "vendor_function.h"
+
+namespace rig {
+
+namespace {
+
+/// "ready              1"
+std::string Row(std::string_view name, const std::string& value) {
+    constexpr std::size_t kColumn = 19;
+    std::string row(name);
+    row.resize(std::max(kColumn, row.size() + 1), ' ');
+    return row + value;
+}
+
+void AddRow(std::string& text, std::string_view name, const std::string& value) {
+    text += (text.empty() ? "" : "\n") + Row(name, value);
+}
+
+} // namespace
+
+Told TellLevels(Arguments arguments, const std::stop_token&) {
+    arguments.RefuseOthers();
+    const Levels levels = Access()->installation->AllLevels();
+    Told told;
+    for (std::size_t i = 0; i < levels.size(); ++i) {
+        const char* const name = LineName(static_cast<rig_line>(i));
+        AddRow(told.text, name, levels[i] ? "1" : "0");
+        told.json.AddRaw(name, levels[i] ? "1" : "0");
+    }
+    return told;
+}
+
+Told TellCaptures(Arguments arguments, const std::stop_token&) {
+    arguments.RefuseOthers();
+    const std::uint32_t captures = Access()->installation->Captures();
+    return {.text = std::to_string(captures), .json = Json().Add("captures", captures)};
+}
+
+Told TellCalls(Arguments arguments, const std::stop_token&) {
+    const std::string function = arguments.Word();
+    arguments.RefuseOthers();
+    const std::vector<std::string> names = FunctionNames();
+    if (!function.empty() && std::ranges::find(names, function) == names.end()) {
+        throw ActionError(NoSuch("function", function, names));
+    }
+    const Access rig;
+    Told told;
+    Json counts;
+    for (const std::string& name : names) {
+        const std::uint32_t calls = rig->faults.Calls(name);
+        if (name == function || (function.empty() && calls != 0)) {
+            AddRow(told.text, name, std::to_string(calls));
+            counts.Add(name, calls);
+        }
+    }
+    told.json.Add("calls", counts);
+    return told;
+}
+
+Told TellJournal(Arguments arguments, const std::stop_token& stop) {
+    static constexpr std::array kKinds = {"call", "edge", "event", "note"};
+    const bool waits = arguments.Has("--within");
+    const std::uint64_t within = arguments.Milliseconds("--within", 0);
+    const std::uint64_t since = arguments.Number("--since", 0);
+    arguments.RefuseOthers();
+
+    const Access rig;
+    const Journal& journal = rig->trace.journal;
+    if (waits) {
+        WaitUntil(rig, within, stop, [&] { return journal.End() > since; });
+    }
+    Told told;
+    std::string list;
+    for (std::uint64_t i = std::max(since, journal.Begin()); i < journal.End(); ++i) {
+        const Journal::Entry& entry = journal[static_cast<std::size_t>(i - journal.Begin())];
+        told.text += (told.text.empty() ? "" : "\n") + LineOf(entry);
+        list += (list.empty() ? "" : ",") +
+                Json()
+                    .AddRaw("time_ms", Milliseconds(entry.time))
+                    .Add("kind", kKinds[static_cast<std::size_t>(entry.kind)])
+                    .Add("text", entry.text)
+                    .Text();
+    }
+    told.next = journal.End();
+    told.json.Add("next", told.next).AddRaw("entries", "[" + list + "]");
+    return told;
+}
+
+Told TellStatus(Arguments arguments, const std::stop_token&) {
+    arguments.RefuseOthers();
+    const Access rig;
+    const std::string time = Milliseconds(rig->timeline.Now());
+    const std::uint64_t faults = rig->faults.Planned();
+    const std::uint32_t calls = rig->faults.Calls(kAnyFunction);
+    const std::uint32_t captures = rig->installation->Captures();
+    Told told;
+    AddRow(told.text, "scenario", rig->ScenarioName());
+    AddRow(told.text, "time", time + " ms");
+    AddRow(told.text, "calls", std::to_string(calls));
+    AddRow(told.text, "captures", std::to_string(captures));
+    AddRow(told.text, "faults planned", std::to_string(faults));
+    told.json.Add("scenario", rig->ScenarioName())
+        .AddRaw("time_ms", time)
+        .Add("calls", calls)
+        .Add("captures", captures)
+        .Add("faults", faults);
+    return told;
+}
+
+} // namespace rig

@@ -1,0 +1,147 @@
+/// What waits for something to happen on the lines.
+#include <algorithm>
+#include <optional>
+
+#include "command_table.h"
+#include "rig_clock.h"
+
+namespace rig {
+
+namespace {
+
+constexpr std::uint64_t kWithin = 5'000 * kNanosecondsPerMillisecond;
+
+/// The edges of the journal, each once.
+class Edges {
+  public:
+    explicit Edges(const Journal& source) : journal(source), next(source.End()) {}
+
+    /// The next edge that happened since the beginning; null when there is none yet.
+    const Journal::Entry* Next() {
+        for (next = std::max(next, journal.Begin()); next < journal.End();) {
+            const auto& entry = journal[static_cast<std::size_t>(next++ - journal.Begin())];
+            if (entry.kind == RIG_EDGE) {
+                return &entry;
+            }
+        }
+        return nullptr;
+    }
+
+  private:
+    const Journal& journal;
+    std::uint64_t next; ///< the number of the next entry to be looked at
+};
+
+std::string EdgeText(rig_line line, bool level) {
+    return std::string(LineName(line)) + (level ? " 1" : " 0");
+}
+
+Told Failed(const std::string& why, Json json) {
+    return {.exitCode = 1, .text = why, .json = json.Add("error", why)};
+}
+
+} // namespace
+
+bool WaitUntil(const Access& rig, std::uint64_t within, const std::stop_token& stop,
+               const std::function<bool()>& isSo) {
+    // By the clock itself: the rig's time can stand still between calls.
+    const std::uint64_t start = clock::Now();
+    while (!isSo()) {
+        const std::uint64_t passed = clock::Now() - start;
+        if (passed >= within || stop.stop_requested()) {
+            return false;
+        }
+        rig->Pause(std::min(kNanosecondsPerMillisecond, within - passed));
+    }
+    return true;
+}
+
+rig_line ReadLine(const std::string& name) {
+    std::vector<std::string> names;
+    for (int i = 0; i < RIG_LINE_COUNT; ++i) {
+        names.emplace_back(LineName(static_cast<rig_line>(i)));
+        if (names.back() == name) {
+            return static_cast<rig_line>(i);
+        }
+    }
+    throw ActionError(NoSuch("line", name, names));
+}
+
+Told WaitEdge(Arguments arguments, const std::stop_token& stop) {
+    const std::uint64_t within = arguments.Milliseconds("--within", kWithin);
+    Words words = WordsOf(arguments.Word()); // "ready 0" as one word or as two
+    if (words.size() == 1) {
+        words.push_back(arguments.Word());
+    }
+    arguments.RefuseOthers();
+    if (words.size() != 2 || (words[1] != "0" && words[1] != "1")) {
+        throw ActionError("usage: wait-edge \"LINE 0|1\" [--within MS]");
+    }
+    const std::string wanted = EdgeText(ReadLine(words[0]), words[1] == "1");
+
+    const Access rig;
+    Edges edges(rig->trace.journal);
+    const Journal::Entry* edge = nullptr;
+    const bool isSeen = WaitUntil(rig, within, stop, [&] {
+        do {
+            edge = edges.Next();
+        } while (edge != nullptr && edge->text != wanted);
+        return edge != nullptr;
+    });
+    if (!isSeen) {
+        return Failed("no edge " + wanted + " within " + Milliseconds(within) + " ms",
+                      Json().Add("edge", wanted));
+    }
+    const std::string time = Milliseconds(edge->time);
+    return {.text = wanted + " at " + time + " ms",
+            .json = Json().Add("edge", wanted).AddRaw("time_ms", time)};
+}
+
+Told ExpectPulse(Arguments arguments, const std::stop_token& stop) {
+    const std::uint64_t within = arguments.Milliseconds("--within", kWithin);
+    const std::string name = arguments.Word();
+    const std::string range = arguments.Word();
+    arguments.RefuseOthers();
+    const std::size_t dots = range.find("..");
+    if (dots == range.npos) {
+        throw ActionError("usage: expect-pulse LINE FROM..TO [--within MS]");
+    }
+    const rig_line line = ReadLine(name);
+    const std::uint64_t from = ReadMilliseconds(std::string_view(range).substr(0, dots));
+    const std::uint64_t to = ReadMilliseconds(std::string_view(range).substr(dots + 2));
+
+    const Access rig;
+    Edges edges(rig->trace.journal);
+    std::optional<std::uint64_t> begin;
+    std::optional<std::uint64_t> width;
+    WaitUntil(rig, within, stop, [&] {
+        while (const Journal::Entry* edge = width ? nullptr : edges.Next()) {
+            if (edge->text == EdgeText(line, true)) {
+                begin = edge->time;
+            } else if (begin && edge->text == EdgeText(line, false)) {
+                width = edge->time - *begin;
+            }
+        }
+        return width.has_value();
+    });
+
+    Json json = Json().Add("line", name).Add("expected", range + " ms");
+    const bool isGood = width && *width >= from && *width <= to;
+    json.Add("as_expected", isGood);
+    if (width) {
+        json.AddRaw("width_ms", Milliseconds(*width)).AddRaw("time_ms", Milliseconds(*begin));
+    }
+    if (isGood) {
+        return {.text = name + " 1 for " + Milliseconds(*width) + " ms", .json = json};
+    }
+    if (width) {
+        return Failed(name + " 1 for " + Milliseconds(*width) + " ms, not " + range + " ms", json);
+    }
+    if (begin) {
+        return Failed(
+            name + " is still 1 after " + Milliseconds(rig->timeline.Now() - *begin) + " ms", json);
+    }
+    return Failed("no pulse of " + name + " within " + Milliseconds(within) + " ms", json);
+}
+
+} // namespace rig
