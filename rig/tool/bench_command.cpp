@@ -1,10 +1,11 @@
-#include "commands.h"
+#include "command_line.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <cstdint>
+#include <filesystem>
+#include <fstream>
 #include <memory>
-#include <mutex>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -12,8 +13,9 @@
 #include <utility>
 #include <vector>
 
-#include "bench_commands.h"
+#include "commands.h"
 #include "environment.h"
+#include "file_content.h"
 #include "host_guard.h"
 #include "pipe.h"
 #include "placement.h"
@@ -32,24 +34,25 @@ struct Request {
     std::string scenario;
     std::string name = kDefaultBench;
     std::string folder;
-    bool quiet = false;
+    bool isQuiet = false;
 };
 
 std::atomic<bool> isToStop{false};
 
 /// `stop` ends the process, all other commands are about its hardware.
-bench::CommandAnswer Perform(const bench::Command& command) {
+bench::CommandAnswer Obey(const bench::Command& command) {
     if (command.words == Texts{"stop"}) {
         isToStop = true;
-        return {0, command.json ? "{\"stopped\":true}\n" : "The bench stops.\n"};
+        return {0, command.json ? "{\"done\":\"stop\"}" : "stop"};
     }
-    return bench::PerformCommand(command);
+    Reply reply = Perform(command.words, command.json);
+    return {static_cast<std::uint64_t>(reply.exitCode), std::move(reply.text), reply.next};
 }
 
-/// The hardware of this process, and everybody who asks for it.
+/// The hardware of this process, for everybody who asks for it.
 void StartBench(const Request& request) {
     static bench::Hosts hosts;
-    SetVariable(kRigVariable, std::nullopt); // this process has the hardware itself
+    SetVariable(kRigVariable, std::nullopt); // a bench for others is none for itself
     {
         Access rig;
         if (request.scenario.empty()) {
@@ -58,61 +61,55 @@ void StartBench(const Request& request) {
             throw std::runtime_error(rig->Error());
         }
     }
-    bench::ServePipe(request.name, hosts, Perform);
+    bench::ServePipe(request.name, hosts, Obey);
 }
 
-/// Everything that is in a file at the end must have happened, and be written, by now.
+/// What the camera has done by now stands in the files that are written.
 void EndBench() {
     Access rig;
     rig->trace.EndWaveform();
 }
 
-/// Shows what happens until somebody stops the bench.
-void ShowUntilStopped(bool isQuiet, std::ostream& out) {
-    constexpr std::chrono::milliseconds kGlance{20};
-    std::uint64_t shown = 0;
-    bool isLast = false;
-    while (!isLast) {
-        isLast = isToStop;
-        std::string lines;
-        {
-            Access rig;
-            shown = rig->trace.journal.LinesSince(shown, lines);
-        }
-        if (!isQuiet && !lines.empty() && !(out << lines << std::flush)) {
-            isToStop = true; // nobody looks any more
-        }
-        std::this_thread::sleep_for(isLast ? std::chrono::milliseconds{0} : kGlance);
-    }
-}
-
 void RunBench(const Request& request, std::ostream& out) {
+    constexpr std::chrono::milliseconds kGlance{20};
     StartBench(request);
     StopWhenInterrupted(isToStop);
     out << "The bench \"" << request.name << "\" runs. Hosts join it by SOLVANE_RIG=bench"
         << (request.name == kDefaultBench ? "" : ':' + request.name) << ".\n"
         << std::flush;
-    ShowUntilStopped(request.quiet, out);
+    std::uint64_t next = 0;
+    for (bool isLast = false; !isLast;) {
+        isLast = isToStop;
+        const Reply journal = Perform({"journal", "--since", std::to_string(next)}, false);
+        next = journal.next;
+        if (!request.isQuiet && !journal.text.empty()) {
+            out << journal.text << '\n' << std::flush;
+            isToStop = isToStop || !out; // nobody looks any more
+        }
+        std::this_thread::sleep_for(isLast ? std::chrono::milliseconds{0} : kGlance);
+    }
     EndBench();
 }
 
-/// The rig's DLLs in a folder, as long as this lives. Who has placed them there before keeps them.
+/// The rig's DLLs in a host's folder as long as this lives; those that are there already stay.
 class Placed {
   public:
-    Placed(const std::filesystem::path& place) : folder(place) {
-        isOurs = !std::filesystem::exists(folder / kPlacementRecord) &&
-                 !std::filesystem::equivalent(PathBesideThisProgram(""), folder);
+    explicit Placed(std::filesystem::path place) : folder(std::move(place)) {
+        std::error_code ignored;
+        const std::filesystem::path rig = PathBesideThisProgram("");
+        isOurs = !std::filesystem::exists(folder / kPlacementRecord, ignored) &&
+                 !std::filesystem::equivalent(rig, folder, ignored);
         if (isOurs) {
-            std::ostringstream ignored;
-            Place(PathBesideThisProgram(""), folder, false, ignored);
+            std::ostringstream unheard; // the host's output is the host's
+            Place(rig, folder, false, unheard);
         }
     }
     ~Placed() {
         if (isOurs) {
             try {
-                std::ostringstream ignored;
-                Unplace(folder, ignored);
-            } catch (const std::exception&) { // the record in the folder tells what is there
+                std::ostringstream unheard;
+                Unplace(folder, unheard);
+            } catch (const std::exception&) { // the record in the folder tells what is left
             }
         }
     }
@@ -121,7 +118,7 @@ class Placed {
 
   private:
     const std::filesystem::path folder;
-    bool isOurs;
+    bool isOurs = false;
 };
 
 int RunHost(Request request, const std::vector<std::string>& host) {
@@ -143,53 +140,138 @@ int RunHost(Request request, const std::vector<std::string>& host) {
     }
 }
 
-int Command(const std::string& name, bench::Command command, std::ostream& out, std::ostream& err) {
-    const auto connection = bench::ConnectPipe(name);
+bench::CommandAnswer Ask(bench::Connection& connection, const bench::Command& command) {
+    return bench::DecodedCommandAnswer(connection.Exchange(Encoded(command)));
+}
+
+std::unique_ptr<bench::Connection> Join(const std::string& name) {
+    auto connection = bench::ConnectPipe(name);
     bench::DecodedHostNumber(connection->Exchange(Encoded(bench::ThisProcess(false))));
-    const bench::CommandAnswer answer =
-        bench::DecodedCommandAnswer(connection->Exchange(Encoded(command)));
-    (answer.exitCode == kUsageError ? err : out) << answer.text;
+    return connection;
+}
+
+/// The journal as it grows, until the bench ends or nobody looks any more.
+int Follow(bench::Connection& connection, bench::Command command, std::ostream& out) {
+    command.words = {"journal", "--since", "0", "--within", "1000"};
+    while (out) {
+        const bench::CommandAnswer answer = Ask(connection, command);
+        if (!answer.text.empty()) {
+            out << answer.text << '\n' << std::flush;
+        }
+        command.words[2] = std::to_string(answer.next);
+    }
+    return kSuccess;
+}
+
+/// A scenario goes to the bench as its text, and a session comes from it as one: files are this
+/// program's, with the paths of whoever typed them.
+int Command(const std::string& name, bench::Command command, std::ostream& out, std::ostream& err) {
+    Texts& words = command.words;
+    if (words == Texts{"help"}) { // which no bench is needed for
+        out << Perform(words, command.json).text << "\nstop\n    ends the bench\n";
+        return kSuccess;
+    }
+    const auto connection = Join(name);
+    if (words == Texts{"journal", "--follow"}) {
+        return Follow(*connection, std::move(command), out);
+    }
+    const bool isFile = words.size() == 2 && (words[0] == "scenario" || words[0] == "keep");
+    const std::string file = isFile ? words[1] : "";
+    if (isFile && words[0] == "scenario") {
+        std::optional<std::string> text = ContentOf(PathOf(file));
+        if (!text) {
+            throw std::runtime_error(file + ": cannot be read");
+        }
+        words.push_back(*std::move(text));
+    }
+    const bench::CommandAnswer answer = Ask(*connection, command);
+    if (isFile && words[0] == "keep" && answer.exitCode == 0) {
+        std::ofstream kept(PathOf(file), std::ios::binary);
+        if (!(kept << answer.text << '\n' << std::flush)) {
+            throw std::runtime_error(file + ": cannot be written");
+        }
+        out << "The session is kept in " << file << ".\n";
+    } else if (!answer.text.empty()) {
+        (answer.exitCode == kUsageError ? err : out) << answer.text << '\n';
+    }
     return static_cast<int>(answer.exitCode);
+}
+
+void AddCommand(CLI::App& app, const std::string& verb, std::ostream& out, std::ostream& err,
+                int& exitCode) {
+    CLI::App& command = *app.add_subcommand(verb);
+    command.group(""); // `help` lists them
+    command.prefix_command();
+    command.set_help_flag();
+    command.callback([&command, &out, &err, &exitCode] {
+        bench::Command asked{{command.get_name()}, false};
+        std::string name = kDefaultBench;
+        const std::vector<std::string> words = command.remaining();
+        for (std::size_t i = 0; i < words.size(); ++i) {
+            if (words[i] == "--json") {
+                asked.json = true;
+            } else if (words[i] == "--bench" && i + 1 < words.size()) {
+                name = words[++i];
+            } else {
+                asked.words.push_back(words[i]);
+            }
+        }
+        exitCode = Command(name, std::move(asked), out, err);
+    });
 }
 
 } // namespace
 
+void TellBenches(std::ostream& out) {
+    for (const std::string& name : bench::BenchesThatRun()) {
+        out << "Bench \"" << name << "\": ";
+        try {
+            out << Ask(*Join(name), {{"status"}, false}).text << '\n';
+        } catch (const std::runtime_error& reason) {
+            out << reason.what() << ".\n";
+        }
+    }
+    if (const std::string reason = bench::KeptReason(); !reason.empty()) {
+        out << "The last host without its bench: " << reason << ".\n";
+    }
+}
+
 void AddBenchCommands(CLI::App& app, std::ostream& out, std::ostream& err,
                       const std::vector<std::string>& host, int& exitCode) {
     const auto request = std::make_shared<Request>();
+    const auto addScenario = [&](CLI::App& command) {
+        command
+            .add_option("scenario", request->scenario,
+                        "A file with the hardware; without it one FT2232H")
+            ->type_name("SCENARIO");
+    };
     CLI::App& bench =
-        *app.add_subcommand("bench", "Is the virtual PC with its camera, for hosts that join it");
-    bench.add_option("scenario", request->scenario, "The hardware; one FT2232H without it");
+        *app.add_subcommand("bench", "Is the virtual PC and its camera, for hosts that join it");
+    addScenario(bench);
     bench.add_option("--name", request->name, "What hosts call it")->capture_default_str();
-    bench.add_flag("--quiet", request->quiet, "Do not show what happens");
-    bench.footer("Runs until `solvane-rig stop` or Ctrl-C. A host joins it by SOLVANE_RIG=bench, "
-                 "or bench:NAME.");
+    bench.add_flag("--quiet", request->isQuiet, "Does not show what happens");
+    bench.footer("A host joins it by SOLVANE_RIG=bench, or bench:NAME. It runs until "
+                 "`solvane-rig stop` or Ctrl-C.");
     bench.callback([request, &out] { RunBench(*request, out); });
 
     CLI::App& run = *app.add_subcommand("run", "Runs a host on a bench of its own");
-    run.add_option("scenario", request->scenario, "The hardware; one FT2232H without it");
+    addScenario(run);
     run.add_option("--place", request->folder,
-                   "Where the host keeps the vendors' DLLs, if not beside its program");
-    run.footer(
-        "After -- come the host and its arguments. The exit code is the host's, or 125 if it was\n"
-        "not started or was ended.");
+                   "Where the host keeps the vendors' DLLs, when not beside its program")
+        ->type_name("FOLDER");
+    run.footer("After `--` come the host and its arguments. The exit code is the host's, or 125 "
+               "if it was\nnot started or was ended.");
     run.callback([request, &host, &exitCode] { exitCode = RunHost(*request, host); });
 
-    for (const bench::CommandName& known : bench::kCommands) {
-        const auto named = std::make_shared<std::string>(kDefaultBench);
-        CLI::App& command = *app.add_subcommand(known.name, known.about);
-        command.prefix_command();
-        command.add_option("--bench", *named, "Which bench")->capture_default_str();
-        const auto json = std::make_shared<bool>(false);
-        command.add_flag("--json", *json, "Answer as a JSON object");
-        command.callback([named, json, &command, &out, &err, &exitCode] {
-            Texts words{command.get_name()};
-            for (const std::string& word : command.remaining()) {
-                words.push_back(word);
-            }
-            exitCode = Command(*named, {words, *json}, out, err);
-        });
+    for (const std::string& verb : CommandNames()) {
+        if (verb != "status") { // which tells of the whole virtual PC
+            AddCommand(app, verb, out, err, exitCode);
+        }
     }
+    AddCommand(app, "stop", out, err, exitCode);
+    app.get_subcommand("help")
+        ->description("Lists what can be done to a bench that runs, and asked of it")
+        ->group("SUBCOMMANDS");
 }
 
 } // namespace rig

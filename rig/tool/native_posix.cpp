@@ -3,7 +3,7 @@
 #include <stdexcept>
 #include <system_error>
 
-#include "commands.h"
+#include "command_line.h"
 #include "driver_service.h"
 #include "host_guard.h"
 #include "this_program.h"
@@ -39,6 +39,8 @@ std::filesystem::path PathBesideThisProgram(const char* file) {
     std::error_code ignored;
     return std::filesystem::read_symlink("/proc/self/exe", ignored).parent_path() / file;
 }
+
+void TellBenches(std::ostream&) {}
 
 /// A bench is reached over Windows' pipes.
 void AddBenchCommands(CLI::App&, std::ostream&, std::ostream&, const std::vector<std::string>&,

@@ -1,4 +1,4 @@
-#include "commands.h"
+#include "command_line.h"
 
 #include <filesystem>
 #include <memory>
@@ -45,7 +45,7 @@ void DoEach(const std::vector<Action>& actions, std::ostream& out, std::ostream&
 }
 
 /// The vendors' DLLs need no installation: a host finds them in its folder or on its search path.
-void TellVendorDlls(std::ostream& out) {
+void TellTheRest(std::ostream& out) {
     std::string found;
     for (const char* file : kVendorDlls) {
         std::error_code ignored;
@@ -54,6 +54,7 @@ void TellVendorDlls(std::ostream& out) {
         }
     }
     out << "Vendor DLLs beside this program: " << (found.empty() ? "none" : found) << ".\n";
+    TellBenches(out);
 }
 
 /// `about` completes the help of a command that does things to parts.
@@ -87,7 +88,7 @@ void AddPcCommands(CLI::App& app, std::ostream& out, std::ostream& err) {
     AddCommand(app, "remove", "Removes the kernel driver and the WMI class", choice)
         .callback([doToParts] { doToParts(RemoveDriver, RemoveWmiClass, nullptr); });
     AddCommand(app, "status", "Tells what is installed", choice).callback([doToParts] {
-        doToParts(TellDriver, TellWmiClass, TellVendorDlls);
+        doToParts(TellDriver, TellWmiClass, TellTheRest);
     });
 }
 

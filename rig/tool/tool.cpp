@@ -5,7 +5,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "commands.h"
+#include "command_line.h"
 
 namespace rig {
 

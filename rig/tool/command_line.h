@@ -23,6 +23,9 @@ void AddPcCommands(CLI::App& app, std::ostream& out, std::ostream& err);
 /// exit code of a host.
 void AddHostCommands(CLI::App& app, std::ostream& out, int& hostExit);
 
+/// The benches that run, and why a host last found none.
+void TellBenches(std::ostream& out);
+
 /// `bench`, `run`, and what can be done to a bench that runs. `host` is what stands behind `--`.
 /// `exitCode` gets a host's, or a command's own.
 void AddBenchCommands(CLI::App& app, std::ostream& out, std::ostream& err,
