@@ -16,6 +16,7 @@
 #include "commands.h"
 #include "environment.h"
 #include "file_content.h"
+#include "host_dlls.h"
 #include "host_guard.h"
 #include "pipe.h"
 #include "placement.h"
@@ -98,7 +99,8 @@ class Placed {
         std::error_code ignored;
         const std::filesystem::path rig = PathBesideThisProgram("");
         isOurs = !std::filesystem::exists(folder / kPlacementRecord, ignored) &&
-                 !std::filesystem::equivalent(rig, folder, ignored);
+                 !std::filesystem::equivalent(rig / kHostDlls.front(), folder / kHostDlls.front(),
+                                              ignored);
         if (isOurs) {
             std::ostringstream unheard; // the host's output is the host's
             Place(rig, folder, false, unheard);
