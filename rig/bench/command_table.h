@@ -57,6 +57,8 @@ Told TellCalls(Arguments arguments, const std::stop_token& stop);
 Told TellJournal(Arguments arguments, const std::stop_token& stop);
 Told TellStatus(Arguments arguments, const std::stop_token& stop);
 
+Told Keep(Arguments arguments, const std::stop_token& stop);
+
 // What waits.
 Told WaitEdge(Arguments arguments, const std::stop_token& stop);
 Told ExpectPulse(Arguments arguments, const std::stop_token& stop);

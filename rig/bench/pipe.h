@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "host_side.h"
-#include "session.h"
+#include "bench_side.h"
 
 namespace rig::bench {
 

@@ -122,16 +122,16 @@ std::optional<std::string> Receive(HANDLE pipe, Frames& frames) {
 }
 
 void ServeConnection(HANDLE pipe, Hosts& hosts, Perform perform) {
-    Session session(hosts, perform);
+    BenchSide bench(hosts, perform);
     Frames frames;
-    while (!session.IsOver()) {
+    while (!bench.IsOver()) {
         std::optional<std::string> message;
         try {
             message = Receive(pipe, frames);
         } catch (const Malformed& reason) {
             Send(pipe, Refusal(reason.what()));
         }
-        if (!message || !Send(pipe, session.Answer(*message))) {
+        if (!message || !Send(pipe, bench.Answer(*message))) {
             break;
         }
     }

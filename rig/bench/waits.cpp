@@ -138,8 +138,8 @@ Told ExpectPulse(Arguments arguments, const std::stop_token& stop) {
         return Failed(name + " 1 for " + Milliseconds(*width) + " ms, not " + range + " ms", json);
     }
     if (begin) {
-        return Failed(
-            name + " is still 1 after " + Milliseconds(rig->timeline.Now() - *begin) + " ms", json);
+        const std::uint64_t now = std::max(rig->timeline.Now(), *begin);
+        return Failed(name + " is still 1 after " + Milliseconds(now - *begin) + " ms", json);
     }
     return Failed("no pulse of " + name + " within " + Milliseconds(within) + " ms", json);
 }

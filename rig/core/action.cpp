@@ -202,14 +202,17 @@ Action ReadNote(const Words& words, std::size_t) {
 
 Action ReadReplace(const Words& words, std::size_t) {
     ExpectWords(words, 2, 2);
+    const std::string name = PlainLine(words[0]);
     try {
-        return {.text = Line({std::string(kReplace), words[0]}),
+        const Scenario scenario = ParseScenario(words[1]);
+        if (scenario.session) {
+            Fail(name + " is a session, which begins with the rig");
+        }
+        return {.text = Line({std::string(kReplace), name}),
                 .scenario = words[1],
-                .work = [name = words[0], scenario = ParseScenario(words[1])](Rig& rig) {
-                    rig.Replace(scenario, name);
-                }};
+                .work = [name, scenario](Rig& rig) { rig.Replace(scenario, name); }};
     } catch (const ScenarioError& mistake) {
-        Fail(words[0] + ": " + mistake.what());
+        Fail(name + ": " + mistake.what());
     }
 }
 

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <optional>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -15,9 +16,9 @@ namespace rig {
 class Rig;
 
 struct Action {
-    std::string text;          ///< in its own words: "set exposure_ms 80"
-    std::string scenario = {}; ///< that of the new hardware, of the action that replaces it
-    bool isTold = true;        ///< whether the journal tells of it in these words
+    std::string text;                         ///< in its own words: "set exposure_ms 80"
+    std::optional<std::string> scenario = {}; ///< of the new hardware, where it replaces it
+    bool isTold = true;                       ///< whether the journal tells of it in these words
     std::function<void(Rig&)> work;
 };
 

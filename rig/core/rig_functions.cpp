@@ -97,7 +97,7 @@ RigAnswer AnswerHere(const RigQuestion& question) {
         rig.trace.journal.Clear();
         return number(kDone);
     case RigFunction::Note:
-        rig.trace.Note(text);
+        rig.Note(text);
         return number(kDone);
     case RigFunction::Time:
         return {kDone, rig.timeline.Now(), {}};

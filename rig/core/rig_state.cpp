@@ -62,7 +62,7 @@ void Rig::LoadFromEnvironment() {
         LoadDefault();
     } else if (!LoadFile(scenario)) {
         complain(error + "; there is no hardware");
-        Load({}, "none: " + error);
+        Load({}, "", "none: " + error);
     }
     const std::filesystem::path waveform = PathFromEnvironment("SOLVANE_RIG_VCD");
     if (!waveform.empty() && !trace.StartWaveform(waveform, installation->AllLevels())) {
@@ -77,7 +77,7 @@ bool Rig::LoadText(std::string_view toml) {
 bool Rig::Parse(std::string_view toml, std::string called) {
     error.clear();
     try {
-        Load(ParseScenario(toml), std::move(called));
+        Load(ParseScenario(toml), toml, std::move(called));
     } catch (const ScenarioError& mistake) {
         error = mistake.what();
     }
@@ -92,9 +92,9 @@ bool Rig::LoadFile(const std::filesystem::path& path) {
         error = Utf8FromPath(path) + ": cannot be read";
         return false;
     }
-    std::ostringstream text;
-    text << file.rdbuf();
-    const bool isGood = Parse(text.str(), Utf8FromPath(path));
+    std::ostringstream content;
+    content << file.rdbuf();
+    const bool isGood = Parse(content.str(), Utf8FromPath(path));
     if (!isGood) {
         error = Utf8FromPath(path) + ": " + error;
     }
@@ -105,12 +105,18 @@ void Rig::LoadDefault() {
     Parse(kDefaultScenario, "default");
 }
 
-void Rig::Load(const Scenario& scenario, std::string called) {
+void Rig::Load(const Scenario& scenario, std::string_view toml, std::string called) {
+    text = toml.substr(0, scenario.textBeforeSession);
+    recorder.Restart();
+    rerun.reset();
     timeline.Restart();
     faults.Restart();
     installation.emplace(scenario.camera, timeline, trace);
     trace.Restart(installation->AllLevels());
     Build(scenario, std::move(called));
+    if (scenario.session) {
+        rerun.emplace(*scenario.session, timeline, [this](const Action& action) { Do(action); });
+    }
 }
 
 void Rig::Replace(const Scenario& scenario, std::string called) {
@@ -125,6 +131,9 @@ void Rig::Replace(const Scenario& scenario, std::string called) {
         }
     }
     Build(scenario, std::move(called));
+    if (rerun) {
+        rerun->Schedule();
+    }
 }
 
 /// Wires the hardware to a camera that is new. What the scenario plans for its first calls is for
@@ -155,6 +164,10 @@ void Rig::Build(const Scenario& scenario, std::string called) {
 }
 
 const Fault* Rig::BeginCall(std::string_view function) {
+    if (rerun) {
+        rerun->Come({faults.Calls(kAnyFunction) + 1, 0}, 0);
+    }
+    recorder.BeginCall(timeline.Now());
     faults.CountCall(function);
     const auto happensNow = [&](const ScenarioEvent& event) {
         const bool isMeant = event.before == function || event.before == kAnyFunction;
@@ -186,6 +199,7 @@ void Rig::SetPlugged(unsigned chip, bool plugged) {
 }
 
 void Rig::Do(const Action& action) {
+    recorder.Add(action, timeline.Now());
     Perform(action);
 }
 
@@ -200,6 +214,19 @@ void Rig::Wait(std::uint64_t nanoseconds) {
     const HostNumber waiting = host;
     Pause(nanoseconds);
     host = waiting;
+    ComeToNextStep(nanoseconds);
+}
+
+void Rig::Note(std::string line) {
+    ComeToNextStep(0);
+    trace.Note(std::move(line));
+}
+
+void Rig::ComeToNextStep(std::uint64_t length) {
+    if (rerun) {
+        rerun->Come(recorder.Next(), length);
+    }
+    recorder.NextStep(timeline.Now());
 }
 
 void Rig::Pause(std::uint64_t nanoseconds) {

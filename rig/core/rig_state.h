@@ -13,6 +13,7 @@
 #include "host_number.h"
 #include "installation.h"
 #include "scenario.h"
+#include "session.h"
 #include "timeline.h"
 #include "trace.h"
 
@@ -43,12 +44,19 @@ class Rig {
     /// Does something to it from outside: the journal tells of it, and a kept session knows it.
     void Do(const Action& action);
 
+    /// The scenario that it began with, as text, and what happened since.
+    const std::string& Text() const { return text; }
+    const SessionRecorder& Recorder() const { return recorder; }
+
     // What actions do.
     void SetPlugged(unsigned chip, bool plugged);
     void Replace(const Scenario& scenario, std::string called);
 
     /// Lets go of what a host holds that has left.
     void Release(HostNumber left);
+
+    /// A line of the host's own.
+    void Note(std::string text);
 
     /// Lets time pass in a call that has locked the rig; other threads have it meanwhile.
     void Wait(std::uint64_t nanoseconds);
@@ -66,15 +74,19 @@ class Rig {
 
     Rig();
     void LoadFromEnvironment();
-    void Load(const Scenario& scenario, std::string called);
+    void Load(const Scenario& scenario, std::string_view toml, std::string called);
     void Build(const Scenario& scenario, std::string called);
     bool Parse(std::string_view toml, std::string called);
     void Perform(const Action& action);
+    void ComeToNextStep(std::uint64_t length);
 
     std::mutex mutex;
     std::string error;
     std::string name;
+    std::string text;
     std::size_t chips = 0;
+    SessionRecorder recorder;
+    std::optional<Rerun> rerun;
     std::vector<ScenarioEvent> eventsBeforeCalls;
 };
 

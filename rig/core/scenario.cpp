@@ -287,6 +287,58 @@ ScenarioEvent ReadEvent(TableReader table, std::size_t chips) {
     return event;
 }
 
+std::vector<Session::CallTimes> ReadCallTimes(TableReader& table) {
+    constexpr std::uint64_t kLatest = std::uint64_t{1} << 62;
+    std::vector<Session::CallTimes> calls;
+    std::uint64_t time = 0;
+    for (const std::vector<std::int64_t>& steps : table.NumberLists("calls_ns")) {
+        calls.emplace_back();
+        for (const std::int64_t step : steps) {
+            time = std::min(time + static_cast<std::uint64_t>(step), kLatest);
+            calls.back().push_back(time);
+        }
+    }
+    return calls;
+}
+
+Session::Event ReadSessionEvent(TableReader table, std::size_t chips) {
+    Session::Event event;
+    event.moment.call = Uint32(table.Integer("call", 0, kMaxUint32), 1);
+    event.moment.step = Uint32(table.Integer("step", 0, kMaxUint32), 0);
+    event.at = static_cast<std::uint64_t>(
+        table.Integer("at_ns", 0, std::numeric_limits<std::int64_t>::max() / 2).value_or(0));
+    event.action = ReadEventAction(table, chips);
+    table.RefuseOtherKeys();
+    return event;
+}
+
+Session ReadSession(TableReader table, std::size_t chips) {
+    Session session;
+    session.calls = ReadCallTimes(table);
+    for (const TableReader& event : table.Tables("event")) {
+        session.events.push_back(ReadSessionEvent(event, chips));
+        if (const auto& hardware = session.events.back().action.scenario) {
+            chips = ParseScenario(*hardware).usb.size();
+        }
+    }
+    table.RefuseOtherKeys();
+    return session;
+}
+
+/// Where the line begins that has the table of the session; there must be nothing else from there
+/// on.
+std::size_t TextBeforeSession(std::string_view text, TableReader& root) {
+    std::size_t begin = 0;
+    for (std::size_t line = root.LineOf("session"); line > 1; --line) {
+        begin = text.find('\n', begin) + 1;
+    }
+    const toml::table tail = ParseToml(text.substr(begin));
+    if (tail.size() != 1 || !tail.contains("session")) {
+        root.Fail("session", "[session] must come last");
+    }
+    return begin;
+}
+
 } // namespace
 
 Scenario ParseScenario(std::string_view text) {
@@ -321,6 +373,10 @@ Scenario ParseScenario(std::string_view text) {
     }
     for (const TableReader& table : root.Tables("event")) {
         scenario.events.push_back(ReadEvent(table, scenario.usb.size()));
+    }
+    if (root.Has("session")) {
+        scenario.session = ReadSession(root.Table("session"), scenario.usb.size());
+        scenario.textBeforeSession = TextBeforeSession(text, root);
     }
     root.RefuseOtherKeys();
     return scenario;

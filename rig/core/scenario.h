@@ -12,6 +12,7 @@
 #include "action.h"
 #include "fault_plan.h"
 #include "installation.h"
+#include "session.h"
 #include "wmi_scenario.h"
 
 namespace rig {
@@ -67,6 +68,8 @@ struct Scenario {
     bool inpoutDriver = false; ///< whether InpOut's kernel driver is open
     std::vector<Fault> faults;
     std::vector<ScenarioEvent> events;
+    std::optional<Session> session;                    ///< that is to happen again
+    std::size_t textBeforeSession = std::string::npos; ///< how much of the text is the rest
 };
 
 /// What is wrong with a scenario, and where.

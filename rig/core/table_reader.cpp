@@ -1,6 +1,7 @@
 #include "table_reader.h"
 
 #include <algorithm>
+#include <limits>
 
 #include "scenario.h"
 
@@ -79,6 +80,38 @@ std::optional<std::string> TableReader::Lines(std::string_view key) {
         return value->get();
     }
     Fail(key, Quoted(key) + " must be a text");
+}
+
+std::vector<std::vector<std::int64_t>> TableReader::NumberLists(std::string_view key) {
+    std::vector<std::vector<std::int64_t>> lists;
+    const toml::node* node = Find(key);
+    if (node == nullptr) {
+        return lists;
+    }
+    const auto add = [&](const toml::node& element) {
+        const auto* number = element.as_integer();
+        if (number == nullptr || number->get() < 0 ||
+            number->get() > std::numeric_limits<std::int64_t>::max() / 2) {
+            Fail(key, Quoted(key) + " must hold whole numbers and lists of them");
+        }
+        lists.back().push_back(number->get());
+    };
+    const toml::array* array = node->as_array();
+    if (array == nullptr) {
+        Fail(key, Quoted(key) + " must be an array");
+    }
+    for (const toml::node& element : *array) {
+        lists.emplace_back();
+        const toml::array* inner = element.as_array();
+        if (inner == nullptr || inner->empty()) {
+            add(element);
+            continue;
+        }
+        for (const toml::node& number : *inner) {
+            add(number);
+        }
+    }
+    return lists;
 }
 
 std::optional<std::size_t> TableReader::Choice(std::string_view key,

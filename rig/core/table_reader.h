@@ -26,6 +26,10 @@ class TableReader {
     std::optional<std::string>
     Lines(std::string_view key); ///< a text with line breaks and the like
 
+    /// An array of numbers from 0 on, and of lists of such numbers; a number stands for a list of
+    /// one.
+    std::vector<std::vector<std::int64_t>> NumberLists(std::string_view key);
+
     /// The index of the text among the choices.
     std::optional<std::size_t> Choice(std::string_view key,
                                       const std::vector<std::string_view>& choices);
@@ -36,6 +40,9 @@ class TableReader {
     std::vector<TableReader> Tables(std::string_view key);
 
     bool Has(std::string_view key) const { return table->contains(key); }
+
+    /// The line of a key that is there.
+    std::size_t LineOf(std::string_view key) const { return table->get(key)->source().begin.line; }
 
     /// Throws when the table has keys that nobody asked for. To be called last.
     void RefuseOtherKeys() const;

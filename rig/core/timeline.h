@@ -25,6 +25,14 @@ class Timeline {
     /// Lets everything happen that is due by now, in its order.
     void CatchUp();
 
+    /// Has time stand still but for MoveTo(), until LetGo(): from that moment on it goes by the
+    /// clock again.
+    void Hold() { isHeld = true; }
+    void LetGo();
+
+    /// Lets everything happen that is due until then. Does nothing unless time is held.
+    void MoveTo(std::uint64_t then);
+
     /// Nanoseconds since Restart(): the moment of what is happening, else that of the last
     /// CatchUp().
     std::uint64_t Now() const { return moment; }
@@ -39,6 +47,9 @@ class Timeline {
     void Cancel(const Ticket& ticket) { due.erase(ticket); }
 
   private:
+    void PassTo(std::uint64_t then);
+
+    bool isHeld = false;
     std::uint64_t origin = 0;
     std::uint64_t moment = 0;
     std::uint64_t tickets = 0;

@@ -10,8 +10,7 @@ namespace rig {
 
 namespace {
 
-// What a scenario never needs, and what could make a recursive parser run out of stack.
-constexpr std::size_t kMaxSize = 1'048'576;
+// What could make a recursive parser run out of stack.
 constexpr std::ptrdiff_t kMaxDotsInLine = 64;
 
 constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
@@ -21,8 +20,8 @@ constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
 }
 
 void RefuseMonsters(std::string_view text) {
-    if (text.size() > kMaxSize) {
-        FailAtLine(1, "a scenario of more than " + std::to_string(kMaxSize) + " bytes");
+    if (text.size() > kMaxScenarioSize) {
+        FailAtLine(1, "a scenario of more than " + std::to_string(kMaxScenarioSize) + " bytes");
     }
     for (std::size_t line = 1, begin = 0; begin < text.size(); ++line) {
         const std::size_t end = std::min(text.find('\n', begin), text.size());

@@ -34,6 +34,8 @@ void Note(const char* function, unsigned argument) {
 
 namespace host {
 
+std::function<void()> duringWait;
+
 std::uint64_t Now() {
     return now;
 }
@@ -61,6 +63,9 @@ std::uint64_t rig::clock::Now() {
 }
 void rig::clock::Wait(std::uint64_t nanoseconds) {
     host::Advance(nanoseconds);
+    if (host::duringWait) {
+        host::duringWait();
+    }
 }
 
 using host::SystemCall;

@@ -3,11 +3,15 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 
 namespace host {
 
 /// Nanoseconds since the process began, in virtual time.
 std::uint64_t Now();
+
+/// What else happens whenever the rig lets time pass in a call.
+extern std::function<void()> duringWait;
 
 /// Lets time pass without a call of the code under test.
 void Advance(std::uint64_t nanoseconds);

@@ -67,23 +67,23 @@ TEST_F(BenchMessages, KeepNegativeNumbersAndTexts) {
 TEST_F(BenchMessages, OfAnotherProtocolAreRefusedWithASentence) {
     Introduction who;
     who.protocol = 999;
-    Session session(HostsOfTheBench(), PerformNothing);
-    EXPECT_EQ(RefusalIn(session.Answer(Encoded(who))),
+    BenchSide bench(HostsOfTheBench(), PerformNothing);
+    EXPECT_EQ(RefusalIn(bench.Answer(Encoded(who))),
               "it speaks protocol " + std::to_string(kProtocol) +
                   ", and who asks speaks 999: take solvane-rig and the DLLs of one release");
-    EXPECT_TRUE(session.IsOver());
+    EXPECT_TRUE(bench.IsOver());
 }
 
 TEST_F(BenchMessages, BeginWithAnIntroduction) {
     for (const std::string& question : Questions()) {
-        Session session(HostsOfTheBench(), PerformNothing);
-        EXPECT_NE(RefusalIn(session.Answer(question)), "");
-        EXPECT_TRUE(session.IsOver());
+        BenchSide bench(HostsOfTheBench(), PerformNothing);
+        EXPECT_NE(RefusalIn(bench.Answer(question)), "");
+        EXPECT_TRUE(bench.IsOver());
     }
-    Session session(HostsOfTheBench(), PerformNothing);
-    EXPECT_EQ(RefusalIn(session.Answer(Joining())), "");
-    EXPECT_NE(RefusalIn(session.Answer(Joining())), "") << "but only once";
-    EXPECT_TRUE(session.IsOver());
+    BenchSide bench(HostsOfTheBench(), PerformNothing);
+    EXPECT_EQ(RefusalIn(bench.Answer(Joining())), "");
+    EXPECT_NE(RefusalIn(bench.Answer(Joining())), "") << "but only once";
+    EXPECT_TRUE(bench.IsOver());
 }
 
 TEST_F(BenchMessages, ThatAreCutAnywhereEndTheirConnectionAlone) {
@@ -91,16 +91,16 @@ TEST_F(BenchMessages, ThatAreCutAnywhereEndTheirConnectionAlone) {
     ASSERT_EQ(questions.size(), 3U);
     for (const std::string& question : questions) {
         for (std::size_t length = 0; length < question.size(); ++length) {
-            Session session(HostsOfTheBench(), PerformNothing);
-            session.Answer(Joining());
-            EXPECT_NE(RefusalIn(session.Answer(question.substr(0, length))), "") << length;
-            EXPECT_TRUE(session.IsOver()) << length;
+            BenchSide bench(HostsOfTheBench(), PerformNothing);
+            bench.Answer(Joining());
+            EXPECT_NE(RefusalIn(bench.Answer(question.substr(0, length))), "") << length;
+            EXPECT_TRUE(bench.IsOver()) << length;
         }
-        Session session(HostsOfTheBench(), PerformNothing);
-        session.Answer(Joining());
-        EXPECT_EQ(RefusalIn(session.Answer(question)), "");
-        EXPECT_FALSE(session.IsOver());
-        EXPECT_NE(RefusalIn(session.Answer(question + "x")), "") << "more than a message";
+        BenchSide bench(HostsOfTheBench(), PerformNothing);
+        bench.Answer(Joining());
+        EXPECT_EQ(RefusalIn(bench.Answer(question)), "");
+        EXPECT_FALSE(bench.IsOver());
+        EXPECT_NE(RefusalIn(bench.Answer(question + "x")), "") << "more than a message";
     }
 }
 
@@ -108,15 +108,15 @@ TEST_F(BenchMessages, WithOtherValuesThanAFunctionTakesAreRefused) {
     for (const rig::VendorFunction& function : rig::VendorFunctions()) {
         for (const Value& value :
              {Value(), Value(std::uint64_t{1}), Value("text"), Value(rig::Texts{"one", "two"})}) {
-            Session session(HostsOfTheBench(), PerformNothing);
-            session.Answer(Joining());
+            BenchSide bench(HostsOfTheBench(), PerformNothing);
+            bench.Answer(Joining());
             const rig::Call call{
                 function, std::vector<Value>(function.parameters.size(), value), {}};
-            session.Answer(Encoded(call));
-            EXPECT_FALSE(session.IsOver()) << function.name;
+            bench.Answer(Encoded(call));
+            EXPECT_FALSE(bench.IsOver()) << function.name;
             rig::Call longer = call;
             longer.inputs.emplace_back();
-            EXPECT_NE(RefusalIn(session.Answer(Encoded(longer))), "") << function.name;
+            EXPECT_NE(RefusalIn(bench.Answer(Encoded(longer))), "") << function.name;
         }
     }
 }

@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "host_side.h"
-#include "session.h"
+#include "bench_side.h"
 
 namespace test {
 
@@ -18,12 +18,12 @@ inline rig::bench::Hosts& HostsOfTheBench() {
 
 class DirectConnection final : public rig::bench::Connection {
   public:
-    explicit DirectConnection(rig::bench::Perform perform) : session(HostsOfTheBench(), perform) {}
+    explicit DirectConnection(rig::bench::Perform perform) : bench(HostsOfTheBench(), perform) {}
 
-    std::string Exchange(std::string_view question) override { return session.Answer(question); }
+    std::string Exchange(std::string_view question) override { return bench.Answer(question); }
 
   private:
-    rig::bench::Session session;
+    rig::bench::BenchSide bench;
 };
 
 inline rig::bench::CommandAnswer PerformNothing(const rig::bench::Command&) {

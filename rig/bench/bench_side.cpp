@@ -1,4 +1,4 @@
-#include "session.h"
+#include "bench_side.h"
 
 #include <exception>
 
@@ -31,7 +31,7 @@ void Hosts::Leave(std::uint64_t key) {
     rig->trace.Event("host " + std::to_string(left) + " leaves");
 }
 
-Session::~Session() {
+BenchSide::~BenchSide() {
     if (host != kThisProcess) {
         try {
             hosts.Leave(*key);
@@ -40,7 +40,7 @@ Session::~Session() {
     }
 }
 
-std::string Session::Answer(std::string_view message) {
+std::string BenchSide::Answer(std::string_view message) {
     try {
         Reader reader(message);
         const auto topic = static_cast<Topic>(reader.Number());
@@ -56,7 +56,7 @@ std::string Session::Answer(std::string_view message) {
     }
 }
 
-std::string Session::AnswerTo(Topic topic, Reader& reader) {
+std::string BenchSide::AnswerTo(Topic topic, Reader& reader) {
     switch (topic) {
     case Topic::Introduction:
         return AnswerToIntroduction(DecodedIntroduction(reader));
@@ -74,7 +74,7 @@ std::string Session::AnswerTo(Topic topic, Reader& reader) {
     throw Malformed("a question that nobody knows");
 }
 
-std::string Session::AnswerToIntroduction(const Introduction& who) {
+std::string BenchSide::AnswerToIntroduction(const Introduction& who) {
     if (who.protocol != kProtocol) {
         isOver = true;
         return Refusal("it speaks protocol " + std::to_string(kProtocol) +

@@ -36,12 +36,12 @@ class Hosts {
     HostNumber last = 0;
 };
 
-class Session {
+class BenchSide {
   public:
-    Session(Hosts& everybody, Perform whatCommandsDo) : hosts(everybody), perform(whatCommandsDo) {}
-    ~Session();
-    Session(const Session&) = delete;
-    Session& operator=(const Session&) = delete;
+    BenchSide(Hosts& everybody, Perform whatCommandsDo) : hosts(everybody), perform(whatCommandsDo) {}
+    ~BenchSide();
+    BenchSide(const BenchSide&) = delete;
+    BenchSide& operator=(const BenchSide&) = delete;
 
     /// What is said to a message. Never throws, but for want of memory.
     std::string Answer(std::string_view message);
