@@ -28,13 +28,13 @@ function(solvane_forwarder_dll name)
   endif()
 endfunction()
 
-# solvane_vendor_dll(<name> <row>): the forwarder DLL of the functions that such rows of
-# vendor_functions.inc describe.
+# solvane_vendor_dll(<name> <row>): the forwarder DLL of the functions that rows of vendor_functions.inc
+# describe whose name is this or begins with it.
 function(solvane_vendor_dll name row)
   set(table "${PROJECT_SOURCE_DIR}/rig/calls/vendor_functions.inc")
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${table}")
-  file(STRINGS "${table}" rows REGEX "^${row}\\(")
-  list(TRANSFORM rows REPLACE "^${row}\\(([A-Za-z0-9_]+), *([0-9]*).*" "\\1 = solvane_rig.\\1 @\\2")
+  file(STRINGS "${table}" rows REGEX "^${row}[A-Z0-9_]*\\(")
+  list(TRANSFORM rows REPLACE "^${row}[A-Z0-9_]*\\(([A-Za-z0-9_]+), *([0-9]*).*" "\\1 = solvane_rig.\\1 @\\2")
   list(TRANSFORM rows REPLACE " @$" "") # bound by name
   solvane_forwarder_dll(${name} ${rows})
 endfunction()

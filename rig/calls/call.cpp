@@ -40,6 +40,13 @@ Value Take(const Parameter& parameter, std::uint64_t argument, std::uint64_t nex
         return std::string(At<const char>(argument), static_cast<std::size_t>(next));
     case Passing::Text:
         return isNull ? Value() : Utf8(At<const wchar_t>(argument));
+    case Passing::TextOrNumber:
+        if (next != usb::kBySerialNumber && next != usb::kByDescription) {
+            return std::uint64_t{static_cast<std::uint32_t>(argument)};
+        }
+        return isNull ? Value() : std::string(At<const char>(argument));
+    case Passing::Either:
+        return argument;
     case Passing::InOut:
         return isNull ? Value() : std::uint64_t{*At<const std::uint32_t>(argument)};
     case Passing::Own:
@@ -50,17 +57,34 @@ Value Take(const Parameter& parameter, std::uint64_t argument, std::uint64_t nex
     }
 }
 
+/// Characters, and a zero behind them.
+void GiveText(const std::string& text, std::size_t room, char* place) {
+    const std::size_t size = std::min(text.size(), room - 1);
+    *std::copy_n(text.begin(), size, place) = '\0';
+}
+
 void Give(const Parameter& parameter, const Value& value, std::uint64_t argument,
           std::uint64_t next) {
+    const bool isEither = parameter.passing == Passing::Either;
+    const auto* const texts = std::get_if<Texts>(&value);
+    const auto* const bytes = std::get_if<std::string>(&value);
     if (parameter.passing == Passing::OwnOut) {
         *At<Value>(argument) = value;
-    } else if (parameter.passing == Passing::Things) {
-        const auto& bytes = std::get<std::string>(value);
-        const std::size_t room = static_cast<std::size_t>(next) * parameter.size;
-        std::copy_n(bytes.begin(), std::min(bytes.size(), room), At<char>(argument));
+    } else if (isEither && texts != nullptr) {
+        char* const* place = At<char* const>(argument); // the host has a null pointer at the end
+        for (auto text = texts->begin(); text != texts->end() && *place != nullptr; ++text) {
+            GiveText(*text, kTextRoom, *place++);
+        }
+    } else if (bytes != nullptr && parameter.out == Show::Text) {
+        GiveText(*bytes, parameter.size, At<char>(argument));
+    } else if (bytes != nullptr) {
+        const bool isMany = parameter.passing == Passing::Things;
+        const std::size_t room = (isMany ? static_cast<std::size_t>(next) : 1) * parameter.size;
+        std::copy_n(bytes->begin(), std::min(bytes->size(), room), At<char>(argument));
     } else {
         const std::uint64_t number = Number(value); // of which the low bytes stand first
-        std::memcpy(At<void>(argument), &number, parameter.size);
+        const std::size_t size = isEither ? sizeof(std::uint32_t) : parameter.size;
+        std::memcpy(At<void>(argument), &number, std::min(size, sizeof number));
     }
 }
 
@@ -109,7 +133,7 @@ std::string TextOfAnswer(const Call& call) {
     std::string text = result != Show::No ? " -> " + Shown(result, std::uint64_t{call.status}) : "";
     for (std::size_t i = 0; i < call.outputs.size(); ++i) {
         const Parameter& parameter = call.function.parameters[i];
-        if (parameter.out != Show::No && IsThere(call.outputs[i])) {
+        if (parameter.out != Show::No && IsThere(call.inputs[i]) && IsThere(call.outputs[i])) {
             text += (parameter.continues ? "." : ", ") + Shown(parameter.out, call.outputs[i]);
         }
     }

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "d2xx.h"
+#include "d2xx_status.h"
 #include "value.h"
 
 namespace rig {
@@ -11,14 +11,16 @@ namespace rig {
 /// How a host passes a parameter.
 enum class Passing : std::uint8_t {
     Number,
-    Bytes,    ///< as many as the parameter behind it says
-    Text,     ///< wide characters with a zero behind them
-    Presence, ///< a pointer behind which nobody looks
-    Out,      ///< a place for a number
-    InOut,    ///< a number that may change
-    Things,   ///< room for as many as the parameter behind it says
-    Own,      ///< a value of the rig's own code
-    OwnOut    ///< a place for one
+    Bytes,        ///< as many as the parameter behind it says
+    Text,         ///< wide characters with a zero behind them
+    TextOrNumber, ///< a number, unless the one behind it says that it points to characters
+    Presence,     ///< a pointer behind which nobody looks
+    Out,          ///< a place for a number, or for characters with a zero behind them
+    InOut,        ///< a number that may change
+    Things,       ///< room for as many as the parameter behind it says
+    Either,       ///< a number; or a place for a number, for bytes, or for texts, one a pointer
+    Own,          ///< a value of the rig's own code
+    OwnOut        ///< a place for one
 };
 
 /// How a parameter is passed, shown, and changed by faults.
@@ -26,12 +28,15 @@ struct Parameter {
     Passing passing = Passing::Number;
     Show in = Show::No;      ///< what goes in
     Show out = Show::No;     ///< what comes out
-    unsigned size = 0;       ///< of what comes out, in bytes; of several things, of each
+    unsigned size = 0;       ///< of what comes out, in bytes, at most; of several things, of each
     bool isOptional = false; ///< a null pointer is as good; else it refuses the call
     bool isCut = false;      ///< bytes, or room for them: a fault's count is the most of it
     bool isReported = false; ///< what comes out is a fault's count, if there is one
     bool continues = false;  ///< comes out as a part of what stands before it, after a full stop
 };
+
+/// What a host has to have room for where it does not say for how much it has.
+inline constexpr unsigned kTextRoom = sizeof(FT_DEVICE_LIST_INFO_NODE::Description);
 
 namespace kinds {
 
@@ -65,7 +70,12 @@ using Out = Kind<T*, Parameter{.passing = Passing::Out,
 using NewHandle = Out<FT_HANDLE>;
 using Size = Out<std::uint32_t>;
 using Reported = Out<std::uint32_t, Show::Decimal, true>;
-using Major = Out<std::uint8_t, Show::Decimal>;
+using ByteOut = Out<std::uint8_t, Show::Decimal>;
+using BitsOut = Out<std::uint8_t, Show::Hexadecimal>;
+using NumberOut = Out<std::uint32_t, Show::Decimal>;
+using SignedOut = Out<std::int32_t, Show::Decimal>;
+using FlagsOut = Out<std::uint32_t, Show::Hexadecimal>;
+using Major = ByteOut;
 using Minor = Out<std::uint8_t, Show::Decimal, false, true>;
 using Build = Out<std::uint16_t, Show::Decimal, false, true>;
 using RoomAndReported = Kind<std::uint32_t*, Parameter{.passing = Passing::InOut,
@@ -73,6 +83,29 @@ using RoomAndReported = Kind<std::uint32_t*, Parameter{.passing = Passing::InOut
                                                        .out = Show::Decimal,
                                                        .size = sizeof(std::uint32_t),
                                                        .isReported = true}>;
+
+template <class T, Show show = Show::No>
+using OptionalOut =
+    Kind<T*,
+         Parameter{.passing = Passing::Out, .out = show, .size = sizeof(T), .isOptional = true}>;
+using TypeOut = OptionalOut<std::uint32_t, Show::Decimal>;
+using IdOut = OptionalOut<std::uint32_t, Show::Hexadecimal>;
+using HandleOut = OptionalOut<FT_HANDLE>;
+template <unsigned room>
+using TextOut =
+    Kind<char*,
+         Parameter{.passing = Passing::Out, .out = Show::Text, .size = room, .isOptional = true}>;
+using SerialOut = TextOut<sizeof(FT_DEVICE_LIST_INFO_NODE::SerialNumber)>;
+using DescriptionOut = TextOut<sizeof(FT_DEVICE_LIST_INFO_NODE::Description)>;
+using Reserved =
+    Kind<void*, Parameter{.passing = Passing::Presence, .isOptional = true}>; ///< for the vendor
+
+using TextOrNumber = Kind<void*, Parameter{.passing = Passing::TextOrNumber, .in = Show::Text}>;
+using ListOrIndex =
+    Kind<void*, Parameter{.passing = Passing::Either, .out = Show::Bytes, .size = ~0U}>;
+using EntryOrCount =
+    Kind<void*, Parameter{.passing = Passing::Either, .out = Show::Text, .size = kTextRoom}>;
+using FileHandle = In<std::intptr_t, Show::Hexadecimal>;
 
 using BytesIn = Kind<void*, Parameter{.passing = Passing::Bytes, .in = Show::Bytes, .isCut = true}>;
 template <class T, class Thing, Show show>

@@ -31,6 +31,14 @@ std::string Printable(const std::string& utf8) {
     return text;
 }
 
+std::string Joined(const Texts& texts) {
+    std::string joined;
+    for (const std::string& text : texts) {
+        joined += (joined.empty() ? "" : ", ") + Printable(text);
+    }
+    return '[' + joined + ']';
+}
+
 } // namespace
 
 std::pair<std::string, std::string> WordAndRest(const std::string& text) {
@@ -39,6 +47,10 @@ std::pair<std::string, std::string> WordAndRest(const std::string& text) {
 }
 
 std::string Shown(Show show, const Value& value) {
+    const bool isNumber = std::holds_alternative<std::uint64_t>(value);
+    if (isNumber && (show == Show::Bytes || show == Show::Text)) {
+        return Shown(Show::Decimal, value);
+    }
     switch (show) {
     case Show::Decimal:
         return std::to_string(static_cast<std::int64_t>(Number(value)));
@@ -49,6 +61,9 @@ std::string Shown(Show show, const Value& value) {
     case Show::Status:
         return Formatted("0x%08x", Number(value));
     case Show::Bytes:
+        if (const auto* const texts = std::get_if<Texts>(&value)) {
+            return Joined(*texts);
+        }
         return List(IsThere(value) ? std::get<std::string>(value) : "");
     case Show::Text:
         return IsThere(value) ? Printable(std::get<std::string>(value)) : "null";

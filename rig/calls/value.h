@@ -48,8 +48,8 @@ enum class Show : std::uint8_t {
     Word,        ///< "0x0100"
     Status,      ///< "0x80041017"
     Handle,      ///< by the name of what it stands for
-    Bytes,       ///< "[82 f1 4f]", of many the first 16
-    Text,        ///< with "?" for what is not printable ASCII
+    Bytes,       ///< "[82 f1 4f]", of many the first 16; texts in their place as "[SLV1A, SLV1B]"
+    Text,        ///< with "?" for what is not printable ASCII; a number in its place in decimal
     Presence,    ///< "?" or "null"
     Property     ///< "string LPT1": its text, or what stands in the place of one
 };

@@ -1,6 +1,7 @@
 #include "vendor_function.h"
 
 #include <array>
+#include <initializer_list>
 
 namespace rig::kinds {
 
@@ -24,7 +25,7 @@ constexpr std::uint32_t kWmiFailed = 0x8004'1003;
 #define WAYS(...)                                                                                  \
     { __VA_ARGS__ }
 #define FUNCTION(library, name, text, ordinal, result, parameters, ways)                           \
-    constexpr Way name[] = WAYS ways;
+    constexpr std::initializer_list<Way> name = WAYS ways;
 #include "vendor_functions.inc"
 
 } // namespace ways_of

@@ -30,7 +30,8 @@ std::uint32_t DoWork(const Front& front, Call& call) {
     }
     call.outputs.resize(call.inputs.size());
     for (std::size_t i = 0; i < call.inputs.size(); ++i) {
-        if (call.function.parameters[i].passing == Passing::InOut) {
+        const Passing passing = call.function.parameters[i].passing;
+        if (passing == Passing::InOut || passing == Passing::Either) {
             call.outputs[i] = call.inputs[i];
         }
     }

@@ -58,11 +58,13 @@ struct Linked {
 using Bytes = std::span<const std::uint8_t>;
 
 /// A parameter as the function behind it receives it: what went in as a number, bytes, a text or
-/// texts; Value& for what comes out.
+/// texts; const Value& for what may be several of these; Value& for what comes out.
 template <class T>
 T Argument(const Value& input, Value& output) {
     if constexpr (std::is_same_v<T, Value&>) {
         return output;
+    } else if constexpr (std::is_same_v<T, const Value&>) {
+        return input;
     } else if constexpr (std::is_same_v<T, Bytes>) {
         const auto& bytes = std::get<std::string>(input);
         return {reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()};

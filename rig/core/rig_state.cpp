@@ -50,7 +50,7 @@ void Rig::LoadFromEnvironment() {
     };
 
     if (BenchInEnvironment()) { // which has the hardware, and writes what happens
-        Load({}, "none");
+        Load({}, "", "none");
         return;
     }
     const std::filesystem::path journal = PathFromEnvironment("SOLVANE_RIG_JOURNAL");

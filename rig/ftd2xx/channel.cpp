@@ -19,6 +19,7 @@ void Channel::ResetDriver() {
     received.Clear();
     latency = kDefaultLatency;
     readTimeout = 0;
+    GoOn();
 }
 
 } // namespace rig::usb

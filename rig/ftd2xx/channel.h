@@ -1,8 +1,10 @@
 /// One channel of a chip: a serial port that can become sixteen pins.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <span>
+#include <vector>
 
 #include "mpsse.h"
 #include "pins.h"
@@ -13,8 +15,9 @@ namespace rig::usb {
 
 class Channel {
   public:
-    Channel(bool canBecomePins, Installation& camera, const Wiring& wiring, const Timeline& time)
-        : hasMpsse(canBecomePins), timeline(time), pins(camera, wiring) {}
+    Channel(bool canBecomePins, std::uint32_t most, Installation& camera, const Wiring& wiring,
+            const Timeline& time)
+        : hasMpsse(canBecomePins), mostBaud(most), timeline(time), pins(camera, wiring) {}
     Channel(const Channel&) = delete;
     Channel& operator=(const Channel&) = delete;
 
@@ -30,18 +33,32 @@ class Channel {
     void ResetDriver();
 
     void SetLatency(std::uint8_t milliseconds) { latency = milliseconds; }
+    std::uint8_t Latency() const { return latency; }
     void SetReadTimeout(std::uint32_t milliseconds) { readTimeout = milliseconds; }
     /// In milliseconds; 0 waits for ever.
     std::uint32_t ReadTimeout() const { return readTimeout; }
 
+    /// The driver takes nothing from the chip until it is told to go on.
+    void Stop() { stoppedAt = timeline.Now(); }
+    void GoOn() { stoppedAt = kNever; }
+    bool IsStopped() const { return stoppedAt != kNever; }
+
     /// How many bytes the host can have by now.
-    std::size_t Visible() const { return received.Visible(timeline.Now()); }
+    std::size_t Visible() const { return received.Visible(LastLook()); }
+    std::vector<std::uint8_t> Take(std::size_t count) { return received.Take(count, LastLook()); }
+
+    /// The levels of xDBUS.
+    std::uint8_t DataPins() const { return static_cast<std::uint8_t>(pins.low.Read()); }
 
     const bool hasMpsse;
+    const std::uint32_t mostBaud; ///< the highest rate of its UART
     ReceiveQueue received;
 
   private:
     static constexpr std::uint8_t kDefaultLatency = 16;
+    static constexpr std::uint64_t kNever = ~std::uint64_t{0};
+
+    std::uint64_t LastLook() const { return std::min(timeline.Now(), stoppedAt); }
 
     const Timeline& timeline;
     Pins pins;
@@ -49,6 +66,7 @@ class Channel {
     Mode mode = Mode::Uart;
     std::uint8_t latency = kDefaultLatency;
     std::uint32_t readTimeout = 0;
+    std::uint64_t stoppedAt = kNever;
 };
 
 } // namespace rig::usb

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "c_function.h"
@@ -55,17 +56,44 @@ FT_STATUS ReadBytes(FT_HANDLE handle, std::size_t count, std::vector<std::uint8_
         const std::size_t visible = channel->Visible();
         const bool isEnough = visible >= count;
         const bool isTimedOut = timeout != 0 && rig.timeline.Now() - start >= timeout;
-        const bool isHopeless = timeout == 0 && visible == channel->received.Size();
+        const bool isHopeless =
+            timeout == 0 && (visible == channel->received.Size() || channel->IsStopped());
         if (isEnough || isTimedOut || isHopeless) {
             if (!isEnough && isHopeless) {
                 rig.trace.Event("read would block for ever");
             }
-            bytes = channel->received.Take(count, rig.timeline.Now());
+            bytes = channel->Take(count);
             return FT_OK;
         }
         rig.Wait(kReadSlice);
     }
     return status;
+}
+
+/// What a device is known by, as a list shows it: a text, or the number of its place.
+Value Identity(const FT_DEVICE_LIST_INFO_NODE& node, std::uint32_t by) {
+    switch (by) {
+    case kByLocation:
+        return std::uint64_t{node.LocId};
+    case kByDescription:
+        return std::string(node.Description);
+    default:
+        return std::string(node.SerialNumber);
+    }
+}
+
+/// The same of all devices: texts, or the numbers one after the other.
+Value Identities(const std::vector<FT_DEVICE_LIST_INFO_NODE>& nodes, std::uint32_t by) {
+    std::string places;
+    rig::Texts texts;
+    for (const auto& node : nodes) {
+        if (by == kByLocation) {
+            places.append(reinterpret_cast<const char*>(&node.LocId), sizeof node.LocId);
+        } else {
+            texts.push_back(std::get<std::string>(Identity(node, by)));
+        }
+    }
+    return by == kByLocation ? Value(places) : Value(texts);
 }
 
 /// What each function does, by its name: a parameter stands for a parameter of the function.
@@ -83,6 +111,53 @@ void FT_GetDeviceInfoList(Value& nodes, Value& count) {
     count = copied;
 }
 
+FT_STATUS FT_GetDeviceInfoDetail(std::uint32_t index, Value& flags, Value& type, Value& id,
+                                 Value& location, Value& serial, Value& description,
+                                 Value& handle) {
+    if (index >= bus->Snapshot().size()) {
+        return kDeviceNotFound;
+    }
+    const FT_DEVICE_LIST_INFO_NODE& node = bus->Snapshot()[index];
+    flags = std::uint64_t{node.Flags};
+    type = std::uint64_t{node.Type};
+    id = std::uint64_t{node.ID};
+    location = std::uint64_t{node.LocId};
+    serial = std::string(node.SerialNumber);
+    description = std::string(node.Description);
+    handle = rig::AsNumber(node.ftHandle);
+    return FT_OK;
+}
+
+void FT_GetDeviceInfo(FT_HANDLE handle, Value& type, Value& id, Value& serial, Value& description) {
+    const FT_DEVICE_LIST_INFO_NODE node = bus->NodeOf(handle);
+    type = std::uint64_t{node.Type};
+    id = std::uint64_t{node.ID};
+    serial = std::string(node.SerialNumber);
+    description = std::string(node.Description);
+}
+
+/// What the first two are depends on the flags: an index, or places for what comes out.
+FT_STATUS FT_ListDevices(Value& first, Value& second, std::uint32_t flags) {
+    const std::uint64_t one = rig::Number(std::exchange(first, {}));
+    const std::uint64_t other = rig::Number(std::exchange(second, {}));
+    const std::uint32_t by = flags & (kBySerialNumber | kByDescription | kByLocation);
+    const auto nodes = bus->PresentNodes();
+    const bool isOne = (flags & kListByIndex) != 0;
+    if ((flags & kListNumberOnly) != 0 && one != 0) {
+        first = nodes.size();
+    } else if (isOne && other != 0 && one >= nodes.size()) {
+        return kDeviceNotFound;
+    } else if (isOne && other != 0) {
+        second = Identity(nodes[one], by);
+    } else if ((flags & kListAll) != 0 && one != 0 && other != 0) {
+        first = Identities(nodes, by);
+        second = nodes.size();
+    } else {
+        return kInvalidParameter;
+    }
+    return FT_OK;
+}
+
 FT_STATUS FT_Open(int index, Value& handle) {
     FT_HANDLE opened = nullptr;
     const FT_STATUS status = bus->Open(index, opened);
@@ -90,6 +165,16 @@ FT_STATUS FT_Open(int index, Value& handle) {
         handle = rig::AsNumber(opened);
     }
     return status;
+}
+
+FT_STATUS FT_OpenEx(const Value& which, std::uint32_t by, Value& handle) {
+    if (by != kBySerialNumber && by != kByDescription && by != kByLocation) {
+        return kInvalidParameter;
+    }
+    const auto nodes = bus->PresentNodes();
+    const auto found = std::find_if(nodes.begin(), nodes.end(),
+                                    [&](const auto& node) { return Identity(node, by) == which; });
+    return FT_Open(static_cast<int>(found - nodes.begin()), handle); // of none behind the last one
 }
 
 FT_STATUS FT_Close(FT_HANDLE handle) {
@@ -115,12 +200,49 @@ void FT_GetQueueStatus(Channel& channel, Value& bytes) {
     bytes = channel.Visible();
 }
 
+void FT_GetQueueStatusEx(Channel& channel, Value& bytes) {
+    FT_GetQueueStatus(channel, bytes);
+}
+
+/// What was written is on its way at once, and nobody is notified of events.
+void FT_GetStatus(Channel& channel, Value& received, Value& sent, Value& events) {
+    received = channel.Visible();
+    sent = std::uint64_t{0};
+    events = std::uint64_t{0};
+}
+
 void FT_ResetDevice(Channel& channel) {
     channel.received.Clear();
 }
 
+FT_STATUS FT_Purge(Channel& channel, std::uint32_t queues) {
+    constexpr std::uint32_t kReceived = 1;
+    constexpr std::uint32_t kSent = 2;
+    if ((queues & kReceived) != 0) {
+        channel.received.Clear();
+    }
+    return (queues & (kReceived | kSent)) != 0 ? FT_OK : kInvalidParameter;
+}
+
+void FT_StopInTask(Channel& channel) {
+    channel.Stop();
+}
+
+void FT_RestartInTask(Channel& channel) {
+    channel.GoOn();
+}
+
 FT_STATUS FT_ResetPort(FT_HANDLE handle) {
     return bus->ResetPort(handle);
+}
+
+/// To the host both look as if the chip were unplugged and plugged in again.
+FT_STATUS FT_CyclePort(FT_HANDLE handle) {
+    return bus->ResetPort(handle);
+}
+
+void FT_Reload(std::uint16_t vendor, std::uint16_t product) {
+    bus->Reload(std::uint32_t{vendor} << 16 | product);
 }
 
 FT_STATUS FT_SetBitMode(Channel& channel, std::uint8_t, std::uint8_t mode) {
@@ -134,6 +256,41 @@ FT_STATUS FT_SetBitMode(Channel& channel, std::uint8_t, std::uint8_t mode) {
     return FT_OK;
 }
 
+/// The levels of the data pins at this moment, whatever the mode.
+void FT_GetBitMode(Channel& channel, Value& pins) {
+    pins = std::uint64_t{channel.DataPins()};
+}
+
+/// The same pins are the inputs of a modem's lines, active low.
+void FT_GetModemStatus(Channel& channel, Value& lines) {
+    constexpr unsigned kCts = 0x10;
+    constexpr unsigned kDsr = 0x20;
+    constexpr unsigned kRi = 0x40;
+    constexpr unsigned kDcd = 0x80;
+    const unsigned pins = channel.DataPins();
+    const auto lineAt = [=](unsigned pin, unsigned line) {
+        return (pins >> pin & 1) == 0 ? line : 0;
+    };
+    lines = std::uint64_t{lineAt(3, kCts) | lineAt(5, kDsr) | lineAt(6, kDcd) | lineAt(7, kRi)};
+}
+
+FT_STATUS FT_SetBaudRate(Channel& channel, std::uint32_t rate) {
+    constexpr std::uint32_t kLeast = 184; // 3 MHz by 16384
+    return rate >= kLeast && rate <= channel.mostBaud ? FT_OK : kInvalidBaudRate;
+}
+
+FT_STATUS FT_SetDataCharacteristics(Channel&, std::uint8_t bits, std::uint8_t stopBits,
+                                    std::uint8_t parity) {
+    constexpr std::uint8_t kTwoStopBits = 2;
+    constexpr std::uint8_t kLastParity = 4; // FT_PARITY_SPACE
+    const bool isKnown = (bits == 7 || bits == 8) && (stopBits == 0 || stopBits == kTwoStopBits);
+    return isKnown && parity <= kLastParity ? FT_OK : kInvalidParameter;
+}
+
+void FT_GetLatencyTimer(Channel& channel, Value& latency) {
+    latency = std::uint64_t{channel.Latency()};
+}
+
 void FT_SetLatencyTimer(Channel& channel, std::uint8_t latency) {
     channel.SetLatency(latency);
 }
@@ -142,10 +299,37 @@ void FT_SetTimeouts(Channel& channel, std::uint32_t readTimeout) {
     channel.SetReadTimeout(readTimeout);
 }
 
+/// The rig's chips have no COM ports.
+void FT_GetComPortNumber(Channel&, Value& port) {
+    port = ~std::uint64_t{0}; // -1
+}
+
+// Major, minor and build, each in two decimal digits: 2.12.36 and 3.02.16.
+void FT_GetDriverVersion(Channel&, Value& version) {
+    version = std::uint64_t{0x02'12'36};
+}
+void FT_GetLibraryVersion(Value& version) {
+    version = std::uint64_t{0x03'02'16};
+}
+
 // What these set up has no effect on the lines: they succeed on any channel.
 void FT_SetFlowControl(Channel&) {}
 void FT_SetChars(Channel&) {}
 void FT_SetUSBParameters(Channel&) {}
+void FT_SetDivisor(Channel&) {}
+void FT_SetDtr(Channel&) {}
+void FT_ClrDtr(Channel&) {}
+void FT_SetRts(Channel&) {}
+void FT_ClrRts(Channel&) {}
+void FT_SetBreakOn(Channel&) {}
+void FT_SetBreakOff(Channel&) {}
+void FT_SetResetPipeRetryCount(Channel&) {}
+void FT_SetDeadmanTimeout(Channel&) {}
+
+// A chip that is plugged in is seen at once, and there is nothing to set up or take down.
+void FT_Rescan() {}
+void FT_Initialise() {}
+void FT_Finalise() {}
 
 } // namespace work
 
@@ -165,6 +349,7 @@ const rig::Linked front({
     .works =
         {
 #define D2XX(name, ...) {Function::name, [](Call& call) { return Do(work::name, call); }},
+#define D2XX_REFUSED(name, ordinal, result, answer) {Function::name, [](Call&) { return answer; }},
 #include "vendor_functions.inc"
         },
     .build = [](const auto& scenario, const auto& around) { bus.emplace(scenario.usb, around); },
@@ -178,5 +363,6 @@ const rig::Linked front({
 
 extern "C" {
 #define D2XX(name, ordinal, parameters, ways) VENDOR_C_FUNCTION(FT_CALL, name, Number, parameters)
+#define D2XX_REFUSED(name, ordinal, result, answer) VENDOR_C_FUNCTION(FT_CALL, name, result, ())
 #include "vendor_functions.inc"
 }

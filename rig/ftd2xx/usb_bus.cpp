@@ -41,13 +41,16 @@ HostNumber UsbBus::Host() {
     return Rig::Instance().host;
 }
 
-const UsbBus::Nodes& UsbBus::TakeSnapshot() {
-    Nodes& nodes = snapshots[Host()];
-    nodes.clear();
+UsbBus::Nodes UsbBus::PresentNodes() const {
+    Nodes nodes;
     for (const Place& place : PresentPlaces()) {
         nodes.push_back(NodeAt(place));
     }
     return nodes;
+}
+
+const UsbBus::Nodes& UsbBus::TakeSnapshot() {
+    return snapshots[Host()] = PresentNodes();
 }
 
 FT_STATUS UsbBus::Open(int index, FT_HANDLE& handle) {
@@ -82,17 +85,17 @@ FT_STATUS UsbBus::ResetPort(FT_HANDLE handle) {
         return status;
     }
     OpenHandle& used = handles.at(handle);
-    const std::size_t index = used.place.chip;
     used.closesCleanly = true;
-    around.trace.Event("unplug " + std::to_string(index));
-    Leave(index);
-    if (const auto& duration = chips[index].setup.resetPort) {
-        chips[index].comeback = around.timeline.After(*duration, [this, index] {
-            around.trace.Event("plug " + std::to_string(index));
-            chips[index].isPlugged = true;
-        });
-    }
+    LeaveForAWhile(used.place.chip);
     return FT_OK;
+}
+
+void UsbBus::Reload(std::uint32_t id) {
+    for (std::size_t chip = 0; chip < chips.size(); ++chip) {
+        if (chips[chip].isPlugged && (id == 0 || id == ModelOf(chips[chip].setup).id)) {
+            LeaveForAWhile(chip);
+        }
+    }
 }
 
 Channel* UsbBus::Find(FT_HANDLE handle, FT_STATUS& status) {
@@ -178,6 +181,18 @@ void UsbBus::Leave(std::size_t chip) {
     chips[chip].LosePower();
     for (auto& [handle, open] : handles) {
         open.isStale |= open.place.chip == chip;
+    }
+}
+
+
+void UsbBus::LeaveForAWhile(std::size_t chip) {
+    around.trace.Event("unplug " + std::to_string(chip));
+    Leave(chip);
+    if (const auto& duration = chips[chip].setup.resetPort) {
+        chips[chip].comeback = around.timeline.After(*duration, [this, chip] {
+            around.trace.Event("plug " + std::to_string(chip));
+            chips[chip].isPlugged = true;
+        });
     }
 }
 

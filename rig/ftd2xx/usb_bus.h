@@ -24,6 +24,8 @@ class UsbBus {
 
     using Nodes = std::vector<FT_DEVICE_LIST_INFO_NODE>;
 
+    Nodes PresentNodes() const;
+
     /// The list that FT_CreateDeviceInfoList takes, and FT_GetDeviceInfoList copies.
     const Nodes& TakeSnapshot();
     const Nodes& Snapshot() { return snapshots[Host()]; }
@@ -34,9 +36,17 @@ class UsbBus {
     /// The chip leaves at once and comes back by itself. The handle is of no use any more.
     FT_STATUS ResetPort(FT_HANDLE handle);
 
+    /// The same for all chips of an id, or for all; no handle to them is of use any more.
+    void Reload(std::uint32_t id);
+
     /// The channel behind a handle. Null, with the status why, when it is unknown or its chip has
     /// left since it was opened.
     Channel* Find(FT_HANDLE handle, FT_STATUS& status);
+
+    /// The device behind an open handle, as a list shows it.
+    FT_DEVICE_LIST_INFO_NODE NodeOf(FT_HANDLE handle) const {
+        return NodeAt(handles.at(handle).place);
+    }
 
     /// The serial number behind a handle, "?" when it is unknown.
     std::string NameOf(FT_HANDLE handle) const;
@@ -66,6 +76,7 @@ class UsbBus {
     const OpenHandle* OwnHandle(FT_HANDLE handle) const;
     FT_DEVICE_LIST_INFO_NODE NodeAt(const Place& place) const;
     void Leave(std::size_t chip);
+    void LeaveForAWhile(std::size_t chip);
 
     Surroundings around;
     std::deque<UsbChip> chips;

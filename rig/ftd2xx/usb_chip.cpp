@@ -8,6 +8,10 @@ namespace {
 
 constexpr std::size_t kCameraChannel = 1; // B
 
+// Of the UARTs, from the chips' data sheets.
+constexpr std::uint32_t kMostHighSpeedBaud = 12'000'000;
+constexpr std::uint32_t kMostFullSpeedBaud = 3'000'000;
+
 /// In the order of UsbChipSetup::Type. An FT2232D has the id of an FT2232H: its type tells them
 /// apart.
 constexpr UsbModel kModels[] = {{FT_DEVICE_2232H, 0x0403'6010, true, 2, 2},
@@ -27,8 +31,9 @@ UsbChip::UsbChip(const UsbChipSetup& start, Installation& camera, const Timeline
     const UsbModel& model = ModelOf(setup);
     for (std::size_t i = 0; i < model.channels; ++i) {
         const bool isWired = setup.camera && i == kCameraChannel;
-        channels.emplace_back(i < model.mpsseChannels, camera, isWired ? kCameraWiring : Wiring{},
-                              time);
+        channels.emplace_back(i < model.mpsseChannels,
+                              model.isHighSpeed ? kMostHighSpeedBaud : kMostFullSpeedBaud, camera,
+                              isWired ? kCameraWiring : Wiring{}, time);
     }
 }
 

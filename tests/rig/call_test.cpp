@@ -58,8 +58,9 @@ TEST_F(CallTest, EveryFunctionIsDescribedOnce) {
         EXPECT_TRUE(isByName || ordinals[&function.library].insert(function.ordinal).second)
             << function.name;
     }
-    EXPECT_EQ(ordinals[&rig::kFtd2xx].size(), 15U);
-    EXPECT_EQ(names.size(), 31U);
+    EXPECT_EQ(ordinals[&rig::kFtd2xx].size(), 93U);
+    EXPECT_EQ(*ordinals[&rig::kFtd2xx].rbegin(), 93U) << "without a gap";
+    EXPECT_EQ(names.size(), 109U);
 }
 
 TEST_F(CallTest, EveryFunctionCanFailAndIsCounted) {
@@ -142,6 +143,12 @@ TEST_F(CallTest, AnAnswerIsCutToTheHostsRoom) {
     EXPECT_EQ(nodes[0].Type, 0x1111'1111U);
     EXPECT_EQ(nodes[1].Type, 0U);
     EXPECT_EQ(count, 2U);
+
+    nodes[0] = {};
+    answer = {std::uint64_t{0x1122'3344'5566'7788}, std::uint64_t{1}}; // a number in place of them
+    EXPECT_EQ(FT_GetDeviceInfoList(nodes, &count), 77U);
+    EXPECT_EQ(nodes[0].Type, 0x1122'3344U);
+    EXPECT_EQ(nodes[0].ID, 0U);
 }
 
 TEST_F(CallTest, TextsGoInWhole) {

@@ -10,6 +10,24 @@ import unittest
 SYSTEM_DLLS = {"KERNEL32.dll", "msvcrt.dll", "WINMM.dll", "ole32.dll", "OLEAUT32.dll"}
 MOST_BYTES = 1024 * 1024
 
+# What FTD2XX.dll exports, each with "FT_" in front, in the order of the ordinals from 1 on.
+D2XX = """
+Open Close Read Write IoCtl ResetDevice SetBaudRate SetDataCharacteristics SetFlowControl SetDtr
+ClrDtr SetRts ClrRts GetModemStatus SetChars Purge SetTimeouts GetQueueStatus SetEventNotification
+GetEventStatus GetStatus SetBreakOn SetBreakOff SetWaitMask WaitOnMask SetDivisor OpenEx ListDevices
+SetLatencyTimer GetLatencyTimer SetBitMode GetBitMode SetUSBParameters EraseEE ReadEE WriteEE
+EE_Program EE_Read EE_UARead EE_UASize EE_UAWrite W32_CreateFile W32_CloseHandle W32_ReadFile
+W32_WriteFile W32_GetOverlappedResult W32_ClearCommBreak W32_ClearCommError W32_EscapeCommFunction
+W32_GetCommModemStatus W32_GetCommState W32_GetCommTimeouts W32_GetLastError W32_PurgeComm
+W32_SetCommBreak W32_SetCommMask W32_SetCommState W32_SetCommTimeouts W32_SetupComm
+W32_WaitCommEvent GetDeviceInfo W32_CancelIo StopInTask RestartInTask SetResetPipeRetryCount
+ResetPort EE_ProgramEx EE_ReadEx CyclePort CreateDeviceInfoList GetDeviceInfoList
+GetDeviceInfoDetail SetDeadmanTimeout Finalise GetDriverVersion GetLibraryVersion W32_GetCommMask
+Rescan Reload GetComPortNumber EE_ReadConfig EE_WriteConfig EE_ReadECC GetQueueStatusEx EEPROM_Read
+EEPROM_Program ComPortIdle ComPortCancelIdle VendorCmdGet VendorCmdSet VendorCmdGetEx VendorCmdSetEx
+Initialise
+""".split()
+
 
 def dump(*flags, binary=None):
     return subprocess.run([OPTIONS.objdump, *flags, binary or OPTIONS.library], check=True,
@@ -98,6 +116,15 @@ class Tables(unittest.TestCase):
             "FT_SetUSBParameters": 33, "FT_ResetPort": 66, "FT_CreateDeviceInfoList": 70,
             "FT_GetDeviceInfoList": 71})
         self.assertLessEqual(listed.items(), stand_in("FTD2XX.dll").items())
+
+    def test_the_rigs_ftd2xx_has_all_exports_of_the_vendors(self):
+        self.assertEqual(len(D2XX), 93)
+        expected = {"FT_" + name: ordinal for ordinal, name in enumerate(D2XX, 1)}
+        self.assertEqual(stand_in("FTD2XX.dll"), expected)
+        table = dump("-p", binary=os.path.join(OPTIONS.rig, "FTD2XX.dll"))
+        names = table.split("[Ordinal/Name Pointer] Table")[1]
+        exported = re.findall(r"^\s+\[\s*(\d+)\] (\w+)$", names, re.M)
+        self.assertEqual({name: int(index) + 1 for index, name in exported}, expected)
 
     def test_the_multimedia_timer_is_the_only_use_of_winmm(self):
         self.assertEqual(sorted(self.imports()["WINMM.dll"]), ["timeBeginPeriod", "timeEndPeriod"])
