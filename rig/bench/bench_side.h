@@ -13,7 +13,7 @@
 namespace rig::bench {
 
 /// Does a command, for somebody who may leave meanwhile.
-using Perform = CommandAnswer (*)(const Command& command);
+using Perform = Reply (*)(const Command& command);
 
 /// Who uses the hardware of this process: a host may have several connections, one a thread.
 class Hosts {
@@ -38,7 +38,8 @@ class Hosts {
 
 class BenchSide {
   public:
-    BenchSide(Hosts& everybody, Perform whatCommandsDo) : hosts(everybody), perform(whatCommandsDo) {}
+    BenchSide(Hosts& everybody, Perform whatCommandsDo)
+        : hosts(everybody), perform(whatCommandsDo) {}
     ~BenchSide();
     BenchSide(const BenchSide&) = delete;
     BenchSide& operator=(const BenchSide&) = delete;

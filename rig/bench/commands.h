@@ -6,14 +6,9 @@
 #include <string>
 #include <vector>
 
-namespace rig {
+#include "elsewhere.h"
 
-/// What came of a command.
-struct Reply {
-    int exitCode = 0; ///< 1: it came to nothing; 2: words that are no command
-    std::string text; ///< lines, or one JSON object in one line; without a line break at the end
-    std::uint64_t next = 0; ///< of `journal`: the number of the entry to go on with
-};
+namespace rig {
 
 /// What words begin with that are commands.
 std::vector<std::string> CommandNames();

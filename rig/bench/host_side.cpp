@@ -48,6 +48,15 @@ RigAnswer HostSide::Answer(const RigQuestion& question) {
     }
 }
 
+Reply HostSide::Answer(const Command& command) {
+    try {
+        return DecodedReply(Exchange(Encoded(command)));
+    } catch (const std::runtime_error& why) {
+        Complain(why.what());
+        return {1, why.what()};
+    }
+}
+
 void HostSide::Leave() {
     const std::lock_guard lock(mutex);
     idle.clear();

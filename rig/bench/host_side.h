@@ -37,6 +37,7 @@ class HostSide {
     /// gone.
     void Answer(Call& call);
     RigAnswer Answer(const RigQuestion& question);
+    Reply Answer(const Command& command);
 
     /// Ends the connections that are not in use: with the last one the host has left, until it asks
     /// again.

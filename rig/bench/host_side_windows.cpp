@@ -24,6 +24,9 @@ HostSide* side = nullptr;
 constexpr Elsewhere kBench{
     [](Call& call) { side->Answer(call); },
     [](const RigQuestion& question) { return side->Answer(question); },
+    [](const Texts& words, bool json) {
+        return side->Answer(Command{words, json});
+    },
 };
 
 const bool isKnown = [] {

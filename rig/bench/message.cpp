@@ -245,18 +245,18 @@ Command DecodedCommand(Reader& reader) {
     return command;
 }
 
-std::string Encoded(const CommandAnswer& answer) {
+std::string Encoded(const Reply& answer) {
     return Answering()
-        .Add(answer.exitCode)
+        .Add(static_cast<std::uint64_t>(answer.exitCode))
         .Add(std::string_view(answer.text))
         .Add(answer.next)
         .bytes;
 }
 
-CommandAnswer DecodedCommandAnswer(std::string_view bytes) {
+Reply DecodedReply(std::string_view bytes) {
     Reader reader = AnswerIn(bytes);
-    CommandAnswer answer;
-    answer.exitCode = reader.Number();
+    Reply answer;
+    answer.exitCode = static_cast<int>(reader.Number());
     answer.text = reader.Text();
     answer.next = reader.Number();
     reader.End();

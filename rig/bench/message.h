@@ -78,12 +78,6 @@ struct Command {
     bool json = false;
 };
 
-struct CommandAnswer {
-    std::uint64_t exitCode = 0;
-    std::string text;
-    std::uint64_t next = 0; ///< of the journal: the number of the entry to go on with
-};
-
 std::string Encoded(const Introduction& who);
 std::string Encoded(const Call& call);
 std::string Encoded(const RigQuestion& question);
@@ -102,7 +96,7 @@ std::string Refusal(std::string_view sentence);
 std::string AnswerTo(const Introduction& who, HostNumber host);
 std::string AnswerTo(const Call& call);
 std::string Encoded(const RigAnswer& answer);
-std::string Encoded(const CommandAnswer& answer);
+std::string Encoded(const Reply& answer);
 
 /// The bench said no.
 struct Refused : std::runtime_error {
@@ -113,6 +107,6 @@ struct Refused : std::runtime_error {
 HostNumber DecodedHostNumber(std::string_view answer);
 void DecodeAnswer(std::string_view answer, Call& call);
 RigAnswer DecodedRigAnswer(std::string_view answer);
-CommandAnswer DecodedCommandAnswer(std::string_view answer);
+Reply DecodedReply(std::string_view answer);
 
 } // namespace rig::bench

@@ -6,8 +6,8 @@
 #include <string_view>
 #include <vector>
 
-#include "host_side.h"
 #include "bench_side.h"
+#include "host_side.h"
 
 namespace rig::bench {
 

@@ -49,9 +49,17 @@ struct RigAnswer {
 RigAnswer AnswerHere(const RigQuestion& question);
 void AnswerHere(Call& call);
 
+/// What came of a command: lines of text, or one JSON object without a line break at its end.
+struct Reply {
+    int exitCode = 0; ///< 1: it came to nothing; 2: words that are no command
+    std::string text;
+    std::uint64_t next = 0; ///< of `journal`: the number of the entry to go on with
+};
+
 struct Elsewhere {
     Answerer answer;
     RigAnswer (*ask)(const RigQuestion&);
+    Reply (*command)(const Texts& words, bool json);
 };
 
 /// The name of a bench that has been given none.
@@ -63,7 +71,8 @@ std::optional<std::string> BenchInEnvironment();
 /// The way to a bench. Whoever is linked in that knows one sets it.
 inline const Elsewhere* (*wayToBench)(const std::string& name) = nullptr;
 
-/// Where the hardware of this process is, as its environment said at the first question; null: here.
+/// Where the hardware of this process is, as its environment said at the first question; null:
+/// here.
 const Elsewhere* WhereTheHardwareIs();
 
 } // namespace rig

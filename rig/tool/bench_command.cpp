@@ -41,13 +41,12 @@ struct Request {
 std::atomic<bool> isToStop{false};
 
 /// `stop` ends the process, all other commands are about its hardware.
-bench::CommandAnswer Obey(const bench::Command& command) {
+Reply Obey(const bench::Command& command) {
     if (command.words == Texts{"stop"}) {
         isToStop = true;
         return {0, command.json ? "{\"done\":\"stop\"}" : "stop"};
     }
-    Reply reply = Perform(command.words, command.json);
-    return {static_cast<std::uint64_t>(reply.exitCode), std::move(reply.text), reply.next};
+    return Perform(command.words, command.json);
 }
 
 /// The hardware of this process, for everybody who asks for it.
@@ -142,8 +141,8 @@ int RunHost(Request request, const std::vector<std::string>& host) {
     }
 }
 
-bench::CommandAnswer Ask(bench::Connection& connection, const bench::Command& command) {
-    return bench::DecodedCommandAnswer(connection.Exchange(Encoded(command)));
+Reply Ask(bench::Connection& connection, const bench::Command& command) {
+    return bench::DecodedReply(connection.Exchange(Encoded(command)));
 }
 
 std::unique_ptr<bench::Connection> Join(const std::string& name) {
@@ -156,7 +155,7 @@ std::unique_ptr<bench::Connection> Join(const std::string& name) {
 int Follow(bench::Connection& connection, bench::Command command, std::ostream& out) {
     command.words = {"journal", "--since", "0", "--within", "1000"};
     while (out) {
-        const bench::CommandAnswer answer = Ask(connection, command);
+        const Reply answer = Ask(connection, command);
         if (!answer.text.empty()) {
             out << answer.text << '\n' << std::flush;
         }
@@ -186,7 +185,7 @@ int Command(const std::string& name, bench::Command command, std::ostream& out, 
         }
         words.push_back(*std::move(text));
     }
-    const bench::CommandAnswer answer = Ask(*connection, command);
+    const Reply answer = Ask(*connection, command);
     if (isFile && words[0] == "keep" && answer.exitCode == 0) {
         std::ofstream kept(PathOf(file), std::ios::binary);
         if (!(kept << answer.text << '\n' << std::flush)) {
@@ -196,7 +195,7 @@ int Command(const std::string& name, bench::Command command, std::ostream& out, 
     } else if (!answer.text.empty()) {
         (answer.exitCode == kUsageError ? err : out) << answer.text << '\n';
     }
-    return static_cast<int>(answer.exitCode);
+    return answer.exitCode;
 }
 
 void AddCommand(CLI::App& app, const std::string& verb, std::ostream& out, std::ostream& err,

@@ -38,6 +38,14 @@ std::vector<std::string> TakeHost(std::vector<std::string>& arguments) {
     return host;
 }
 
+std::vector<std::string> NamesOf(const CLI::App& app) {
+    std::vector<std::string> names;
+    for (const CLI::App* const command : app.get_subcommands(nullptr)) {
+        names.push_back(command->get_name());
+    }
+    return names;
+}
+
 } // namespace
 
 int RunTool(std::vector<std::string> arguments, std::ostream& out, std::ostream& err) {
@@ -56,6 +64,16 @@ int RunTool(std::vector<std::string> arguments, std::ostream& out, std::ostream&
 
     if (!arguments.empty()) {
         arguments.erase(arguments.begin());
+    }
+    const std::vector<std::string> names = NamesOf(app);
+    if (!arguments.empty() && !arguments[0].starts_with("-") &&
+        std::find(names.begin(), names.end(), arguments[0]) == names.end()) {
+        err << "solvane-rig: '" << arguments[0] << "' is no command; there are";
+        for (const std::string& name : names) {
+            err << (name == names.front() ? " " : ", ") << name;
+        }
+        err << '\n';
+        return kUsageError;
     }
     std::reverse(arguments.begin(), arguments.end()); // as CLI11 takes them
     const int code = Run(app, std::move(arguments), out, err);

@@ -1,5 +1,6 @@
 /// Several hosts on one bench, one after the other and at once.
 #include <optional>
+#include <thread>
 
 #include "bench_rig.h"
 #include "direct_bench.h"
@@ -10,11 +11,12 @@ namespace test {
 namespace {
 
 using namespace rig::bench;
+using rig::Reply;
 
 constexpr std::uint64_t kKeys[] = {11, 22};
 
 /// What the vendor functions of this process are asked as.
-HostSide* current = nullptr;
+thread_local HostSide* current = nullptr;
 
 class BenchHosts : public BenchRig {
   protected:
@@ -175,6 +177,38 @@ TEST_F(BenchHosts, SeeNoHardwareWithoutABench) {
     EXPECT_EQ(ask(rig::RigFunction::Error).text, "there is no bench");
     EXPECT_EQ(ask(rig::RigFunction::Scenario).text, "none: there is no bench");
     EXPECT_EQ(ask(rig::RigFunction::Captures).number, 0);
+}
+
+TEST_F(BenchHosts, WaitWithoutStoppingTheOthers) {
+    // A read that waits is still its own host's when another one has called meanwhile.
+    FT_HANDLE handle = OpenPins();
+    FT_SetTimeouts(handle, 5000, 0);
+    FT_STATUS status = kUntouched;
+    std::thread reader([&] {
+        current = &*sides[0];
+        std::uint8_t byte = 0;
+        std::uint32_t count = 0;
+        status = FT_Read(handle, &byte, 1, &count);
+    });
+    As(1);
+    while (rig_calls("FT_Read") == 0) {
+        std::this_thread::yield();
+    }
+    for (int i = 0; i < 100; ++i) {
+        EXPECT_EQ(Devices().size(), 2U);
+    }
+    reader.join();
+    EXPECT_EQ(status, FT_OK);
+}
+
+TEST_F(BenchHosts, GiveCommandsToTheBench) {
+    const Reply done = current->Answer(Command{{"set", "exposure_ms", "80"}, true});
+    EXPECT_EQ(done.exitCode, 0);
+    isAway = true;
+    As(1);
+    const Reply lost = current->Answer(Command{{"levels"}, false});
+    EXPECT_EQ(lost.exitCode, 1);
+    EXPECT_EQ(lost.text, "there is no bench");
 }
 
 TEST_F(BenchHosts, LoseTheirDevicesWithTheBench) {

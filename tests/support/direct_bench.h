@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
-#include "host_side.h"
 #include "bench_side.h"
+#include "host_side.h"
 
 namespace test {
 
@@ -26,7 +26,7 @@ class DirectConnection final : public rig::bench::Connection {
     rig::bench::BenchSide bench;
 };
 
-inline rig::bench::CommandAnswer PerformNothing(const rig::bench::Command&) {
+inline rig::Reply PerformNothing(const rig::bench::Command&) {
     return {};
 }
 
