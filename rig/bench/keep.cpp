@@ -1,6 +1,5 @@
 /// A session as a scenario.
 #include "command_table.h"
-#include "toml_text.h"
 #include "utf8.h"
 
 namespace rig {

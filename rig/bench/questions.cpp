@@ -4,8 +4,6 @@
 #include <vector>
 
 #include "command_table.h"
-#include "scenario_tables.h"
-#include "vendor_function.h"
 
 namespace rig {
 

@@ -4,6 +4,8 @@
 
 #include <solvane/rig.h>
 
+#include "vendor_function.h"
+
 namespace rig {
 
 namespace {
@@ -14,6 +16,14 @@ bool IsSensible(std::uint32_t kind) {
 }
 
 } // namespace
+
+std::vector<std::string> FunctionNames() {
+    std::vector<std::string> names{std::string(kAnyFunction)};
+    for (const VendorFunction& function : VendorFunctions()) {
+        names.emplace_back(function.name);
+    }
+    return names;
+}
 
 void FaultPlan::Restart() {
     faults.clear();

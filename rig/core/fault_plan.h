@@ -13,6 +13,9 @@ namespace rig {
 /// Stands for any function.
 inline constexpr std::string_view kAnyFunction = "*";
 
+/// Of every vendor function, and "*".
+std::vector<std::string> FunctionNames();
+
 /// See rig_fault.
 struct Fault {
     std::string function;

@@ -7,7 +7,6 @@
 
 #include "scenario_tables.h"
 #include "toml_text.h"
-#include "vendor_function.h"
 
 namespace rig {
 
@@ -210,14 +209,6 @@ std::string ReadFunction(TableReader& table, std::string_view key) {
 }
 
 } // namespace
-
-std::vector<std::string> FunctionNames() {
-    std::vector<std::string> names{std::string(kAnyFunction)};
-    for (const VendorFunction& function : VendorFunctions()) {
-        names.emplace_back(function.name);
-    }
-    return names;
-}
 
 Fault ReadFault(TableReader& table) {
     Fault fault;

@@ -12,7 +12,4 @@ void ReadBehaviour(TableReader& table, CameraBehaviour& behaviour);
 std::vector<WireFault> ReadWiring(TableReader& table);
 Fault ReadFault(TableReader& table);
 
-/// Of every vendor function, and "*".
-std::vector<std::string> FunctionNames();
-
 } // namespace rig

@@ -309,7 +309,7 @@ TEST_F(CommandsTest, HelpNamesEachOfThem) {
         const Reply reply = Perform({name, "--colour", "red", "1", "2", "3"}, false);
         EXPECT_EQ(reply.exitCode, name == "note" ? 0 : 2) << name << ": " << reply.text;
     }
-    EXPECT_EQ(commands.size(), 19U);
+    EXPECT_EQ(commands.size(), 20U);
 }
 
 TEST_F(CommandsTest, WaitForAnEdge) {
@@ -383,7 +383,7 @@ TEST_F(CommandsTest, TellWhatThereIsForWordsThatAreWrong) {
     const std::vector<std::pair<Lines, std::string>> mistakes = {
         {{},
          "'' is no command; there are unplug, plug, ready, mep, set, wire, force, fault, lift, "
-         "note, scenario, levels, captures, calls, journal, status, wait-edge, expect-pulse, "
+         "note, scenario, levels, captures, calls, journal, status, keep, wait-edge, expect-pulse, "
          "help"},
         {{"unplg"}, "'unplg' is no command; there are unplug, plug, "},
         {{"unplug", "1"}, "there is no chip 1; there is 0"},
