@@ -205,6 +205,7 @@ TEST_F(CommandsTest, WriteANoteOfAnyText) {
 TEST_F(CommandsTest, ReplaceTheHardware) {
     FT_HANDLE pins = OpenPins();
     Drive(pins, kRest | kDark);
+    FT_ResetDevice(pins);
     const std::uint32_t calls = rig_calls("*");
     Advance(10);
     TakeAll();

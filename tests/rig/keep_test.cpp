@@ -140,6 +140,21 @@ TEST_F(KeepTest, AnotherHostMeetsTheRestByTheClock) {
         << "a call that the session did not have";
 }
 
+TEST_F(KeepTest, WhatIsLeftOutlivesTheHardware) {
+    Load(kOneChip + "[[event]]\nat_ms = 50\naction = 'scenario other'\ntext = '[eapi]'\n");
+    Open(0);
+    for (int ms = 0; ms < 80; ms += 20) {
+        Advance(20);
+        Perform({"note", std::to_string(ms)}, false);
+    }
+    const Lines session = TakeAll();
+    EXPECT_EQ(session, (Lines{"FT_Open(0) -> 0", "0", "20", "scenario other", "40", "60"}));
+    Load(Kept());
+    Open(0);
+    Advance(200);
+    EXPECT_EQ(TakeAll(), session);
+}
+
 TEST_F(KeepTest, ASessionCanBecomeTooLong) {
     for (int i = 0; i < 100'001; ++i) {
         rig_note("on and on");
