@@ -115,6 +115,24 @@ Action ReadMep(const Words& words, std::size_t) {
     return {.text = "mep latch", .work = [](Rig& rig) { rig.installation->LatchMep(); }};
 }
 
+Action ReadOpenDriver(const Words& words, std::size_t) {
+    ExpectWords(words, 0, 0);
+    return {.text = "open-driver", .work = [](Rig& rig) { rig.OpenDriver(); }};
+}
+
+Action ReadSleep(const Words& words, std::size_t) {
+    constexpr std::uint64_t kMost = 86'400'000; // a day
+    ExpectWords(words, 0, 1);
+    const auto milliseconds = words.empty() ? 1000 : WholeNumber<std::uint64_t>(words[0]);
+    if (!milliseconds || *milliseconds > kMost) {
+        Fail("'" + words[0] + "' is no number of milliseconds, at most " + std::to_string(kMost));
+    }
+    return {.text = Line({"sleep", words.empty() ? "" : words[0]}),
+            .work = [duration = *milliseconds * kNanosecondsPerMillisecond](Rig& rig) {
+                rig.Sleep(duration);
+            }};
+}
+
 Action ReadSet(const Words& words, std::size_t) {
     ExpectWords(words, 2, 2);
     toml::table source;
@@ -223,6 +241,8 @@ constexpr std::array kKinds = {
                "the camera becomes ready, or busy until it is made ready; if it is powered",
                ReadReady},
     ActionKind{"mep", "latch", "latches the MEP flag", ReadMep},
+    ActionKind{"open-driver", "", "opens InpOut's kernel driver", ReadOpenDriver},
+    ActionKind{"sleep", "[MS]", "the PC sleeps for so long, 1000 ms unless said", ReadSleep},
     ActionKind{"set", "KEY VALUE",
                "changes how the camera behaves: exposure_ms, ready_after_power_ms, mep, asleep",
                ReadSet},

@@ -71,10 +71,7 @@ void AnswerHere(Call& call) {
     Access rig;
     rig->host = call.host;
     const Front& front = FrontOf(call.function.library);
-    std::optional<Fault> fault; // a copy: the plan may change while the call waits
-    if (const Fault* planned = rig->BeginCall(call.function.name)) {
-        fault = *planned;
-    }
+    const std::optional<Fault> fault = rig->BeginCall(call.function.name);
     const std::string question = TextOfQuestion(call, front.nameOf);
     if (!fault) {
         call.status = DoWork(front, call);

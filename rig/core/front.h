@@ -36,6 +36,12 @@ struct Front {
 
     /// Pulls or puts back the plug of a USB chip, one of those that the scenario has.
     void (*setPlugged)(unsigned chip, bool plugged) = [](unsigned, bool) {};
+
+    /// Takes the PC's power away from its hardware or gives it back, as sleep and resume do.
+    void (*setAsleep)(bool) = [](bool) {};
+
+    /// Opens InpOut's kernel driver.
+    void (*openDriver)() = [] {};
 };
 
 /// Those that are linked in.

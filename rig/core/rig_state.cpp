@@ -110,6 +110,7 @@ void Rig::Load(const Scenario& scenario, std::string_view toml, std::string call
     recorder.Restart();
     rerun.reset();
     timeline.Restart();
+    resumesAt.reset();
     faults.Restart();
     installation.emplace(scenario.camera, timeline, trace);
     trace.Restart(installation->AllLevels());
@@ -163,7 +164,8 @@ void Rig::Build(const Scenario& scenario, std::string called) {
     }
 }
 
-const Fault* Rig::BeginCall(std::string_view function) {
+std::optional<Fault> Rig::BeginCall(std::string_view function) {
+    WaitWhileAsleep();
     if (rerun) {
         rerun->Come({faults.Calls(kAnyFunction) + 1, 0}, 0);
     }
@@ -179,11 +181,44 @@ const Fault* Rig::BeginCall(std::string_view function) {
     for (const ScenarioEvent& event : events) {
         Perform(event.action);
     }
-    const Fault* fault = faults.Find(function);
-    if (fault != nullptr) {
+    const Fault* planned = faults.Find(function);
+    // A copy: the plan may change while the call waits.
+    const std::optional<Fault> fault = planned != nullptr ? std::optional(*planned) : std::nullopt;
+    WaitWhileAsleep(); // when one of the events was a sleep
+    if (fault) {
         trace.Event(std::string("fault ").append(function));
     }
     return fault;
+}
+
+void Rig::OpenDriver() {
+    for (const Front& front : Fronts()) {
+        front.openDriver();
+    }
+}
+
+void Rig::Sleep(std::uint64_t duration) {
+    if (resumesAt) {
+        return;
+    }
+    const auto setAsleep = [this](bool asleep) {
+        for (const Front& front : Fronts()) {
+            front.setAsleep(asleep);
+        }
+    };
+    setAsleep(true);
+    resumesAt = timeline.Now() + duration;
+    timeline.After(duration, [this, setAsleep] {
+        resumesAt.reset();
+        trace.Event("resume");
+        setAsleep(false);
+    });
+}
+
+void Rig::WaitWhileAsleep() {
+    while (resumesAt) {
+        WaitAwake(*resumesAt - std::min(*resumesAt, timeline.Now()));
+    }
 }
 
 void Rig::Release(HostNumber left) {
@@ -211,6 +246,11 @@ void Rig::Perform(const Action& action) {
 }
 
 void Rig::Wait(std::uint64_t nanoseconds) {
+    WaitAwake(nanoseconds);
+    WaitWhileAsleep();
+}
+
+void Rig::WaitAwake(std::uint64_t nanoseconds) {
     const HostNumber waiting = host;
     Pause(nanoseconds);
     host = waiting;

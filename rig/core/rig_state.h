@@ -35,8 +35,9 @@ class Rig {
     /// What the scenario is called: its file, or how else it came.
     const std::string& ScenarioName() const { return name; }
 
-    /// Counts a vendor call and has the events happen that precede it; its fault, or null.
-    const Fault* BeginCall(std::string_view function);
+    /// Counts a vendor call and has the events happen that precede it; its fault, if one is
+    /// planned. While the PC sleeps no call is made: it waits, and other threads have the rig.
+    std::optional<Fault> BeginCall(std::string_view function);
 
     /// USB chips of the scenario, plugged in or not.
     std::size_t Chips() const { return chips; }
@@ -51,6 +52,8 @@ class Rig {
     // What actions do.
     void SetPlugged(unsigned chip, bool plugged);
     void Replace(const Scenario& scenario, std::string called);
+    void OpenDriver();
+    void Sleep(std::uint64_t duration);
 
     /// Lets go of what a host holds that has left.
     void Release(HostNumber left);
@@ -58,7 +61,8 @@ class Rig {
     /// A line of the host's own.
     void Note(std::string text);
 
-    /// Lets time pass in a call that has locked the rig; other threads have it meanwhile.
+    /// Lets time pass in a call that has locked the rig; other threads have it meanwhile. It takes
+    /// longer when the PC falls asleep.
     void Wait(std::uint64_t nanoseconds);
     /// The same for somebody who is no host.
     void Pause(std::uint64_t nanoseconds);
@@ -78,6 +82,8 @@ class Rig {
     void Build(const Scenario& scenario, std::string called);
     bool Parse(std::string_view toml, std::string called);
     void Perform(const Action& action);
+    void WaitAwake(std::uint64_t nanoseconds);
+    void WaitWhileAsleep();
     void ComeToNextStep(std::uint64_t length);
 
     std::mutex mutex;
@@ -88,6 +94,7 @@ class Rig {
     SessionRecorder recorder;
     std::optional<Rerun> rerun;
     std::vector<ScenarioEvent> eventsBeforeCalls;
+    std::optional<std::uint64_t> resumesAt; ///< while the PC sleeps, ns
 };
 
 /// The rig, locked and brought up to now.

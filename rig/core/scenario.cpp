@@ -113,6 +113,8 @@ UsbChipSetup ReadUsbChip(TableReader& table, std::size_t index) {
     }
     chip.plugged = table.Boolean("plugged").value_or(true);
     chip.openElsewhere = table.Boolean("open_elsewhere").value_or(false);
+    chip.namedAfter = Nanoseconds(table.Integer("named_after_ms", 0, kMaxMilliseconds).value_or(0));
+    chip.opensAfter = Nanoseconds(table.Integer("opens_after_ms", 0, kMaxMilliseconds).value_or(0));
     constexpr std::int64_t kNever = -1;
     constexpr std::int64_t kDefaultResetPort = 100;
     const std::int64_t resetPort =

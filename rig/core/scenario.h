@@ -29,6 +29,9 @@ struct UsbChipSetup {
     bool plugged = true;
     bool openElsewhere = false;             ///< another program has all of its channels open
     std::optional<std::uint64_t> resetPort; ///< how long FT_ResetPort takes, ns; none = for ever
+    // How long after it was attached, ns:
+    std::uint64_t namedAfter = 0; ///< the list has its serial number and description
+    std::uint64_t opensAfter = 0; ///< FT_Open opens it
 };
 
 /// A mainboard with the Embedded API.

@@ -102,6 +102,12 @@ const rig::Linked front({
     .build = Build,
     .refusal = Refusal,
     .release = [](rig::HostNumber host) { initialised.erase(host); },
+    .setAsleep =
+        [](bool asleep) {
+            if (board && asleep) {
+                board->LosePower();
+            }
+        },
 });
 
 } // namespace

@@ -10,7 +10,15 @@ constexpr std::uint32_t kOnePin = 1;
 } // namespace
 
 GpioBoard::GpioBoard(const EapiSetup& start, Installation& camera)
-    : setup(start), pins(camera, kBoardWires, kPulledUp), latch(pins.LineLevels()) {}
+    : setup(start), pins(camera, kBoardWires, kPulledUp) {
+    LosePower();
+}
+
+void GpioBoard::LosePower() {
+    pins.Release();
+    outputs = 0;
+    latch = pins.LineLevels();
+}
 
 EApiStatus_t GpioBoard::SetDirection(EApiId_t id, std::uint32_t mask, std::uint32_t direction) {
     const EApiStatus_t status = Check(id, mask);

@@ -28,14 +28,17 @@ class GpioBoard {
     EApiStatus_t GetLevel(EApiId_t id, std::uint32_t mask, std::uint32_t& level) const;
     EApiStatus_t SetLevel(EApiId_t id, std::uint32_t mask, std::uint32_t level);
 
+    /// Back to what the pins are after power-on: inputs.
+    void LosePower();
+
   private:
     EApiStatus_t Check(EApiId_t id, std::uint32_t mask) const;
     void Change(std::uint32_t& bits, EApiId_t id, bool isSet);
 
     const EapiSetup setup;
     PinGroup pins;
-    std::uint32_t latch;       ///< what the outputs are set to, or would be
-    std::uint32_t outputs = 0; ///< pins are inputs after power-on
+    std::uint32_t latch = 0; ///< what the outputs are set to, or would be
+    std::uint32_t outputs = 0;
 };
 
 } // namespace rig::eapi

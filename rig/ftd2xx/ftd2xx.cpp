@@ -357,6 +357,7 @@ const rig::Linked front({
     .nameOf = [](std::uint64_t handle) { return bus->NameOf(HandleIn(handle)); },
     .release = [](rig::HostNumber host) { bus->Release(host); },
     .setPlugged = [](unsigned chip, bool plugged) { bus->SetPlugged(chip, plugged); },
+    .setAsleep = [](bool asleep) { bus->SetAsleep(asleep); },
 });
 
 } // namespace

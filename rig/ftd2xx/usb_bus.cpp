@@ -59,7 +59,9 @@ FT_STATUS UsbBus::Open(int index, FT_HANDLE& handle) {
         return kDeviceNotFound;
     }
     const Place& place = places[static_cast<std::size_t>(index)];
-    if (chips[place.chip].isOpenElsewhere || OpenAt(place) != nullptr) {
+    const UsbChip& chip = chips[place.chip];
+    const bool isSettled = around.timeline.Now() >= chip.attachedAt + chip.setup.opensAfter;
+    if (!isSettled || chip.isOpenElsewhere || OpenAt(place) != nullptr) {
         return kDeviceNotOpened;
     }
     handle = NextHandle();
@@ -115,9 +117,9 @@ std::string UsbBus::NameOf(FT_HANDLE handle) const {
 
 void UsbBus::SetPlugged(unsigned chip, bool plugged) {
     around.timeline.Cancel(chips[chip].comeback);
-    if (plugged) {
-        chips[chip].isPlugged = true;
-    } else if (chips[chip].isPlugged) {
+    if (plugged && !chips[chip].isPlugged) {
+        Return(chip);
+    } else if (!plugged && chips[chip].isPlugged) {
         Leave(chip);
     }
 }
@@ -170,13 +172,34 @@ FT_DEVICE_LIST_INFO_NODE UsbBus::NodeAt(const Place& place) const {
     node.LocId = isOpen ? 0
                         : static_cast<std::uint32_t>((place.chip + 1) * kChipsApartOnTheBus +
                                                      place.channel + 1);
-    Fill(node.SerialNumber, chip.SerialOf(place.channel));
-    Fill(node.Description, chip.DescriptionOf(place.channel));
+    if (around.timeline.Now() >= chip.attachedAt + chip.setup.namedAfter) {
+        Fill(node.SerialNumber, chip.SerialOf(place.channel));
+        Fill(node.Description, chip.DescriptionOf(place.channel));
+    }
     return node;
+}
+
+void UsbBus::SetAsleep(bool asleep) {
+    for (std::size_t chip = 0; chip < chips.size(); ++chip) {
+        asleep ? Detach(chip) : Attach(chip);
+    }
 }
 
 void UsbBus::Leave(std::size_t chip) {
     chips[chip].isPlugged = false;
+    Detach(chip);
+}
+
+void UsbBus::Return(std::size_t chip) {
+    chips[chip].isPlugged = true;
+    Attach(chip);
+}
+
+void UsbBus::Attach(std::size_t chip) {
+    chips[chip].attachedAt = around.timeline.Now();
+}
+
+void UsbBus::Detach(std::size_t chip) {
     chips[chip].isOpenElsewhere = false; // another program's handles are of no use any more either
     chips[chip].LosePower();
     for (auto& [handle, open] : handles) {
@@ -191,7 +214,7 @@ void UsbBus::LeaveForAWhile(std::size_t chip) {
     if (const auto& duration = chips[chip].setup.resetPort) {
         chips[chip].comeback = around.timeline.After(*duration, [this, chip] {
             around.trace.Event("plug " + std::to_string(chip));
-            chips[chip].isPlugged = true;
+            Return(chip);
         });
     }
 }

@@ -56,6 +56,9 @@ class UsbBus {
     /// Closes what a host has open that has left.
     void Release(HostNumber host);
 
+    /// The hub loses its power, or gets it back: to its chips that is like a plug.
+    void SetAsleep(bool asleep);
+
   private:
     struct Place {
         std::size_t chip;
@@ -77,6 +80,9 @@ class UsbBus {
     FT_DEVICE_LIST_INFO_NODE NodeAt(const Place& place) const;
     void Leave(std::size_t chip);
     void LeaveForAWhile(std::size_t chip);
+    void Return(std::size_t chip);
+    void Attach(std::size_t chip);
+    void Detach(std::size_t chip);
 
     Surroundings around;
     std::deque<UsbChip> chips;

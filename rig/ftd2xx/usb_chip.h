@@ -27,8 +27,9 @@ class UsbChip {
 
     const UsbChipSetup setup;
     bool isPlugged;
-    bool isOpenElsewhere;      ///< by another program, until the chip leaves
-    Timeline::Ticket comeback; ///< due while a port reset keeps the chip away
+    bool isOpenElsewhere;         ///< by another program, until the chip leaves
+    Timeline::Ticket comeback;    ///< due while a port reset keeps the chip away
+    std::uint64_t attachedAt = 0; ///< when it last came to the bus, ns
     std::deque<Channel> channels;
 
     /// As the driver names the channel, if the field had room enough.

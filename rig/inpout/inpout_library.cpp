@@ -48,6 +48,8 @@ const rig::Linked front({
 #include "vendor_functions.inc"
         },
     .build = Build,
+    .setAsleep = [](bool asleep) { ports->SetAsleep(asleep); },
+    .openDriver = [] { isDriverOpen = true; },
 });
 
 } // namespace

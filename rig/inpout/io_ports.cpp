@@ -30,4 +30,13 @@ void IoPorts::Write(std::uint16_t port, std::uint8_t value) {
     }
 }
 
+void IoPorts::SetAsleep(bool asleep) {
+    if (superIo && asleep) {
+        superIo->LosePower();
+    }
+    if (lpt) {
+        asleep ? lpt->LosePower() : lpt->Start();
+    }
+}
+
 } // namespace rig::io

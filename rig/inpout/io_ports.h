@@ -16,6 +16,8 @@ class IoPorts {
     std::uint8_t Read(std::uint16_t port) const;
     void Write(std::uint16_t port, std::uint8_t value);
 
+    void SetAsleep(bool asleep);
+
   private:
     std::optional<SuperIo> superIo;
     std::optional<ParallelPort> lpt;

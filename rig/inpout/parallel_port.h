@@ -42,6 +42,11 @@ class ParallelPort {
     std::uint8_t Read(std::uint16_t port) const;
     void Write(std::uint16_t port, std::uint8_t value);
 
+    /// Its outputs drive what the lines are at.
+    void Start();
+    /// They drive nothing any more.
+    void LosePower();
+
   private:
     std::uint16_t OffsetOf(std::uint16_t port) const;
     std::uint8_t Status() const;

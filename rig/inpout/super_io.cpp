@@ -24,14 +24,21 @@ constexpr std::uint8_t kNothing = 0xFF; ///< what an address reads at which nobo
 } // namespace
 
 SuperIo::SuperIo(const SuperIoSetup& start, Installation& camera)
-    : setup(start), pins(camera, kBankWires, 0),
-      latch(start.data.value_or(static_cast<std::uint8_t>(pins.LineLevels()))) {}
+    : setup(start), pins(camera, kBankWires, 0) {
+    LosePower();
+}
+
+void SuperIo::LosePower() {
+    pins.Release();
+    at = {};
+    at.latch = setup.data.value_or(static_cast<std::uint8_t>(pins.LineLevels()));
+}
 
 std::uint8_t SuperIo::Read(std::uint16_t port) const {
-    if (!isConfiguring) {
+    if (!at.isConfiguring) {
         return kNothing;
     }
-    return port == kIndexPort ? index : ReadRegister();
+    return port == kIndexPort ? at.index : ReadRegister();
 }
 
 void SuperIo::Write(std::uint16_t port, std::uint8_t value) {
@@ -39,28 +46,28 @@ void SuperIo::Write(std::uint16_t port, std::uint8_t value) {
         WriteIndex(value);
         return;
     }
-    keys = 0;
-    if (isConfiguring) {
+    at.keys = 0;
+    if (at.isConfiguring) {
         WriteRegister(value);
     }
 }
 
 void SuperIo::WriteIndex(std::uint8_t value) {
-    if (!isConfiguring) {
-        keys = value == kOpeningKey ? keys + 1 : 0;
-        isConfiguring = keys == kOpeningKeys;
+    if (!at.isConfiguring) {
+        at.keys = value == kOpeningKey ? at.keys + 1 : 0;
+        at.isConfiguring = at.keys == kOpeningKeys;
     } else if (value == kClosingKey) {
-        isConfiguring = false;
-        keys = 0;
+        at.isConfiguring = false;
+        at.keys = 0;
     } else {
-        index = value;
+        at.index = value;
     }
 }
 
 std::uint8_t SuperIo::ReadRegister() const {
-    switch (index) {
+    switch (at.index) {
     case kLogicalDevice:
-        return logicalDevice;
+        return at.logicalDevice;
     case kFirstId:
         return static_cast<std::uint8_t>(setup.id >> 8);
     case kSecondId:
@@ -71,50 +78,50 @@ std::uint8_t SuperIo::ReadRegister() const {
     if (!IsGpioSelected()) {
         return kNothing;
     }
-    switch (index) {
+    switch (at.index) {
     case kActiveBanks:
         return setup.activeBanks;
     case kDirections:
-        return directions;
+        return at.directions;
     case kData:
         return static_cast<std::uint8_t>(pins.Read());
     case kThird:
-        return third;
+        return at.third;
     case kFourth:
-        return fourth;
+        return at.fourth;
     default:
         return kNothing;
     }
 }
 
 void SuperIo::WriteRegister(std::uint8_t value) {
-    if (index == kLogicalDevice) {
-        logicalDevice = value;
+    if (at.index == kLogicalDevice) {
+        at.logicalDevice = value;
     }
     if (!IsGpioSelected()) {
         return;
     }
-    switch (index) {
+    switch (at.index) {
     case kDirections:
-        directions = value;
+        at.directions = value;
         break;
     case kData:
-        latch = value;
+        at.latch = value;
         break;
     case kThird:
-        third = value;
+        at.third = value;
         break;
     case kFourth:
-        fourth = value;
+        at.fourth = value;
         break;
     default:
         return;
     }
-    pins.Set(latch, static_cast<std::uint8_t>(~directions));
+    pins.Set(at.latch, static_cast<std::uint8_t>(~at.directions));
 }
 
 bool SuperIo::IsGpioSelected() const {
-    return logicalDevice == kGpioDevice;
+    return at.logicalDevice == kGpioDevice;
 }
 
 } // namespace rig::io

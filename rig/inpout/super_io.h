@@ -27,6 +27,9 @@ class SuperIo {
     std::uint8_t Read(std::uint16_t port) const;
     void Write(std::uint16_t port, std::uint8_t value);
 
+    /// Back to what the firmware sets it to at every start.
+    void LosePower();
+
     static constexpr std::uint16_t kIndexPort = 0x2E;
     static constexpr std::uint16_t kDataPort = 0x2F;
 
@@ -36,16 +39,20 @@ class SuperIo {
     void WriteRegister(std::uint8_t value);
     bool IsGpioSelected() const;
 
+    struct Registers {
+        bool isConfiguring = false; ///< extended function mode: the registers answer
+        unsigned keys = 0;          ///< how many of the keys that open it came in a row
+        std::uint8_t index = 0;
+        std::uint8_t logicalDevice = 0;
+        std::uint8_t directions = 0xFF; ///< a 1 is an input; so they all are after power-on
+        std::uint8_t latch = 0;         ///< what the outputs are set to, or would be
+        std::uint8_t third = 0;
+        std::uint8_t fourth = 0;
+    };
+
     const SuperIoSetup setup;
     PinGroup pins;
-    bool isConfiguring = false; ///< extended function mode: the registers answer
-    unsigned keys = 0;          ///< how many of the keys that open it came in a row
-    std::uint8_t index = 0;
-    std::uint8_t logicalDevice = 0;
-    std::uint8_t directions = 0xFF; ///< a 1 is an input; so they all are after power-on
-    std::uint8_t latch;             ///< what the outputs are set to, or would be
-    std::uint8_t third = 0;
-    std::uint8_t fourth = 0;
+    Registers at;
 };
 
 } // namespace rig::io

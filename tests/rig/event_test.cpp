@@ -1,4 +1,5 @@
 #include "bench_rig.h"
+#include "inpout.h"
 
 namespace test {
 namespace {
@@ -73,6 +74,17 @@ TEST_F(EventTest, NotReadyEndsAnExposure) {
     Advance(100);
     EXPECT_EQ(rig_level(RIG_MEP), 0);
     EXPECT_EQ(rig_level(RIG_READY), 0);
+}
+
+TEST_F(EventTest, OpensThePortDriver) {
+    Load("[lpt]\n[inpout]\ndriver_open = false\n"
+         "[[event]]\nbefore = 'IsInpOutDriverOpen'\ncall = 2\naction = 'open-driver'\n");
+    EXPECT_EQ(IsInpOutDriverOpen(), 0);
+    EXPECT_EQ(Inp32(0x378), 0) << "nothing is read";
+    EXPECT_NE(IsInpOutDriverOpen(), 0);
+    Out32(0x378, 0x01);
+    EXPECT_EQ(Inp32(0x378), 0x01);
+    EXPECT_EQ(Take(RIG_EVENT), (Lines{"open-driver"}));
 }
 
 TEST_F(EventTest, EqualMomentsKeepTheirOrder) {

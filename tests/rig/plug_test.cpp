@@ -51,6 +51,35 @@ TEST_F(PlugTest, AHandleBelongsToTheDeviceThatLeft) {
     EXPECT_EQ(FT_Close(again), FT_OK);
 }
 
+TEST_F(PlugTest, AChipIsNamedAndOpensSomeTimeAfterEachPlug) {
+    Load(kOneChip + "named_after_ms = 200\nopens_after_ms = 500\nreset_port_ms = 50\n");
+    const auto expectThatItSettles = [](const char* when) {
+        EXPECT_STREQ(Devices().at(0).SerialNumber, "") << when;
+        EXPECT_STREQ(Devices().at(1).Description, "") << when;
+        EXPECT_EQ(Devices().at(1).Type, 6U) << when;
+        EXPECT_EQ(Devices().at(1).ID, 0x04036010U) << when;
+        Advance(199);
+        EXPECT_STREQ(Devices().at(1).SerialNumber, "") << when;
+        Advance(1);
+        EXPECT_STREQ(Devices().at(1).SerialNumber, "SLV1B") << when;
+        EXPECT_STREQ(Devices().at(1).Description, "Dual RS232-HS B") << when;
+        Advance(299);
+        FT_HANDLE handle = nullptr;
+        EXPECT_EQ(FT_Open(1, &handle), kDeviceNotOpened) << when;
+        Advance(1);
+        EXPECT_EQ(FT_Open(1, &handle), FT_OK) << when;
+        return handle;
+    };
+    FT_HANDLE handle = expectThatItSettles("at the start");
+    rig_unplug(0);
+    rig_plug(0);
+    EXPECT_EQ(FT_Close(handle), kIoError);
+    handle = expectThatItSettles("plugged in again");
+    EXPECT_EQ(FT_ResetPort(handle), FT_OK);
+    Advance(50);
+    expectThatItSettles("after a port reset");
+}
+
 TEST_F(PlugTest, OnlyTheChipThatLeavesIsConcerned) {
     Load(kOneChip + "[[usb]]\nchip = 'FT2232H'\nserial = 'SLV2'\n");
     FT_HANDLE first = Open(0);

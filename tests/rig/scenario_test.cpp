@@ -54,6 +54,9 @@ const std::vector<Mistake> kMistakes = {
     {"usb = [1]", "line 1: 'usb' must hold tables only"},
     {"[camera]\nasleep = 1", "line 2: 'asleep' must be true or false"},
     {kOneChip + "open_elsewhere = 1", "line 4: 'open_elsewhere' must be true or false"},
+    {kOneChip + "named_after_ms = 'soon'",
+     "line 4: 'named_after_ms' must be a whole number from 0"},
+    {kOneChip + "opens_after_ms = true", "line 4: 'opens_after_ms' must be a whole number from 0"},
     {"[camera]\nready = 'yes'", "line 2: 'ready' must be true or false"},
     {"[camera]\nexposure_ms = 1.5",
      "line 2: 'exposure_ms' must be a whole number from 0 to 86400000"},
@@ -88,7 +91,11 @@ const std::vector<Mistake> kMistakes = {
     {"[[fault]]\nfunction = 'FT_Open'\nstatus = -1", "line 3: 'status' must be"},
     {"[[fault]]\nfunction = 'FT_Open'\nstatus = 4294967296", "line 3: 'status' must be"},
     {"[[fault]]\nfunction = 'FT_Open'\nstatus = 1\ncall = 0", "line 4: 'call' must be"},
+    {kOneChip + "named_after_ms = -1", "line 4: 'named_after_ms' must be"},
+    {kOneChip + "opens_after_ms = 86400001", "line 4: 'opens_after_ms' must be"},
     {"[[event]]\nat_ms = -1\naction = 'ready'", "line 2: 'at_ms' must be"},
+    {"[[event]]\nat_ms = 1\naction = 'sleep -1'", "line 3: '-1' is no"},
+    {"[[event]]\nat_ms = 1\naction = 'sleep 1 2'", "line 3: usage: sleep [MS]"},
     {"[[event]]\nat_ms = 1\naction = 'explode'",
      "line 3: 'explode' is no action; there are unplug, plug, ready, mep, "},
 
@@ -111,6 +118,7 @@ const std::vector<Mistake> kMistakes = {
     {"[[event]]\nat_ms = 1", "line 1: [[event]] needs 'action'"},
     {"[[event]]\nat_ms = 1\naction = 'plug'", "line 3: there is no chip 0; there are none"},
     {kOneChip + "[[event]]\nat_ms = 1\naction = 'plug'\nchip = 1", "line 7: there is no chip 1"},
+    {"[[event]]\nat_ms = 1\naction = 'open-driver 1'", "line 3: usage: open-driver"},
 };
 
 TEST_F(ScenarioTest, SaysWhatIsWrongAndWhere) {
