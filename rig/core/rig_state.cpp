@@ -165,7 +165,6 @@ void Rig::Build(const Scenario& scenario, std::string called) {
 }
 
 std::optional<Fault> Rig::BeginCall(std::string_view function) {
-    WaitWhileAsleep();
     if (rerun) {
         rerun->Come({faults.Calls(kAnyFunction) + 1, 0}, 0);
     }
@@ -184,7 +183,7 @@ std::optional<Fault> Rig::BeginCall(std::string_view function) {
     const Fault* planned = faults.Find(function);
     // A copy: the plan may change while the call waits.
     const std::optional<Fault> fault = planned != nullptr ? std::optional(*planned) : std::nullopt;
-    WaitWhileAsleep(); // when one of the events was a sleep
+    WaitWhileAsleep();
     if (fault) {
         trace.Event(std::string("fault ").append(function));
     }

@@ -34,8 +34,8 @@ void IoPorts::SetAsleep(bool asleep) {
     if (superIo && asleep) {
         superIo->LosePower();
     }
-    if (lpt) {
-        asleep ? lpt->LosePower() : lpt->Start();
+    if (lpt && asleep) {
+        lpt->LosePower();
     }
 }
 

@@ -16,10 +16,6 @@ constexpr std::array<std::span<const Wire>, 3> kGroups{kDataWires, kStatusWires,
 ParallelPort::ParallelPort(const LptSetup& start, Installation& camera)
     : setup(start), data(camera, kDataWires, 0, kGroups), status(camera, kStatusWires, 0, kGroups),
       control(camera, kControlWires, 0, kGroups) {
-    Start();
-}
-
-void ParallelPort::Start() {
     data.Set(data.LineLevels(), kAllOutputs);
     control.Set(control.LineLevels(), kAllOutputs);
 }

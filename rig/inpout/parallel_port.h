@@ -42,9 +42,7 @@ class ParallelPort {
     std::uint8_t Read(std::uint16_t port) const;
     void Write(std::uint16_t port, std::uint8_t value);
 
-    /// Its outputs drive what the lines are at.
-    void Start();
-    /// They drive nothing any more.
+    /// Afterwards its outputs are at what the lines rest at.
     void LosePower();
 
   private:
