@@ -60,8 +60,8 @@ FT_STATUS UsbBus::Open(int index, FT_HANDLE& handle) {
     }
     const Place& place = places[static_cast<std::size_t>(index)];
     const UsbChip& chip = chips[place.chip];
-    const bool isSettled = around.timeline.Now() >= chip.attachedAt + chip.setup.opensAfter;
-    if (!isSettled || chip.isOpenElsewhere || OpenAt(place) != nullptr) {
+    const bool isReady = chip.IsThereFor(chip.setup.opensAfter);
+    if (!isReady || chip.isOpenElsewhere || OpenAt(place) != nullptr) {
         return kDeviceNotOpened;
     }
     handle = NextHandle();
@@ -172,7 +172,7 @@ FT_DEVICE_LIST_INFO_NODE UsbBus::NodeAt(const Place& place) const {
     node.LocId = isOpen ? 0
                         : static_cast<std::uint32_t>((place.chip + 1) * kChipsApartOnTheBus +
                                                      place.channel + 1);
-    if (around.timeline.Now() >= chip.attachedAt + chip.setup.namedAfter) {
+    if (chip.IsThereFor(chip.setup.namedAfter)) {
         Fill(node.SerialNumber, chip.SerialOf(place.channel));
         Fill(node.Description, chip.DescriptionOf(place.channel));
     }

@@ -27,7 +27,7 @@ const UsbModel& ModelOf(const UsbChipSetup& setup) {
 }
 
 UsbChip::UsbChip(const UsbChipSetup& start, Installation& camera, const Timeline& time)
-    : setup(start), isPlugged(start.plugged), isOpenElsewhere(start.openElsewhere) {
+    : setup(start), isPlugged(start.plugged), isOpenElsewhere(start.openElsewhere), timeline(time) {
     const UsbModel& model = ModelOf(setup);
     for (std::size_t i = 0; i < model.channels; ++i) {
         const bool isWired = setup.camera && i == kCameraChannel;

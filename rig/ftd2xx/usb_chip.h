@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <optional>
 #include <string>
 
 #include "channel.h"
@@ -27,10 +28,15 @@ class UsbChip {
 
     const UsbChipSetup setup;
     bool isPlugged;
-    bool isOpenElsewhere;         ///< by another program, until the chip leaves
-    Timeline::Ticket comeback;    ///< due while a port reset keeps the chip away
-    std::uint64_t attachedAt = 0; ///< when it last came to the bus, ns
+    bool isOpenElsewhere;                    ///< by another program, until the chip leaves
+    Timeline::Ticket comeback;               ///< due while a port reset keeps the chip away
+    std::optional<std::uint64_t> attachedAt; ///< when it came to the bus, ns; none: long ago
     std::deque<Channel> channels;
+
+    /// Whether it has been on the bus for so long.
+    bool IsThereFor(std::uint64_t nanoseconds) const {
+        return !attachedAt || timeline.Now() >= *attachedAt + nanoseconds;
+    }
 
     /// As the driver names the channel, if the field had room enough.
     std::string SerialOf(std::size_t channel) const;
@@ -41,6 +47,8 @@ class UsbChip {
 
   private:
     char LetterOf(std::size_t channel) const;
+
+    const Timeline& timeline;
 };
 
 } // namespace rig::usb

@@ -70,7 +70,8 @@ TEST_F(PlugTest, AChipIsNamedAndOpensSomeTimeAfterEachPlug) {
         EXPECT_EQ(FT_Open(1, &handle), FT_OK) << when;
         return handle;
     };
-    FT_HANDLE handle = expectThatItSettles("at the start");
+    FT_HANDLE handle = Open(1);
+    EXPECT_NE(handle, nullptr) << "it has been there for long";
     rig_unplug(0);
     rig_plug(0);
     EXPECT_EQ(FT_Close(handle), kIoError);
@@ -78,6 +79,14 @@ TEST_F(PlugTest, AChipIsNamedAndOpensSomeTimeAfterEachPlug) {
     EXPECT_EQ(FT_ResetPort(handle), FT_OK);
     Advance(50);
     expectThatItSettles("after a port reset");
+}
+
+TEST_F(PlugTest, AChipCanBePluggedInJustNow) {
+    Load(kOneChip + "plugged = false\nnamed_after_ms = 20\n"
+                    "[[event]]\nat_ms = 0\naction = 'plug'\n");
+    EXPECT_STREQ(Devices().at(1).SerialNumber, "");
+    Advance(20);
+    EXPECT_STREQ(Devices().at(1).SerialNumber, "SLV1B");
 }
 
 TEST_F(PlugTest, OnlyTheChipThatLeavesIsConcerned) {

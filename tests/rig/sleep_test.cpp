@@ -74,10 +74,9 @@ TEST_F(SleepTest, EndsWithItsScenario) {
 
 TEST_F(SleepTest, AUsbChipComesBackAsANewDevice) {
     Load(kOneChip + "named_after_ms = 300\nopens_after_ms = 400\n" + SleepAt(1'000));
-    Advance(400);
     FT_HANDLE pins = OpenPins();
     Drive(pins, kRest | kDark);
-    Advance(600);
+    Advance(1'000);
     EXPECT_EQ(rig_level(RIG_DARK), 0) << "nobody drives it while the PC sleeps";
     Advance(1'100);
     EXPECT_STREQ(Devices().at(1).SerialNumber, "");
