@@ -105,6 +105,22 @@ double Run::Since(Moment begin) const {
     return Milliseconds(SteadyNow() - begin).count();
 }
 
+/// A chip that answers no more is reset and opened again by the library itself: the operation only
+/// takes longer.
+void Run::SeeComeback(StepResult& step) {
+    const std::vector<std::string> lines = host.log.Lines();
+    const auto begin = lines.begin() + static_cast<std::ptrdiff_t>(linesSeen);
+    linesSeen = lines.size();
+    const bool isReset = std::any_of(begin, lines.end(), [](const std::string& line) {
+        return line.find("Resetting the port") != line.npos;
+    });
+    if (isReset && !seen.isLost) {
+        seen.hasComeBack = true;
+        step.seen.emplace_back("the chip did not answer, and was reset and opened again");
+        step.Fail();
+    }
+}
+
 CheckResult Run::All() {
     const Moment begin = SteadyNow();
     availability = host.library.CheckAvailable();
@@ -135,6 +151,7 @@ CheckResult Run::All() {
         } else {
             step.LeaveUntested(why);
         }
+        SeeComeback(step);
         step.milliseconds = Since(stepBegin) + (each.perform == &Run::Kinds ? findingMs : 0);
         result.hasFailed = result.hasFailed || step.outcome == Outcome::failed;
         result.isComplete = result.isComplete && step.outcome != Outcome::notTested;
@@ -153,7 +170,8 @@ CheckResult Run::All() {
                            : FindCause(seen).value_or(Cause{
                                  "step", "The step \"" + title + "\" failed.", first->advice, ""});
     }
-    if (result.cause.id == "lost" && seen.kind == "FT2232H" && result.machine.usbSuspend == true) {
+    const bool isGone = result.cause.id == "lost" || result.cause.id == "came_back";
+    if (isGone && seen.kind == "FT2232H" && result.machine.usbSuspend == true) {
         result.cause.tellApart += " Windows may suspend USB devices here: switch \"USB selective "
                                   "suspend\" off in the power plan, and check again.";
     }

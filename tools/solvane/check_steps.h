@@ -60,12 +60,14 @@ class Run {
     Capture TakeCapture();
     void Watch(Capture& capture, Moment earliestEdge, Moment latestEdge);
     double Since(Moment begin) const;
+    void SeeComeback(StepResult& step);
 
     const CheckHost& host;
     Observations seen;
     CheckResult result;
     int availability = 0;
-    const char* illness = ""; ///< a sentence of the steps about the machine, when they failed
+    std::size_t linesSeen = 0; ///< of the log
+    const char* illness = "";  ///< a sentence of the steps about the machine, when they failed
 };
 
 } // namespace host

@@ -38,7 +38,10 @@ std::string Filled(std::string_view sentence, const std::string& detail) {
 bool ExplainedBy(std::span<const Symptom> symptoms, const Lines& lines, const Facts& facts,
                  Diagnosis& diagnosis) {
     for (const Symptom& symptom : symptoms) {
-        if (const std::string* line = FindLine(lines, symptom.words)) {
+        const std::string* line = FindLine(lines, symptom.words);
+        const bool hasOther = std::ranges::any_of(
+            lines, [&](const std::string& each) { return each.ends_with(symptom.alsoEnding); });
+        if (line != nullptr && hasOther) {
             const bool hasNoRange =
                 symptom.words == kPortWithoutRange.words && facts.port && !facts.port->address;
             const Symptom& meant = hasNoRange ? kPortWithoutRange : symptom;

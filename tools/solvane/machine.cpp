@@ -43,7 +43,7 @@ DriverState StateOfService(unsigned long state, unsigned long exitCode) {
 std::string AdviceOnInpout(DriverState state, std::optional<bool> memoryIntegrity) {
     switch (state) {
     case DriverState::running:
-        return "";
+        return "Its driver runs by now: ask again.";
     case DriverState::stopped:
         return "Its driver is installed, but stopped: start it as an administrator with "
                "\"sc start inpoutx64\".";

@@ -59,6 +59,8 @@ struct Observations {
     bool isBare = false; ///< all pins read as if nothing were wired to them
     bool isLost = false; ///< a question was refused or could not be read, a command refused
 
+    bool hasComeBack = false; ///< the library reset the chip's port, and opened it again
+
     std::optional<bool> readyAtRest; ///< when it had had time
     bool readySeenYes = false;
     bool readySeenNo = false;

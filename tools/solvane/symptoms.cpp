@@ -107,8 +107,11 @@ constexpr std::array kUsbSymptoms{
         "controllers\"."},
     Symptom{"Failed to obtain FTDI devices info list. Error: ",
             "FTDI's driver cannot describe its devices (D2XX status %).", kReplug},
-    Symptom{"Open FTDI device failed with error: 3", "The FT2232H is open in another program.",
-            kOtherProgram},
+    // One that has been open for some time is not found at all, see below.
+    Symptom{"Open FTDI device failed with error: 3",
+            "The FT2232H does not open: it was plugged in just now, or it is open in another "
+            "program.",
+            "Ask again in some seconds. Close the other program, if there is one."},
     Symptom{"Open FTDI device failed with error: ", "The FT2232H cannot be opened (D2XX status %).",
             kReplug},
     Symptom{"FTDI chip initialization failed. Error: ",
@@ -117,6 +120,12 @@ constexpr std::array kUsbSymptoms{
     Symptom{" ID=0x0",
             "An FTDI chip is open in another program; of such a chip nothing else can be told.",
             kOtherProgram},
+    Symptom{" Type=0x6",
+            "An FT2232H is connected, but has no serial number yet: Windows is still setting it "
+            "up.",
+            "Ask again in some seconds. If it stays so, unplug the chip and plug it in again, best "
+            "without a hub in between.",
+            " SerialNumber="},
     Symptom{" Type=0x6", "An FT2232H is connected, but no channel's serial number ends in B.",
             "Write a serial number into the chip with FTDI's FT_PROG; the driver adds A and B."},
     Symptom{"No valid device found", "FTDI chips are connected, but none of them is an FT2232H.",

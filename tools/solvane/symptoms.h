@@ -13,6 +13,7 @@ struct Symptom {
     std::string_view words;
     std::string_view found;
     std::string_view advice;
+    std::string_view alsoEnding{}; ///< a line that ends so must be in the log, too
 };
 
 struct KindSymptoms {

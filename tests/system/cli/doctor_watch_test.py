@@ -18,6 +18,7 @@ def fault(function, call, status):
 
 
 FAILED_HERE = 0x80041001
+JUST_NOW = "plugged = false\n[[event]]\nat_ms = 0\naction = 'plug'\n"
 
 
 class Doctor(CliTest):
@@ -92,6 +93,10 @@ class Doctor(CliTest):
             ("", -3, "No FTDI chip is connected.", "Plug"),
             ("[[usb]]\nchip = 'FT232R'\n", -3, "none of them is an FT2232H", "Plug"),
             (CHIP + "letters = 'CD'\n", -3, "serial number ends in B", "FT_PROG"),
+            (CHIP + "named_after_ms = 60000\n" + JUST_NOW, -3, "no serial number yet",
+             "some seconds"),
+            (CHIP + "opens_after_ms = 60000\n" + JUST_NOW, -3, "plugged in just now",
+             "some seconds"),
             # Of the camera's chip another program has one channel or both.
             (CHIP + "open_elsewhere = true\n", -3, "open in another program", "Close"),
             (CHIP + "open_elsewhere = true\ncamera = false\n" + CHIP + "letters = 'AC'\n", -3,
