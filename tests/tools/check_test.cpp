@@ -291,6 +291,8 @@ const std::vector<Suffering> kSufferings{
      "No FTDI chip is connected.", "Plug the FT2232H in"},
     {"chip open in another program", "open_elsewhere = true\n", true, false, DriverState::unknown,
      "open in another program", "Close the other program"},
+    {"chip whose serial numbers end otherwise", "letters = 'CD'\n", true, false,
+     DriverState::unknown, "no channel's serial number ends in B", "FT_PROG"},
     {"chip plugged in just now: no name yet",
      "plugged = false\nnamed_after_ms = 9000\n" + EventAt(0, "plug"), true, false,
      DriverState::unknown, "has no serial number yet", "Ask again in some seconds"},
