@@ -161,6 +161,8 @@ void Installation::React(rig_line line) {
     case RIG_TRIGGER:
         if (active && activity == Activity::Ready) {
             Capture();
+        } else if (active) {
+            trace.Event("ignored trigger");
         }
         break;
     case RIG_CLEAR_MEP:

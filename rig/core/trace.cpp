@@ -12,6 +12,13 @@ void Trace::Restart(const Levels& levels) {
     }
 }
 
+void Trace::Event(std::string text) {
+    if (waveform) {
+        waveform->Mark(text, timeline.AbsoluteNow());
+    }
+    Add(RIG_EVENT, std::move(text));
+}
+
 void Trace::Edge(rig_line line, bool level) {
     Add(RIG_EDGE, std::string(LineName(line)) + (level ? " 1" : " 0"));
     if (waveform) {

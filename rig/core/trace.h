@@ -19,7 +19,8 @@ class Trace {
     void Restart(const Levels& levels);
 
     void Call(std::string text) { Add(RIG_CALL, std::move(text)); }
-    void Event(std::string text) { Add(RIG_EVENT, std::move(text)); }
+    /// Some events leave a mark in the waveform as well.
+    void Event(std::string text);
     void Note(std::string text) { Add(RIG_NOTE, std::move(text)); }
     void Edge(rig_line line, bool level);
 

@@ -1,5 +1,7 @@
 #include "waveform.h"
 
+#include <algorithm>
+
 #include "rig_clock.h"
 
 namespace rig {
@@ -11,7 +13,12 @@ constexpr const char* kHeader = "$version Solvane rig $end\n"
                                 "$timescale 1 us $end\n"
                                 "$scope module camera $end\n";
 
-/// The short name that a VCD gives a wire: printable characters from '!' on.
+/// What leaves a mark: a pulse that was cut short looks like any other without it.
+constexpr std::array<std::string_view, 7> kMarks = {"capture", "ignored", "unplug", "plug",
+                                                    "sleep",   "resume",  "fault"};
+
+/// The short name that a VCD gives a wire, or an event behind them: printable characters from '!'
+/// on.
 char CodeOf(std::size_t line) {
     return static_cast<char>('!' + line);
 }
@@ -35,6 +42,10 @@ Waveform::Waveform(const std::filesystem::path& path, const Levels& start, std::
         file << "$var wire 1 " << CodeOf(i) << ' ' << LineName(static_cast<rig_line>(i))
              << " $end\n";
     }
+    file << "$upscope $end\n$scope module events $end\n";
+    for (std::size_t i = 0; i < kMarks.size(); ++i) {
+        file << "$var event 1 " << CodeOf(levels.size() + i) << ' ' << kMarks[i] << " $end\n";
+    }
     file << "$upscope $end\n$enddefinitions $end\n#0\n$dumpvars\n";
     for (std::size_t i = 0; i < levels.size(); ++i) {
         file << DigitOf(levels[i]) << CodeOf(i) << '\n';
@@ -55,6 +66,15 @@ void Waveform::Set(rig_line line, bool level, std::uint64_t time) {
     MoveTo(time);
     // Each change reaches the file at once: the host may be killed.
     file << DigitOf(level) << CodeOf(line) << '\n' << std::flush;
+}
+
+void Waveform::Mark(std::string_view event, std::uint64_t time) {
+    const auto* const kind = std::ranges::find(kMarks, event.substr(0, event.find(' ')));
+    if (kind != kMarks.end()) {
+        MoveTo(time);
+        const auto index = static_cast<std::size_t>(kind - kMarks.begin());
+        file << DigitOf(true) << CodeOf(levels.size() + index) << '\n' << std::flush;
+    }
 }
 
 void Waveform::MoveTo(std::uint64_t time) {

@@ -1,10 +1,12 @@
-/// The lines as a value change dump (VCD), the waveform format that logic-analyser programs read.
+/// The lines as a value change dump (VCD), the waveform format that logic-analyser programs read,
+/// and what happened to them, as its event variables.
 #pragma once
 
 #include <array>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <string_view>
 
 #include <solvane/rig.h>
 
@@ -27,6 +29,9 @@ class Waveform {
 
     /// A line's level from `time` on. A moment before the last written one counts as that one.
     void Set(rig_line line, bool level, std::uint64_t time);
+
+    /// Marks an event, if the file has marks of its kind: that is its first word.
+    void Mark(std::string_view event, std::uint64_t time);
 
   private:
     void MoveTo(std::uint64_t time);

@@ -16,7 +16,8 @@ constexpr std::size_t kMostNameColumns = 20;
 // Pixels. A character of the lettering is 7.2 wide.
 constexpr std::size_t kColumn = 8;
 constexpr std::size_t kMargin = 16;
-constexpr std::size_t kAxis = 24; ///< the row of the times, above the axis
+constexpr std::size_t kAxis = 24;    ///< the row of the times, above the axis
+constexpr std::size_t kMarkRow = 20; ///< below it, if something happened
 constexpr std::size_t kRow = 36;
 constexpr std::size_t kHighInRow = 9;
 constexpr std::size_t kLowInRow = 29;
@@ -34,6 +35,10 @@ text{font:12px ui-monospace,SFMono-Regular,Menlo,Consolas,"Liberation Mono",mono
 .line,.floating{fill:none;stroke:#0969da;stroke-width:2;stroke-linejoin:round}
 .floating{stroke-dasharray:4 3}
 .high{fill:#0969da;fill-opacity:.12}
+.event{fill:#59636e}
+.mark{stroke:#8c959f;fill:none}
+.disturbance{fill:#cf222e;font-weight:600}
+.hit{stroke:#cf222e;stroke-width:1.5;stroke-dasharray:6 3;fill:none}
 .unknown{fill:#8c959f;fill-opacity:.4}
 .cut{fill:#fff}
 .width{text-anchor:middle;stroke:#fff;stroke-width:4;stroke-linejoin:round;paint-order:stroke}
@@ -45,6 +50,10 @@ text{fill:#f0f6fc}
 .guide{stroke:#3d444d}
 .line,.floating{stroke:#4493f8}
 .high{fill:#4493f8;fill-opacity:.2}
+.event{fill:#9198a1}
+.mark{stroke:#656c76}
+.disturbance{fill:#f85149}
+.hit{stroke:#f85149}
 .cut{fill:#0d1117}
 .width{stroke:#0d1117}
 }
@@ -88,26 +97,33 @@ std::string InWords(const Picture& picture) {
         }
         text += '.';
     }
-    const std::string steady = SteadyText(picture, std::string::npos);
-    return steady.empty() ? text : text + ' ' + steady + '.';
+    for (const std::string& more : {MarksText(picture), SteadyText(picture, std::string::npos)}) {
+        text += more.empty() ? "" : ' ' + more + '.';
+    }
+    return text;
 }
 
-/// What stands below the lines. The names of those that do not change take as many rows as it
-/// takes.
+/// Adds a list in as many rows as it takes.
+void AddRows(std::string list, std::size_t columns, std::vector<std::string>& notes) {
+    while (list.size() > columns) {
+        const std::size_t comma = list.rfind(',', columns - 1);
+        const std::size_t end = comma == list.npos ? columns : comma + 1;
+        notes.push_back(list.substr(0, end));
+        list.erase(0, end);
+    }
+    if (!list.empty()) {
+        notes.push_back(list);
+    }
+}
+
+/// What stands below the lines, or in their place.
 std::vector<std::string> Notes(const Picture& picture, std::size_t columns) {
     std::vector<std::string> notes;
     if (picture.lanes.empty()) {
         notes.push_back(NothingChanges(picture));
+        AddRows(MarksText(picture), columns, notes);
     }
-    std::string steady = SteadyText(picture, kMostNameColumns);
-    while (steady.size() > columns) {
-        const std::size_t end = steady.rfind(',', columns - 1) + 1;
-        notes.push_back(steady.substr(0, end));
-        steady.erase(0, end);
-    }
-    if (!steady.empty()) {
-        notes.push_back(steady);
-    }
+    AddRows(SteadyText(picture, kMostNameColumns), columns, notes);
     return notes;
 }
 
@@ -148,7 +164,10 @@ struct SvgBlock {
     std::ostream& svg;
 
     std::size_t XOf(std::size_t column) const { return left + column * kColumn; }
-    std::size_t TopOf(std::size_t lane) const { return top + kAxis + lane * kRow; }
+    std::size_t Axis() const { return top + kAxis; }
+    std::size_t TopOf(std::size_t lane) const {
+        return Axis() + (block.marks.empty() ? 0 : kMarkRow) + lane * kRow;
+    }
     std::size_t Right() const { return XOf(block.Width()); }
     std::size_t Bottom() const { return TopOf(picture.lanes.size()); }
 
@@ -161,13 +180,14 @@ struct SvgBlock {
         for (const std::size_t column : block.cuts) {
             DrawCut(XOf(column));
         }
+        DrawMarks();
         for (std::size_t i = 0; i < picture.lanes.size(); ++i) {
             WriteWidths(picture.lanes[i], TopOf(i) + kMiddleInRow);
         }
     }
 
     void DrawTimes() const {
-        const std::size_t axis = TopOf(0);
+        const std::size_t axis = Axis();
         std::string ticks = Point(left, axis) + To('H', Right());
         std::string guides;
         Text(svg, "time", kMargin, top + kAxis / 2, "ms");
@@ -180,6 +200,22 @@ struct SvgBlock {
         }
         Path(svg, "guide", guides);
         Path(svg, "axis", ticks);
+    }
+
+    /// What happened, beside its moment. What went wrong strikes through all lines.
+    void DrawMarks() const {
+        std::string marks;
+        std::string hits;
+        for (const Block::Time& mark : block.marks) {
+            const bool isHit = IsDisturbance(mark.text);
+            const std::size_t x = XOf(mark.column);
+            (isHit ? hits : marks) +=
+                Point(x, Axis()) + To('V', isHit ? Bottom() : Axis() + kMarkRow);
+            Text(svg, isHit ? "disturbance" : "event", x + kColumn / 2, Axis() + kMarkRow / 2,
+                 mark.text);
+        }
+        Path(svg, "mark", marks);
+        Path(svg, "hit", hits);
     }
 
     /// The name of a line and its levels. Low and high are one stroke with its corners; what is

@@ -49,9 +49,9 @@ void Write(Row& row, std::size_t column, const std::string& utf8) {
     }
 }
 
-Row Times(const Block& block) {
+Row Texts(const Block& block, const std::vector<Block::Time>& times) {
     Row row(block.Width(), " ");
-    for (const Block::Time& time : block.times) {
+    for (const Block::Time& time : times) {
         Write(row, time.textBegin, time.text);
     }
     return row;
@@ -100,7 +100,9 @@ std::string Text(std::string name, std::size_t nameColumns, const Row& row) {
 
 std::string Blocks(const Picture& picture, std::size_t allColumns, const Pen& pen) {
     constexpr std::string_view kUnit = "ms";
-    std::size_t longest = kUnit.size();
+    const std::string kEvents = "events";
+    const bool hasMarks = !MarksText(picture).empty();
+    std::size_t longest = hasMarks ? kEvents.size() : kUnit.size();
     for (const Lane& lane : picture.lanes) {
         longest = std::max(longest, lane.name.size());
     }
@@ -108,7 +110,10 @@ std::string Blocks(const Picture& picture, std::size_t allColumns, const Pen& pe
     std::string text;
     for (const Block& block : LayOut(picture, allColumns - nameColumns - kGap.size())) {
         text += text.empty() ? "" : "\n";
-        text += Text(std::string(kUnit), nameColumns, Times(block));
+        text += Text(std::string(kUnit), nameColumns, Texts(block, block.times));
+        if (!block.marks.empty()) {
+            text += Text(CutTo(nameColumns, kEvents), nameColumns, Texts(block, block.marks));
+        }
         for (const Lane& lane : picture.lanes) {
             text += Text(CutTo(nameColumns, lane.name), nameColumns, Line(block, lane, pen));
         }
@@ -122,8 +127,11 @@ std::string DrawText(const Picture& picture, std::size_t columns, bool ascii) {
     const bool isStill = picture.lanes.empty();
     std::string text = isStill ? NothingChanges(picture) + '\n'
                                : Blocks(picture, columns, ascii ? kAsciiPen : kLinePen);
+    if (const std::string marks = MarksText(picture); isStill && !marks.empty()) {
+        text += marks + " ms.\n";
+    }
     if (const std::string steady = SteadyText(picture, std::string::npos); !steady.empty()) {
-        text += (isStill ? "" : "\n") + steady + '\n';
+        text += (isStill && MarksText(picture).empty() ? "" : "\n") + steady + '\n';
     }
     return text;
 }

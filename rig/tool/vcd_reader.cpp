@@ -158,11 +158,15 @@ class VcdReader {
         signal.path += signal.name;
 
         std::vector<std::size_t>& signals = signalsOfCode[arguments[2]];
+        if (kind == "event") {
+            eventOfCode[arguments[2]] = signal.name;
+            return;
+        }
         const std::string leftOut = signal.path + " is left out: it is ";
         if (*width != 1) {
             recording.notes.push_back(leftOut + std::to_string(*width) +
                                       " bits wide, and only single wires are drawn.");
-        } else if (kind == "real" || kind == "event" || kind == "string") {
+        } else if (kind == "real" || kind == "string") {
             recording.notes.push_back(leftOut + "of the kind " + kind +
                                       ", and only wires are drawn.");
         } else {
@@ -224,6 +228,10 @@ class VcdReader {
             Fail("the header has no variable with the short name " + Quoted(code) + '.');
         }
         hasBegun = true;
+        if (const auto event = eventOfCode.find(code);
+            event != eventOfCode.end() && level == Level::high) {
+            recording.marks.push_back({recording.end, event->second});
+        }
         for (const std::size_t signal : signals->second) {
             if (!level) {
                 Fail(Quoted(value) + " is not a value of the single wire " +
@@ -261,6 +269,7 @@ class VcdReader {
     /// Which signals a short name stands for: several when one wire is seen in several scopes, none
     /// when it is not drawn.
     std::unordered_map<std::string_view, std::vector<std::size_t>> signalsOfCode;
+    std::unordered_map<std::string_view, std::string> eventOfCode;
     std::uint64_t ticks = 0;
     bool hasBegun = false; ///< a time or a value was read
 };

@@ -23,10 +23,17 @@ struct Signal {
     std::vector<Change> changes; ///< real changes only, in order of time, one a moment
 };
 
+/// Something that happened at a moment: an event variable of the file.
+struct Mark {
+    double time; ///< ms
+    std::string name;
+};
+
 struct Recording {
     double begin = 0; ///< ms
     double end = 0;
     std::vector<Signal> signals;
+    std::vector<Mark> marks;        ///< in order of time
     std::vector<std::string> notes; ///< sentences about what was left out
 };
 
@@ -35,8 +42,9 @@ struct VcdError : std::runtime_error {
     using runtime_error::runtime_error;
 };
 
-/// Single wires are kept, wider ones left out with a note. Names are printable ASCII, with '?' for
-/// every other byte, so that each of their characters is one column wide. Throws VcdError.
+/// Single wires and events are kept, wider ones left out with a note. Names are printable ASCII,
+/// with '?' for every other byte, so that each of their characters is one column wide. Throws
+/// VcdError.
 Recording ReadVcd(std::string_view file);
 
 } // namespace rig::wave

@@ -16,7 +16,8 @@ constexpr const char* kFooter =
     R"(Shows every change of the lines on a compressed time axis: an interval is as wide as what is
 written on it needs, so that a pulse of some microseconds stands beside one of 10 ms. The row above
 the lines gives the time of each change in ms. A pulse, which is the time away from the level that a
-line has first, carries its width.
+line has first, carries its width. Events of the recording stand below the times: in those of the
+rig capture, ignored (a trigger that the camera did not answer), unplug, plug, sleep, resume, fault.
 
     _┌─ 10 ms ─┐_   low, high, low        ░░░  unknown (x)        ╌╌╌  floating (z)
     _/- 10 ms -\_   the same in ASCII     ???                     ...)";

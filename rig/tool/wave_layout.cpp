@@ -115,13 +115,16 @@ Block LayOutBlock(std::size_t first, const std::vector<Interval>& intervals, std
     for (int i = 0; i < 64; ++i, step /= 2) {
         scale += endsAt(scale + step).back() <= static_cast<double>(columns) ? step : 0;
     }
-    Block block{first, {}, {}, {}};
+    Block block{first, {}, {}, {}, {}};
     for (const double end : endsAt(scale)) {
         block.columns.push_back(static_cast<std::size_t>(std::lround(end)));
     }
     for (std::size_t i = first > 0 ? 1 : 0; i < intervals.size(); ++i) {
         const std::size_t column = block.columns[i];
         block.times.push_back({column, column, TimeAt(picture, first + i)});
+        if (const std::string& mark = picture.marks[first + i]; !mark.empty()) {
+            block.marks.push_back({column, column, mark});
+        }
         if (intervals[i].isCut) {
             block.cuts.push_back(block.columns[i + 1]);
         }
@@ -148,7 +151,8 @@ std::size_t ColumnsOf(const std::string& text) {
 std::vector<Block> LayOut(const Picture& picture, std::size_t columns) {
     std::vector<Interval> intervals(picture.Intervals());
     for (std::size_t i = 0; i < intervals.size(); ++i) {
-        intervals[i].least = TimeAt(picture, i).size() + kBlanksAfterTime;
+        intervals[i].least =
+            std::max(TimeAt(picture, i).size(), picture.marks[i].size()) + kBlanksAfterTime;
     }
     if (ShowsEnd(picture)) {
         intervals.back().least += TimeAt(picture, picture.Intervals()).size();

@@ -30,6 +30,7 @@ struct Block {
         std::string text;      ///< empty when it is that of the moment before
     };
     std::vector<Time> times;
+    std::vector<Time> marks; ///< likewise, of what happened
 
     std::size_t Last() const { return first + columns.size() - 1; } ///< its last moment
     std::size_t Width() const { return columns.back(); }

@@ -141,6 +141,42 @@ Lane LaneOf(const Signal& signal, const Picture& picture) {
     return lane;
 }
 
+// ---- What happened beside them -----------------------------------------------------------------
+
+/// The same mark again and again, with no change of the lines in between.
+struct Run {
+    Mark first;
+    double last;
+    std::size_t count;
+
+    std::string Text() const {
+        constexpr std::size_t kMostColumns = 20;
+        return CutTo(kMostColumns, first.name) + (count > 1 ? " x" + std::to_string(count) : "");
+    }
+};
+
+std::vector<Run> RunsOf(const std::vector<Mark>& marks, double begin, double end,
+                        const std::vector<const Signal*>& signals) {
+    std::vector<Run> runs;
+    for (const Mark& mark : marks) {
+        if (mark.time < begin || mark.time > end) {
+            continue;
+        }
+        const bool goesOn =
+            !runs.empty() && runs.back().first.name == mark.name &&
+            std::ranges::all_of(signals, [&](const Signal* signal) {
+                return ChangesUpTo(runs.back().last, *signal) == ChangesUpTo(mark.time, *signal);
+            });
+        if (goesOn) {
+            runs.back().last = mark.time;
+            ++runs.back().count;
+        } else {
+            runs.push_back({mark, mark.time, 1});
+        }
+    }
+    return runs;
+}
+
 } // namespace
 
 Picture TakePicture(const Recording& recording, const Excerpt& excerpt, Form form) {
@@ -150,7 +186,7 @@ Picture TakePicture(const Recording& recording, const Excerpt& excerpt, Form for
         throw ExcerptError("nothing was recorded then: the recording goes from " +
                            TimeText(recording.begin) + " to " + TimeText(recording.end) + " ms.");
     }
-    Picture picture{form, {begin}, {}, {}, {}};
+    Picture picture{form, {begin}, {}, {}, {}, {}};
     const std::vector<const Signal*> chosen = Choose(recording, excerpt.signals);
     std::vector<double>& moments = picture.moments;
     for (const Signal* signal : chosen) { // what is at the beginning is no change
@@ -158,15 +194,42 @@ Picture TakePicture(const Recording& recording, const Excerpt& excerpt, Form for
         std::transform(changes + ChangesUpTo(begin, *signal), changes + ChangesUpTo(end, *signal),
                        std::back_inserter(moments), [](const Change& each) { return each.time; });
     }
+    const std::vector<Run> runs = RunsOf(recording.marks, begin, end, chosen);
+    for (const Run& run : runs) {
+        moments.push_back(run.first.time);
+    }
     std::sort(moments.begin(), moments.end());
     moments.erase(std::unique(moments.begin(), moments.end()), moments.end());
     moments.push_back(end);
     picture.times = TimesOf(moments, form);
+    picture.marks.resize(moments.size());
+    for (const Run& run : runs) {
+        const auto moment = std::ranges::lower_bound(moments, run.first.time) - moments.begin();
+        std::string& mark = picture.marks[static_cast<std::size_t>(moment)];
+        mark += (mark.empty() ? "" : ", ") + run.Text();
+    }
     for (const Signal* signal : chosen) {
         Lane lane = LaneOf(*signal, picture);
         (lane.stretches.size() > 1 ? picture.lanes : picture.steady).push_back(std::move(lane));
     }
     return picture;
+}
+
+std::string MarksText(const Picture& picture) {
+    std::string text;
+    for (std::size_t i = 0; i < picture.marks.size(); ++i) {
+        if (!picture.marks[i].empty()) {
+            text +=
+                (text.empty() ? "Events: " : ", ") + picture.marks[i] + " at " + picture.times[i];
+        }
+    }
+    return text;
+}
+
+bool IsDisturbance(const std::string& mark) {
+    constexpr std::array<const char*, 4> kDisturbances = {"unplug", "sleep", "fault", "ignored"};
+    return std::ranges::any_of(kDisturbances,
+                               [&](const char* name) { return mark.find(name) != mark.npos; });
 }
 
 std::string NothingChanges(const Picture& picture) {

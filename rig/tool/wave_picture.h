@@ -38,12 +38,13 @@ struct Lane {
 };
 
 /// Interval i lies between moment i and moment i + 1. The first moment is the beginning and the
-/// last the end; at every other one at least one line changes. A line that changes at the very end
-/// still shows its new level, in a last interval without a duration.
+/// last the end; at every other one at least one line changes, or there is a mark. A line that
+/// changes at the very end still shows its new level, in a last interval without a duration.
 struct Picture {
     Form form;
     std::vector<double> moments;    ///< ms
     std::vector<std::string> times; ///< the moments as text, ms
+    std::vector<std::string> marks; ///< what happened at them: "capture", or empty
     std::vector<Lane> lanes;
     std::vector<Lane> steady; ///< lines that do not change
 
@@ -60,6 +61,12 @@ struct ExcerptError : std::runtime_error {
 
 /// Throws ExcerptError.
 Picture TakePicture(const Recording& recording, const Excerpt& excerpt, Form form);
+
+/// "Events: capture at 66.4, unplug at 70", or empty without any.
+std::string MarksText(const Picture& picture);
+
+/// Whether a mark is one of something that went wrong.
+bool IsDisturbance(const std::string& mark);
 
 /// "Nothing changes from 0 to 50 ms.", for a picture without lanes.
 std::string NothingChanges(const Picture& picture);

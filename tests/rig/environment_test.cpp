@@ -81,7 +81,7 @@ TEST_F(EnvironmentDeathTest, AWaveformIsWrittenUntilTheEnd) {
         std::exit(0);
     };
     EXPECT_EXIT(child(), ExitedWithCode(0), "^$");
-    EXPECT_EQ(ChangesIn(path), "1! 0\" #25000 1# 1\" #40000");
+    EXPECT_EQ(ChangesIn(path), "1! 1( 0\" #25000 1# 1\" #40000");
 }
 
 TEST_F(EnvironmentDeathTest, AJournalIsWrittenAsItHappens) {

@@ -37,6 +37,15 @@ TEST_F(WaveformTest, DeclaresEveryLineAndItsLevelNow) {
                               "$var wire 1 & camera_power $end\n"
                               "$var wire 1 ' accessories_power $end\n"
                               "$upscope $end\n"
+                              "$scope module events $end\n"
+                              "$var event 1 ( capture $end\n"
+                              "$var event 1 ) ignored $end\n"
+                              "$var event 1 * unplug $end\n"
+                              "$var event 1 + plug $end\n"
+                              "$var event 1 , sleep $end\n"
+                              "$var event 1 - resume $end\n"
+                              "$var event 1 . fault $end\n"
+                              "$upscope $end\n"
                               "$enddefinitions $end\n"
                               "#0\n"
                               "$dumpvars\n"
@@ -55,8 +64,35 @@ TEST_F(WaveformTest, ShowsWhatHappenedWhen) {
     Drive(pins, kRest);
     Advance(100);
     rig_write_vcd(nullptr);
-    EXPECT_EQ(ChangesIn(path), "#1 1! 0\" #10001 0! #25001 1# 1\" #110001")
+    EXPECT_EQ(ChangesIn(path), "#1 1! 1( 0\" #10001 0! #25001 1# 1\" #110001")
         << "the exposure ends at its own time, the file at the end";
+}
+
+TEST_F(WaveformTest, MarksWhatHappenedToTheLines) {
+    Load(kOneChip + "[[fault]]\nfunction = 'FT_ResetDevice'\nstatus = 4\n"
+                    "[[event]]\nat_ms = 20\naction = 'sleep'\nfor_ms = 5\n"
+                    "[[event]]\nat_ms = 30\naction = 'latch-mep'\n");
+    FT_HANDLE pins = OpenPins();
+    Drive(pins, kRest);
+    rig_write_vcd(path.c_str());
+    Advance(1);
+    Drive(pins, kRest | kTrigger);
+    Advance(2);
+    Drive(pins, kRest);
+    Advance(1);
+    Drive(pins, kRest | kTrigger); // the camera is exposing
+    Advance(1);
+    FT_ResetDevice(pins);
+    Advance(1);
+    rig_unplug(0);
+    Advance(1);
+    rig_plug(0);
+    Advance(33);
+    rig_write_vcd(nullptr);
+    EXPECT_EQ(ChangesIn(path), "#1000 1! 1( 0\" #3000 0! #4000 1! 1) #5000 1. #6000 1* 0! "
+                               "#7000 1+ #20000 1, #25000 1- #26000 1# 1\" #40000");
+    EXPECT_EQ(Take(RIG_EVENT), (Lines{"capture 1", "ignored trigger", "fault FT_ResetDevice",
+                                      "unplug 0", "plug 0", "sleep", "resume", "latch-mep"}));
 }
 
 TEST_F(WaveformTest, IsReadableAtAnyMoment) {

@@ -35,6 +35,29 @@ inline constexpr const char* kOneCapture = "$version Solvane rig $end\n"
                                            "#150004\n0$\n0#\n"
                                            "#200000\n";
 
+/// A pulse that a pulled plug cuts short, a trigger that is ignored, and calls at fault.
+inline constexpr const char* kEventful = "$timescale 1 us $end\n"
+                                         "$scope module camera $end\n"
+                                         "$var wire 1 ! trigger $end\n"
+                                         "$var wire 1 \" ready $end\n"
+                                         "$upscope $end\n"
+                                         "$scope module events $end\n"
+                                         "$var event 1 ( capture $end\n"
+                                         "$var event 1 ) ignored $end\n"
+                                         "$var event 1 * unplug $end\n"
+                                         "$var event 1 . fault $end\n"
+                                         "$upscope $end\n"
+                                         "$enddefinitions $end\n"
+                                         "#0\n$dumpvars\n0!\n1\"\n$end\n"
+                                         "#10000\n1!\n1(\n0\"\n"
+                                         "#13500\n1*\n0!\n1.\n"
+                                         "#14000\n1.\n#15000\n1.\n"
+                                         "#20000\n1!\n1)\n"
+                                         "#21000\n1.\n"
+                                         "#30000\n0!\n"
+                                         "#35000\n1\"\n"
+                                         "#40000\n";
+
 /// A raw string literal whose text begins in the line below.
 constexpr std::string_view Below(std::string_view literal) {
     return literal.substr(1);

@@ -25,6 +25,23 @@ def recording(values, names=(b"a", b"b"), scope=b"camera"):
         text += b"$var wire 1 w%d " % i + name + b" $end\n"
     return text + b"$upscope $end\n$enddefinitions $end\n" + values
 
+EVENTFUL = b"""$timescale 1 us $end
+$var wire 1 ! a $end
+$var wire 1 " b $end
+$var event 1 ( capture $end
+$var event 1 ) ignored $end
+$var event 1 * unplug $end
+$var event 1 . fault $end
+$enddefinitions $end
+#0 0! 0"
+#10000 1! 1(
+#13500 1* 0! 1.
+#14000 1.
+#20000 1! 1)
+#30000 0!
+#40000
+"""
+
 
 class Drawing:
     def __init__(self, svg):
@@ -89,6 +106,31 @@ class Pictures(unittest.TestCase):
         self.assertIn("prefers-color-scheme:dark", svg.text)
         for outside in ("<script", "href", "url(", "@import", "@font-face"):
             self.assertNotIn(outside, svg.text)
+
+    def test_events_and_what_went_wrong_through_all_lines(self):
+        svg = self.draw(EVENTFUL)
+        self.assertEqual(svg.texts("event"), ["capture"])
+        self.assertEqual(svg.texts("disturbance"), ["unplug, fault x2", "ignored"])
+        (_, top), (_, bottom) = svg.paths("mark")[0]
+        hits = svg.paths("hit")[0]
+        trigger = svg.paths("line")[0]
+        self.assertEqual([x for x, _ in hits[::2]], [trigger[3][0], trigger[5][0]],
+                         "where the plug cuts the pulse, and where the ignored one begins")
+        self.assertGreater(hits[1][1], max(y for line in svg.paths("line") for _, y in line))
+        self.assertLess(bottom, min(y for line in svg.paths("line") for _, y in line))
+        self.assertLess(top, bottom)
+        self.assertIn("Events: capture at 10, unplug, fault x2 at 13.5, ignored at 20. Unchanged",
+                      svg.words()[1])
+        still = self.draw(EVENTFUL.replace(b"1!", b"0!"))
+        self.assertEqual(still.texts("note"), [
+            "Nothing changes from 0 to 40 ms.",
+            "Events: capture at 10, unplug, fault x2 at 13.5, ignored at 20", "Unchanged: a 0, b 0"])
+        names = [b"e%d" % i for i in range(40)]
+        many = b"".join(b"$var event 1 x%d " % i + b"long_event_name_" + name + b" $end\n"
+                        for i, name in enumerate(names))
+        svg = self.draw(recording(b"#0 0w0 #5 " + b" ".join(b"1x%d" % i for i in range(40)) +
+                                  b" #9").replace(b"$upscope", many + b"$upscope"))
+        self.assertLessEqual(max(map(len, svg.texts("note"))), 100)
 
     def test_a_pulse_is_one_stroke_with_four_corners(self):
         svg = self.draw(recording(CAPTURE, CAPTURE_NAMES))

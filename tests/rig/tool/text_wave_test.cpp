@@ -31,6 +31,26 @@ Unchanged: dark 0, camera_power 1
 )"));
 }
 
+TEST(TextWave, TellsOfEventsBelowTheTimes) {
+    EXPECT_EQ(DrawText(Take(kEventful), 50), Below(R"(
+ms       0           10         13.5
+events               capture    unplug, fault x3
+trigger  ____________┌─ 3.5 ms ─┐_________________
+ready    ────────────┐__________ 25 ms ___________
+
+ms           20       21         30      35     40
+events       ignored  fault
+trigger  ____┌────── 10 ms ──────┐________________
+ready    ____________ 25 ms _____________┌────────
+)"));
+    EXPECT_EQ(DrawText(Take(kEventful, {{"ready"}, 11, 25}), 60), Below(R"(
+Nothing changes from 11 to 25 ms.
+Events: unplug, fault x3 at 13.5, ignored at 20, fault at 21 ms.
+
+Unchanged: ready 0
+)"));
+}
+
 TEST(TextWave, DrawsInAsciiToo) {
     EXPECT_EQ(DrawText(Take(kOneCapture), 80, true), Below(R"(
 ms         0           66.4         76.46      91.4        150      150.004  200

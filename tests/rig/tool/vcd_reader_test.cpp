@@ -91,10 +91,10 @@ TEST(VcdReader, SkipsWhatItNeedNotKnow) {
 TEST(VcdReader, LeavesOutWhatIsNotASingleWire) {
     const Recording recording = ReadVcd("$timescale 1 ms $end $scope module top $end\n"
                                         "$var reg 8 d data [7:0] $end\n"
-                                        "$var real 64 r volts $end $var event 1 e tick $end\n"
+                                        "$var real 64 r volts $end\n"
                                         "$var wire 1 w data [3] $end\n"
                                         "$enddefinitions $end\n"
-                                        "#0 b01xz d r1.5 r 1e bx w #4 b1 w sIDLE d #8 B0 w");
+                                        "#0 b01xz d r1.5 r bx w #4 b1 w sIDLE d #8 B0 w");
     ASSERT_EQ(recording.signals.size(), 1U);
     EXPECT_EQ(recording.signals[0].path, "top.data[3]");
     EXPECT_EQ(ChangesOf(recording.signals[0]), "4:1 8:0");
@@ -102,8 +102,23 @@ TEST(VcdReader, LeavesOutWhatIsNotASingleWire) {
         recording.notes,
         ElementsAre(
             "top.data[7:0] is left out: it is 8 bits wide, and only single wires are drawn.",
-            "top.volts is left out: it is 64 bits wide, and only single wires are drawn.",
-            "top.tick is left out: it is of the kind event, and only wires are drawn."));
+            "top.volts is left out: it is 64 bits wide, and only single wires are drawn."));
+}
+
+TEST(VcdReader, KeepsEventsAsMarks) {
+    const Recording recording = ReadVcd(kEventful);
+    EXPECT_EQ(recording.signals.size(), 2U);
+    EXPECT_THAT(recording.notes, IsEmpty());
+    std::string marks;
+    for (const Mark& mark : recording.marks) {
+        marks += mark.name + ' ' + std::to_string(static_cast<int>(mark.time * 10)) + ' ';
+    }
+    EXPECT_EQ(marks, "capture 100 unplug 135 fault 135 fault 140 fault 150 ignored 200 fault 210 ");
+    EXPECT_THAT(ReadVcd("$timescale 1 ms $end $var event 1 e tick $end\n"
+                        "$enddefinitions $end #0 $dumpvars 0e xe $end #8 ze")
+                    .marks,
+                IsEmpty())
+        << "simulators write such values of events that do not happen";
 }
 
 TEST(VcdReader, TellsNamesakesApartByTheirScopes) {

@@ -132,6 +132,21 @@ TEST(Picture, WidthsHaveTheUnitThatSuitsThem) {
     EXPECT_EQ(WidthOf(4'000, Form::drawing), "4 µs");
 }
 
+TEST(Picture, HasAMomentForEveryEvent) {
+    const Picture picture = Take(kEventful);
+    EXPECT_THAT(picture.times, ElementsAre("0", "10", "13.5", "20", "21", "30", "35", "40"));
+    EXPECT_THAT(picture.marks,
+                ElementsAre("", "capture", "unplug, fault x3", "ignored", "fault", "", "", ""))
+        << "what happens again and again is one, as long as no line changes";
+    EXPECT_EQ(MarksText(Take(kEventful, {{}, 12, 20})), "Events: unplug, fault x3 at 13.5, "
+                                                        "ignored at 20");
+    EXPECT_EQ(MarksText(Take(kOneCapture)), "");
+    EXPECT_THAT(Take("$timescale 1 ms $end $var wire 1 ! a $end $var event 1 e " +
+                     std::string(30, 'n') + "_tick $end $enddefinitions $end #0 0! #4 1e #5 1!")
+                    .marks,
+                ElementsAre("", ".." + std::string(13, 'n') + "_tick", "", ""));
+}
+
 TEST(Picture, MayShowNoChangeAtAll) {
     const Picture still = Take(TwoLines("#0 1! 0\" #50"));
     EXPECT_THAT(still.lanes, IsEmpty());
