@@ -254,11 +254,11 @@ struct SvgBlock {
         constexpr std::size_t kTooth = 8;
         std::string down;
         std::string up;
-        for (std::size_t y = TopOf(0) - kTooth / 2; y + kTooth <= Bottom(); y += kTooth) {
+        for (std::size_t y = Axis() - kTooth / 2; y + kTooth <= Bottom(); y += kTooth) {
             down += "l3 4l-3 4";
             up += "l3-4l-3-4";
         }
-        Path(svg, "cut", Point(end - 18, TopOf(0) - kTooth / 2) + down + "h5" + up + 'z');
+        Path(svg, "cut", Point(end - 18, Axis() - kTooth / 2) + down + "h5" + up + 'z');
     }
 
     /// The widths of pulses, each in the middle of what is here of it, if there is room.

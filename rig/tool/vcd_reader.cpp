@@ -228,8 +228,8 @@ class VcdReader {
             Fail("the header has no variable with the short name " + Quoted(code) + '.');
         }
         hasBegun = true;
-        if (const auto event = eventOfCode.find(code);
-            event != eventOfCode.end() && level == Level::high) {
+        const auto event = eventOfCode.find(code);
+        if (event != eventOfCode.end() && value.substr(isVector ? 1 : 0, 1) == "1") {
             recording.marks.push_back({recording.end, event->second});
         }
         for (const std::size_t signal : signals->second) {

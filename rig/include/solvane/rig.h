@@ -207,7 +207,7 @@ SOLVANE_RIG_API uint32_t rig_calls(const char* function);
 typedef enum rig_entry_kind {
     RIG_CALL,  /**< "FT_Write(SLV1B, [82 41 4f]) -> 0, 3" */
     RIG_EDGE,  /**< "trigger 1" */
-    RIG_EVENT, /**< "unplug 0", "capture 1", "fault FT_Write" */
+    RIG_EVENT, /**< "unplug 0", "capture 1", "ignored trigger", "fault FT_Write" */
     RIG_NOTE   /**< what rig_note() was given */
 } rig_entry_kind;
 
