@@ -19,7 +19,19 @@ constexpr std::uint64_t kTicksFrom1601To1970 = 116'444'736'000'000'000;
 std::atomic<std::uint64_t> now{0};
 std::atomic<std::uint64_t> wallClockAtZero{0};
 std::atomic<int> raisedPeriods{0};
+std::atomic<host::Ticks> ticks{host::Ticks::none};
 std::atomic<bool> recording{true};
+
+/// How long a sleep takes that begins now.
+std::uint64_t DurationOf(std::uint64_t sleep) {
+    constexpr std::uint64_t kCoarse = 15'625'000;
+    if (ticks == host::Ticks::none || sleep == 0) {
+        return sleep;
+    }
+    const bool isRaised = ticks == host::Ticks::honoured && raisedPeriods > 0;
+    const std::uint64_t tick = isRaised ? kNanosecondsPerMillisecond : kCoarse;
+    return (sleep + tick - 1) / tick * tick - now % tick;
+}
 
 void Note(const char* function, unsigned argument) {
     if (!recording) {
@@ -44,6 +56,9 @@ void Advance(std::uint64_t nanoseconds) {
 }
 void SetWallClock(std::uint64_t ticks) {
     wallClockAtZero = ticks;
+}
+void SetTicks(Ticks chosen) {
+    ticks = chosen;
 }
 int RaisedTimerPeriods() {
     return raisedPeriods;
@@ -73,7 +88,7 @@ using host::SystemCall;
 /// At fault it sleeps longer or shorter: a system that is busy, one whose timer is coarse.
 void Sleep(DWORD milliseconds) {
     Note("Sleep", milliseconds);
-    now += SystemCall("Sleep").Count(milliseconds) * kNanosecondsPerMillisecond;
+    now += DurationOf(SystemCall("Sleep").Count(milliseconds) * kNanosecondsPerMillisecond);
 }
 
 DWORD GetCurrentThreadId() {

@@ -19,6 +19,15 @@ void Advance(std::uint64_t nanoseconds);
 /// Sets the wall clock: 100 ns ticks since 1 January 1970 at Now() == 0.
 void SetWallClock(std::uint64_t ticks);
 
+/// The system clock's ticks, with which sleeps end. One of so many of them, begun ones included, as
+/// it takes for its length may be shorter than that by up to one: Windows' own description.
+enum class Ticks {
+    none,     ///< a sleep takes as long as it says; so it is at the start of a process
+    honoured, ///< every 15.625 ms, or every ms while timeBeginPeriod() asks for that
+    ignored   ///< every 15.625 ms: Windows 11 with a program whose window is hidden
+};
+void SetTicks(Ticks chosen);
+
 /// How many timeBeginPeriod() calls were not yet matched by timeEndPeriod().
 int RaisedTimerPeriods();
 

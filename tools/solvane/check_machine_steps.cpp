@@ -141,8 +141,11 @@ void Run::Timing(StepResult& step) {
         step.outcome = Outcome::told;
         step.advice =
             "Windows does not grant the resolution of 1 ms that the library asks for, as "
-            "Windows 11 does not to a program whose window is hidden or minimised: pulses "
-            "of 10 ms last up to 16 ms there. The camera does not mind; nothing is lost.";
+            "Windows 11 does not to a program whose window is hidden or minimised: "
+            "there a sleep ends with the clock's next tick. Pulses of 10 ms last up to 16 ms, on "
+            "an "
+            "FT2232H up to 31 ms; on the other kinds they may be shorter, too. If captures are "
+            "missed, keep the host's window visible.";
     }
 }
 
