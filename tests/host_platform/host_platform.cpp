@@ -19,16 +19,16 @@ constexpr std::uint64_t kTicksFrom1601To1970 = 116'444'736'000'000'000;
 std::atomic<std::uint64_t> now{0};
 std::atomic<std::uint64_t> wallClockAtZero{0};
 std::atomic<int> raisedPeriods{0};
-std::atomic<host::Ticks> ticks{host::Ticks::none};
+std::atomic<host::Ticks> clockTicks{host::Ticks::none};
 std::atomic<bool> recording{true};
 
 /// How long a sleep takes that begins now.
 std::uint64_t DurationOf(std::uint64_t sleep) {
     constexpr std::uint64_t kCoarse = 15'625'000;
-    if (ticks == host::Ticks::none || sleep == 0) {
+    if (clockTicks == host::Ticks::none || sleep == 0) {
         return sleep;
     }
-    const bool isRaised = ticks == host::Ticks::honoured && raisedPeriods > 0;
+    const bool isRaised = clockTicks == host::Ticks::honoured && raisedPeriods > 0;
     const std::uint64_t tick = isRaised ? kNanosecondsPerMillisecond : kCoarse;
     return (sleep + tick - 1) / tick * tick - now % tick;
 }
@@ -58,7 +58,7 @@ void SetWallClock(std::uint64_t ticks) {
     wallClockAtZero = ticks;
 }
 void SetTicks(Ticks chosen) {
-    ticks = chosen;
+    clockTicks = chosen;
 }
 int RaisedTimerPeriods() {
     return raisedPeriods;
