@@ -111,7 +111,7 @@ std::string Blocks(const Picture& picture, std::size_t allColumns, const Pen& pe
     for (const Block& block : LayOut(picture, allColumns - nameColumns - kGap.size())) {
         text += text.empty() ? "" : "\n";
         text += Text(std::string(kUnit), nameColumns, Texts(block, block.times));
-        if (!block.marks.empty()) {
+        if (hasMarks) {
             text += Text(CutTo(nameColumns, kEvents), nameColumns, Texts(block, block.marks));
         }
         for (const Lane& lane : picture.lanes) {

@@ -13,7 +13,8 @@ def without_times(line):
     line = re.sub(r"\d+(\.\d+)? ms\b", "N ms", line)
     if line.startswith("ms "):  # the times above a waveform
         line = re.sub(r"\d+(\.\d+)?", "N", line)
-    return without_runs(line) if re.search(r"\bN\b|[┌┐]|____", line) else line
+    is_waveform = re.search(r"\bN\b|[┌┐]|____", line) or line.startswith("events ")
+    return without_runs(line) if is_waveform else line
 
 
 def without_runs(line):

@@ -43,6 +43,18 @@ events       ignored  fault
 trigger  ____┌────── 10 ms ──────┐________________
 ready    ____________ 25 ms _____________┌────────
 )"));
+    EXPECT_EQ(DrawText(Take("$timescale 1 ms $end $var wire 1 ! a $end $var event 1 e tick $end\n"
+                            "$enddefinitions $end #0 0! 1e #1234567 1! #2234567 0! #3234567"),
+                       40),
+              Below(R"(
+ms      0                1234567
+events  tick
+a       _________________┌─ 1000000 ms ─
+
+ms          2234567              3234567
+events
+a       ────┐___________________________
+)")) << "each block has the same rows";
     EXPECT_EQ(DrawText(Take(kEventful, {{"ready"}, 11, 25}), 60), Below(R"(
 Nothing changes from 11 to 25 ms.
 Events: unplug, fault x3 at 13.5, ignored at 20, fault at 21 ms.
