@@ -142,6 +142,19 @@ void Complete(const Request& answered) {
 
 } // namespace
 
+void ComeAfterEdge(const std::string& edge, std::uint64_t nanoseconds) {
+    script.onWait = [edge, nanoseconds] {
+        const std::uint64_t now = rig_time(); // what the camera does by then is in the journal, too
+        rig_entry entry{};
+        for (std::size_t i = rig_journal_size(); i-- > 0;) {
+            if (rig_journal_entry(i, &entry) == 0 && entry.kind == RIG_EDGE && edge == entry.text) {
+                Advance(std::max(now, entry.time + nanoseconds) - now);
+                return;
+            }
+        }
+    };
+}
+
 void Reset() {
     script = {};
     openHandles.clear();

@@ -63,6 +63,10 @@ struct Script {
 /// What the next calls are answered with.
 extern Script script;
 
+/// Has every event come so many ns after the latest edge of that name ("ready 1") in the rig's
+/// journal; at once when that is past, or when there was none.
+void ComeAfterEdge(const std::string& edge, std::uint64_t nanoseconds);
+
 /// Forgets script and handles.
 void Reset();
 

@@ -78,6 +78,51 @@ TEST_P(OnEveryKindTest, WorkAsByThemselvesAndTheRunGoesOn) {
     EXPECT_EQ(calls, 2 * (24 + 1)); // SetLogger twice
 }
 
+/// A host that triggers with every event of its timer.
+struct TriggeringHost {
+    SolvaneTimerHandle timer = 0;
+    std::vector<short> statuses = {};
+
+    static void SOLVANE_CALL Receive(std::uint64_t context, const SolvaneTimerEvent*) {
+        constexpr std::size_t kPictures = 4;
+        auto& host = *reinterpret_cast<TriggeringHost*>(static_cast<std::uintptr_t>(context));
+        host.statuses.push_back(Solvane_TriggerCapture());
+        if (host.statuses.size() == kPictures) {
+            EXPECT_EQ(Solvane_StopTimer(host.timer), 0);
+        }
+    }
+};
+
+/// Events come at any moment of an exposure and after it: one that comes too early is refused and
+/// costs no picture but its own.
+TEST_P(OnEveryKindTest, AreRefusedInAnEventThatComesWhileTheCameraIsBusy) {
+    constexpr int kExposure = 40; // ms
+    constexpr int kQuestions = 6; // ms; three of 2 ms, on an FT2232H
+    std::size_t refused = 0;
+    std::size_t given = 0;
+    for (int after = 0; after <= 2 * kExposure; ++after) {
+        if (after > kExposure - kQuestions && after < kExposure) {
+            continue; // the answer depends on when in its call the library asks
+        }
+        SCOPED_TRACE(after);
+        Start("[camera]\nexposure_ms = " + std::to_string(kExposure) + "\n" + GetParam().scenario);
+        rig_journal_clear();
+        host::kernel::ComeAfterEdge("ready 0", static_cast<std::uint64_t>(after) * 1'000'000);
+        TriggeringHost host;
+        ASSERT_EQ(Solvane_CreateTimer(&host.timer, reinterpret_cast<std::uintptr_t>(&host)), 0);
+        EXPECT_EQ(Solvane_RunTimer(host.timer, 1, TriggeringHost::Receive), 0);
+        EXPECT_EQ(Solvane_DisposeTimer(host.timer), 0);
+        host::kernel::script.onWait = nullptr;
+        const short later = after < kExposure ? short{SOLVANE_E_NOT_READY} : short{0};
+        EXPECT_EQ(host.statuses, (std::vector<short>{0, later, later, later}));
+        EXPECT_EQ(rig_captures(), later == 0 ? 4U : 1U);
+        ++(later == 0 ? given : refused);
+        EXPECT_EQ(WhatIsWrongAfterwards(), "");
+    }
+    EXPECT_EQ(refused, 35U);
+    EXPECT_EQ(given, 41U);
+}
+
 INSTANTIATE_TEST_SUITE_P(CallsFromATimerTest, OnEveryKindTest, testing::ValuesIn(Kinds()),
                          TestName);
 
