@@ -70,7 +70,8 @@ void Waveform::Set(rig_line line, bool level, std::uint64_t time) {
 
 void Waveform::Mark(std::string_view event, std::uint64_t time) {
     const auto* const kind = std::ranges::find(kMarks, event.substr(0, event.find(' ')));
-    if (kind != kMarks.end()) {
+    const bool isPlan = std::ranges::count(event, ' ') > 1; // "fault FT_Write status=4"
+    if (kind != kMarks.end() && !isPlan) {
         MoveTo(time);
         const auto index = static_cast<std::size_t>(kind - kMarks.begin());
         file << DigitOf(true) << CodeOf(levels.size() + index) << '\n' << std::flush;
