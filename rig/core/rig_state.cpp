@@ -77,7 +77,11 @@ bool Rig::LoadText(std::string_view toml) {
 bool Rig::Parse(std::string_view toml, std::string called) {
     error.clear();
     try {
-        Load(ParseScenario(toml), toml, std::move(called));
+        if (toml != parsedText) { // tests load the same one over and over
+            parsed = ParseScenario(toml);
+            parsedText = toml;
+        }
+        Load(parsed, toml, std::move(called));
     } catch (const ScenarioError& mistake) {
         error = mistake.what();
     }

@@ -88,6 +88,8 @@ class Rig {
 
     std::mutex mutex;
     std::string error;
+    std::string parsedText; ///< the last text that was a scenario
+    Scenario parsed;        ///< which is this; of an empty text at first
     std::string name;
     std::string text;
     std::size_t chips = 0;
