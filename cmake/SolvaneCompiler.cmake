@@ -58,6 +58,11 @@ macro(solvane_measured)
   endif()
 endmacro()
 
+# What fuzzers are guided by: what they are about. The hardware behind it would only slow them down.
+if(SOLVANE_BUILD_FUZZERS)
+  set(SOLVANE_FUZZED -fsanitize=fuzzer-no-link)
+endif()
+
 # solvane_room(<name> [SOURCES ...] [SEES <targets this room's headers need>]
 #              [USES <targets its sources need>])
 #

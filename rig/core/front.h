@@ -53,6 +53,9 @@ inline std::vector<Front>& Fronts() {
 /// Answers a call where the hardware is: here, counted, at fault if that is planned, and journalled.
 void Answer(Call& call);
 
+/// Answers a call with their hardware and does nothing else.
+void AnswerPlainly(Call& call);
+
 /// A front as a static object.
 struct Linked {
     explicit Linked(Front front) {
