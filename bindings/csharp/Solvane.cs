@@ -296,8 +296,8 @@ namespace Solvane
     /// Hands the library's log lines to a function until it is disposed of. There is one log function
     /// in the process: a second Logger takes over from the first. Make it before the first other call,
     /// to see how the hardware was chosen, and neither make nor dispose of it while a call or a timer
-    /// is in progress. The function must not call into the library. While timers run it is called on
-    /// their threads as well.
+    /// is in progress. What the function may call of the library is rule 7 of
+    /// solvane.h. While timers run it is called on their threads as well.
     /// </summary>
     public sealed class Logger : IDisposable
     {

@@ -118,7 +118,7 @@ const question = (name) => () => {
 let logCallback = null; // kept registered for as long as the library may call it
 
 // Hands each log line to `onLine`; null ends that. Call it before the first other call, to see how
-// the hardware was chosen. `onLine` must not call into the library.
+// the hardware was chosen. What `onLine` may call of the library is rule 7 of solvane.h.
 const setLogger = (onLine) => {
   const callback = onLine && koffi.register((context, line) => {
     try {

@@ -136,7 +136,7 @@ def set_logger(function):
     """Hands each log line, a str, to `function`; None ends that.
 
     Call it before the first other call, to see how the hardware was chosen, and never while another
-    call or a timer is in progress. `function` must not call into the library.
+    call or a timer is in progress. What `function` may call of the library is rule 7 of solvane.h.
     """
     global _log_callback
     if function is None:

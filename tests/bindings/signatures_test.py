@@ -317,17 +317,17 @@ class Signatures(unittest.TestCase):
         self.assertIn("#include <solvane/solvane.h>", text)
         self.assertNotIn("SOLVANE_API", text)
         self.assertEqual(set(re.findall(r"Solvane_\w+", text)), set(self.header.functions))
-        # Each function is there twice, once with an error code, and calls what its name says.
+        # Each function calls what its name says, and says where its status goes.
         bodies = re.findall(r"^inline (?:void|bool) (\w+)\((.*?)\) \{(.*?)\}$", text, re.M | re.S)
         forms = {}
         for name, parameters, body in bodies:
             for called in set(re.findall(r"Solvane_\w+", body)):
                 self.assertEqual(called, f"Solvane_{name}")
-                forms.setdefault(called, []).append(parameters)
+                forms[called] = parameters
         self.assertEqual(sorted(forms), self.plain)
         for name, parameters in forms.items():
-            expected = [""] if name == "Solvane_EnforceFTDI" else ["", "std::error_code& error"]
-            self.assertEqual(sorted(parameters), expected, name)
+            expected = "" if name == "Solvane_EnforceFTDI" else "Outcome outcome = {}"
+            self.assertEqual(parameters, expected, name)
 
     def test_csharp_methods_call_what_their_names_say(self):
         camera = read_file(CSHARP).split("public static class Camera")[1].split("internal static")[0]

@@ -3,9 +3,10 @@
 /// Needs solvane.h on the include path and the import library of Solvane.dll; nothing else is to be
 /// compiled or linked. What solvane.h says of lines, times and threads holds here too. In short:
 ///
-/// - A function does what the one of the same name in solvane.h does. The one without a parameter
-///   throws solvane::Error when the status is not 0; the one with a std::error_code throws nothing
-///   of its own and tells the status there. Questions return bool: false when there is no answer.
+/// - A function does what the one of the same name in solvane.h does. Called without a parameter it
+///   throws solvane::Error when the status is not 0; called with a std::error_code it throws
+///   nothing of its own and puts the status there. Questions return bool: false when there is no
+///   answer.
 /// - One thread at a time, except for timers: nothing here adds a lock.
 /// - An exception that leaves the host's own functions never travels through the library. A timer's
 ///   function ends the run with it and Timer::Run throws it; of a log function it is dropped.
@@ -87,34 +88,33 @@ class Error : public std::system_error {
     Status status() const noexcept { return static_cast<Status>(code().value()); }
 };
 
-namespace detail {
+/// Where the status of a call goes: into the std::error_code that the call is given; if it is given
+/// none, a status other than 0 is thrown as an Error.
+class Outcome {
+  public:
+    Outcome() = default;
+    Outcome(std::error_code& target) : error(&target) {}
 
-inline std::error_code ToCode(std::int16_t status) {
-    return {status, Category()};
-}
-
-inline void Throw(const std::error_code& error, const char* function) {
-    if (error) {
-        throw Error(error, function);
+    void Of(std::int16_t status, const char* function) const {
+        const std::error_code code{status, Category()};
+        if (error != nullptr) {
+            *error = code;
+        } else if (code) {
+            throw Error(code, function);
+        }
     }
-}
 
-using Question = std::int16_t(SOLVANE_CALL*)(std::int16_t*);
+    /// Of a question: false when there is no answer.
+    bool Of(std::int16_t(SOLVANE_CALL* question)(std::int16_t*), const char* function) const {
+        std::int16_t answer = 0;
+        const std::int16_t status = question(&answer);
+        Of(status, function);
+        return status == SOLVANE_OK && answer != 0;
+    }
 
-inline bool Ask(Question question, std::error_code& error) {
-    std::int16_t answer = 0;
-    error = ToCode(question(&answer));
-    return !error && answer != 0;
-}
-
-inline bool Ask(Question question, const char* function) {
-    std::error_code error;
-    const bool answer = Ask(question, error);
-    Throw(error, function);
-    return answer;
-}
-
-} // namespace detail
+  private:
+    std::error_code* error = nullptr;
+};
 
 // ---- Logging ------------------------------------------------------------------------------------
 
@@ -122,8 +122,9 @@ inline bool Ask(Question question, const char* function) {
 ///
 /// There is one log function in the process: a second Logger takes over from the first. Make it
 /// before the first other call, to see how the hardware was chosen, and neither make nor destroy it
-/// while a call or a timer is in progress. The callable must not call into the library, and the
-/// line is valid during the call only. While timers run it is called on their threads as well.
+/// while a call or a timer is in progress. What the callable may call of the library is rule 7 of
+/// solvane.h; the line is valid during the call only. While timers run it is called on their
+/// threads as well.
 class Logger {
   public:
     explicit Logger(std::function<void(std::string_view line)> toCall) : onLine(std::move(toCall)) {
@@ -154,28 +155,18 @@ class Logger {
 // ---- Finding the hardware -----------------------------------------------------------------------
 
 /// Returns when the hardware is there and configured.
-inline void CheckAvailable(std::error_code& error) {
-    error = detail::ToCode(Solvane_CheckAvailable());
-}
-inline void CheckAvailable() {
-    detail::Throw(detail::ToCode(Solvane_CheckAvailable()), "Solvane_CheckAvailable");
+inline void CheckAvailable(Outcome outcome = {}) {
+    outcome.Of(Solvane_CheckAvailable(), "Solvane_CheckAvailable");
 }
 
 /// Returns when camera and accessories power can be switched.
-inline void CheckPowerControlAvailable(std::error_code& error) {
-    error = detail::ToCode(Solvane_CheckPowerControlAvailable());
-}
-inline void CheckPowerControlAvailable() {
-    detail::Throw(detail::ToCode(Solvane_CheckPowerControlAvailable()),
-                  "Solvane_CheckPowerControlAvailable");
+inline void CheckPowerControlAvailable(Outcome outcome = {}) {
+    outcome.Of(Solvane_CheckPowerControlAvailable(), "Solvane_CheckPowerControlAvailable");
 }
 
 /// Looks for the hardware again, from the first kind.
-inline void RecheckStatus(std::error_code& error) {
-    error = detail::ToCode(Solvane_RecheckStatus());
-}
-inline void RecheckStatus() {
-    detail::Throw(detail::ToCode(Solvane_RecheckStatus()), "Solvane_RecheckStatus");
+inline void RecheckStatus(Outcome outcome = {}) {
+    outcome.Of(Solvane_RecheckStatus(), "Solvane_RecheckStatus");
 }
 
 /// Chooses the FT2232H, whether it is there or not.
@@ -186,127 +177,78 @@ inline void EnforceFTDI() {
 // ---- Capture ------------------------------------------------------------------------------------
 
 /// Triggers one capture; Status::NotReady when the system is not ready for it.
-inline void TriggerCapture(std::error_code& error) {
-    error = detail::ToCode(Solvane_TriggerCapture());
-}
-inline void TriggerCapture() {
-    detail::Throw(detail::ToCode(Solvane_TriggerCapture()), "Solvane_TriggerCapture");
+inline void TriggerCapture(Outcome outcome = {}) {
+    outcome.Of(Solvane_TriggerCapture(), "Solvane_TriggerCapture");
 }
 
 /// Whether the system is ready for a trigger.
-inline bool CheckSystemReady(std::error_code& error) {
-    return detail::Ask(&Solvane_CheckSystemReady, error);
-}
-inline bool CheckSystemReady() {
-    return detail::Ask(&Solvane_CheckSystemReady, "Solvane_CheckSystemReady");
+inline bool CheckSystemReady(Outcome outcome = {}) {
+    return outcome.Of(Solvane_CheckSystemReady, "Solvane_CheckSystemReady");
 }
 
 /// Whether the MEP flag was latched; it is cleared if it was.
-inline bool CheckAndResetMepFlag(std::error_code& error) {
-    return detail::Ask(&Solvane_CheckAndResetMepFlag, error);
-}
-inline bool CheckAndResetMepFlag() {
-    return detail::Ask(&Solvane_CheckAndResetMepFlag, "Solvane_CheckAndResetMepFlag");
+inline bool CheckAndResetMepFlag(Outcome outcome = {}) {
+    return outcome.Of(Solvane_CheckAndResetMepFlag, "Solvane_CheckAndResetMepFlag");
 }
 
 /// Wakes the camera with a short pulse on the dark line.
-inline void WakeCamera(std::error_code& error) {
-    error = detail::ToCode(Solvane_WakeCamera());
-}
-inline void WakeCamera() {
-    detail::Throw(detail::ToCode(Solvane_WakeCamera()), "Solvane_WakeCamera");
+inline void WakeCamera(Outcome outcome = {}) {
+    outcome.Of(Solvane_WakeCamera(), "Solvane_WakeCamera");
 }
 
 // ---- Forced black update (dark) -----------------------------------------------------------------
 
-inline void EnableForcedBlackUpdate(std::error_code& error) {
-    error = detail::ToCode(Solvane_EnableForcedBlackUpdate());
-}
-inline void EnableForcedBlackUpdate() {
-    detail::Throw(detail::ToCode(Solvane_EnableForcedBlackUpdate()),
-                  "Solvane_EnableForcedBlackUpdate");
+inline void EnableForcedBlackUpdate(Outcome outcome = {}) {
+    outcome.Of(Solvane_EnableForcedBlackUpdate(), "Solvane_EnableForcedBlackUpdate");
 }
 
-inline void DisableForcedBlackUpdate(std::error_code& error) {
-    error = detail::ToCode(Solvane_DisableForcedBlackUpdate());
-}
-inline void DisableForcedBlackUpdate() {
-    detail::Throw(detail::ToCode(Solvane_DisableForcedBlackUpdate()),
-                  "Solvane_DisableForcedBlackUpdate");
+inline void DisableForcedBlackUpdate(Outcome outcome = {}) {
+    outcome.Of(Solvane_DisableForcedBlackUpdate(), "Solvane_DisableForcedBlackUpdate");
 }
 
 /// Whether the picture is forced dark.
-inline bool CheckForcedBlackUpdate(std::error_code& error) {
-    return detail::Ask(&Solvane_CheckForcedBlackUpdate, error);
-}
-inline bool CheckForcedBlackUpdate() {
-    return detail::Ask(&Solvane_CheckForcedBlackUpdate, "Solvane_CheckForcedBlackUpdate");
+inline bool CheckForcedBlackUpdate(Outcome outcome = {}) {
+    return outcome.Of(Solvane_CheckForcedBlackUpdate, "Solvane_CheckForcedBlackUpdate");
 }
 
 // ---- Power --------------------------------------------------------------------------------------
 
-inline void EnableCameraPower(std::error_code& error) {
-    error = detail::ToCode(Solvane_EnableCameraPower());
-}
-inline void EnableCameraPower() {
-    detail::Throw(detail::ToCode(Solvane_EnableCameraPower()), "Solvane_EnableCameraPower");
+inline void EnableCameraPower(Outcome outcome = {}) {
+    outcome.Of(Solvane_EnableCameraPower(), "Solvane_EnableCameraPower");
 }
 
-inline void DisableCameraPower(std::error_code& error) {
-    error = detail::ToCode(Solvane_DisableCameraPower());
-}
-inline void DisableCameraPower() {
-    detail::Throw(detail::ToCode(Solvane_DisableCameraPower()), "Solvane_DisableCameraPower");
+inline void DisableCameraPower(Outcome outcome = {}) {
+    outcome.Of(Solvane_DisableCameraPower(), "Solvane_DisableCameraPower");
 }
 
 /// Whether camera power is on. A line that cannot be read says so too: see rule 6 of solvane.h.
-inline bool CheckCameraPower(std::error_code& error) {
-    return detail::Ask(&Solvane_CheckCameraPower, error);
-}
-inline bool CheckCameraPower() {
-    return detail::Ask(&Solvane_CheckCameraPower, "Solvane_CheckCameraPower");
+inline bool CheckCameraPower(Outcome outcome = {}) {
+    return outcome.Of(Solvane_CheckCameraPower, "Solvane_CheckCameraPower");
 }
 
-inline void EnableAccessoriesPower(std::error_code& error) {
-    error = detail::ToCode(Solvane_EnableAccessoriesPower());
-}
-inline void EnableAccessoriesPower() {
-    detail::Throw(detail::ToCode(Solvane_EnableAccessoriesPower()),
-                  "Solvane_EnableAccessoriesPower");
+inline void EnableAccessoriesPower(Outcome outcome = {}) {
+    outcome.Of(Solvane_EnableAccessoriesPower(), "Solvane_EnableAccessoriesPower");
 }
 
-inline void DisableAccessoriesPower(std::error_code& error) {
-    error = detail::ToCode(Solvane_DisableAccessoriesPower());
-}
-inline void DisableAccessoriesPower() {
-    detail::Throw(detail::ToCode(Solvane_DisableAccessoriesPower()),
-                  "Solvane_DisableAccessoriesPower");
+inline void DisableAccessoriesPower(Outcome outcome = {}) {
+    outcome.Of(Solvane_DisableAccessoriesPower(), "Solvane_DisableAccessoriesPower");
 }
 
 /// Whether accessories power is on. A line that cannot be read says so too.
-inline bool CheckAccessoriesPower(std::error_code& error) {
-    return detail::Ask(&Solvane_CheckAccessoriesPower, error);
-}
-inline bool CheckAccessoriesPower() {
-    return detail::Ask(&Solvane_CheckAccessoriesPower, "Solvane_CheckAccessoriesPower");
+inline bool CheckAccessoriesPower(Outcome outcome = {}) {
+    return outcome.Of(Solvane_CheckAccessoriesPower, "Solvane_CheckAccessoriesPower");
 }
 
 // ---- The device itself --------------------------------------------------------------------------
 
 /// Closes the hardware, so that another program may use it. The next operation opens it again.
-inline void CloseDevice(std::error_code& error) {
-    error = detail::ToCode(Solvane_CloseDevice());
-}
-inline void CloseDevice() {
-    detail::Throw(detail::ToCode(Solvane_CloseDevice()), "Solvane_CloseDevice");
+inline void CloseDevice(Outcome outcome = {}) {
+    outcome.Of(Solvane_CloseDevice(), "Solvane_CloseDevice");
 }
 
 /// Resets the serial channel of the FT2232H.
-inline void ResetComPort(std::error_code& error) {
-    error = detail::ToCode(Solvane_ResetComPort());
-}
-inline void ResetComPort() {
-    detail::Throw(detail::ToCode(Solvane_ResetComPort()), "Solvane_ResetComPort");
+inline void ResetComPort(Outcome outcome = {}) {
+    outcome.Of(Solvane_ResetComPort(), "Solvane_ResetComPort");
 }
 
 // ---- Timers -------------------------------------------------------------------------------------
@@ -322,11 +264,7 @@ using TimerFunction = std::function<void(const TimerEvent& event)>;
 class Timer {
   public:
     /// Opens the driver; Status::Undetermined when it cannot, and the log says why.
-    Timer() {
-        std::error_code error;
-        Create(error);
-        detail::Throw(error, "Solvane_CreateTimer");
-    }
+    Timer() { Create({}); }
     explicit Timer(std::error_code& error) { Create(error); }
 
     /// Stops a run on another thread and waits for its end, which is the driver's next event.
@@ -342,15 +280,10 @@ class Timer {
 
     /// Calls `onEvent` for each event, until Stop() or an exception out of `onEvent`, which is
     /// thrown on. Status::Invalid when the timer is in a run already.
-    void Run(std::uint32_t parameter, const TimerFunction& onEvent, std::error_code& error) {
+    void Run(std::uint32_t parameter, const TimerFunction& onEvent, Outcome outcome = {}) {
         // Kept here, so that it outlives the run even when `onEvent` destroys this object.
         const std::shared_ptr<State> kept = state;
-        error = kept->Run(parameter, onEvent);
-    }
-    void Run(std::uint32_t parameter, const TimerFunction& onEvent) {
-        std::error_code error;
-        Run(parameter, onEvent, error);
-        detail::Throw(error, "Solvane_RunTimer");
+        outcome.Of(kept->Run(parameter, onEvent), "Solvane_RunTimer");
     }
 
     /// Ends the run in progress, or the next one at once when there is none. Does not wait.
@@ -367,14 +300,14 @@ class Timer {
         State(const State&) = delete;
         State& operator=(const State&) = delete;
 
-        std::error_code Run(std::uint32_t parameter, const TimerFunction& onEvent) {
+        std::int16_t Run(std::uint32_t parameter, const TimerFunction& onEvent) {
             {
                 const std::lock_guard<std::mutex> lock(mutex);
                 if (running) {
-                    return Status::Invalid;
+                    return SOLVANE_E_INVALID;
                 }
                 if (std::exchange(stopped, false)) {
-                    return {};
+                    return SOLVANE_OK;
                 }
                 running = true;
                 thread = std::this_thread::get_id();
@@ -393,7 +326,7 @@ class Timer {
             if (toThrow) {
                 std::rethrow_exception(toThrow);
             }
-            return detail::ToCode(status);
+            return status;
         }
 
         void Stop() {
@@ -433,11 +366,10 @@ class Timer {
         std::thread::id thread;
     };
 
-    void Create(std::error_code& error) {
+    void Create(Outcome outcome) {
         // The state's address is the timer's context: it never moves.
-        error = detail::ToCode(Solvane_CreateTimer(
-            &state->handle,
-            static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(state.get()))));
+        const auto context = reinterpret_cast<std::uintptr_t>(state.get());
+        outcome.Of(Solvane_CreateTimer(&state->handle, context), "Solvane_CreateTimer");
     }
 
     std::shared_ptr<State> state = std::make_shared<State>();
