@@ -5,7 +5,8 @@
 
 #include "c_function.h"
 #include "front.h"
-#include "io_ports.h"
+#include "parallel_port.h"
+#include "super_io.h"
 
 using rig::Call;
 using rig::Function;
@@ -13,19 +14,40 @@ using namespace rig::io;
 
 namespace {
 
-std::optional<IoPorts> ports;
+// Who answers in the machine's I/O space, as far as somebody is there.
+std::optional<SuperIo> superIo;
+std::optional<ParallelPort> lpt;
 bool isDriverOpen = false;
+
+std::uint8_t Read(std::uint16_t port) {
+    if (superIo && SuperIo::Has(port)) {
+        return superIo->Read(port);
+    }
+    if (lpt && lpt->Has(port)) {
+        return lpt->Read(port);
+    }
+    constexpr std::uint8_t kNobody = 0xFF;
+    return kNobody;
+}
+
+void Write(std::uint16_t port, std::uint8_t value) {
+    if (superIo && SuperIo::Has(port)) {
+        superIo->Write(port, value);
+    } else if (lpt && lpt->Has(port)) {
+        lpt->Write(port, value);
+    }
+}
 
 /// What each function does, by its name: a parameter stands for a parameter of the function.
 namespace work {
 
 std::uint32_t Inp32(std::uint16_t port) {
-    return isDriverOpen ? ports->Read(port) : 0;
+    return isDriverOpen ? Read(port) : 0;
 }
 
 void Out32(std::uint16_t port, std::uint16_t value) {
     if (isDriverOpen) {
-        ports->Write(port, static_cast<std::uint8_t>(value));
+        Write(port, static_cast<std::uint8_t>(value));
     }
 }
 
@@ -36,8 +58,24 @@ bool IsInpOutDriverOpen() {
 } // namespace work
 
 void Build(const rig::Scenario& scenario, const rig::Surroundings& around) {
-    ports.emplace(scenario, around.installation);
+    superIo.reset();
+    lpt.reset();
+    if (scenario.superIo) {
+        superIo.emplace(*scenario.superIo, around.installation);
+    }
+    if (scenario.lpt) {
+        lpt.emplace(*scenario.lpt, around.installation);
+    }
     isDriverOpen = scenario.inpoutDriver;
+}
+
+void SetAsleep(bool asleep) {
+    if (superIo && asleep) {
+        superIo->LosePower();
+    }
+    if (lpt && asleep) {
+        lpt->LosePower();
+    }
 }
 
 const rig::Linked front({
@@ -48,7 +86,7 @@ const rig::Linked front({
 #include "vendor_functions.inc"
         },
     .build = Build,
-    .setAsleep = [](bool asleep) { ports->SetAsleep(asleep); },
+    .setAsleep = SetAsleep,
     .openDriver = [] { isDriverOpen = true; },
 });
 
