@@ -6,6 +6,9 @@ namespace rig {
 
 namespace {
 
+/// Longer scenarios are not for people any more.
+constexpr std::size_t kMaxScenarioSize = 1'048'576;
+
 /// A character of UTF-8 at the front, by its number.
 char32_t Decoded(std::string_view character) {
     const auto first = static_cast<unsigned char>(character[0]);

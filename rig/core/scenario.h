@@ -75,9 +75,6 @@ struct Scenario {
     std::size_t textBeforeSession = std::string::npos; ///< how much of the text is the rest
 };
 
-/// More than a scenario ever needs, in bytes.
-inline constexpr std::size_t kMaxScenarioSize = 1'048'576;
-
 /// What is wrong with a scenario, and where.
 struct ScenarioError : std::runtime_error {
     using runtime_error::runtime_error;

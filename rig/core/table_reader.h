@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "toml_parser.h"
+#include "toml_text.h"
 
 namespace rig {
 

