@@ -10,7 +10,7 @@
 
 #include "failing_memory.h"
 #include "host_platform.h"
-#include "instant_chip.h"
+#include "instant_hardware.h"
 #include "solvane_eapi.h"
 #include "solvane_kontron.h"
 #include "solvane_lpt.h"
@@ -19,6 +19,7 @@
 namespace {
 
 using namespace SLV::Internal;
+using test::instant::queue;
 
 /// Allocations of three rounds of every operation of a configured controller.
 template <typename Controller>
@@ -79,45 +80,40 @@ TEST_F(AllocationTest, NoOperationAllocates) {
 TEST_F(AllocationTest, AFullQueueIsDrainedInPiecesOf64KiB) {
     for (const std::uint32_t left : {1u, 4096u, 4097u, 1'000'000'000u}) {
         SolvaneUsb usb(logger);
-        test::instant_chip::LeaveInQueue(left);
+        queue = {.waiting = left};
         const std::size_t before = Allocations();
         EXPECT_EQ(usb.CheckAvailable(), 0);
-        EXPECT_EQ(test::instant_chip::InQueue(), 0u) << left;
-        EXPECT_EQ(test::instant_chip::LargestRead(), std::min(left, 64u * 1024));
-        EXPECT_EQ(test::instant_chip::ReadsOfNothing(), 0u) << "such a read waits for ever";
+        EXPECT_EQ(queue.waiting, 0u) << left;
+        EXPECT_EQ(queue.largestRead, std::min(left, 64u * 1024));
+        EXPECT_EQ(queue.readsOfNothing, 0u) << "such a read waits for ever";
         EXPECT_EQ(Allocations() - before, 1u) << "the list of devices";
     }
 }
 
 /// What cannot be had is told as the failure of that step, and had by the next attempt.
-TEST_F(AllocationTest, WithoutMemoryForTheListOfDevicesThereIsNoHardware) {
-    SolvaneUsb usb(logger);
+template <typename Controller>
+void ExpectNoHardwareWithoutMemory(Logger& logger) {
+    Controller controller(logger);
     {
         const FailingMemory memory(1, FailingMemory::kForEver);
-        EXPECT_EQ(usb.CheckAvailable(), -3);
+        EXPECT_EQ(controller.CheckAvailable(), -3);
         EXPECT_EQ(memory.Refusals(), 1u);
     }
-    EXPECT_EQ(usb.CheckAvailable(), 0);
+    EXPECT_EQ(controller.CheckAvailable(), 0);
 }
 
-TEST_F(AllocationTest, WithoutMemoryForTheBankThereIsNoHardware) {
-    SolvaneKontron kontron(logger);
-    {
-        const FailingMemory memory(1, FailingMemory::kForEver);
-        EXPECT_EQ(kontron.CheckAvailable(), -3);
-        EXPECT_EQ(memory.Refusals(), 1u);
-    }
-    EXPECT_EQ(kontron.CheckAvailable(), 0);
+TEST_F(AllocationTest, WithoutMemoryThereIsNoHardware) {
+    ExpectNoHardwareWithoutMemory<SolvaneUsb>(logger);     // the list of devices
+    ExpectNoHardwareWithoutMemory<SolvaneKontron>(logger); // the bank
 }
 
 /// One more read might wait for ever.
 TEST_F(AllocationTest, AnAnswerShorterThanWhatWasWaitingEndsTheDrain) {
     SolvaneUsb usb(logger);
-    test::instant_chip::LeaveInQueue(3);
-    test::instant_chip::DeliverAtMost(2);
+    queue = {.waiting = 3, .mostDelivered = 2};
     usb.CheckAvailable();
-    EXPECT_EQ(test::instant_chip::Reads(), 1u);
-    test::instant_chip::LeaveInQueue(0);
+    EXPECT_EQ(queue.reads, 1u);
+    queue = {};
 }
 
 /// A request whose wait failed is left behind on purpose, and the leak checkers are told so: they
