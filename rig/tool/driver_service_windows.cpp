@@ -1,4 +1,4 @@
-#include "driver_service.h"
+#include "pc_parts.h"
 
 #include <chrono>
 #include <memory>

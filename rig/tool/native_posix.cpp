@@ -1,13 +1,19 @@
 // Elsewhere than on Windows, the tool shows waveforms and places DLLs; the rest belongs into Wine.
 
+#include <cerrno>
 #include <stdexcept>
+#include <string>
 #include <system_error>
 
+#include <fcntl.h>
+#include <stdio.h>
+#include <unistd.h>
+
 #include "command_line.h"
-#include "driver_service.h"
+#include "folder_changes.h"
 #include "host_guard.h"
+#include "pc_parts.h"
 #include "this_program.h"
-#include "wmi_class.h"
 
 namespace rig {
 
@@ -23,6 +29,22 @@ namespace {
 
 [[noreturn]] void RefuseWmiClass() {
     Refuse("the WMI class is a Windows class");
+}
+
+[[noreturn]] void Fail(const std::filesystem::path& path, const char* what, int error) {
+    throw std::runtime_error(Utf8(path) + " cannot be " + what + ": " +
+                             std::generic_category().message(error) + '.');
+}
+
+bool WriteAll(int file, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const ssize_t written = write(file, bytes.data(), bytes.size());
+        if (written < 0) {
+            return false;
+        }
+        bytes.remove_prefix(static_cast<std::size_t>(written));
+    }
+    return fsync(file) == 0;
 }
 
 } // namespace
@@ -72,6 +94,35 @@ void RemoveWmiClass(std::ostream&) {
 
 void TellWmiClass(std::ostream&) {
     RefuseWmiClass();
+}
+
+void CreateNewFile(const std::filesystem::path& path, std::string_view bytes) {
+    const int file = open(path.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666);
+    if (file < 0) {
+        Fail(path, "made", errno);
+    }
+    const int error = WriteAll(file, bytes) ? 0 : errno;
+    close(file);
+    if (error != 0) {
+        unlink(path.c_str());
+        Fail(path, "written", error);
+    }
+}
+
+void RenameFile(const std::filesystem::path& from, const std::filesystem::path& to) {
+    if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) != 0) {
+        Fail(from, "renamed", errno);
+    }
+}
+
+void RemoveFile(const std::filesystem::path& path) {
+    if (unlink(path.c_str()) != 0) {
+        Fail(path, "removed", errno);
+    }
+}
+
+bool IsOfTheSystem(const std::filesystem::path&) {
+    return false;
 }
 
 } // namespace rig

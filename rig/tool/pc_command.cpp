@@ -7,10 +7,9 @@
 #include <system_error>
 #include <vector>
 
-#include "driver_service.h"
 #include "host_dlls.h"
+#include "pc_parts.h"
 #include "this_program.h"
-#include "wmi_class.h"
 
 namespace rig {
 

@@ -1,4 +1,4 @@
-#include "wmi_class.h"
+#include "pc_parts.h"
 
 #include <algorithm>
 #include <filesystem>

@@ -1,4 +1,5 @@
-/// The rig's WMI as a registered class of the system.
+/// The parts of the virtual PC that Windows must know of: the kernel driver of the rig as a
+/// service, and the rig's WMI as a registered class.
 #pragma once
 
 #include <ostream>
@@ -6,6 +7,15 @@
 namespace rig {
 
 // Each tells in a sentence what is, or throws std::runtime_error with the reason why it is not.
+
+/// Installs and starts the driver that lies beside this program; does nothing when it runs.
+void InstallDriver(std::ostream& out);
+
+/// Stops and removes it; does nothing when there is none.
+void RemoveDriver(std::ostream& out);
+
+/// Whether it runs. That it does not is an exception too.
+void TellDriver(std::ostream& out);
 
 /// Registers the rig_wbem.dll that lies beside this program in the place of the system's own class,
 /// which is remembered; does nothing more when that was done before.
