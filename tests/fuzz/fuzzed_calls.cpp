@@ -39,9 +39,10 @@ std::uint32_t OddNumber() {
     return byte < std::size(kNumbers) ? kNumbers[byte] : state->input.DoubleWord();
 }
 
-/// Bytes with others in the midst of them, as far as there is room.
+/// Bytes with others in the midst of them, as many as there is room for: a host that promises too
+/// much has them written behind its end.
 std::string OddBytes(const Value& bytes, std::size_t room) {
-    constexpr std::size_t kMost = 4096;
+    constexpr std::size_t kMost = 128 * 1024;
     constexpr std::size_t kLongestPiece = 128;
     std::string odd = rig::IsThere(bytes) ? std::get<std::string>(bytes) : "";
     odd.resize(std::min(room, kMost));
