@@ -57,7 +57,7 @@ void NoteWrite(bool isTrigger) {
     seen.triggers += isTrigger ? 1 : 0;
 }
 
-/// A call about a pin; the same as the bit of that pin.
+/// The bit of the pin that a call is about.
 unsigned CheckedPin(const rig::Call& call) {
     Check(Number(call.inputs[0]) < kPins.size() && Number(call.inputs[1]) == 1,
           "a call is about one of the eight pins");
@@ -85,7 +85,8 @@ void BeforeCall(const rig::Call& call) {
         ++seen.releases;
         break;
     case Function::EApiGPIOSetDirection:
-        Check((Number(in[2]) == EAPI_GPIO_INPUT) == ((CheckedPin(call) & kInputPins) != 0),
+        Check(Number(in[2]) ==
+                  ((CheckedPin(call) & kInputPins) != 0 ? EAPI_GPIO_INPUT : EAPI_GPIO_OUTPUT),
               "an input is an input");
         seen.isConfigured = true;
         break;
@@ -123,6 +124,7 @@ void Begin(Input& input) {
     s_gpioMobo = {};
     moboAccessoriesPowerFlag = kontronAccessoriesPowerFlag = 0;
     seen = {};
+    portIndex = 0;
     rig_load("[eapi]\n[superio]\n");
     const std::uint8_t lines = input.Byte();
     rig_force(RIG_READY, lines & 1);
