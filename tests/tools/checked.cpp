@@ -44,6 +44,7 @@ void SleepUntil(std::chrono::steady_clock::time_point due) {
     if (now < due && !stopping.stop_requested()) {
         Advance(static_cast<std::uint64_t>(
             std::chrono::duration_cast<std::chrono::nanoseconds>(due - now).count()));
+        test::PlannedDriver::Follow();
     }
 }
 
@@ -106,7 +107,10 @@ Checked CheckOnTheRig::Check(const CheckPlan& plan) {
     Solvane_SetLogger(&log, host::LibraryLog::Receive);
     SelectController(state);
 
-    const host::Functions functions = LibraryFunctions();
+    host::Functions functions = LibraryFunctions();
+    if (plan.driver != nullptr) {
+        PlannedDriver::PutInto(functions);
+    }
     const host::CheckHost checkHost{
         functions,
         log,
@@ -116,7 +120,8 @@ Checked CheckOnTheRig::Check(const CheckPlan& plan) {
         },
         [](const host::StepResult&) {},
         plan.captures,
-        std::nullopt};
+        plan.driver != nullptr ? std::optional(1u) : std::nullopt,
+        plan.timerLimit};
     Checked checked{};
     try {
         checked.result = RunCheck(checkHost);

@@ -7,6 +7,7 @@
 
 #include "check.h"
 #include "on_the_rig.h"
+#include "planned_driver.h"
 
 namespace test {
 
@@ -19,6 +20,8 @@ struct CheckPlan {
     host::Machine machine = PlainMachine();
     std::set<host::Needs> refused{};            ///< what nobody allows
     std::optional<std::uint64_t> stopAfterMs{}; ///< the program is told to stop then, as by Ctrl-C
+    const PlannedDriver* driver = nullptr;      ///< of timers, one of which is run then
+    std::chrono::seconds timerLimit{30};
 };
 
 struct Checked {

@@ -58,7 +58,7 @@ constexpr std::array kSteps{
     Step{"timing", "timing", "measured Sleep(10)", "10 to 12 ms with the resolution raised",
          nothing, "", &Run::Timing},
     Step{"timer", "timer driver", "looked for the driver, and ran a timer for three events",
-         "three events", timer, "", &Run::Timer},
+         "three events in time, each a trigger that was given", timer, "", &Run::Timer},
 };
 
 const char* WhyNothing(int availability) {

@@ -1,6 +1,7 @@
 /// An installation, proved step by step.
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <optional>
 #include <string>
@@ -61,6 +62,7 @@ struct CheckHost {
     std::function<void(const StepResult&)> tell;
     unsigned captures = 1;
     std::optional<std::uint32_t> timerParameter;
+    std::chrono::seconds timerLimit{30}; ///< until the timer's events must have come
 };
 
 struct CheckResult {

@@ -156,8 +156,8 @@ ExitCode CheckInstallation(const Session& session) {
     const CheckResult result = RunCheck(
         {session.library, session.log, [&] { return telling.LookAtMachine(); },
          [&](Needs needs, const char* question) { return permissions.WhyNot(needs, question); },
-         [&](const StepResult& step) { telling.Tell(step); }, request.captures,
-         request.checkTimer});
+         [&](const StepResult& step) { telling.Tell(step); }, request.captures, request.checkTimer,
+         std::chrono::seconds(request.timerLimitSeconds)});
     const Json verdict = telling.Conclude(result, baseline);
     if (!request.report.empty() && !(page << telling.Page(verdict) << std::flush)) {
         throw AnswerLost();

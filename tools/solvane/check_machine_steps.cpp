@@ -34,9 +34,39 @@ bool IsLibrary(const LoadedDll& dll) {
 /// The most that a sleep of 10 ms may take with the resolution that the library asks for.
 constexpr double kFineSleep = 12.5;
 
+constexpr unsigned kTimerEvents = 3;
+
 std::string Rounded(double milliseconds) {
     return std::to_string(std::lround(milliseconds * 10) / 10) + "." +
            std::to_string(std::lround(milliseconds * 10) % 10) + " ms";
+}
+
+/// A driver that gives no events cannot be told from a parameter that asks for later ones: its
+/// unit is the driver's. Once one came, the next can be expected after as long again.
+void JudgeTooFew(const TimerRunResult& run, std::chrono::seconds limit, StepResult& step) {
+    constexpr const char* kRestart =
+        "start it again as an administrator with \"sc stop SolvaneDevice\" and \"sc start "
+        "SolvaneDevice\"";
+    step.seen.push_back(std::to_string(run.events.size()) + " of " + std::to_string(kTimerEvents) +
+                        " events came within " + std::to_string(limit.count()) + " s");
+    double longest = 0;
+    double all = 0;
+    for (const TimerRunResult::Event& event : run.events) {
+        longest = std::max(longest, event.afterMs);
+        all += event.afterMs;
+    }
+    const double silence = std::chrono::duration<double, std::milli>(limit).count() - all;
+    if (run.events.empty()) {
+        step.Fail(std::string("Either the parameter asks for a longer interval than that (its unit "
+                              "is the driver's): try a smaller one, or a longer --timer-limit. Or "
+                              "the driver gives no events: ") +
+                  kRestart + ".");
+    } else if (silence > 2 * longest) {
+        step.Fail(std::string("The driver stopped giving events: ") + kRestart + ".");
+    } else {
+        step.LeaveUntested("The parameter asks for too long an interval to see more: try a smaller "
+                           "one, or a longer --timer-limit.");
+    }
 }
 
 } // namespace
@@ -162,8 +192,8 @@ void Run::Timer(StepResult& step) {
         step.LeaveUntested("Its events trigger the camera: --timer PARAMETER allows it.");
         return;
     }
-    constexpr unsigned kEvents = 3;
-    const TimerRunResult run = RunTimerFor(host.library, *host.timerParameter, kEvents);
+    const TimerRunResult run =
+        RunTimerFor(host.library, *host.timerParameter, kTimerEvents, host.timerLimit);
     if (run.status != SOLVANE_OK) {
         step.seen.push_back("status " + std::to_string(run.status) + ": " +
                             std::string(Meaning("timer", run.status)));
@@ -177,6 +207,9 @@ void Run::Timer(StepResult& step) {
             step.Fail("The driver could not trigger: " +
                       std::string(Meaning(kTimerEvent, event.status)) + ".");
         }
+    }
+    if (run.events.size() < kTimerEvents && step.outcome != Outcome::failed) {
+        JudgeTooFew(run, host.timerLimit, step);
     }
 }
 

@@ -154,6 +154,11 @@ void AddCheckArguments(CLI::App& app, Request& request) {
     app.add_option("--timer", request.checkTimer,
                    "Run a timer of the driver with this parameter; its events trigger the camera")
         ->type_name("PARAMETER");
+    app.add_option("--timer-limit", request.timerLimitSeconds,
+                   "How many seconds its three events may take")
+        ->type_name("SECONDS")
+        ->capture_default_str()
+        ->check(CLI::Range(1U, kMost / 1000).description(""));
     app.add_option("--report", request.report, "Write everything into one page, to be kept or sent")
         ->type_name("FILE.html");
     app.add_flag("--anonymous", request.anonymous,

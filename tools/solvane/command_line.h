@@ -29,6 +29,7 @@ struct Request {
     bool power = false;
     unsigned captures = 5;
     std::optional<std::uint32_t> checkTimer;
+    unsigned timerLimitSeconds = 30;
     std::string report;   ///< a file to be written; empty: none
     std::string baseline; ///< a file of an earlier check; empty: none
     bool anonymous = false;

@@ -1,51 +1,99 @@
 #include "driver_timer.h"
 
-#include <chrono>
+#include <algorithm>
+#include <memory>
+#include <mutex>
+#include <thread>
 
 namespace host {
 
 namespace {
 
-/// The run that is in progress; the context of an event leads to it.
-struct RunInProgress {
-    const DriverTimer& timer;
-    const unsigned most;
-    std::chrono::steady_clock::time_point last = SteadyNow();
-    TimerRunResult result{};
+using namespace std::chrono_literals;
+
+/// A run on a thread of its own, which may outlive whoever waits for it.
+class TimerRun {
+  public:
+    TimerRun(const Functions& ofLibrary, unsigned mostEvents)
+        : library(ofLibrary), most(mostEvents) {
+        result.events.reserve(most); // an event's function must not throw
+        result.status = library.CreateTimer(
+            &handle, static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(this)));
+        isOver = result.status != SOLVANE_OK;
+    }
+
+    bool IsOver() const {
+        const std::lock_guard lock(mutex);
+        return isOver;
+    }
+
+    /// On its thread.
+    void Perform(std::uint32_t parameter) {
+        const int status = library.RunTimer.EvenIfStopped(handle, parameter, OnEvent);
+        {
+            const std::lock_guard lock(mutex);
+            isOver = true;
+            result.status = status;
+        }
+        library.DisposeTimer(handle);
+    }
+
+    /// What has become of it; from then on it ends at the next event, if it is not over.
+    TimerRunResult End() {
+        const std::lock_guard lock(mutex);
+        if (!isOver) {
+            library.SetLogger(nullptr, nullptr); // the log goes before the library now
+            library.StopTimer(handle);
+            KeepLoaded(library);
+        }
+        return result;
+    }
+
+  private:
+    static void SOLVANE_CALL OnEvent(std::uint64_t context,
+                                     const SolvaneTimerEvent* event) noexcept {
+        reinterpret_cast<TimerRun*>(static_cast<std::uintptr_t>(context))->Receive(*event);
+    }
 
     void Receive(const SolvaneTimerEvent& event) {
         const auto now = SteadyNow();
+        const std::lock_guard lock(mutex);
         if (result.events.size() < most) {
             result.events.push_back(
                 {std::chrono::duration<double, std::milli>(now - last).count(), event.status});
         }
         last = now;
-        if (result.events.size() == most || StopToken().stop_requested()) {
-            timer.Stop();
+        if (result.events.size() == most) {
+            library.StopTimer(handle);
         }
     }
+
+    const Functions library; ///< its functions, which stay when the program lets go of the library
+    const unsigned most;
+    SolvaneTimerHandle handle = 0;
+    std::chrono::steady_clock::time_point last = SteadyNow(); ///< event, or when the run began
+
+    mutable std::mutex mutex;
+    bool isOver = false;
+    TimerRunResult result;
 };
-
-RunInProgress* current = nullptr;
-
-void SOLVANE_CALL OnEvent(std::uint64_t, const SolvaneTimerEvent* event) noexcept {
-    current->Receive(*event); // on the thread of the run
-}
 
 } // namespace
 
-TimerRunResult RunTimerFor(const Functions& library, std::uint32_t parameter, unsigned events) {
-    const DriverTimer timer(library, 0);
-    if (timer.Status() != SOLVANE_OK) {
-        return {timer.Status(), {}};
+TimerRunResult RunTimerFor(const Functions& library, std::uint32_t parameter, unsigned events,
+                           std::chrono::milliseconds most) {
+    constexpr auto kPoll = 5ms;
+    const auto run = std::make_shared<TimerRun>(library, events);
+    if (!run->IsOver()) {
+        std::thread([run, parameter] { run->Perform(parameter); }).detach();
     }
-    RunInProgress run{timer, events};
-    run.result.events.reserve(events); // an event's function must not throw
-    current = &run;
-    const std::stop_callback stopping(StopToken(), [&] { timer.Stop(); });
-    run.result.status = timer.Run(parameter, OnEvent);
-    current = nullptr;
-    return std::move(run.result);
+    const auto deadline = SteadyNow() + most;
+    while (!run->IsOver() && SteadyNow() < deadline && !StopToken().stop_requested()) {
+        SleepUntil(std::min(deadline, SteadyNow() + kPoll));
+    }
+    TimerRunResult result = run->End();
+    EndIfStopped();
+    return result;
 }
 
 } // namespace host

@@ -1,6 +1,8 @@
-/// A timer of the driver's, for as long as its owner lives.
+/// A timer of the driver's, for as long as its owner lives; and a run of one that is not waited for
+/// for ever.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <vector>
 
@@ -40,11 +42,17 @@ struct TimerRunResult {
         int status;     ///< of the driver's trigger
     };
 
-    int status = 0;
+    int status = 0; ///< of the library; 0 while the run lasts
     std::vector<Event> events;
 };
 
-/// Runs a timer until so many events came, or until the program is told to stop.
-TimerRunResult RunTimerFor(const Functions& library, std::uint32_t parameter, unsigned events);
+/// Runs a timer until so many events came, or until time is up. Nothing but an event of the
+/// driver's ends a run: one that is given up stays in the library, which is then kept loaded and
+/// logs no more. Throws Stopped when the program was told to stop meanwhile.
+TimerRunResult RunTimerFor(const Functions& library, std::uint32_t parameter, unsigned events,
+                           std::chrono::milliseconds most);
+
+/// Keeps the library loaded until the process ends.
+void KeepLoaded(const Functions& library);
 
 } // namespace host

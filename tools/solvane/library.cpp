@@ -1,5 +1,6 @@
 #include "library.h"
 
+#include "driver_timer.h"
 #include "missing_imports.h"
 #include "windows_text.h"
 
@@ -84,6 +85,12 @@ void Resolve(const Module& module, Operation<Function>& operation, const char* n
 }
 
 } // namespace
+
+void KeepLoaded(const Functions& library) {
+    HMODULE module = nullptr;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_PIN,
+                       reinterpret_cast<const wchar_t*>(library.RunTimer.function), &module);
+}
 
 Library::Library(const fs::path& path) : module(Load(path)) {
     Resolve(module, SetLogger, "Solvane_SetLogger");

@@ -578,6 +578,24 @@ class TimerWithDriver(CliTest):
         self.assertEqual(timer["outcome"], "not tested")
         self.assertIn("--timer", timer["advice"])
 
+    def test_check_does_not_wait_for_ever(self):
+        an_hour = str(3600 * 10**6)
+        begin = time.monotonic()
+        outcome = self.run_host("check", "--timer", an_hour, "--timer-limit", "1", "--report",
+                                f"Z:{self.directory}/check.html")
+        self.assertEqual((outcome.code, outcome.err), (FAILED, ""))
+        self.assertLess(time.monotonic() - begin, 60)
+        self.assertIn("0 of 3 events came within 1 s", outcome.out)
+        self.assertIn("INCOMPLETE FAIL: The step \"timer driver\" failed.", outcome.out)
+        self.assertIn("0 of 3 events", (self.directory / "check.html").read_text("utf-8"))
+
+        with self.start_host("check", "--timer", an_hour, "--timer-limit", "1000",
+                             "--json") as running:
+            self.wait_for_events(15)  # the steps before
+            time.sleep(0.5)
+            running.send_signal(signal.SIGINT)
+            self.assertEqual(running.wait(timeout=60), STOPPED)
+
     def test_tells_the_same_in_json(self):
         outcome = self.run_host(*self.PERIOD, "--count", "5", "--context",
                                 str(self.LARGEST_CONTEXT), "--json")
