@@ -173,9 +173,12 @@ void Run::Timing(StepResult& step) {
             "Windows does not grant the resolution of 1 ms that the library asks for, as "
             "Windows 11 does not to a program whose window is hidden or minimised: "
             "there a sleep ends with the clock's next tick. Pulses of 10 ms last up to 16 ms, on "
-            "an "
-            "FT2232H up to 31 ms; on the other kinds they may be shorter, too. If captures are "
+            "an FT2232H up to 31 ms; on the other kinds they may be shorter, too. If captures are "
             "missed, keep the host's window visible.";
+    } else if (sleep.plain > kFineSleep) {
+        step.advice = "Windows 11 does not raise it for a host whose window is hidden or "
+                      "minimised: there, a pulse of 10 ms lasts up to 16 ms, on an FT2232H up to "
+                      "31 ms. If captures are missed, keep the host's window visible.";
     }
 }
 

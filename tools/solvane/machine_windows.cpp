@@ -191,8 +191,12 @@ std::string SystemText() {
     if (get == nullptr || get(&version) != 0) {
         return "Windows";
     }
-    return "Windows " + std::to_string(version.dwMajorVersion) + "." +
-           std::to_string(version.dwMinorVersion) + "." + std::to_string(version.dwBuildNumber);
+    constexpr DWORD kFirstOfWindows11 = 22000; // which still calls itself 10.0
+    const std::string number = std::to_string(version.dwMajorVersion) + "." +
+                               std::to_string(version.dwMinorVersion) + "." +
+                               std::to_string(version.dwBuildNumber);
+    return version.dwBuildNumber >= kFirstOfWindows11 ? "Windows 11 (" + number + ")"
+                                                      : "Windows " + number;
 }
 
 template <typename Ask>
