@@ -60,7 +60,7 @@ TEST_F(CheckOutputTest, EachStepSaysWhatWasDoneExpectedAndSeen) {
 TEST_F(CheckOutputTest, AnonymousLeavesOutWhoAndWhere) {
     host::Machine machine = PlainMachine();
     machine.user = "a";
-    machine.dlls = {{"Solvane.dll", "C:\\Users\\A\\Solvane.dll", "", "", {}}};
+    machine.library = {"Solvane.dll", {"C:\\Users\\A\\Solvane.dll", "", ""}, {}};
     const Checked checked = CheckUsb("", machine);
     const host::Anonymiser anonymiser(checked.result.machine,
                                       {"[10:00:00.000]  SerialNumber=XYZ9A"});
@@ -101,16 +101,16 @@ TEST_F(CheckOutputTest, ReportIsOnePageAndEscaped) {
 
 TEST_F(CheckOutputTest, BaselineTellsWhatHasChangedAndNothingElse) {
     host::Machine machine = PlainMachine();
-    machine.dlls = {{"FTD2XX.dll", "C:\\app\\FTD2XX.dll", "3.2.16.0", "bb", {}}};
+    machine.vendorDlls = {{"FTD2XX.dll", {"C:\\app\\FTD2XX.dll", "3.2.16.0", "bb"}, {}}};
     const std::vector<Json> accepted = host::ReadBaseline(Printed(CheckUsb("", machine)));
     EXPECT_THAT(Changes(accepted, StepsOf(CheckUsb("", machine))), IsEmpty());
 
-    machine.dlls[0].version = "3.2.18.0";
+    machine.vendorDlls[0].file.version = "3.2.18.0";
     std::vector<std::string> changes = Changes(accepted, StepsOf(CheckUsb("", machine)));
     EXPECT_EQ(changes, std::vector<std::string>{
                            "vendor DLLs, FTD2XX.dll/version: was 3.2.16.0, is 3.2.18.0"});
 
-    machine.dlls[0].version = "3.2.16.0";
+    machine.vendorDlls[0].file.version = "3.2.16.0";
     changes = Changes(accepted, StepsOf(CheckUsb("[wiring]\nmep = 'broken'\n", machine)));
     EXPECT_THAT(changes, Contains("a capture: was ok, is FAIL"));
     changes = Changes(accepted, StepsOf(CheckUsb("[camera]\nexposure_ms = 90\n", machine)));

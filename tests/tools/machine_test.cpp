@@ -101,18 +101,61 @@ TEST_F(MachineTest, SuspendedUsbIsAnAdviceOnlyWhereAChipWasLost) {
     EXPECT_EQ(CheckOn(machine).result.Verdict(), "PASS");
 }
 
-TEST_F(MachineTest, AnotherCopyOfAVendorsDllIsTold) {
-    host::Machine machine = PlainMachine();
-    machine.dlls = {{"Solvane.dll", "C:\\app\\Solvane.dll", "100.1.0.1", "aa", {}},
-                    {"FTD2XX.dll", "C:\\app\\FTD2XX.dll", "3.2.16.0", "bb", {}}};
-    EXPECT_EQ(CheckOn(machine).Outcome("vendor_dlls"), "ok");
-    machine.dlls[1].others = {"C:\\Windows\\System32\\FTD2XX.dll, 3.1.2.0"};
-    const Checked checked = CheckOn(machine);
-    EXPECT_EQ(checked.Outcome("vendor_dlls"), "note");
-    EXPECT_THAT(checked.Step("vendor_dlls").seen,
-                testing::Contains("another FTD2XX.dll lies at C:\\Windows\\System32\\FTD2XX.dll, "
-                                  "3.1.2.0 and is not used"));
-    EXPECT_THAT(checked.Step("vendor_dlls").seen[0], HasSubstr("SHA-256 bb"));
+TEST_F(MachineTest, OtherFilesOfAVendorsDllAreToldForWhatTheyAre) {
+    using host::Processor;
+    const host::DllFile loaded{"C:\\app\\FTD2XX.dll", "3.2.16.0", "bb"};
+    const host::DllFile same{"C:\\Windows\\System32\\FTD2XX.dll", "3.2.16.0", "bb"};
+    const host::DllFile hidden{"C:\\Windows\\System32\\FTD2XX.dll", "3.1.2.0", "cc"};
+    const host::DllFile notTaken{"C:\\lib\\FTD2XX.dll", "3.1.2.0", "cc", Processor::x64, true};
+    const host::DllFile passedOver{"C:\\lib\\FTD2XX.dll", "", "dd", Processor::x86, true};
+    const host::DllFile behind{"C:\\tools\\FTD2XX.dll", "", "", Processor::none};
+    const host::DllFile unread{"C:\\tools\\FTD2XX.dll", "3.2.16.0", ""};
+    constexpr const char* kKeepTheRightOne = "keep the right one beside the host";
+    constexpr const char* kTakeItAway = "the only one of its name, hosts do not start";
+    struct Case {
+        std::vector<host::DllFile> others;
+        const char* outcome;
+        const char* seen;
+        const char* advice;
+    };
+    for (const Case& each :
+         {Case{{}, "ok", "FTD2XX.dll 3.2.16.0 C:\\app\\FTD2XX.dll, 64-bit", ""},
+          Case{{same}, "ok", "the same again: 3.2.16.0 C:\\Windows", ""},
+          Case{{hidden},
+               "note",
+               "hidden by the one that is loaded: 3.1.2.0 C:\\Windows",
+               kKeepTheRightOne},
+          Case{{notTaken},
+               "note",
+               "not taken, though Windows looks there first: 3.1.2.0 C:\\lib",
+               kKeepTheRightOne},
+          Case{{passedOver},
+               "note",
+               "passed over, though Windows looks there first: C:\\lib\\FTD2XX.dll, 32-bit",
+               kTakeItAway},
+          Case{{behind},
+               "note",
+               "behind the one that is loaded: C:\\tools\\FTD2XX.dll, no DLL",
+               kTakeItAway},
+          Case{{unread},
+               "note",
+               "hidden by the one that is loaded: 3.2.16.0 C:\\tools",
+               kKeepTheRightOne},
+          Case{{passedOver, hidden}, "note", "passed over", kKeepTheRightOne}}) {
+        host::Machine machine = PlainMachine();
+        machine.vendorDlls = {{"FTD2XX.dll", loaded, each.others}};
+        const Checked checked = CheckOn(machine);
+        const host::StepResult& step = checked.Step("vendor_dlls");
+        EXPECT_EQ(checked.Outcome("vendor_dlls"), each.outcome) << each.seen;
+        ASSERT_EQ(step.seen.size(), 2 + each.others.size()) << each.seen;
+        EXPECT_EQ(step.seen[1], "  SHA-256 bb");
+        EXPECT_THAT(step.seen[each.others.empty() ? 0 : 2], HasSubstr(each.seen));
+        EXPECT_THAT(step.advice, HasSubstr(each.advice));
+        EXPECT_EQ(step.advice.empty(), std::string(each.outcome) == "ok");
+        EXPECT_EQ(step.facts["FTD2XX.dll"].contains("others"), !each.others.empty())
+            << "a baseline tells of a file that has come";
+        EXPECT_EQ(checked.result.Verdict(), "PASS") << "what is loaded is what counts";
+    }
 }
 
 TEST_F(MachineTest, TheChipOrPortThatServesIsNamed) {

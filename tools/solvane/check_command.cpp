@@ -63,7 +63,7 @@ class Telling {
     explicit Telling(const Session& ofSession) : session(ofSession) {}
 
     Machine LookAtMachine() {
-        Machine machine = host::LookAtMachine();
+        Machine machine = host::LookAtMachine(session.library);
         if (session.request.anonymous) {
             anonymiser.emplace(machine, session.log.Lines());
         }

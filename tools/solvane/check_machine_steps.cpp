@@ -14,21 +14,39 @@ namespace host {
 
 namespace {
 
-std::string Named(const LoadedDll& dll) {
-    return dll.name + (dll.version.empty() ? "" : " " + dll.version) + " " + dll.path;
+/// "3.2.16.0 C:\\Windows\\System32\\FTD2XX.dll, 64-bit"
+std::string Text(const DllFile& file) {
+    return (file.version.empty() ? "" : file.version + " ") + file.path + ", " +
+           Describe(file.processor);
+}
+
+bool IsSame(const DllFile& file, const DllFile& other) {
+    return !file.sha256.empty() && file.sha256 == other.sha256;
+}
+
+/// What another file of a loaded DLL's name means.
+const char* MeaningOf(const DllFile& other, const DllFile& loaded) {
+    if (IsSame(other, loaded)) {
+        return "the same again: ";
+    }
+    if (other.processor != loaded.processor) {
+        return other.isBefore ? "passed over, though Windows looks there first: "
+                              : "of no use, and behind the one that is loaded: ";
+    }
+    return other.isBefore ? "not taken, though Windows looks there first: "
+                          : "hidden by the one that is loaded: ";
 }
 
 void AddDll(StepResult& step, const LoadedDll& dll) {
-    step.seen.push_back(Named(dll) + ", 64-bit" +
-                        (dll.sha256.empty() ? "" : ", SHA-256 " + dll.sha256));
-    step.facts[dll.name] = {{"path", dll.path}, {"version", dll.version}, {"sha256", dll.sha256}};
-    for (const std::string& other : dll.others) {
-        step.seen.push_back("another " + dll.name + " lies at " + other + " and is not used");
+    step.seen.push_back(dll.name + " " + Text(dll.file));
+    step.seen.push_back("  SHA-256 " + dll.file.sha256);
+    auto& facts = step.facts[dll.name];
+    facts = {{"path", dll.file.path}, {"version", dll.file.version}, {"sha256", dll.file.sha256}};
+    for (const DllFile& other : dll.others) {
+        const std::string text = MeaningOf(other, dll.file) + Text(other);
+        step.seen.push_back("  " + text);
+        facts["others"].push_back(text + ", SHA-256 " + other.sha256);
     }
-}
-
-bool IsLibrary(const LoadedDll& dll) {
-    return dll.name == "Solvane.dll";
 }
 
 /// The most that a sleep of 10 ms may take with the resolution that the library asks for.
@@ -72,29 +90,34 @@ void JudgeTooFew(const TimerRunResult& run, std::chrono::seconds limit, StepResu
 } // namespace
 
 void Run::Library(StepResult& step) {
-    for (const LoadedDll& dll : result.machine.dlls) {
-        if (IsLibrary(dll)) {
-            AddDll(step, dll);
-        }
-    }
+    AddDll(step, result.machine.library);
 }
 
 void Run::VendorDlls(StepResult& step) {
     bool isAmbiguous = false;
-    for (const LoadedDll& dll : result.machine.dlls) {
-        if (!IsLibrary(dll)) {
-            AddDll(step, dll);
-            isAmbiguous = isAmbiguous || !dll.others.empty();
+    bool hasMisfit = false;
+    for (const LoadedDll& dll : result.machine.vendorDlls) {
+        AddDll(step, dll);
+        for (const DllFile& other : dll.others) {
+            const bool isMisfit = other.processor != dll.file.processor;
+            hasMisfit = hasMisfit || isMisfit;
+            isAmbiguous = isAmbiguous || (!isMisfit && !IsSame(other, dll.file));
         }
+    }
+    if (isAmbiguous) {
+        step.advice = "Which of several copies a host gets depends on where it lies, for Windows "
+                      "looks into its folder first: keep the right one beside the host, and take "
+                      "the others away if nobody needs them.";
+    } else if (hasMisfit) {
+        step.advice = "Where such a file is the only one of its name, hosts do not start: keep the "
+                      "64-bit one, and take the other away if nobody needs it.";
+    }
+    if (!step.advice.empty()) {
+        step.outcome = Outcome::told;
     }
     if (result.machine.rig) {
         step.seen.push_back("they are " + *result.machine.rig);
         step.facts["rig"] = *result.machine.rig;
-    }
-    if (isAmbiguous && step.outcome == Outcome::ok) {
-        step.outcome = Outcome::told;
-        step.advice = "Which of two copies a program gets depends on where it lies: keep the right "
-                      "one beside the program, and take the other away if nobody needs it.";
     }
 }
 

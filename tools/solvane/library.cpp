@@ -1,5 +1,6 @@
 #include "library.h"
 
+#include "dll_search.h"
 #include "driver_timer.h"
 #include "missing_imports.h"
 #include "windows_text.h"
@@ -10,22 +11,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-fs::path ProgramDirectory() {
-    std::wstring path(MAX_PATH, L'\0');
-    DWORD length = 0;
-    while ((length = GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()))) ==
-           path.size()) { // cut off
-        path.resize(2 * path.size());
-    }
-    path.resize(length);
-    return fs::path(path).parent_path();
-}
-
 /// Sentences about every DLL in the way; empty when there is none.
-std::string DescribeMissingImports(const fs::path& path, const fs::path& programDirectory) {
+std::string DescribeMissingImports(const fs::path& path) {
     std::string sentences;
     int absent = 0;
-    for (const MissingImport& import : FindMissingImports(path, programDirectory)) {
+    for (const MissingImport& import : FindMissingImports(path)) {
         sentences += (sentences.empty() ? "" : " ") + import.importer + " needs " + import.dll +
                      ", which " + import.reason + ".";
         absent += import.absent ? 1 : 0;
@@ -37,7 +27,7 @@ std::string DescribeMissingImports(const fs::path& path, const fs::path& program
     return sentences;
 }
 
-std::string DescribeFailure(const fs::path& path, const fs::path& programDirectory, DWORD error) {
+std::string DescribeFailure(const fs::path& path, DWORD error) {
     const std::string text = Utf8(path.native());
     std::error_code ignored;
     if (!fs::exists(path, ignored)) {
@@ -47,7 +37,7 @@ std::string DescribeFailure(const fs::path& path, const fs::path& programDirecto
         return text + " is a directory, not a DLL.";
     }
     // Imports first: Windows reports a 32-bit DLL among them as if the library itself were one.
-    if (std::string missing = DescribeMissingImports(path, programDirectory); !missing.empty()) {
+    if (std::string missing = DescribeMissingImports(path); !missing.empty()) {
         return missing;
     }
     if (error == ERROR_BAD_EXE_FORMAT) {
@@ -57,7 +47,7 @@ std::string DescribeFailure(const fs::path& path, const fs::path& programDirecto
 }
 
 Module Load(const fs::path& given) {
-    const fs::path programDirectory = ProgramDirectory();
+    const fs::path programDirectory = PathOf(nullptr).parent_path();
     // Vendor DLLs are found beside this program too, wherever the library itself lies, and not in
     // the current directory, where they would be by accident or worse.
     SetDllDirectoryW(programDirectory.c_str());
@@ -65,7 +55,7 @@ Module Load(const fs::path& given) {
     const fs::path path = given.empty() ? programDirectory / L"Solvane.dll" : fs::absolute(given);
     Module module = Module::LoadPath(path);
     if (!module) {
-        throw LoadFailure(DescribeFailure(path, programDirectory, GetLastError()));
+        throw LoadFailure(DescribeFailure(path, GetLastError()));
     }
     return module;
 }

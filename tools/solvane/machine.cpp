@@ -98,4 +98,18 @@ const char* Describe(DriverState state) {
     return "cannot be asked for";
 }
 
+const char* Describe(Processor processor) {
+    switch (processor) {
+    case Processor::x64:
+        return "64-bit";
+    case Processor::x86:
+        return "32-bit";
+    case Processor::other:
+        return "for another processor";
+    case Processor::none:
+        break;
+    }
+    return "no DLL";
+}
+
 } // namespace host

@@ -7,16 +7,32 @@
 #include <vector>
 
 #include "first_port.h"
+#include "functions.h"
 
 namespace host {
+
+/// What a DLL was built for.
+enum class Processor {
+    x64, ///< the library's own
+    x86,
+    other,
+    none ///< it is no DLL
+};
+
+/// A file of a DLL's name, where Windows looks for it.
+struct DllFile {
+    std::string path;
+    std::string version; ///< as its version resource has it; empty if it has none
+    std::string sha256;  ///< of the file; empty if it could not be read
+    Processor processor = Processor::x64;
+    bool isBefore = false; ///< Windows looks there before it comes to the one that is loaded
+};
 
 /// A DLL of this process.
 struct LoadedDll {
     std::string name;
-    std::string path;
-    std::string version;             ///< as its version resource has it; empty if it has none
-    std::string sha256;              ///< of the file; empty if it could not be read
-    std::vector<std::string> others; ///< files of that name which Windows would find later
+    DllFile file;
+    std::vector<DllFile> others; ///< in the order in which Windows would find them
 };
 
 /// The service of a kernel driver.
@@ -54,9 +70,10 @@ struct Machine {
     std::string user;
     std::string time;               ///< of the day, local
     std::optional<std::string> rig; ///< the vendors' DLLs are virtual
-    std::vector<LoadedDll> dlls;    ///< Solvane.dll and the vendors'
-    std::vector<UsbDevice> usb;     ///< in D2XX's order
-    std::optional<FirstPort> port;  ///< the parallel port, if Windows knows one
+    LoadedDll library;
+    std::vector<LoadedDll> vendorDlls;
+    std::vector<UsbDevice> usb;    ///< in D2XX's order
+    std::optional<FirstPort> port; ///< the parallel port, if Windows knows one
     DriverState inpout = DriverState::unknown;
     DriverState timerDriver = DriverState::unknown;
     std::optional<bool> memoryIntegrity; ///< whether core isolation keeps drivers out
@@ -65,7 +82,7 @@ struct Machine {
 };
 
 /// Asks Windows. After the library was used for the first time: who asks first sets COM up.
-Machine LookAtMachine();
+Machine LookAtMachine(const Functions& library);
 
 // What doctor needs of it.
 DriverState FindDriver(const wchar_t* service);
@@ -81,5 +98,8 @@ std::string AdviceOnTimerDriver(DriverState state);
 
 /// "is not installed", "is stopped", ...
 const char* Describe(DriverState state);
+
+/// "64-bit", "32-bit", ...
+const char* Describe(Processor processor);
 
 } // namespace host

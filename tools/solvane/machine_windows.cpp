@@ -17,6 +17,7 @@
 #include <powrprof.h>
 #include <winsvc.h>
 
+#include "dll_search.h"
 #include "vendor_dlls.h"
 #include "virtual_rig.h"
 #include "windows_text.h"
@@ -75,65 +76,38 @@ std::string Sha256Of(const fs::path& path) {
     return text;
 }
 
-fs::path PathOf(HMODULE module) {
-    std::wstring path(MAX_PATH, L'\0');
-    DWORD length = 0;
-    while ((length = GetModuleFileNameW(module, path.data(), static_cast<DWORD>(path.size()))) ==
-           path.size()) { // cut off
-        path.resize(2 * path.size());
-    }
-    path.resize(length);
-    return path;
+DllFile LookAt(const fs::path& path, bool isBefore) {
+    return {Utf8(path.native()), VersionOf(path), Sha256Of(path), ProcessorOf(path), isBefore};
 }
 
-std::wstring SystemDirectory() {
-    std::wstring path(MAX_PATH, L'\0');
-    path.resize(GetSystemDirectoryW(path.data(), MAX_PATH));
-    return path;
+HMODULE ModuleOf(const Functions& library) {
+    HMODULE module = nullptr;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
+                           GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                       reinterpret_cast<const wchar_t*>(library.CheckAvailable.function), &module);
+    return module;
 }
 
-/// Where Windows looks for DLLs by their names alone, in its order.
-std::vector<fs::path> LoaderDirectories() {
-    std::vector<fs::path> directories{PathOf(nullptr).parent_path(), SystemDirectory()};
-    std::wstring path(GetEnvironmentVariableW(L"PATH", nullptr, 0), L'\0');
-    path.resize(GetEnvironmentVariableW(L"PATH", path.data(), static_cast<DWORD>(path.size())));
-    for (std::size_t begin = 0; begin < path.size();) {
-        const std::size_t end = std::min(path.find(L';', begin), path.size());
-        if (end > begin) {
-            directories.emplace_back(path.substr(begin, end - begin));
-        }
-        begin = end + 1;
-    }
-    return directories;
-}
-
-LoadedDll Describe(HMODULE module, const char* name) {
+LoadedDll LookAt(HMODULE module, const char* name, const std::vector<fs::path>& folders) {
     const fs::path path = PathOf(module);
-    LoadedDll dll{name, Utf8(path.native()), VersionOf(path), Sha256Of(path), {}};
-    std::vector<fs::path> known{path};
-    for (const fs::path& directory : LoaderDirectories()) {
+    LoadedDll dll{name, LookAt(path, false), {}};
+    bool isBefore = true;
+    for (const fs::path& file : FindFiles(folders, name)) {
         std::error_code error;
-        const fs::path other = directory / fs::path(name);
-        const bool isKnown = std::ranges::any_of(
-            known, [&](const fs::path& each) { return fs::equivalent(each, other, error); });
-        if (fs::exists(other, error) && !isKnown) {
-            known.push_back(other);
-            const std::string version = VersionOf(other);
-            dll.others.push_back(Utf8(other.native()) + (version.empty() ? "" : ", " + version));
+        if (fs::equivalent(file, path, error)) {
+            isBefore = false;
+        } else {
+            dll.others.push_back(LookAt(file, isBefore));
         }
     }
     return dll;
 }
 
-std::vector<LoadedDll> FindDlls() {
+std::vector<LoadedDll> FindVendorDlls(const std::vector<fs::path>& folders) {
     std::vector<LoadedDll> dlls;
-    if (const HMODULE library = GetModuleHandleW(L"Solvane.dll")) {
-        dlls.push_back(Describe(library, "Solvane.dll"));
-        dlls.back().others.clear(); // it was loaded by its path
-    }
     for (const VendorDll& vendor : kVendorDlls) {
         if (const HMODULE module = GetModuleHandleW(vendor.file)) {
-            dlls.push_back(Describe(module, vendor.name));
+            dlls.push_back(LookAt(module, vendor.name, folders));
         }
     }
     return dlls;
@@ -300,14 +274,16 @@ std::optional<bool> FindMemoryIntegrity() {
     return enabled ? std::optional(*enabled != 0) : std::nullopt;
 }
 
-Machine LookAtMachine() {
+Machine LookAtMachine(const Functions& library) {
+    const HMODULE module = ModuleOf(library);
     Machine machine;
     machine.system = SystemText();
     machine.computer = Name(GetComputerNameW);
     machine.user = Name(GetUserNameW);
     machine.time = LocalTime();
     machine.rig = DescribeVirtualRig();
-    machine.dlls = FindDlls();
+    machine.library = LookAt(module, "Solvane.dll", {}); // it was loaded by its path
+    machine.vendorDlls = FindVendorDlls(LoaderFolders(PathOf(module)));
     machine.usb = FindUsb();
     machine.port = FindFirstPort();
     machine.inpout = FindDriver(kInpoutService);

@@ -1,5 +1,6 @@
 #include "missing_imports.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <fstream>
 #include <iterator>
@@ -10,6 +11,7 @@
 
 #include <windows.h>
 
+#include "dll_search.h"
 #include "module.h"
 #include "pe_imports.h"
 #include "windows_text.h"
@@ -26,34 +28,23 @@ std::vector<std::string> ImportsOf(const fs::path& path) {
     return ImportedDlls(std::as_bytes(std::span(content)));
 }
 
-/// The directories in which the loader looks for what the library imports.
-std::wstring LoaderDirectories(const fs::path& library, const fs::path& programDirectory) {
-    std::wstring system(MAX_PATH, L'\0');
-    system.resize(GetSystemDirectoryW(system.data(), MAX_PATH));
-    std::wstring path(GetEnvironmentVariableW(L"PATH", nullptr, 0), L'\0');
-    path.resize(GetEnvironmentVariableW(L"PATH", path.data(), static_cast<DWORD>(path.size())));
-    return library.parent_path().native() + L';' + programDirectory.native() + L';' + system +
-           L';' + path;
-}
-
-std::optional<fs::path> Locate(const std::wstring& directories, const std::wstring& dll) {
-    const auto search = [&](std::wstring& found) {
-        return SearchPathW(directories.c_str(), dll.c_str(), nullptr,
-                           static_cast<DWORD>(found.size()), found.data(), nullptr);
+/// The file that the loader takes or stops at. It passes over those for other processors, and takes
+/// the first of them for the reason when there is nothing else.
+std::optional<fs::path> Locate(const std::vector<fs::path>& folders, const std::wstring& dll) {
+    const std::vector<fs::path> files = FindFiles(folders, dll);
+    const auto isLookedAt = [](const fs::path& file) {
+        const Processor processor = ProcessorOf(file);
+        return processor == Processor::x64 || processor == Processor::none;
     };
-    std::wstring found(MAX_PATH, L'\0');
-    DWORD length = search(found);
-    if (length > found.size()) { // the size that it would take
-        found.resize(length);
-        length = search(found);
-    }
-    found.resize(length);
-    return found.empty() ? std::nullopt : std::optional<fs::path>(found);
+    const auto found = std::ranges::find_if(files, isLookedAt);
+    return found != files.end() ? std::optional(*found)
+           : files.empty()      ? std::nullopt
+                                : std::optional(files.front());
 }
 
 class Search {
   public:
-    explicit Search(std::wstring loaderDirectories) : directories(std::move(loaderDirectories)) {}
+    explicit Search(std::vector<fs::path> loaderFolders) : folders(std::move(loaderFolders)) {}
 
     void LookInto(const fs::path& importer) {
         for (const std::string& dll : ImportsOf(importer)) {
@@ -67,7 +58,7 @@ class Search {
 
   private:
     void Try(const std::string& importer, const std::string& dll) {
-        const std::optional<fs::path> path = Locate(directories, Wide(dll));
+        const std::optional<fs::path> path = Locate(folders, Wide(dll));
         // A DLL without a file may still be one that Windows makes up, so loading it decides.
         const Module module = path ? Module::LoadPath(*path) : Module::LoadName(Wide(dll));
         if (module) {
@@ -75,7 +66,10 @@ class Search {
         }
         const DWORD error = GetLastError();
         if (error == ERROR_BAD_EXE_FORMAT) {
-            missing.push_back({importer, dll, "is not a 64-bit DLL", false});
+            missing.push_back(
+                {importer, dll,
+                 "is not a 64-bit DLL" + (path ? ": " + Utf8(path->native()) : std::string()),
+                 false});
         } else if (error != ERROR_MOD_NOT_FOUND) {
             missing.push_back(
                 {importer, dll, "cannot be loaded (" + SystemMessage(error) + ")", false});
@@ -86,15 +80,14 @@ class Search {
         }
     }
 
-    const std::wstring directories;
+    const std::vector<fs::path> folders;
     std::set<std::string> tried; ///< DLLs may import one another in a circle
 };
 
 } // namespace
 
-std::vector<MissingImport> FindMissingImports(const fs::path& library,
-                                              const fs::path& programDirectory) {
-    Search search(LoaderDirectories(library, programDirectory));
+std::vector<MissingImport> FindMissingImports(const fs::path& library) {
+    Search search(LoaderFolders(library));
     search.LookInto(library);
     return search.missing;
 }

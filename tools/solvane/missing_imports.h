@@ -16,8 +16,7 @@ struct MissingImport {
 };
 
 /// Tries every DLL that the library imports, and what those import in turn where that is what is
-/// missing. The paths are absolute.
-std::vector<MissingImport> FindMissingImports(const std::filesystem::path& library,
-                                              const std::filesystem::path& programDirectory);
+/// missing. The path is absolute.
+std::vector<MissingImport> FindMissingImports(const std::filesystem::path& library);
 
 } // namespace host

@@ -7,7 +7,9 @@ import hashlib
 import os
 import re
 import select
+import shutil
 import signal
+import struct
 import sys
 import time
 import tty
@@ -15,7 +17,7 @@ import unittest
 from pathlib import Path
 
 import cli_test
-from cli_test import CHIP, DONE, FAILED, KINDS, STOPPED, USAGE, CliTest, Outcome
+from cli_test import CHIP, DONE, FAILED, KINDS, NO_LIBRARY, STOPPED, USAGE, CliTest, Outcome
 
 ALL = ("check", "--yes", "--power", "--captures", "2")
 # An exposure that a poll of a busy machine does not miss.
@@ -95,6 +97,49 @@ class Check(CliTest):
             file = cli_test.RIG / dll
             self.assertEqual(vendor[dll]["path"].replace("\\", "/"), f"Z:{file}")
             self.assertEqual(vendor[dll]["sha256"], sha256(file))
+            self.assertNotIn("others", vendor[dll])
+
+    def test_other_files_of_a_dlls_name_are_told(self):
+        library, program, path = (self.directory / name for name in ("library", "program", "path"))
+        for folder, files in ((library, [cli_test.BIN / "Solvane.dll"]),
+                              (program, [cli_test.BIN / "solvane.exe", *cli_test.RIG.glob("*.dll")]),
+                              (path, [cli_test.RIG / "inpoutx64.dll"])):
+            folder.mkdir()
+            for file in files:
+                shutil.copy(file, folder)
+        whole = (cli_test.RIG / "FTD2XX.dll").read_bytes()
+        headers = struct.unpack_from("<I", whole, 0x3C)[0]
+        for_32_bits = bytearray(whole)
+        struct.pack_into("<H", for_32_bits, headers + 4, 0x014C)
+        (library / "FTD2XX.dll").write_bytes(for_32_bits)  # Windows looks there first
+        (path / "FTD2XX.dll").write_bytes(whole + b"another")
+        arguments = ("check", "--library", f"Z:{library}/Solvane.dll")
+        options = {"program": program / "solvane.exe", "rig": False,
+                   "more_environment": {"WINEPATH": f"Z:{path};Z:{program}"}}
+
+        step = self.run_host(*arguments, "--json", **options).objects()[1]
+        windows = {folder: f"Z:{folder}".replace("/", "\\") for folder in (library, program, path)}
+        self.assertEqual((step["step"], step["outcome"]), ("vendor_dlls", "note"))
+        self.assertEqual(step["facts"]["FTD2XX.dll"], {
+            "path": windows[program] + "\\FTD2XX.dll", "version": "",
+            "sha256": sha256(program / "FTD2XX.dll"),
+            "others": [f"passed over, though Windows looks there first: {windows[library]}"
+                       f"\\FTD2XX.dll, 32-bit, SHA-256 {sha256(library / 'FTD2XX.dll')}",
+                       f"hidden by the one that is loaded: {windows[path]}\\FTD2XX.dll, 64-bit, "
+                       f"SHA-256 {sha256(path / 'FTD2XX.dll')}"]})
+        self.assertEqual(step["facts"]["inpoutx64.dll"]["others"],
+                         [f"the same again: {windows[path]}\\inpoutx64.dll, 64-bit, "
+                          f"SHA-256 {sha256(path / 'inpoutx64.dll')}"])
+        self.assertNotIn("others", step["facts"]["EAPI_Library.dll"])
+
+        (program / "FTD2XX.dll").unlink()  # the next one behind is taken
+        step = self.run_host(*arguments, "--json", **options).objects()[1]
+        self.assertEqual(step["facts"]["FTD2XX.dll"]["path"], windows[path] + "\\FTD2XX.dll")
+        (path / "FTD2XX.dll").unlink()
+        outcome = self.run_host(*arguments, **options)
+        self.assertEqual((outcome.code, outcome.err),
+                         (NO_LIBRARY, "solvane: Solvane.dll needs FTD2XX.dll, which is not a 64-bit "
+                          f"DLL: {windows[library]}\\FTD2XX.dll.\n"))
 
     def wait_for(self, text):
         deadline = time.monotonic() + 60

@@ -80,7 +80,8 @@ class CliTest(unittest.TestCase):
         return Outcome(code, self.directory)
 
     def start_host(self, *arguments, scenario=CHIP, program=None, rig=True,
-                   current=None, merged=False, console=None, out=None, err=None):
+                   current=None, merged=False, console=None, out=None, err=None,
+                   more_environment=None):
         """`scenario` is the text of one, or the name of a file among the rig's scenarios.
 
         `out` and `err` are other files or pipes for standard output and standard error.
@@ -101,6 +102,7 @@ class CliTest(unittest.TestCase):
         environment.setdefault("LC_ALL", "C.UTF-8")
         if rig:
             environment["WINEPATH"] = f"Z:{RIG}"
+        environment.update(more_environment or {})
         if console is not None:
             return subprocess.Popen([WINE, program or BIN / "solvane.exe", *arguments],
                                     env=environment, cwd=current, stdin=console, stdout=console,
@@ -839,7 +841,8 @@ class LibraryFile(CliTest):
         place = self.place(self.directory / "misfit", BIN / "solvane.exe", BIN / "Solvane.dll",
                            *RIG.glob("*.dll"))
         (place / "FTD2XX.dll").write_text("not a DLL")
-        self.expect_no_library("Solvane.dll needs FTD2XX.dll, which is not a 64-bit DLL.",
+        self.expect_no_library("Solvane.dll needs FTD2XX.dll, which is not a 64-bit DLL: " +
+                               self.windows(place / "FTD2XX.dll") + ".",
                                program=place / "solvane.exe", rig=False)
 
     def test_library_missing(self):
