@@ -1,63 +1,89 @@
-"""docs/hardware.md has the wiring of the code's own tables."""
+"""docs/hardware.md has the wiring of the code's own tables, in its tables and in its drawings."""
 
 import re
 import sys
+from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "scripts"))
+import wiring
+
+DOC = (wiring.ROOT / "docs/hardware.md").read_text()
 
 
-def rows(text, heading):
+def rows(heading):
     """The cells of the tables' rows below a heading, up to the next one of its level."""
     level = heading.split()[0]
-    part = text.split(heading + "\n", 1)[1]
+    part = DOC.split(heading + "\n", 1)[1]
     part = re.split(rf"(?m)^{level} ", part, maxsplit=1)[0]
     return [[cell.strip() for cell in line.strip("|").split("|")]
             for line in part.splitlines() if line.startswith("|")]
 
 
-def read(path):
-    with open(path) as file:
-        return file.read()
+def cells(wire):
+    """What the document's tables say of a wire, but for the words round the line's name."""
+    return wire.pin, wire.bit, "output" if wire.is_output else "input", wire.line, wire.level
 
 
-def mainboard_pins():
-    code = re.findall(r'Pin\{(\w+), "(\w+)", EAPI_GPIO_(\w+), "(\w+?)-?", "', PINS)
-    order = re.search(r"enum PinId[^{]*\{(.*?)\}", PINS, re.S)[1]
-    numbers = {name: str(i) for i, name in enumerate(re.findall(r"(\w+_Pin)\b,? *///", order))}
-    return [[numbers[name], f"`{text}`", direction.lower(), token]
-            for name, text, direction, token in code]
+def lines_of(kind):
+    return sorted(cells(wire) for wire in wiring.KINDS[kind][1])
 
 
-def parallel_port_bits():
-    return sorted([register.lower(), mask, pin] for register, mask, pin in
-                  re.findall(r"Bit k\w+\{Register::(\w+), (0x\w+), (\d+)\}", LPT))
+def line(words):
+    return words.split(",")[0]
 
 
-def ft2232h_bits():
+def of_parallel_port():
     found = []
-    for namespace, bus in ("high", "BCBUS"), ("low", "BDBUS"):
-        body = re.search(rf"namespace {namespace} \{{(.*?)\}} // namespace", USB, re.S)[1]
-        for mask in re.findall(r"k\w+ = (0x\w\w);", body):
-            found.append([f"{bus}{int(mask, 16).bit_length() - 1}", mask])
+    for register, mask, pin, words, level, _ in rows("## Parallel port"):
+        if mask.startswith("0x"):
+            probe = re.sub("loopback", "probe", words)
+            found.append((f"pin {pin}", f"{register} {mask}",
+                          "input" if register == "status" else "output", probe,
+                          "" if probe.endswith("probe") else level))
     return sorted(found)
 
 
-PINS = read("src/controllers/mobo/pins.h")
-LPT = read("src/controllers/lpt/lpt_port.h")
-USB = read("src/controllers/usb/bit_port.h")
-DOC = read("docs/hardware.md")
+def of_mainboard(column):
+    """The power lines' levels stand in a table of their own, a column a kind."""
+    on = next(row[column] for row in rows("## Mainboard pins") if row[0] == "power on")
+    return sorted((f"pin {number}", name.strip("`"), direction, line(words),
+                   f"{on} = on" if level == "see below" else level)
+                  for number, name, direction, words, level, *_ in
+                  (row for row in rows("## Mainboard pins") if len(row) == 7 and row[0].isdigit()))
+
+
+def of_ft2232h():
+    return sorted((pin, mask, direction, line(words), level)
+                  for pin, mask, direction, words, level, _ in
+                  (row for row in rows("## FT2232H") if row[1].startswith("0x")))
+
+
+def tokens():
+    return re.findall(r'Pin\{\w+, "(\w+)", EAPI_GPIO_\w+, "(\w+?)-?", "', wiring.PINS)
+
 
 checks = {
-    "mainboard pins": (mainboard_pins(), 8,
-                       [[r[0], r[1], r[2], r[6]] for r in rows(DOC, "## Mainboard pins")
-                        if len(r) == 7 and r[0].isdigit()]),
-    "parallel port": (parallel_port_bits(), 11,
-                      sorted([r[0], r[1], r[2]] for r in rows(DOC, "## Parallel port")
-                             if r[1].startswith("0x"))),
-    "FT2232H": (ft2232h_bits(), 10,
-                sorted([r[0], r[1]] for r in rows(DOC, "## FT2232H") if r[1].startswith("0x"))),
+    "parallel port": (lines_of("parallel_port"), 11, of_parallel_port()),
+    "Embedded API": (lines_of("eapi"), 8, of_mainboard(1)),
+    "Super I/O": (lines_of("superio"), 8, of_mainboard(2)),
+    "FT2232H": (lines_of("ft2232h"), 10, of_ft2232h()),
+    "pins in the log": (tokens(), 8, [(row[1].strip("`"), row[6])
+                                      for row in rows("## Mainboard pins")
+                                      if len(row) == 7 and row[0].isdigit()]),
 }
 failed = False
 for name, (code, count, document) in checks.items():
     if len(code) != count or code != document:
         failed = True
         print(f"{name}: the code has {len(code)}:\n  {code}\nthe document:\n  {document}")
+for path, svg in wiring.drawings().items():
+    if not path.exists() or path.read_text() != svg:
+        failed = True
+        print(f"{path.name} is out of date: run scripts/wiring.py, and look at what it changes.")
+    if f"](wiring/{path.name})" not in DOC:
+        failed = True
+        print(f"docs/hardware.md does not show {path.name}.")
+if {*wiring.DRAWINGS.iterdir()} != wiring.drawings().keys():
+    failed = True
+    print("docs/wiring has a file that scripts/wiring.py does not draw.")
 sys.exit(failed)
