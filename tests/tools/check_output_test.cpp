@@ -62,10 +62,13 @@ TEST_F(CheckOutputTest, AnonymousLeavesOutWhoAndWhere) {
     machine.user = "a";
     machine.library = {"Solvane.dll", {"C:\\Users\\A\\Solvane.dll", "", ""}, {}};
     const Checked checked = CheckUsb("", machine);
-    const host::Anonymiser anonymiser(checked.result.machine,
-                                      {"[10:00:00.000]  SerialNumber=XYZ9A"});
+    const host::Anonymiser anonymiser(
+        checked.result.machine, {"[10:00:00.000]  SerialNumber=XYZ9A"},
+        {Json{{"facts", {{"serial", "OLD3B"}}}}, Json{{"user", "eva"}, {"machine", "LAB-01"}}});
     std::string text = anonymiser(std::string("\\\\lab-07\\x: xyz9a, (SLV1B) SLV1B2, a /a"));
     EXPECT_EQ(text, "\\\\(machine)\\x: (serial)A, ((serial)B) SLV1B2, a /(user)");
+    EXPECT_EQ(anonymiser(std::string("was OLD3B of C:\\Users\\eva on \\\\LAB-01\\x")),
+              "was (serial)B of C:\\Users\\(user) on \\\\(machine)\\x");
     for (const Json& step : StepsOf(checked)) {
         text += anonymiser(step).dump();
     }
@@ -136,13 +139,18 @@ TEST_F(CheckOutputTest, TextHasALineAStepAndTheVerdictWithItsCause) {
     for (const Json& step : StepsOf(checked)) {
         EXPECT_THAT(StepText(step, ++number), HasSubstr(step["outcome"].get<std::string>()));
     }
-    EXPECT_EQ(StepText({{"title", "ready"},
-                        {"outcome", "ok"},
-                        {"seen", {"yes", "still"}},
-                        {"advice", nullptr}},
-                       6),
-              " 6  ready          ok          yes\n"
-              "                               still\n");
+    Json step{{"title", "ready"},   {"outcome", "ok"},          {"seen", {"yes", "still"}},
+              {"done", "waited"},   {"expected", "that it is"}, {"advice", nullptr},
+              {"duration_ms", 12.6}};
+    EXPECT_EQ(StepText(step, 6), " 6  ready          ok            13 ms  yes\n"
+                                 "                                        still\n");
+    step["outcome"] = "FAIL";
+    step["advice"] = "wait";
+    EXPECT_EQ(StepText(step, 16), "16  ready          FAIL          13 ms  yes\n"
+                                  "                                        still\n"
+                                  "                                        done: waited\n"
+                                  "                                        expected: that it is\n"
+                                  "                                        wait\n");
     const std::string text = VerdictText(ToJson(checked.result));
     EXPECT_THAT(text, HasSubstr("\nINCOMPLETE FAIL: The camera answers the trigger"));
     EXPECT_THAT(text, HasSubstr("  tell apart  Measure BCBUS5"));

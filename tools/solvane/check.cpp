@@ -75,12 +75,12 @@ std::vector<std::string> ListUnseen(const Observations& seen) {
         "the voltages, and how long a pulse really is: " + at("trigger", wires.trigger) +
         ", an oscilloscope at the camera's plug while solvane trigger -n 100 --interval 200 runs"};
     if (wires.darkBack != ReadBack::wire) {
-        list.push_back("dark: " + at("it", wires.dark) +
-                       " at the camera's plug while solvane hold dark --for 10 runs");
+        list.push_back(at("dark", wires.dark) +
+                       ", at the camera's plug while solvane hold dark --for 10 runs");
     }
     if (wires.accessoriesPowerBack != ReadBack::wire) {
-        list.push_back("accessories power: " + at("it", wires.accessoriesPower) +
-                       " at the plug while solvane hold accessories-power --for 10 runs");
+        list.push_back(at("accessories power", wires.accessoriesPower) +
+                       ", at the plug while solvane hold accessories-power --for 10 runs");
     }
     list.push_back("whether a camera that sleeps wakes: let it fall asleep, then solvane wake");
     return list;
@@ -124,7 +124,7 @@ void Run::SeeComeback(StepResult& step) {
 CheckResult Run::All() {
     const Moment begin = SteadyNow();
     availability = host.library.CheckAvailable();
-    const double findingMs = Since(begin);
+    findingMs = Since(begin);
     result.status = availability;
     result.machine = host.lookAtMachine();
     seen.isAvailable = availability == 0;
@@ -152,7 +152,7 @@ CheckResult Run::All() {
             step.LeaveUntested(why);
         }
         SeeComeback(step);
-        step.milliseconds = Since(stepBegin) + (each.perform == &Run::Kinds ? findingMs : 0);
+        step.milliseconds += Since(stepBegin);
         result.hasFailed = result.hasFailed || step.outcome == Outcome::failed;
         result.isComplete = result.isComplete && step.outcome != Outcome::notTested;
         host.tell(step);

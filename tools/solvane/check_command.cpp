@@ -1,5 +1,7 @@
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iostream>
 #include <iterator>
 #include <optional>
@@ -60,33 +62,39 @@ class Permissions {
 /// The whole check of this process, told step by step.
 class Telling {
   public:
-    explicit Telling(const Session& ofSession) : session(ofSession) {}
+    Telling(const Session& ofSession, const std::vector<Json>& ofBaseline)
+        : session(ofSession), baseline(ofBaseline) {}
 
     Machine LookAtMachine() {
         Machine machine = host::LookAtMachine(session.library);
-        if (session.request.anonymous) {
-            anonymiser.emplace(machine, session.log.Lines());
-        }
+        anonymiser.emplace(machine, session.log.Lines(), baseline);
         if (!session.request.json) {
             PrintText(Public("Solvane " SOLVANE_VERSION " · " + machine.system + " · " +
-                             machine.time + (anonymiser ? "" : " · machine " + machine.computer) +
+                             machine.time +
+                             (session.request.anonymous ? "" : " · machine " + machine.computer) +
                              "\n" + machine.rig.value_or("") + (machine.rig ? "\n" : "") + "\n"));
         }
         return machine;
     }
 
     void Tell(const StepResult& step) {
-        steps.push_back(Public(ToJson(step)));
+        all.push_back(ToJson(step));
+        steps.push_back(Public(all.back()));
         session.progress.Restart();
         Print(steps.back(), StepText(steps.back(), static_cast<unsigned>(steps.size())));
     }
 
     /// The last object, which was printed.
-    Json Conclude(const CheckResult& result, const std::vector<Json>& baseline) {
-        Json verdict = Public(ToJson(result));
+    Json Conclude(const CheckResult& result) const {
+        Json verdict = ToJson(result);
         if (!baseline.empty()) {
-            verdict["changed"] = Changes(baseline, steps);
+            std::vector<Json> comparable = all;
+            if (baseline.back().value("anonymous", Json()) == true) {
+                std::ranges::transform(all, comparable.begin(), std::cref(*anonymiser));
+            }
+            verdict["changed"] = Changes(baseline, comparable);
         }
+        verdict = Public(verdict);
         Print(verdict, VerdictText(verdict));
         return verdict;
     }
@@ -102,7 +110,7 @@ class Telling {
   private:
     template <typename Told>
     Told Public(const Told& told) const {
-        return anonymiser ? (*anonymiser)(told) : told;
+        return session.request.anonymous ? (*anonymiser)(told) : told;
     }
 
     void Print(const Json& object, const std::string& text) const {
@@ -114,8 +122,10 @@ class Telling {
     }
 
     const Session& session;
-    std::optional<Anonymiser> anonymiser;
-    std::vector<Json> steps;
+    const std::vector<Json>& baseline;
+    std::optional<Anonymiser> anonymiser; ///< as soon as it is known whom to leave out
+    std::vector<Json> all;
+    std::vector<Json> steps; ///< what of them is told
 };
 
 std::vector<Json> LoadBaseline(const std::string& path) {
@@ -151,14 +161,17 @@ ExitCode CheckInstallation(const Session& session) {
         }
     }
 
-    Telling telling(session);
+    Telling telling(session, baseline);
     const Permissions permissions(session);
     const CheckResult result = RunCheck(
         {session.library, session.log, [&] { return telling.LookAtMachine(); },
          [&](Needs needs, const char* question) { return permissions.WhyNot(needs, question); },
          [&](const StepResult& step) { telling.Tell(step); }, request.captures, request.checkTimer,
          std::chrono::seconds(request.timerLimitSeconds)});
-    const Json verdict = telling.Conclude(result, baseline);
+    const Json verdict = telling.Conclude(result);
+    if (result.hasFailed && request.report.empty() && !request.json) {
+        PrintText("for whoever is asked for help: the same once more, with --report check.html\n");
+    }
     if (!request.report.empty() && !(page << telling.Page(verdict) << std::flush)) {
         throw AnswerLost();
     }

@@ -208,8 +208,10 @@ void Run::TellSwitched(const Switch& line, ReadBack back, const Switched& switch
 }
 
 void Run::Rest(StepResult& step) {
-    const bool areSet = WiresOf(seen.kind).configuresSwitches;
+    const KindOfWires& wires = WiresOf(seen.kind);
+    const bool areSet = wires.configuresSwitches;
     std::string text;
+    std::string blind;
     for (std::size_t i = kDark; i < kQuestions.size(); ++i) {
         const Question& question = kQuestions[i];
         const std::optional<bool> answer = Answered(host.library.*question.ask);
@@ -220,6 +222,12 @@ void Run::Rest(StepResult& step) {
                                              : seen.accessoriesPower;
         line.found = answer;
         const bool isRest = answer == (i != kDark);
+        const ReadBack back = i == kDark          ? wires.darkBack
+                              : i == kCameraPower ? wires.cameraPowerBack
+                                                  : wires.accessoriesPowerBack;
+        if (back != ReadBack::wire) {
+            blind += std::string(blind.empty() ? "" : ", ") + std::string(question.label);
+        }
         if (!isRest && areSet) {
             step.Fail("Finding the hardware sets this line, and it reads otherwise.");
         } else if (!isRest && step.outcome == Outcome::ok) {
@@ -233,6 +241,11 @@ void Run::Rest(StepResult& step) {
     step.facts["flag_stuck"] = seen.flagAtRest == Flag::stuck;
     if (seen.isLost || seen.flagAtRest == Flag::stuck) {
         step.Fail();
+    } else if (step.outcome == Outcome::ok && !blind.empty()) {
+        step.LeaveUntested("Of these, the " + seen.kind +
+                           " knows what it was set to, and not "
+                           "what the lines have: " +
+                           blind + ".");
     }
 }
 
@@ -273,6 +286,9 @@ void Run::Wake(StepResult& step) {
     } else if (ready == false) {
         step.outcome = Outcome::told;
         step.advice = "It may be without power: the next step tries.";
+    } else if (!woke) {
+        step.outcome = Outcome::told;
+        step.advice = "It was awake before: that it wakes, only a camera that sleeps can show.";
     }
 }
 

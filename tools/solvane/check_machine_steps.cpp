@@ -94,6 +94,7 @@ void Run::Library(StepResult& step) {
 }
 
 void Run::VendorDlls(StepResult& step) {
+    step.milliseconds = result.machine.dllsMs;
     bool isAmbiguous = false;
     bool hasMisfit = false;
     for (const LoadedDll& dll : result.machine.vendorDlls) {
@@ -122,6 +123,7 @@ void Run::VendorDlls(StepResult& step) {
 }
 
 void Run::Kinds(StepResult& step) {
+    step.milliseconds = findingMs;
     Facts facts;
     if (availability == SOLVANE_OK) {
         facts.serving = host.log.LastTried();
@@ -186,6 +188,7 @@ void Run::Chip(StepResult& step) {
 
 void Run::Timing(StepResult& step) {
     const SleepTimes& sleep = result.machine.sleep;
+    step.milliseconds = sleep.measuringMs;
     step.seen.push_back("Sleep(10) takes " + Rounded(sleep.raised) +
                         " with the resolution raised, " + Rounded(sleep.plain) + " without");
     step.times["raised_ms"] = sleep.raised;

@@ -54,8 +54,9 @@ std::string Padded(std::string text, std::size_t width) {
 }
 
 constexpr std::size_t kTitleWidth = 15;
-constexpr std::size_t kOutcomeWidth = 12;
-constexpr std::size_t kIndent = 4 + kTitleWidth + kOutcomeWidth;
+constexpr std::size_t kOutcomeWidth = 10;
+constexpr std::size_t kTimeWidth = 9;
+constexpr std::size_t kIndent = 4 + kTitleWidth + kOutcomeWidth + kTimeWidth + 2;
 
 void AddList(std::string& text, const char* title, const Json& list) {
     if (!list.empty()) {
@@ -102,7 +103,8 @@ Json ToJson(const CheckResult& result) {
             {"anonymous", false}};
 }
 
-Anonymiser::Anonymiser(const Machine& machine, const std::vector<std::string>& log) {
+Anonymiser::Anonymiser(const Machine& machine, const std::vector<std::string>& log,
+                       const std::vector<Json>& baseline) {
     const auto add = [&](const std::string& text, std::string inItsPlace, bool isInPaths) {
         if (!text.empty()) {
             secrets.push_back({text, std::move(inItsPlace), isInPaths});
@@ -123,6 +125,15 @@ Anonymiser::Anonymiser(const Machine& machine, const std::vector<std::string>& l
         if (const std::size_t at = line.find(kSerial); at != line.npos) {
             addSerial(line.substr(at + kSerial.size()));
         }
+    }
+    const auto textOf = [](const Json& object, const char* key) {
+        const Json value = object.is_object() ? object.value(key, Json()) : Json();
+        return value.is_string() ? value.get<std::string>() : "";
+    };
+    for (const Json& object : baseline) { // it may be of another machine
+        add(textOf(object, "user"), kSomeUser, true);
+        add(textOf(object, "machine"), kSomeMachine, true);
+        addSerial(textOf(object.value("facts", Json()), "serial"));
     }
 }
 
@@ -165,22 +176,31 @@ Json Anonymiser::operator()(const Json& object) const {
     return result;
 }
 
+std::string Took(const Json& step) {
+    const long milliseconds = std::lround(step["duration_ms"].get<double>());
+    return milliseconds == 0 ? "" : std::to_string(milliseconds) + " ms";
+}
+
 std::string StepText(const Json& step, unsigned number) {
     std::string text = std::to_string(number);
     text = std::string(number < 10 ? " " : "") + text + "  ";
     text += Padded(step["title"], kTitleWidth) + Padded(step["outcome"], kOutcomeWidth);
-    bool isFirst = true;
+    const std::string time = Took(step);
+    text += std::string(kTimeWidth - std::min(kTimeWidth, time.size()), ' ') + time + "  ";
+    std::string indent;
+    const auto add = [&](const std::string& line) {
+        text += indent + line + "\n";
+        indent = std::string(kIndent, ' ');
+    };
     for (const Json& seen : step["seen"]) {
-        text += std::string(isFirst ? 0 : kIndent, ' ') + seen.get<std::string>() + "\n";
-        isFirst = false;
+        add(seen);
+    }
+    if (step["outcome"] == "FAIL") {
+        add("done: " + step["done"].get<std::string>());
+        add("expected: " + step["expected"].get<std::string>());
     }
     if (!step["advice"].is_null()) {
-        text += std::string(isFirst ? 0 : kIndent, ' ') + step["advice"].get<std::string>() + "\n";
-        isFirst = false;
-    }
-    if (isFirst) {
-        text.erase(text.find_last_not_of(' ') + 1);
-        text += "\n";
+        add(step["advice"]);
     }
     return text;
 }
@@ -235,7 +255,9 @@ bool AreApart(const Json& then, const Json& now) {
 }
 
 std::string Words(const Json& value) {
-    return value.is_string() ? value.get<std::string>() : value.dump();
+    return value.is_string() ? value.get<std::string>()
+           : value.is_null() ? "nothing"
+                             : value.dump();
 }
 
 void AddChanges(const std::string& title, const Json& then, const Json& now,

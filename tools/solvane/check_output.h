@@ -20,10 +20,12 @@ Json ToJson(const StepResult& step);
 /// The last object, which has the verdict.
 Json ToJson(const CheckResult& result);
 
-/// Leaves out who and where: the user, the machine, and serial numbers but for their last letter.
+/// Leaves out who and where: the user, the machine, and serial numbers but for their last letter;
+/// those of a baseline, too.
 class Anonymiser {
   public:
-    Anonymiser(const Machine& machine, const std::vector<std::string>& log);
+    Anonymiser(const Machine& machine, const std::vector<std::string>& log,
+               const std::vector<Json>& baseline);
 
     /// Users and machines may be called as any word is: of them it knows parts of paths.
     std::string operator()(const std::string& text) const;
@@ -37,6 +39,9 @@ class Anonymiser {
     };
     std::vector<Secret> secrets;
 };
+
+/// How long a step took; empty where it was nothing.
+std::string Took(const Json& step);
 
 /// For people: a step's lines, and those of the end.
 std::string StepText(const Json& step, unsigned number);

@@ -16,9 +16,11 @@ constexpr const char* kHead = R"(<!DOCTYPE html>
 :root { color-scheme: light dark; --line: #8886; --bad: #c22; --good: #282; --open: #a60; }
 body { font: 15px/1.45 system-ui, sans-serif; max-width: 62rem; margin: 2rem auto; padding: 0 1rem; }
 h1 { font-size: 1.5rem; } h2 { font-size: 1.1rem; margin-top: 2rem; }
-table { border-collapse: collapse; width: 100%; }
+table { border-collapse: collapse; width: 100%; table-layout: fixed; }
+th:nth-child(1) { width: 1.5rem; } th:nth-child(2) { width: 14%; } th:nth-child(3) { width: 18%; }
+th:nth-child(5), th:nth-child(6) { width: 5rem; } th:nth-child(6) { text-align: right; } td { overflow-wrap: anywhere; }
 th, td { text-align: left; vertical-align: top; padding: .35rem .6rem; border-bottom: 1px solid var(--line); }
-td.outcome { white-space: nowrap; font-weight: 600; }
+td.outcome { white-space: nowrap; font-weight: 600; } td.took { text-align: right; }
 .ok td.outcome { color: var(--good); } .FAIL td.outcome { color: var(--bad); }
 .not td.outcome { color: var(--open); }
 small, .advice { opacity: .8; } pre { overflow: auto; border: 1px solid var(--line); padding: .6rem; font-size: 12px; }
@@ -70,8 +72,8 @@ std::string Row(const Json& step, unsigned number) {
     if (!step["advice"].is_null()) {
         row += "<span class=\"advice\">" + Text(step["advice"]) + "</span>";
     }
-    return row + "</td><td class=\"outcome\">" + Text(step["outcome"]) + "</td><td>" +
-           step["duration_ms"].dump() + " ms</td></tr>\n";
+    return row + "</td><td class=\"outcome\">" + Text(step["outcome"]) +
+           "</td><td class=\"took\">" + Took(step) + "</td></tr>\n";
 }
 
 std::string List(const char* title, const Json& items) {

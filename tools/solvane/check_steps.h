@@ -68,6 +68,7 @@ class Run {
     int availability = 0;
     std::size_t linesSeen = 0; ///< of the log
     const char* illness = "";  ///< a sentence of the steps about the machine, when they failed
+    double findingMs = 0;      ///< what it took to find the hardware
 };
 
 } // namespace host

@@ -52,6 +52,7 @@ DriverState StateOfService(unsigned long state, unsigned long exitCode);
 struct SleepTimes {
     double raised = 0; ///< with the timer resolution of 1 ms that the library asks for
     double plain = 0;
+    double measuringMs = 0; ///< what it took to find that out
 };
 
 /// A device that D2XX lists.
@@ -72,6 +73,7 @@ struct Machine {
     std::optional<std::string> rig; ///< the vendors' DLLs are virtual
     LoadedDll library;
     std::vector<LoadedDll> vendorDlls;
+    double dllsMs = 0;             ///< what it took to look at them
     std::vector<UsbDevice> usb;    ///< in D2XX's order
     std::optional<FirstPort> port; ///< the parallel port, if Windows knows one
     DriverState inpout = DriverState::unknown;

@@ -214,21 +214,17 @@ std::optional<bool> FindUsbSuspend() {
     return status == ERROR_SUCCESS ? std::optional(value != 0) : std::nullopt;
 }
 
-double SleepOnce() {
-    LARGE_INTEGER frequency;
-    LARGE_INTEGER begin;
-    LARGE_INTEGER end;
-    QueryPerformanceFrequency(&frequency);
-    QueryPerformanceCounter(&begin);
-    Sleep(10);
-    QueryPerformanceCounter(&end);
-    return static_cast<double>(end.QuadPart - begin.QuadPart) * 1000 /
-           static_cast<double>(frequency.QuadPart);
+/// What something takes, in milliseconds.
+template <typename Work>
+double Measured(Work work) {
+    const auto begin = SteadyNow();
+    work();
+    return std::chrono::duration<double, std::milli>(SteadyNow() - begin).count();
 }
 
 double MedianSleep() {
     std::array<double, 5> times{};
-    std::ranges::generate(times, SleepOnce);
+    std::ranges::generate(times, [] { return Measured([] { Sleep(10); }); });
     std::ranges::sort(times);
     return times[times.size() / 2];
 }
@@ -282,15 +278,18 @@ Machine LookAtMachine(const Functions& library) {
     machine.user = Name(GetUserNameW);
     machine.time = LocalTime();
     machine.rig = DescribeVirtualRig();
-    machine.library = LookAt(module, "Solvane.dll", {}); // it was loaded by its path
-    machine.vendorDlls = FindVendorDlls(LoaderFolders(PathOf(module)));
+    machine.dllsMs = Measured([&] {
+        machine.library = LookAt(module, "Solvane.dll", {}); // it was loaded by its path
+        machine.vendorDlls = FindVendorDlls(LoaderFolders(PathOf(module)));
+    });
     machine.usb = FindUsb();
     machine.port = FindFirstPort();
     machine.inpout = FindDriver(kInpoutService);
     machine.timerDriver = FindDriver(kTimerService);
     machine.memoryIntegrity = FindMemoryIntegrity();
     machine.usbSuspend = FindUsbSuspend();
-    machine.sleep = MeasureSleep();
+    const double measuringMs = Measured([&] { machine.sleep = MeasureSleep(); });
+    machine.sleep.measuringMs = measuringMs;
     return machine;
 }
 
