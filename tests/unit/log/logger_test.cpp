@@ -5,6 +5,7 @@
 #include <ctime>
 #include <functional>
 #include <stdexcept>
+#include <thread>
 
 #include "failing_memory.h"
 #include "host_platform.h"
@@ -290,13 +291,29 @@ TEST_F(LoggerTest, ATimeThatTheCalendarDoesNotKnowIsShownInUtc) {
     host::ClearFaults();
 }
 
-/// A thread that writes a line of its own does not ask for it.
-TEST_F(LoggerTest, TheTimeZoneIsKnownBeforeTheFirstLine) {
-    const std::uint32_t before = host::Calls("localtime_s");
-    Install();
-    EXPECT_EQ(host::Calls("localtime_s"), before + 1);
-    logger.Install(nullptr, nullptr);
-    EXPECT_EQ(host::Calls("localtime_s"), before + 1);
+/// The second thread finds the open line taken, by an empty one that has no stamp, and does not ask
+/// the calendar itself.
+TEST_F(SummerTime, IsKnownBeforeTheFirstLine) {
+    struct Host {
+        Logger& logger;
+        std::vector<std::string> received;
+    } twoThreads{logger, {}};
+    for (const std::uint64_t second : {kSpring - 1, kSpring}) {
+        host::SetWallClock(second * 10'000'000 - host::Now() / 100);
+        const std::uint32_t before = host::Calls("localtime_s");
+        logger.Install(&twoThreads, [](void* context, const char* line) {
+            auto& threads = *static_cast<Host*>(context);
+            threads.received.emplace_back(line);
+            if (threads.received.back().empty()) {
+                std::thread([&threads] { threads.logger.Line("x"); }).join();
+            }
+        });
+        logger.Flush();
+        EXPECT_EQ(host::Calls("localtime_s"), before + 1);
+        logger.Install(nullptr, nullptr);
+        EXPECT_EQ(host::Calls("localtime_s"), before + 1);
+    }
+    EXPECT_THAT(twoThreads.received, ElementsAre("", "[01:59:59.000] x", "", "[03:00:00.000] x"));
 }
 
 // ---- What the host's function does ----
