@@ -15,48 +15,44 @@ OPERATORS = {
     "-=": ["+="], "*=": ["/="], "/=": ["*="], "|=": ["&="], "&=": ["|="], "++": ["--"],
     "--": ["++"], "!": [""], "~": [""],
 }
-IN_EXPRESSIONS = {
-    CursorKind.BINARY_OPERATOR, CursorKind.COMPOUND_ASSIGNMENT_OPERATOR, CursorKind.UNARY_OPERATOR,
-    CursorKind.CALL_EXPR, CursorKind.DECL_REF_EXPR, CursorKind.OVERLOADED_DECL_REF,
-    CursorKind.CXX_UNARY_EXPR,
+CALCULATIONS = {CursorKind.BINARY_OPERATOR, CursorKind.COMPOUND_ASSIGNMENT_OPERATOR}
+IN_EXPRESSIONS = CALCULATIONS | {
+    CursorKind.UNARY_OPERATOR, CursorKind.CALL_EXPR, CursorKind.DECL_REF_EXPR,
+    CursorKind.OVERLOADED_DECL_REF, CursorKind.CXX_UNARY_EXPR,
 }
-SHIFTS = {CursorKind.BINARY_OPERATOR, CursorKind.COMPOUND_ASSIGNMENT_OPERATOR}
-REMOVABLE = {
-    CursorKind.CALL_EXPR, CursorKind.BINARY_OPERATOR, CursorKind.COMPOUND_ASSIGNMENT_OPERATOR,
-    CursorKind.UNARY_OPERATOR, CursorKind.CXX_THROW_EXPR, CursorKind.CXX_DELETE_EXPR,
-    CursorKind.BREAK_STMT, CursorKind.CONTINUE_STMT, CursorKind.UNEXPOSED_EXPR,
-    CursorKind.PAREN_EXPR,
+REMOVABLE = CALCULATIONS | {
+    CursorKind.UNARY_OPERATOR, CursorKind.CALL_EXPR, CursorKind.CXX_THROW_EXPR,
+    CursorKind.CXX_DELETE_EXPR, CursorKind.BREAK_STMT, CursorKind.CONTINUE_STMT,
+    CursorKind.UNEXPOSED_EXPR, CursorKind.PAREN_EXPR,
 }
-CONDITIONAL = {CursorKind.IF_STMT: -1, CursorKind.WHILE_STMT: -1, CursorKind.DO_STMT: None,
-               CursorKind.CONDITIONAL_OPERATOR: 0}
+CONDITIONAL = {CursorKind.IF_STMT, CursorKind.WHILE_STMT, CursorKind.DO_STMT,
+               CursorKind.CONDITIONAL_OPERATOR}
 FUNCTIONS = {CursorKind.FUNCTION_DECL, CursorKind.CXX_METHOD, CursorKind.FUNCTION_TEMPLATE,
              CursorKind.CONSTRUCTOR, CursorKind.DESTRUCTOR}
-NOT_LOOKED_INTO = {CursorKind.STATIC_ASSERT}
 
 
 class Mutation:
     """One change of one file."""
 
     def __init__(self, file, function, text, start, end, replacement):
-        self.file, self.start, self.end, self.replacement = file, start, end, replacement
+        self.file, self.number = file, 0
         self.place = f"{file}: {function}" if function else file
-        self.number = 0
-        self.line = text.count(b"\n", 0, start) + 1
-        begin = text.rfind(b"\n", 0, start) + 1
-        finish = text.find(b"\n", end)
-        self.before = " ".join(text[begin:finish].decode().split())
-        self.after = " ".join((text[begin:start] + replacement.encode() +
-                               text[end:finish]).decode().split())
+        self.line = text.count("\n", 0, start) + 1
+        self.mutated = text[:start] + replacement + text[end:]
+        begin, rest = text.rfind("\n", 0, start) + 1, text.find("\n", end) - len(text)
+        self.before = " ".join(text[begin:rest].split())
+        self.after = " ".join(self.mutated[begin:rest].split())
 
     def key(self):
         """What names it in the list of survivors, wherever the line moves."""
         return self.place, self.before, self.after
 
-    def apply(self, text):
-        return text[:self.start] + self.replacement.encode() + text[self.end:]
-
     def __str__(self):
         return f"{self.number}  {self.place}, line {self.line}\n  -{self.before}\n  +{self.after}"
+
+
+def span(element):
+    return element.extent.start.offset, element.extent.end.offset
 
 
 class Finder:
@@ -64,7 +60,7 @@ class Finder:
 
     def __init__(self, name, unit):
         self.name = name
-        with open(name, "rb") as file:
+        with open(name, encoding="ascii") as file:  # clang counts bytes
             self.text = file.read()
         self.found = {}
         self.skipped = []
@@ -76,30 +72,28 @@ class Finder:
         if any(begin <= start < finish for begin, finish in self.skipped):
             return
         around = [name for begin, finish, name in self.functions if begin <= start < finish]
-        mutation = Mutation(self.name, around[-1] if around else "", self.text, start, end,
-                            replacement)
-        self.found.setdefault((start, end, replacement), mutation)
+        self.found.setdefault((start, end, replacement),
+                              Mutation(self.name, around[-1] if around else "", self.text, start,
+                                       end, replacement))
 
     def source(self, cursor):
-        return self.text[cursor.extent.start.offset:cursor.extent.end.offset].decode()
+        return self.text[slice(*span(cursor))]
 
     def walk(self, cursor):
         for child in cursor.get_children():
-            place = child.location.file
-            if place is None or os.path.normpath(place.name) != self.name:
-                if child.kind != CursorKind.UNEXPOSED_DECL and place is not None:
-                    continue
-            if child.kind in NOT_LOOKED_INTO:
-                self.skipped.append((child.extent.start.offset, child.extent.end.offset))
+            file = child.location.file
+            if file is not None and os.path.normpath(file.name) != self.name and \
+                    child.kind != CursorKind.UNEXPOSED_DECL:
+                continue
+            if child.kind == CursorKind.STATIC_ASSERT:
+                self.skipped.append(span(child))
                 continue
             if child.kind in FUNCTIONS:
-                self.functions.append((child.extent.start.offset, child.extent.end.offset,
-                                       child.spelling))
-            self.look_at(child)
+                self.functions.append((*span(child), child.spelling))
+            self.look_at(child, list(child.get_children()))
             self.walk(child)
 
-    def look_at(self, cursor):
-        children = list(cursor.get_children())
+    def look_at(self, cursor, children):
         if cursor.kind == CursorKind.COMPOUND_STMT:
             for statement in children:
                 self.remove(statement)
@@ -112,19 +106,16 @@ class Finder:
 
     def remove(self, statement):
         """Statements of use for what they do, and objects of use for their life time alone."""
-        start, end = statement.extent.start.offset, statement.extent.end.offset
-        if statement.kind in REMOVABLE:
+        start, end = span(statement)
+        inside = list(statement.get_children())
+        rest = self.text[end:]
+        scope = rest[:rest.find("\n}")]
+        if (statement.kind in REMOVABLE or
+                statement.kind == CursorKind.RETURN_STMT and not inside or
+                statement.kind == CursorKind.DECL_STMT and len(inside) == 1 and
+                inside[0].kind == CursorKind.VAR_DECL and
+                not re.search(rf"\b{inside[0].spelling}\b", scope)):
             self.add(start, end, "")
-        elif statement.kind == CursorKind.RETURN_STMT and not list(statement.get_children()):
-            self.add(start, end, "")
-        elif statement.kind == CursorKind.DECL_STMT:
-            variables = list(statement.get_children())
-            name = variables[0].spelling if len(variables) == 1 else ""
-            rest = self.text[end:]
-            scope = rest[:rest.find(b"\n}")]
-            if (name and variables[0].kind == CursorKind.VAR_DECL and
-                    not re.search(rb"\b" + name.encode() + rb"\b", scope)):
-                self.add(start, end, "")
 
     def negate_condition(self, cursor, children):
         if cursor.kind == CursorKind.DO_STMT:
@@ -138,32 +129,29 @@ class Finder:
             condition = children[branch - 1]
         text = self.source(condition)
         # Comparisons and negations are turned round as operators already.
-        if text and not text.startswith("!") and not (
-                re.search(r" (==|!=|<|>|<=|>=) ", text) and
-                not re.search(r"&&|\|\|", text)):
-            self.add(condition.extent.start.offset, condition.extent.end.offset, f"!({text})")
+        if text and not text.startswith("!") and (
+                "&&" in text or "||" in text or not re.search(r" ([=!]=|<=?|>=?) ", text)):
+            self.add(*span(condition), f"!({text})")
 
     def swap_arguments(self, call):
         arguments = [argument for argument in call.get_arguments() if argument is not None]
         if not self.source(call).endswith(")") or call.spelling in ("min", "max"):
             return
         for left, right in zip(arguments, arguments[1:]):
+            (start, left_end), (right_start, end) = span(left), span(right)
             first, second = self.source(left), self.source(right)
-            ends_before = left.extent.end.offset <= right.extent.start.offset
-            if (first and second and first != second and ends_before and
+            between = self.text[left_end:right_start]
+            if (first and second and first != second and between.strip() == "," and
                     not first.startswith("[") and not second.startswith("[") and
                     (is_template(call) or may_stand_for(left.type, right.type))):
-                between = self.text[left.extent.end.offset:right.extent.start.offset].decode()
-                if between.strip() == ",":
-                    self.add(left.extent.start.offset, right.extent.end.offset,
-                             second + between + first)
+                self.add(start, end, second + between + first)
 
     def look_at_tokens(self, unit):
         for token in unit.get_tokens(extent=unit.cursor.extent):
-            start, end = token.extent.start.offset, token.extent.end.offset
-            line_start = self.text.rfind(b"\n", 0, start) + 1
-            if self.text[line_start:start].lstrip().startswith(b"#") or b"extern \"C\"" in \
-                    self.text[line_start:self.text.find(b"\n", start)]:
+            start, end = span(token)
+            line_start = self.text.rfind("\n", 0, start) + 1
+            line = self.text[line_start:self.text.find("\n", start)]
+            if line.lstrip().startswith("#") or 'extern "C"' in line:
                 continue
             if token.kind == TokenKind.PUNCTUATION and token.cursor.kind in IN_EXPRESSIONS:
                 self.change_operator(token, start, end)
@@ -177,10 +165,9 @@ class Finder:
         operator = token.spelling
         # << into a stream is no shift. What has no blanks round it is no operator of two sides, but
         # a pointer, a reference, a sign or the bracket of template arguments.
-        if operator in ("<<", ">>") and token.cursor.kind not in SHIFTS:
-            return
-        around = self.text[start - 1:start] + self.text[end:end + 1]
-        if operator in "&*+-<>" and around.strip():
+        around = self.text[start - 1] + self.text[end]
+        if operator in ("<<", ">>") and token.cursor.kind not in CALCULATIONS or \
+                operator in "&*+-<>" and around.strip():
             return
         for replacement in OPERATORS.get(operator, []):
             self.add(start, end, replacement)
@@ -206,7 +193,7 @@ def changed_literals(literal):
         return [literal[:-1] + '?"']
     if literal.startswith("'"):
         return ["'#'"] if literal != "'#'" else ["'$'"]
-    number = re.fullmatch(r"((?:0[xX][0-9a-fA-F']+|[0-9']+))([uUlL]*)", literal)
+    number = re.fullmatch(r"(0[xX][0-9a-fA-F']+|[0-9']+)([uUlL]*)", literal)
     if not number:
         return []
     value = int(number[1].replace("'", ""), 0)
