@@ -96,6 +96,8 @@ Reply Perform(const std::vector<std::string>& words, bool json, const std::stop_
         told = Obey(words, stop);
     } catch (const ActionError& mistake) {
         told = {.exitCode = 2, .text = mistake.what(), .json = Json().Add("error", mistake.what())};
+    } catch (const std::exception& failure) { // no memory
+        told = {.exitCode = 1, .text = failure.what(), .json = Json().Add("error", failure.what())};
     }
     return {told.exitCode, json ? told.json.Text() : told.text, told.next};
 }
