@@ -23,6 +23,15 @@ std::wstring SearchPath() {
     return path;
 }
 
+/// All zero where the file has nothing.
+template <typename Value>
+Value ReadAt(std::ifstream& stream, std::streamoff offset) {
+    Value value{};
+    stream.seekg(offset);
+    stream.read(reinterpret_cast<char*>(&value), sizeof value);
+    return stream ? value : Value{};
+}
+
 } // namespace
 
 fs::path PathOf(HMODULE module) {
@@ -66,17 +75,14 @@ std::vector<fs::path> FindFiles(const std::vector<fs::path>& folders, const fs::
 
 Processor ProcessorOf(const fs::path& dll) {
     std::ifstream stream(dll, std::ios::binary);
-    const auto read = [&]<typename Value>(Value value, long long offset) {
-        stream.seekg(offset);
-        stream.read(reinterpret_cast<char*>(&value), sizeof value);
-        return stream ? value : Value{};
-    };
-    const auto dos = read(IMAGE_DOS_HEADER{}, 0);
-    if (dos.e_magic != IMAGE_DOS_SIGNATURE || read(DWORD{}, dos.e_lfanew) != IMAGE_NT_SIGNATURE) {
+    const auto dos = ReadAt<IMAGE_DOS_HEADER>(stream, 0);
+    const auto headers = static_cast<std::streamoff>(dos.e_lfanew);
+    if (dos.e_magic != IMAGE_DOS_SIGNATURE ||
+        ReadAt<DWORD>(stream, headers) != IMAGE_NT_SIGNATURE) {
         return Processor::none;
     }
-    const auto header =
-        read(IMAGE_FILE_HEADER{}, dos.e_lfanew + static_cast<long long>(sizeof(DWORD)));
+    const std::streamoff behindSignature = headers + static_cast<std::streamoff>(sizeof(DWORD));
+    const auto header = ReadAt<IMAGE_FILE_HEADER>(stream, behindSignature);
     switch (header.Machine) {
     case IMAGE_FILE_MACHINE_AMD64:
         return Processor::x64;

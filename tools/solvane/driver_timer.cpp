@@ -9,8 +9,6 @@ namespace host {
 
 namespace {
 
-using namespace std::chrono_literals;
-
 /// A run on a thread of its own, which may outlive whoever waits for it.
 class TimerRun {
   public:
@@ -82,7 +80,7 @@ class TimerRun {
 
 TimerRunResult RunTimerFor(const Functions& library, std::uint32_t parameter, unsigned events,
                            std::chrono::milliseconds most) {
-    constexpr auto kPoll = 5ms;
+    constexpr std::chrono::milliseconds kPoll{5};
     const auto run = std::make_shared<TimerRun>(library, events);
     if (!run->IsOver()) {
         std::thread([run, parameter] { run->Perform(parameter); }).detach();
