@@ -155,8 +155,10 @@ std::uint64_t ReadMilliseconds(std::string_view text) {
     const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
     std::uint64_t whole = 0;
     const char* const end = text.data() + text.size();
-    auto [rest, error] = std::from_chars(text.data(), end, whole);
-    bool isGood = !text.empty() && isDigit(text.front()) && error == std::errc() && whole <= kMost;
+    const std::from_chars_result read = std::from_chars(text.data(), end, whole);
+    const char* rest = read.ptr;
+    const bool isGood =
+        !text.empty() && isDigit(text.front()) && read.ec == std::errc() && whole <= kMost;
     std::uint64_t nanoseconds = isGood ? whole * kNanosecondsPerMillisecond : 0;
     if (isGood && rest != end && *rest == '.') {
         std::uint64_t worth = kNanosecondsPerMillisecond;

@@ -12,6 +12,7 @@
 #include <system_error>
 #include <thread>
 #include <type_traits>
+#include <utility>
 
 #include <windows.h>
 
@@ -142,14 +143,24 @@ void ServeConnection(HANDLE pipe, Hosts& hosts, Perform perform) {
 Handle MakePipe(const std::string& name, bool isFirst) {
     static OwnersAlone owners;
     const DWORD first = isFirst ? FILE_FLAG_FIRST_PIPE_INSTANCE : 0;
-    const HANDLE pipe = CreateNamedPipeW(
-        PathOfPipe(name).c_str(), PIPE_ACCESS_DUPLEX | first,
-        PIPE_TYPE_BYTE | PIPE_READMODE_BYTE | PIPE_WAIT | PIPE_REJECT_REMOTE_CLIENTS,
-        PIPE_UNLIMITED_INSTANCES, kPipeBytes, kPipeBytes, 0, owners.Get());
+    const HANDLE pipe =
+        CreateNamedPipeW(PathOfPipe(name).c_str(), PIPE_ACCESS_DUPLEX | first,
+                         PIPE_TYPE_BYTE | PIPE_REJECT_REMOTE_CLIENTS, PIPE_UNLIMITED_INSTANCES,
+                         kPipeBytes, kPipeBytes, 0, owners.Get());
     if (pipe == INVALID_HANDLE_VALUE) {
         throw Failure("the pipe of the bench cannot be made");
     }
     return Handle(pipe);
+}
+
+Handle NextPipe(const std::string& name) {
+    for (;;) {
+        try {
+            return MakePipe(name, false);
+        } catch (const std::runtime_error&) { // too many handles: some will be given back
+            Sleep(10);
+        }
+    }
 }
 
 /// Each in turn: the next pipe is there before the one that somebody has opened is served.
@@ -158,14 +169,7 @@ Handle MakePipe(const std::string& name, bool isFirst) {
     for (;;) {
         const bool isOpened =
             ConnectNamedPipe(pipe.get(), nullptr) || GetLastError() == ERROR_PIPE_CONNECTED;
-        Handle opened = std::move(pipe);
-        while (pipe == nullptr) {
-            try {
-                pipe = MakePipe(name, false);
-            } catch (const std::runtime_error&) { // too many handles: some will be given back
-                Sleep(10);
-            }
-        }
+        Handle opened = std::exchange(pipe, NextPipe(name));
         if (!isOpened) {
             continue;
         }

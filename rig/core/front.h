@@ -50,7 +50,8 @@ inline std::vector<Front>& Fronts() {
     return fronts;
 }
 
-/// Answers a call where the hardware is: here, counted, at fault if that is planned, and journalled.
+/// Answers a call where the hardware is: here, counted, at fault if that is planned, and
+/// journalled.
 void Answer(Call& call);
 
 /// Answers a call with their hardware and does nothing else.

@@ -68,8 +68,7 @@ int rig_load(const char* toml) {
 }
 
 int rig_load_file(const char* path) {
-    return static_cast<int>(
-        AskWithText(-1, Function::LoadFile, path != nullptr ? path : ""));
+    return static_cast<int>(AskWithText(-1, Function::LoadFile, path != nullptr ? path : ""));
 }
 
 const char* rig_error(void) {

@@ -59,7 +59,9 @@ RigAnswer AnswerHere(const RigQuestion& question) {
     Access access;
     Rig& rig = *access.operator->();
     const auto& [first, second, third, fourth, fifth] = question.numbers;
-    const auto number = [](auto value) { return RigAnswer{static_cast<std::int64_t>(value), 0, {}}; };
+    const auto number = [](auto value) {
+        return RigAnswer{static_cast<std::int64_t>(value), 0, {}};
+    };
     const auto line = static_cast<rig_line>(first < RIG_LINE_COUNT ? first : 0);
     const std::string text = question.text.value_or("");
     switch (question.function) {

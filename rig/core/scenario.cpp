@@ -320,7 +320,7 @@ Session ReadSession(TableReader table, std::size_t chips) {
 
 /// Where the line begins that has the table of the session; there must be nothing else from there
 /// on.
-std::size_t TextBeforeSession(std::string_view text, TableReader& root) {
+std::size_t TextBeforeSession(std::string_view text, const TableReader& root) {
     std::size_t begin = 0;
     for (std::size_t line = root.LineOf("session"); line > 1; --line) {
         begin = text.find('\n', begin) + 1;

@@ -207,7 +207,6 @@ void UsbBus::Detach(std::size_t chip) {
     }
 }
 
-
 void UsbBus::LeaveForAWhile(std::size_t chip) {
     around.trace.Event("unplug " + std::to_string(chip));
     Leave(chip);

@@ -28,13 +28,13 @@ int Run(CLI::App& app, std::vector<std::string> arguments, std::ostream& out, st
 
 /// What stands behind `--`: a host and what is its own.
 std::vector<std::string> TakeHost(std::vector<std::string>& arguments) {
-    const auto dashes = std::find(arguments.begin(), arguments.end(), "--");
     const bool isRun = arguments.size() > 1 && arguments[1] == "run";
+    const auto dashes = std::find(arguments.begin(), arguments.end(), "--");
     if (!isRun || dashes == arguments.end()) {
         return {};
     }
-    const std::vector<std::string> host(dashes + 1, arguments.end());
-    arguments.erase(dashes, arguments.end());
+    std::vector<std::string> host(std::next(dashes), arguments.end());
+    arguments.resize(static_cast<std::size_t>(dashes - arguments.begin()));
     return host;
 }
 

@@ -77,11 +77,22 @@ class SoakTest : public OnTheRig {
         isHealed = isWhole = true;
     }
 
+    /// One of those that the library calls.
+    const VendorFunction& AnyThatFails(const Kind& kind) {
+        std::vector<const VendorFunction*> functions;
+        for (const VendorFunction& function : kind.functions) {
+            if (!function.ways.empty()) {
+                functions.push_back(&function);
+            }
+        }
+        return *functions[Random(functions.size())];
+    }
+
     /// Something goes wrong soon, or comes right again.
     void Disturb(const Kind& kind) {
         host::Advance(Random(40) * kMillisecond);
         if (Random(4) == 0) {
-            const VendorFunction& function = kind.functions[Random(kind.functions.size())];
+            const VendorFunction& function = AnyThatFails(kind);
             const Way& way = function.ways[Random(function.ways.size())];
             const unsigned soon = Random(Random(2) == 0 ? 6 : 60);
             const rig_fault fault{function.name, rig_calls(function.name) + 1 + soon,

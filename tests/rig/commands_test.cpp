@@ -310,7 +310,7 @@ TEST_F(CommandsTest, HelpNamesEachOfThem) {
         const Reply reply = Perform({name, "--colour", "red", "1", "2", "3"}, false);
         EXPECT_EQ(reply.exitCode, name == "note" ? 0 : 2) << name << ": " << reply.text;
     }
-    EXPECT_EQ(commands.size(), 20U);
+    EXPECT_EQ(commands.size(), 22U);
 }
 
 TEST_F(CommandsTest, WaitForAnEdge) {
@@ -383,7 +383,8 @@ TEST_F(CommandsTest, StopWaitingWhenSomebodyWantsThemTo) {
 TEST_F(CommandsTest, TellWhatThereIsForWordsThatAreWrong) {
     const std::vector<std::pair<Lines, std::string>> mistakes = {
         {{},
-         "'' is no command; there are unplug, plug, ready, mep, set, wire, force, fault, lift, "
+         "'' is no command; there are unplug, plug, ready, mep, open-driver, sleep, set, wire, "
+         "force, fault, lift, "
          "note, scenario, levels, captures, calls, journal, status, keep, wait-edge, expect-pulse, "
          "help"},
         {{"unplg"}, "'unplg' is no command; there are unplug, plug, "},

@@ -70,7 +70,7 @@ TEST_F(WaveformTest, ShowsWhatHappenedWhen) {
 
 TEST_F(WaveformTest, MarksWhatHappenedToTheLines) {
     Load(kOneChip + "[[fault]]\nfunction = 'FT_ResetDevice'\nstatus = 4\n"
-                    "[[event]]\nat_ms = 20\naction = 'sleep'\nfor_ms = 5\n"
+                    "[[event]]\nat_ms = 20\naction = 'sleep 5'\n"
                     "[[event]]\nat_ms = 30\naction = 'latch-mep'\n");
     FT_HANDLE pins = OpenPins();
     Drive(pins, kRest);
@@ -92,7 +92,7 @@ TEST_F(WaveformTest, MarksWhatHappenedToTheLines) {
     EXPECT_EQ(ChangesIn(path), "#1000 1! 1( 0\" #3000 0! #4000 1! 1) #5000 1. #6000 1* 0! "
                                "#7000 1+ #20000 1, #25000 1- #26000 1# 1\" #40000");
     EXPECT_EQ(Take(RIG_EVENT), (Lines{"capture 1", "ignored trigger", "fault FT_ResetDevice",
-                                      "unplug 0", "plug 0", "sleep", "resume", "latch-mep"}));
+                                      "unplug 0", "plug 0", "sleep 5", "resume", "mep latch"}));
 }
 
 TEST_F(WaveformTest, IsReadableAtAnyMoment) {

@@ -249,17 +249,18 @@ SOLVANE_RIG_API void rig_note(const char* text);
 
 /**
  * Does a command of solvane-rig, in the same words: "unplug 0", "set exposure_ms 80",
- * "fault FT_Write status=4", "levels", "wait-edge 'ready 1' --within 5000". "help" lists them. Those
- * that wait return when it came to pass or their time is over; other threads go on meanwhile.
+ * "fault FT_Write status=4", "levels", "wait-edge 'ready 1' --within 5000". "help" lists them.
+ * Those that wait return when it came to pass or their time is over; other threads go on meanwhile.
  *
  * @param words the command; quotes, single or double, hold words together. The files of "scenario
- *     NAME TEXT" and "keep" are the caller's to read and write: the one takes a scenario's text, and
- *     the answer of the other is one.
+ *     NAME TEXT" and "keep" are the caller's to read and write: the one takes a scenario's text,
+ * and the answer of the other is one.
  * @param json not 0: the answer is one JSON object.
  * @param[out] answer lines of text, until the next call on the same thread; NULL when nobody wants
  *     it.
- * @return 0; 1 when it came to nothing (no edge within the time, a pulse of another width, no memory,
- *     a bench that is gone); 2 for words that are no command, and the answer then tells what there is.
+ * @return 0; 1 when it came to nothing (no edge within the time, a pulse of another width, no
+ * memory, a bench that is gone); 2 for words that are no command, and the answer then tells what
+ * there is.
  */
 SOLVANE_RIG_API int rig_command(const char* words, int json, const char** answer);
 

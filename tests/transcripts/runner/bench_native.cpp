@@ -22,7 +22,9 @@ HostSide& Side() {
 constexpr rig::Elsewhere kBench{
     [](rig::Call& call) { Side().Answer(call); },
     [](const rig::RigQuestion& question) { return Side().Answer(question); },
-    [](const rig::Texts& words, bool json) { return Side().Answer(Command{words, json}); },
+    [](const rig::Texts& words, bool json) {
+        return Side().Answer(Command{words, json});
+    },
 };
 
 const bool isThere = [] {
