@@ -7,8 +7,7 @@
 namespace SLV::Internal {
 
 std::vector<ControllerFactory> MakeCandidates() {
-    // The FT2232H is last on purpose: it is the one that stays when nothing answers, and a chip
-    // that is plugged in later is found by the next operation.
+    // The last one stays when none answers, and only the FT2232H can be plugged in later.
     return {MakeController<SolvaneLpt>, MakeController<SolvaneKontron>, MakeController<SolvaneEApi>,
             MakeController<SolvaneUsb>};
 }

@@ -1,5 +1,4 @@
-/// The functions of the public header. Each fetches the state and passes its call on; nothing is
-/// checked, logged or locked at this level.
+/// The functions of the public header, forwarded to the controller.
 
 #define SOLVANE_NO_IMPORT // they are exported by solvane.def
 #include <solvane/solvane.h>
@@ -30,8 +29,8 @@ int16_t SOLVANE_CALL Solvane_CheckPowerControlAvailable(void) {
 }
 
 int16_t SOLVANE_CALL Solvane_RecheckStatus(void) {
-    // As the first call of a process this selects twice, because making the state selects too.
-    // Hosts use it as their start and read both passes in the log.
+    // As the first call of a process this selects twice: creating the state selects too. Kept,
+    // because hosts start with this call and find both passes in the log.
     return SelectController(GetLibraryState());
 }
 

@@ -10,8 +10,8 @@ LibraryState::LibraryState(Logger& processLogger, std::vector<ControllerFactory>
 }
 
 short TryCandidate(LibraryState& state, const ControllerFactory& factory) {
-    // The new controller exists before the old one goes: whoever fails to be made leaves the host
-    // with the controller it had.
+    // The old controller goes only when the new one exists: if its construction fails, the host
+    // still has the old one.
     state.controller = factory(state.logger);
     state.logger.Line("Controller candidate been created. Checking H/W availability...");
 

@@ -1,4 +1,4 @@
-/// The one state of the library: which kinds of hardware may serve the host, and which one does.
+/// The state of the library: which kinds of hardware may serve the host, and which one does.
 #pragma once
 
 #include <vector>
@@ -13,22 +13,21 @@ struct LibraryState {
 
     Logger& logger;
     const std::vector<ControllerFactory> candidates;
-    ControllerPtr controller; ///< never null once the state is there (given one candidate)
+    ControllerPtr controller; ///< never null, given at least one candidate
 };
 
-/// Makes a controller, installs it in place of the present one and asks it whether its hardware is
-/// there. It stays installed in either case.
+/// Replaces the controller by a new one and asks that whether its hardware is there. It stays
+/// installed either way.
 short TryCandidate(LibraryState& state, const ControllerFactory& factory);
 
-/// One selection pass: tries the candidates from the first one until one answers. The status of
-/// the last one tried.
+/// Tries the candidates in their order until one answers. Returns the status of the last one tried.
 short SelectController(LibraryState& state);
 
 /// The kinds of hardware in the order in which they are looked for.
 std::vector<ControllerFactory> MakeCandidates();
 
-/// The process-wide state. The first call creates it and with it looks for the hardware; of several
-/// first calls at once all but one wait for that.
+/// The process-wide state. The first call creates it, which looks for the hardware; concurrent
+/// first calls wait for that.
 LibraryState& GetLibraryState();
 
 } // namespace SLV::Internal

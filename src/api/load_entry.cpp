@@ -1,5 +1,5 @@
-/// The load and unload entry point. Nothing is done under the loader's lock: hardware is looked for
-/// by the first call, and released by the library state's destructor.
+/// The load and unload entry point. It does nothing under the loader's lock: the first call looks
+/// for the hardware, and the destructor of the library state releases it.
 
 #include <exception>
 
@@ -7,9 +7,9 @@
 
 namespace {
 
-/// The compiler's run-time library gets itself memory for the first object that is made once, and
-/// for the first exception. mingw-w64's ends the process when there is none. So it has had both
-/// before there is a host whose first call could end so.
+/// mingw-w64's run-time library allocates memory for the first function-local static and the first
+/// exception of a process, and ends the process if it gets none. Doing both at load time keeps a
+/// host's first call from ending that way.
 bool HasThrownOnce() {
     static const bool isCaught = [] {
         try {

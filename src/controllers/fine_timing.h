@@ -5,8 +5,8 @@
 
 namespace SLV::Internal {
 
-/// Raises the system timer resolution to 1 ms for as long as the object lives, so that Sleep(10) is
-/// 10 ms and not the 15.6 ms of an idle system. It costs the whole machine power: keep it short.
+/// Raises the system timer resolution to 1 ms while it lives, so that Sleep(10) takes 10 ms and not
+/// the 15.6 ms of an idle system. It costs the whole machine power: keep the scope short.
 class FineTiming {
   public:
     FineTiming() { platform::timeBeginPeriod(kMilliseconds); }

@@ -13,8 +13,8 @@ inline constexpr short kNoHardware = SOLVANE_E_NO_HARDWARE;
 inline constexpr short kInvalid = SOLVANE_E_INVALID;
 inline constexpr short kNotReady = SOLVANE_E_NOT_READY;
 
-/// One object a kind of hardware. Each operation stands for the export of the same name, and the
-/// order of declaration is the order of dispatch.
+/// One class for each kind of hardware. Each operation serves the export of the same name; the
+/// order of declaration is the order in the virtual table.
 class SolvaneInterface {
   public:
     SolvaneInterface() = default;
@@ -41,16 +41,16 @@ class SolvaneInterface {
     virtual short ResetComPort() { return kOk; }
 
   protected:
-    /// The gate before nearly every operation: the hardware must be there, else its status is the
-    /// answer and no line is touched.
+    /// The gate before nearly every operation: without hardware its status is returned and no line
+    /// is touched.
     template <typename Operation>
     short WhenAvailable(Operation&& operation) {
         const short status = CheckAvailable();
         return status != kOk ? status : operation();
     }
 
-    /// A gated yes-or-no answer. The pointer is looked at after the gate, so that a host without
-    /// hardware learns that first.
+    /// A gated yes-or-no question. The pointer is checked after the gate, so that missing hardware
+    /// is reported first.
     template <typename Question>
     short Answer(short* out, Question&& question) {
         return WhenAvailable([&] {
@@ -62,8 +62,8 @@ class SolvaneInterface {
         });
     }
 
-    /// The gated question for the MEP flag: a latched flag is cleared with one pulse, and told even
-    /// if the pulse fails.
+    /// The gated question for the MEP flag: a latched flag is cleared with one pulse, and reported
+    /// even if the pulse fails.
     template <typename Latched, typename Pulse>
     short AnswerAndClear(short* flag, Latched&& isLatched, Pulse&& pulse) {
         return Answer(flag, [&] {

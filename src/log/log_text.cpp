@@ -21,7 +21,7 @@ LogText& LogText::PutNumber(std::uint64_t number, unsigned base, bool isNegative
     if (isHeld || count > capacity - size) {
         fitting = std::min(count, MakeRoom(count));
     }
-    if (fitting != 0) { // else nothing may be written, for somebody may hold what is there
+    if (fitting != 0) { // else not even the terminator may be written: the text may be held
         std::reverse_copy(digits + (count - fitting), digits + count, data + size);
         size += fitting;
         data[size] = '\0';
@@ -57,7 +57,7 @@ LogText::Hold::~Hold() {
     }
 }
 
-/// How many more characters fit, after making room for as many as are asked for, if possible.
+/// Makes room for so many more characters if possible; returns how many fit.
 std::size_t LogText::MakeRoom(std::size_t more) {
     const std::size_t wanted = std::max(capacity * 2, size + more);
     char* const room = new (std::nothrow) char[wanted + 1];

@@ -20,9 +20,9 @@ struct Hex {
     std::uint64_t value;
 };
 
-/// Takes text and numbers without exceptions, without the locale and, for lines of the usual
-/// length, without memory of its own. It grows without limit; text for which there is no memory is
-/// left out, and nothing else: a line may never stop an operation on the camera's lines half-way.
+/// Takes text and numbers without exceptions, without the locale and, up to the usual length of a
+/// line, without the heap. It grows without limit; only text for which there is no memory is left
+/// out: logging must never stop an operation on the camera's lines half-way.
 class LogText {
   public:
     LogText() {} // NOLINT(*-member-init,*-use-equals-default): nobody reads what was not written
@@ -34,14 +34,13 @@ class LogText {
         if (isHeld || text.size() > capacity - size) {
             text = text.substr(0, MakeRoom(text.size()));
         }
-        if (!text.empty()) { // else nothing may be written, for somebody may hold what is there
+        if (!text.empty()) { // else not even the terminator may be written: the text may be held
             Put(text);
         }
         return *this;
     }
     LogText& operator<<(const LogText& text) { return *this << text.View(); }
 
-    /// One byte as it is.
     LogText& operator<<(char byte) { return *this << std::string_view(&byte, 1); }
 
     /// In decimal.
@@ -63,9 +62,8 @@ class LogText {
     bool IsEmpty() const { return size == 0; }
     void Clear();
 
-    /// The text as it is now, for somebody who reads it while this one may be written to, cleared
-    /// or held again: the characters stay as they are, where they are, until the object goes.
-    /// Whoever writes meanwhile goes on behind a copy.
+    /// Keeps the present characters as they are, where they are, while it lives, even if the text
+    /// is written to, cleared or held again: such a write continues in a copy.
     class Hold {
       public:
         explicit Hold(LogText& toHold);
@@ -82,7 +80,7 @@ class LogText {
         bool wasHeld;
     };
 
-    char fill = ' '; ///< what numbers with a width would be filled up with; no writer gives one
+    char fill = ' '; ///< for numbers with a width, which nothing here has
 
   private:
     static constexpr unsigned kDecimal = 10;
@@ -97,14 +95,14 @@ class LogText {
     std::size_t MakeRoom(std::size_t more);
     void Release(const char* memory) const;
 
-    /// Longer than any line but rows of dots and the system's sentences.
+    /// Enough for every line but rows of dots and the system's sentences.
     static constexpr std::size_t kUsualCapacity = 240;
 
-    char* data = usual; ///< or memory of its own, for a longer text
+    char* data = usual; ///< or on the heap, for a longer text
     std::size_t capacity = kUsualCapacity;
     std::size_t size = 0;
     bool isHeld = false; ///< `data` may not be written to
-    unsigned holds = 0;  ///< of this text or of one that it was
+    unsigned holds = 0;  ///< of this text or of an earlier one that a write left behind
     char usual[kUsualCapacity + 1];
 };
 

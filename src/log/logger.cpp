@@ -24,8 +24,8 @@ std::uint64_t SystemClockTicks() {
     return (high << 32 | time.dwLowDateTime) - kTicksFrom1601To1970;
 }
 
-/// How far local time is ahead of UTC at a second since 1970, as part of a day. A clock that is out
-/// of the calendar's reach is shown as it is.
+/// How far local time is ahead of UTC at a second since 1970, less than a day. 0 for a time that
+/// the calendar does not reach.
 std::uint32_t SecondsEast(std::uint64_t second) {
     const auto calendarSecond = static_cast<std::time_t>(second);
     std::tm local{};
@@ -38,7 +38,6 @@ std::uint32_t SecondsEast(std::uint64_t second) {
     return (ofLocalDay + kSecondsPerDay - ofUtcDay) % kSecondsPerDay;
 }
 
-/// The last decimal digit.
 char Digit(std::uint32_t number) {
     return static_cast<char>('0' + number % 10);
 }
@@ -47,8 +46,8 @@ char Digit(std::uint32_t number) {
 
 Logger s_logger;
 
-/// The open line for as long as the object lives, unless another thread has it. A thread that has
-/// it already, because the host's function calls the library, goes on with it.
+/// Takes the open line while it lives, unless another thread has it. A thread that has it already,
+/// because the host's function calls the library, keeps it.
 class Logger::Turn {
   public:
     explicit Turn(std::atomic<std::uint32_t>& ofLogger) : writer(ofLogger) {
@@ -77,7 +76,7 @@ void Logger::Install(void* newContext, LogCallback newCallback) {
     const Turn turn(writer);
     context = newContext;
     callback = newCallback;
-    if (newCallback != nullptr) { // so that the first lines of two threads at once have it both
+    if (newCallback != nullptr) { // here, so that concurrent first lines both have it
         secondsEast.store(SecondsEast(SystemClockTicks() / kTicksPerSecond),
                           std::memory_order_relaxed);
     }
@@ -99,7 +98,7 @@ void Logger::Write(std::span<const LogPiece> pieces, LineEnd end) {
     }
 }
 
-/// False when the host's function went meanwhile: a piece may be the host's own doing.
+/// False when the host's function was removed meanwhile.
 bool Logger::Add(std::span<const LogPiece> pieces, LogText& line) {
     for (const LogPiece& piece : pieces) {
         if (callback == nullptr) {
@@ -127,8 +126,7 @@ void Logger::PutStamp(LogText& line, std::uint64_t ticks, const LocalSecond& sec
     line << std::string_view(second.text.data(), second.text.size())
          << std::string_view(ofSecond, sizeof ofSecond);
 
-    // The fill character stays '0' until a function is installed: hosts have long received
-    // zero-padded numbers in whatever follows, and scripts read them.
+    // Stays so until a function is installed: scripts read the zero-padded numbers that follow.
     line.fill = '0';
 }
 
@@ -163,8 +161,8 @@ void Logger::Deliver(LogText& line) const {
     if (callback == nullptr) {
         return;
     }
-    // What the host's function logs goes on behind the text that it was given; what it throws
-    // leaves the text standing.
+    // What the host's function logs is added behind the text that it was given; if it throws, the
+    // text stays.
     {
         const LogText::Hold held(line);
         callback(context, held.CString());

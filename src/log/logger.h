@@ -1,5 +1,4 @@
-/// The one log of the library: it assembles each message into a time-stamped line and hands the
-/// line to the host's function.
+/// The log of the library: assembles messages into time-stamped lines for the host's function.
 #pragma once
 
 #include <array>
@@ -17,7 +16,7 @@ namespace SLV::Internal {
 
 using LogCallback = SolvaneLogCallback;
 
-/// Anything that a LogText takes. It is formatted only when somebody listens.
+/// Anything that a LogText takes, formatted only when logging is on.
 class LogPiece {
   public:
     explicit LogPiece(std::string_view text) : object(text.data()), length(text.size()) {}
@@ -43,10 +42,10 @@ class LogPiece {
     void (*write)(LogText&, const void*) = nullptr; ///< null: it is a text
 };
 
-/// The hosts of two timers may log at once, and Windows may end a thread in the middle of a line
-/// when the process exits. So nothing here ever waits: the open line belongs to one thread at a
-/// time, and a thread that finds it taken writes a line of its own. Calls that do not overlap share
-/// the open line, from whatever threads they come.
+/// Timers log on several threads, and at the exit of a process Windows may end a thread in the
+/// middle of a line. So nothing here ever waits: the open line belongs to one thread at a time, and
+/// a thread that finds it taken writes a line of its own. Calls that do not overlap share the open
+/// line, whatever their threads.
 ///
 /// No log step fails for lack of memory. An exception of the host's function passes through.
 struct Logger {
@@ -57,9 +56,9 @@ struct Logger {
     /// Installs the host's function and drops whatever line was being built.
     void Install(void* newContext, LogCallback newCallback);
 
-    /// Adds pieces to the open line without ending it; the next Line() goes on with it. Costs one
-    /// test of a pointer when nobody listens: hand over what is expensive to make as an object
-    /// whose operator<< makes it.
+    /// Adds pieces to the open line without ending it; the next Line() continues it. Without a
+    /// callback it costs one test of a pointer: pass what is expensive to format as an object whose
+    /// operator<< does it.
     template <typename... Pieces>
     void Append(const Pieces&... pieces) {
         if (callback != nullptr) {
@@ -80,7 +79,6 @@ struct Logger {
     /// Ends the open line: delivers it, even if it is empty, and starts a new one.
     void Flush();
 
-    /// Adds the stamp of now to the open line.
     void WriteTimestamp();
 
   private:
@@ -101,14 +99,12 @@ struct Logger {
 
     std::atomic<std::uint32_t> writer = 0; ///< the thread that has the open line; 0: none
 
-    // Local time: asked from the calendar by the thread that has the open line, once a second.
-    // Lines come in bursts, and the calendar takes locks of the system's own, which a thread that
-    // finds the open line taken must not wait for.
+    // Local time, asked from the calendar once a second and by the thread that has the open line
+    // alone: the calendar takes locks of the system's, and no other thread here may wait for them.
     LocalSecond stampedSecond{kNever, {}};
     std::atomic<std::uint32_t> secondsEast = 0; ///< of UTC, 0 to 86,399
 };
 
-/// The process-wide log.
 extern Logger s_logger;
 
 } // namespace SLV::Internal

@@ -14,7 +14,6 @@ extern "C" {
 /// Reads a port. Of an 8-bit port only the low byte means anything.
 std::uint16_t INPOUT_CALL Inp32(std::uint16_t port);
 
-/// Writes a port.
 void INPOUT_CALL Out32(std::uint16_t port, std::uint16_t value);
 
 /// Non-zero when the kernel driver is open; without it, reads and writes do nothing.

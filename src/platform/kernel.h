@@ -6,7 +6,7 @@
 #include <cstdlib>
 
 namespace platform {
-using ::GetCurrentThreadId; // the log has one open line, which is one thread's at a time
+using ::GetCurrentThreadId; // which thread has the log's open line
 using ::Sleep;
 
 // The driver's device, its requests, and the event that their completion signals.

@@ -1,4 +1,4 @@
-/// What the library and the kernel driver say to each other through the device.
+/// The requests of the library to the kernel driver, and its replies.
 #pragma once
 
 #include <cstddef>

@@ -10,7 +10,6 @@ namespace Trel::SolvaneDriverLib {
 
 namespace {
 
-/// Closes a handle at the end of a scope.
 class ScopedHandle {
   public:
     explicit ScopedHandle(platform::HANDLE open) : handle(open) {}
@@ -24,7 +23,6 @@ class ScopedHandle {
     platform::HANDLE handle;
 };
 
-/// Lowers a flag at the end of a scope.
 class ScopedFlag {
   public:
     explicit ScopedFlag(bool& raised) : flag(raised) {}
@@ -36,7 +34,7 @@ class ScopedFlag {
     bool& flag;
 };
 
-/// A question for the next event. It is the driver's to write into until it is answered.
+/// A request for the next event. The driver may write into it until it is answered.
 struct WaitRequest {
     platform::OVERLAPPED overlapped{};
     TimerWaitReply reply{};
@@ -49,7 +47,7 @@ std::unique_ptr<WaitRequest> MakeWaitRequest(platform::HANDLE event) {
     return request;
 }
 
-/// Hands an event on to the host of the timer that the context names.
+/// `context` is the timer.
 void DeliverToHost(void* context, const TimerEventRecord& record) {
     const auto& timer = *static_cast<SolvaneTimer*>(context);
     const SolvaneTimerEvent event{TranslateDriverStatus(record.status),
@@ -100,7 +98,7 @@ void HighResolutionTimerBase::WaitForEvents(platform::HANDLE event) {
     const ScopedFlag lowersWaiting(waiting);
     do {
         waiting = true;
-        request->reply = {}; // what the driver does not fill reads as 0
+        request->reply = {}; // what the driver does not fill is 0
         request->returned = 0;
         if (platform::DeviceIoControl(device, IOCTL_SOLVANE_TIMER_WAIT, &timerId, sizeof timerId,
                                       &request->reply, sizeof request->reply, &request->returned,
@@ -111,7 +109,7 @@ void HighResolutionTimerBase::WaitForEvents(platform::HANDLE event) {
             }
         }
         if (platform::WaitForSingleObject(event, INFINITE) != WAIT_OBJECT_0) {
-            // Left behind: it is not withdrawn, so the driver may answer into it at any time.
+            // Left behind on purpose: it is not withdrawn, so the driver may still answer into it.
             static_cast<void>(request.release());
             throw Win32Exception("Wait error: ");
         }
@@ -145,7 +143,7 @@ void SolvaneTimer::Run(std::uint32_t timerParameter, void* context) {
 std::int16_t TranslateDriverStatus(std::int16_t driverStatus) {
     switch (driverStatus) {
     case 0:
-    case -3: // hosts count this one as a trigger given
+    case -3: // on purpose
         return SOLVANE_OK;
     case -7:
         return SOLVANE_E_NOT_READY;

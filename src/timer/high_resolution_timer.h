@@ -1,5 +1,4 @@
-/// Timers of the kernel driver: the loop that waits for their events, and what becomes of an event
-/// on its way to the host.
+/// Timers of the kernel driver: the loop that waits for events and delivers them to the host.
 #pragma once
 
 #include <atomic>
@@ -11,7 +10,7 @@
 
 namespace Trel::SolvaneDriverLib {
 
-/// One event as the driver told it.
+/// One event as the driver reported it.
 struct TimerEventRecord {
     std::uint8_t initialStatusOk;
     std::uint8_t reserved; ///< always 0
@@ -25,8 +24,7 @@ struct TimerEventRecord {
 static_assert(sizeof(TimerEventRecord) == 12);
 static_assert(sizeof(SolvaneTimerEvent) == 12, "the layout that hosts of every language declare");
 
-/// What one thread writes while another reads it. Nothing else is ordered by it: a stop that comes
-/// before the run has begun is lost, as hosts know.
+/// Written by one thread while another reads it. It orders nothing else.
 template <typename Value>
 class Relaxed {
   public:
@@ -43,26 +41,26 @@ class Relaxed {
 
 class HighResolutionTimerBase {
   public:
-    /// Called once for every event of the driver, on the thread that runs the timer.
+    /// Called for every event, on the thread that runs the timer.
     virtual void OnTimerEvent(const TimerEventRecord& record) = 0;
 
-    /// Deletes a remaining driver timer and closes the device. A driver that refuses the delete
-    /// ends the process: its timer would go on triggering with nobody to stop it.
+    /// Deletes a remaining driver timer and closes the device. If the driver refuses, the exception
+    /// ends the process, on purpose: the timer would go on triggering with nobody to stop it.
     virtual ~HighResolutionTimerBase();
 
     HighResolutionTimerBase(const HighResolutionTimerBase&) = delete;
     HighResolutionTimerBase& operator=(const HighResolutionTimerBase&) = delete;
 
-    /// Asks the loop to end. It does so at the driver's next event, or at once when asked from
-    /// within OnTimerEvent.
+    /// Asks the loop to end, which it does at the driver's next event, or after OnTimerEvent() when
+    /// called from there. Lost before the loop has begun to wait.
     void Stop() { running = false; }
 
   protected:
     /// Takes the open device over.
     explicit HighResolutionTimerBase(platform::HANDLE openDevice) : device(openDevice) {}
 
-    /// Creates a driver timer, waits for its events until somebody stops it, deletes it. Throws
-    /// Win32Exception; the driver timer then remains until destruction or the next run.
+    /// Creates a driver timer, waits for its events until it is stopped, deletes it. When it throws
+    /// a Win32Exception, the driver timer remains until destruction or the next run.
     void RunLoop(std::uint32_t timerParameter);
 
   private:
@@ -75,7 +73,7 @@ class HighResolutionTimerBase {
     std::uint32_t initialStatusOk = 0;
 
     Relaxed<bool> running{false}; ///< a stop comes from another thread or from the callback
-    bool waiting = false;         ///< informational
+    bool waiting = false;         ///< for the debugger
 };
 
 /// Marks the one kind of timer that the library has.
@@ -105,8 +103,8 @@ class HighResolutionTimer<SOLVANE_Timer> final : public HighResolutionTimerBase 
 
 using SolvaneTimer = HighResolutionTimer<SOLVANE_Timer>;
 
-/// The driver's status of a GPIO trigger in the library's own codes. What the driver is not known
-/// to say becomes -1, with a line in the log.
+/// The driver's status of a GPIO trigger in the library's own codes; an unknown one becomes -1,
+/// with a line in the log.
 std::int16_t TranslateDriverStatus(std::int16_t driverStatus);
 
 } // namespace Trel::SolvaneDriverLib

@@ -1,4 +1,4 @@
-/// The timer functions of the public header. No exception of the standard's leaves them.
+/// The timer functions of the public header. No std::exception leaves them.
 
 #define SOLVANE_NO_IMPORT // they are exported by solvane.def
 #include <solvane/solvane.h>
@@ -33,7 +33,7 @@ platform::HANDLE OpenDevice() {
     return device;
 }
 
-/// A timer runs while it has the host's function.
+/// A timer counts as running while it has the host's function.
 class ScopedCallback {
   public:
     ScopedCallback(SolvaneTimer& ofTimer, SolvaneTimerCallback callback) : timer(ofTimer) {
@@ -104,11 +104,11 @@ int16_t SOLVANE_CALL Solvane_StopTimer(uint64_t timer) {
 
 int16_t SOLVANE_CALL Solvane_DisposeTimer(uint64_t timer) {
     if (timer == 0) {
-        // The stop export's text, not this one's own: log readers have always found it here.
+        // A frozen text: it names the stop export.
         s_logger.Line("Error. Solvane_StopTimer() got invalid timer handler. ");
         return SOLVANE_E_INVALID;
     }
-    // A timer that does not run is told of as one that cannot be stopped; that line is expected.
+    // Logs "timer was not started" for a timer that does not run; the line is expected.
     Solvane_StopTimer(timer);
     SolvaneTimer* const object = TimerOf(timer);
     object->userContext = 0;

@@ -13,7 +13,7 @@ struct LocalFreer {
     void operator()(wchar_t* text) const { platform::LocalFree(text); }
 };
 
-/// The system's sentence for an error, its line break included; empty when there is none.
+/// The system's sentence for an error, with its line break; empty when there is none.
 std::string SystemText(std::uint32_t code) {
     constexpr platform::DWORD kNeutralLanguage = 0x400;
     wchar_t* allocated = nullptr;
@@ -33,7 +33,6 @@ std::string SystemText(std::uint32_t code) {
     return narrow.data();
 }
 
-/// Eight lower-case hexadecimal digits.
 std::string Digits(std::uint32_t code) {
     std::string digits;
     for (int shift = 28; shift >= 0; shift -= 4) {

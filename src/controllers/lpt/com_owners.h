@@ -1,11 +1,10 @@
-/// Who gives back what COM hands out: one small owner each for an interface, a text and a value.
+/// Owners of what COM hands out: an interface, a text, a value, and COM itself.
 #pragma once
 
 #include "wmi.h"
 
 namespace SLV::Internal {
 
-/// An interface, released at the end.
 template <typename Interface>
 class ComPtr {
   public:
@@ -18,7 +17,7 @@ class ComPtr {
     ComPtr(const ComPtr&) = delete;
     ComPtr& operator=(const ComPtr&) = delete;
 
-    /// Where a call may put the interface; once.
+    /// For a call that hands out an interface; use once.
     Interface** Out() { return &pointer; }
 
     Interface* Get() const { return pointer; }
@@ -29,7 +28,7 @@ class ComPtr {
     Interface* pointer = nullptr;
 };
 
-/// A text as COM wants it, or nothing when there is no memory for it.
+/// A text of COM's; empty when there was no memory for it.
 class BStr {
   public:
     explicit BStr(const wchar_t* text) : string(platform::SysAllocString(text)) {}
@@ -44,7 +43,6 @@ class BStr {
     platform::BSTR string;
 };
 
-/// A value of any type.
 class Variant {
   public:
     Variant() { platform::VariantInit(&value); }
@@ -54,17 +52,17 @@ class Variant {
 
     void Clear() { platform::VariantClear(&value); }
 
-    /// Where a call may put a value, after Clear().
+    /// For a call that hands out a value; Clear() first.
     platform::VARIANT* Out() { return &value; }
 
-    /// The text that it is; null if it is something else.
+    /// Null when the value is not a text.
     const wchar_t* Text() const { return value.vt == VT_BSTR ? value.bstrVal : nullptr; }
 
   private:
     platform::VARIANT value{};
 };
 
-/// Ends this thread's use of COM, if it was begun.
+/// Ends this thread's use of COM if it began here.
 struct ComSession {
     bool isBegun = false;
 

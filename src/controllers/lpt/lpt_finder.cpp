@@ -16,14 +16,14 @@ using platform::HRESULT;
 
 constexpr std::uint16_t kNoPort = 0;
 
-/// What Get() would say of a property that is no text, if it could convert it.
+/// For a property that is not a text.
 constexpr HRESULT kTypeMismatch = DISP_E_TYPEMISMATCH;
 
 void LogResult(Logger& logger, const char* words, HRESULT result) {
     logger.Line("[LPT]: ", words, " hr = 0x", Hex(static_cast<std::uint32_t>(result)));
 }
 
-/// Whether a step failed; then its line is in the log.
+/// Whether a step failed; if so, logs it.
 bool Failed(Logger& logger, HRESULT result, const char* words) {
     if (FAILED(result)) {
         LogResult(logger, words, result);
@@ -32,14 +32,13 @@ bool Failed(Logger& logger, HRESULT result, const char* words) {
     return false;
 }
 
-/// The result of a call that hands out an interface. One that succeeds without an interface has
-/// failed.
+/// The result of a call that hands out an interface: a success without one is a failure.
 template <typename Interface>
 HRESULT ResultFor(HRESULT result, const ComPtr<Interface>& obtained) {
     return SUCCEEDED(result) && !obtained ? E_POINTER : result;
 }
 
-/// Begins the use of COM. A host that began it in another way keeps it so.
+/// Initialises COM, unless the host did so with another threading model, which is kept.
 bool Begin(Logger& logger, ComSession& session) {
     const HRESULT result = platform::CoInitializeEx(nullptr, COINIT_MULTITHREADED);
     if (result == RPC_E_CHANGED_MODE) {
@@ -50,7 +49,7 @@ bool Begin(Logger& logger, ComSession& session) {
     return !Failed(logger, result, "CoInitializeEx() failed.");
 }
 
-/// Whoever sets the security of the process first decides it; later is no failure.
+/// Security is set once in a process: if the host did so already, that is no failure.
 bool SetSecurity(Logger& logger) {
     constexpr int kSystemChooses = -1;
     const HRESULT result = platform::CoInitializeSecurity(
@@ -66,7 +65,6 @@ HRESULT CreateLocator(ComPtr<platform::IWbemLocator>& locator) {
     return ResultFor(result, locator);
 }
 
-/// Connects to the namespace that describes the machine.
 HRESULT Connect(platform::IWbemLocator& locator, ComPtr<platform::IWbemServices>& services) {
     const BStr machine(L"root\\cimv2");
     if (!machine) {
@@ -96,7 +94,6 @@ HRESULT Query(platform::IWbemServices& services, const wchar_t* query,
     return ResultFor(result, results);
 }
 
-/// Takes the first result, if there is one: the count says so.
 HRESULT TakeFirst(platform::IEnumWbemClassObject& results,
                   ComPtr<platform::IWbemClassObject>& object, bool& isThere) {
     platform::ULONG returned = 0;
@@ -106,14 +103,13 @@ HRESULT TakeFirst(platform::IEnumWbemClassObject& results,
     return result;
 }
 
-/// Reads a property that is a text.
 HRESULT ReadText(platform::IWbemClassObject& object, const wchar_t* name, Variant& value) {
     value.Clear();
     const HRESULT result = object.Get(name, 0, value.Out(), nullptr, nullptr);
     return SUCCEEDED(result) && value.Text() == nullptr ? kTypeMismatch : result;
 }
 
-/// The query for what belongs to a port, cut off after 511 characters.
+/// The query for the resources of a port, cut off after 511 characters.
 struct QueryForResources {
     explicit QueryForResources(const wchar_t* deviceId) {
         std::span<wchar_t> room(text, std::size(text) - 1);
@@ -128,7 +124,7 @@ struct QueryForResources {
     wchar_t text[512]{};
 };
 
-/// Decimal, hexadecimal after 0x, or octal after 0. What does not fit a port number is no port.
+/// Decimal, hexadecimal after 0x, or octal after 0; kNoPort when it does not fit a port number.
 std::uint16_t ToAddress(const wchar_t* text) {
     constexpr long kHighest = 0xFFFF;
     const long number = platform::wcstol(text, nullptr, 0);
@@ -158,7 +154,7 @@ std::uint16_t AskForAddress(Logger& logger, platform::IWbemServices& services) {
         return kNoPort;
     }
     ComPtr<platform::IWbemClassObject> resource;
-    // The misspelt word stands so in the logs of all hosts.
+    // A frozen text, misspelt.
     if (Failed(logger, TakeFirst(*resources.Get(), resource, isThere),
                "pResouceEnum->Next() failed.") ||
         !isThere) {

@@ -41,17 +41,17 @@ void Write(Register to, std::uint8_t value);
 
 bool IsSet(Bit bit);
 
-// One read and one write: the other bits of the register stay as they are.
+// One read and one write; the register's other bits keep their levels.
 void Set(Bit bit);
 void Clear(Bit bit);
 
-/// Raises an output for some time: one read, two writes.
+/// Raises an output for some time, then lowers it: one read, two writes.
 void Pulse(Bit output, unsigned milliseconds);
 
-/// Inverts an output for some time, and puts back what the register had: one read, two writes.
+/// Inverts an output for some time, then restores the register: one read, two writes.
 void PulseAgainst(Bit output, unsigned milliseconds);
 
-/// Whether an input follows the output that is wired to it. The register is left as it was.
+/// Whether an input follows the output that is wired to it. Restores the register.
 bool ProbeLoopback(Bit output, Bit input);
 
 } // namespace lpt

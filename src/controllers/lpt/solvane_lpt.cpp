@@ -20,7 +20,7 @@ bool MepFlagLatched() {
     return !lpt::IsSet(lpt::kNoMepFlag);
 }
 
-/// Dark and power stay as the host left them.
+/// Dark and power stay as they are.
 void SetLinesToRest() {
     const FineTiming fineTiming;
     lpt::Clear(lpt::kClearMep);
@@ -78,8 +78,7 @@ short SolvaneLpt::FindPort() {
     return lpt::ProbeLoopback(lpt::kPresenceProbe, lpt::kPresenceLoopback) ? kOk : kNoHardware;
 }
 
-/// Only CheckPowerControlAvailable() answers with the result: the power operations drive their
-/// lines on an installation without the interface too, and hosts count on their success.
+/// For CheckPowerControlAvailable() alone: the power operations drive their lines in any case.
 void SolvaneLpt::ProbePowerInterface() {
     if (lpt::ProbeLoopback(lpt::kPowerProbe, lpt::kPowerLoopback)) {
         s_lptPowerAvailability = kOk;
@@ -124,7 +123,7 @@ short SolvaneLpt::CheckForcedBlackUpdate(short* on) {
     return Answer(on, [] { return lpt::IsSet(lpt::kDark); });
 }
 
-// The pulse needs no fine timing: a camera wakes from a longer one as well.
+// Without fine timing: a longer pulse wakes a camera as well.
 short SolvaneLpt::WakeCamera() {
     return WhenAvailable([] {
         lpt::PulseAgainst(lpt::kDark, kPulseMilliseconds);

@@ -6,7 +6,7 @@
 
 namespace SLV::Internal {
 
-// What is known of the port. Process-wide, as the port is; a controller that goes resets it all, so
+// What is known of the port. Process-wide, as the port is; a controller's destructor resets it, so
 // that the next one looks again.
 
 inline constexpr short kUndetermined = SOLVANE_E_UNDETERMINED;
@@ -15,8 +15,7 @@ extern short s_lptAvailability;      ///< kOk, kWriteFailed (no port driver) or 
 extern short s_lptPowerAvailability; ///< kOk or kNoHardware once the power interface was probed
 extern bool s_lptInitialised;        ///< whether the port was looked for; it is looked for once
 
-/// The first operation looks for the port. Whether it was found or not stays so for the life of the
-/// controller.
+/// The first operation looks for the port; the result holds for the life of the controller.
 class SolvaneLpt final : public SolvaneInterface {
   public:
     explicit SolvaneLpt(Logger& processLogger) : logger(processLogger) {}

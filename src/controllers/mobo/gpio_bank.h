@@ -18,12 +18,11 @@ struct GpioBank {
     ChipRegister fourth{0xEF};    ///< likewise
     Logger& logger;
 
-    /// Reads all four registers. A value that is no register's ends the reading and is not kept:
-    /// what follows meets the failure by itself.
+    /// Reads all four registers up to the first that fails; the next access reports the failure.
     void ReadAll();
 
-    // Both start from the value that was last read, not from a fresh read: between two operations
-    // the outputs belong to the library alone.
+    // Both change the value that was last read, without reading again: only the library drives the
+    // outputs.
 
     /// Sets an output; true when it reads back set.
     bool SetPin(PinId pin);

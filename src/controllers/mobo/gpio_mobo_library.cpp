@@ -11,7 +11,6 @@ constexpr std::uint16_t kDataPort = 0x2F;
 constexpr std::uint16_t kEnterExtendedFunctionMode = 0x87; ///< twice in a row
 constexpr std::uint16_t kLeaveExtendedFunctionMode = 0xAA;
 
-/// What the chip says it is.
 constexpr std::uint16_t kFirstIdRegister = 0x20;
 constexpr std::uint16_t kFirstId = 0xC4;
 constexpr std::uint16_t kSecondIdRegister = 0x21;

@@ -11,9 +11,8 @@ struct ChipRegister {
     std::uint16_t value = 0;
 };
 
-/// Process-wide, as the chip is, and unguarded. Ports are reached through two functions that are
-/// installed only while a controller uses the chip, so that a controller that is gone can never
-/// touch a port.
+/// Process-wide, as the chip is, and not thread-safe. The two functions that reach ports are
+/// installed only while a controller uses the chip, so that nothing touches a port afterwards.
 struct GpioMoboLibrary {
     using WritePort = void (*)(std::uint16_t port, std::uint16_t value);
     using ReadPort = std::uint16_t (*)(std::uint16_t port);
@@ -23,18 +22,18 @@ struct GpioMoboLibrary {
     static constexpr std::uint16_t kWrongFirstId = 0xFFFC;
     static constexpr std::uint16_t kWrongSecondId = 0xFFFB;
 
-    /// What GpioMoboInit() answers when the chip was not shut down before.
+    /// From GpioMoboInit() when the chip was not shut down before.
     static constexpr short kWrongState = -3;
 
     std::uint16_t portStatus = kNotInitialised; ///< kReady, or why the chip must not be used
     WritePort writePort = WriteNothing;
     ReadPort readPort = ReadNothing;
 
-    /// Installs the functions and identifies the chip: 0, kWrongState, or the portStatus that says
-    /// which identification byte is another chip's (-4, -5).
+    /// Installs the functions and identifies the chip. Returns 0, kWrongState, or the portStatus
+    /// for the identification byte that does not match (-4, -5).
     short GpioMoboInit(WritePort newWritePort, ReadPort newReadPort);
 
-    /// Leaves the chip's configuration mode and takes the functions away.
+    /// Leaves the chip's configuration mode and removes the functions.
     void GpioMoboShutdown();
 
     /// The chip answers at its registers only after this.
@@ -43,14 +42,13 @@ struct GpioMoboLibrary {
 
     std::uint16_t ReadRegister(std::uint16_t index) const;
 
-    /// Writes a register and reads it back into its value. False when the access failed.
+    /// Writes a register and reads it back into its value. False when an access failed.
     bool WriteRegister(ChipRegister& chipRegister, std::uint8_t value) const;
 
-    /// Writes a register without looking at what became of it.
+    /// Writes a register without reading it back.
     void PutRegister(std::uint16_t index, std::uint8_t value) const;
 
-    /// Whether the access that gave the value succeeded: a register has eight bits, so a value with
-    /// more is no register's.
+    /// Whether the access that gave the value succeeded: registers have eight bits.
     bool IsGood(std::uint16_t value) const { return portStatus == kReady && value <= 0xFF; }
 
   private:

@@ -1,5 +1,4 @@
-/// The camera lines on eight pins of a mainboard: the one table that directions, log texts and
-/// pictures of the pins are made from.
+/// The camera lines on eight pins of a mainboard: their directions and their texts in the log.
 #pragma once
 
 #include <array>
@@ -25,8 +24,8 @@ struct Pin {
     PinId id;
     std::string_view name;
     std::uint32_t direction;
-    std::string_view high; ///< how a picture of the pins shows the level 1
-    std::string_view low;  ///< and the level 0
+    std::string_view high; ///< the pin at 1 in a description of the bank
+    std::string_view low;  ///< and at 0
 };
 
 inline constexpr std::array kPins{

@@ -10,7 +10,7 @@ namespace {
 
 constexpr const char* kVersion = "2.2"; ///< of this controller
 
-/// A pin's number is its GPIO id, and every GPIO is asked for by itself.
+/// A pin's number is its GPIO id, so each call addresses one pin.
 constexpr std::uint32_t kOnePin = 1;
 
 } // namespace
@@ -28,7 +28,7 @@ SolvaneEApi::SolvaneEApi(Logger& processLogger) : SolvaneMoBo(processLogger) {
     std::uint8_t minor = 0;
     std::uint8_t patch = 0;
     std::uint16_t build = 0;
-    EApiGetEAPIVersion(&major, &minor, &patch, &build); // a library that cannot tell is version 0
+    EApiGetEAPIVersion(&major, &minor, &patch, &build); // after a failure the log says 0.0.0.0
     logger.Line("[EAPI]: GPIO control v", kVersion, " for EAPI library v", unsigned{major}, ".",
                 unsigned{minor}, ".", unsigned{patch}, ".", build);
 }
@@ -62,8 +62,7 @@ bool SolvaneEApi::HasEnoughPins() {
         return false;
     }
     if (count < kPins.size()) {
-        // The required number has always gone out as a character: one byte 0x08, not a digit.
-        // Hosts' log readers compare the line byte by byte.
+        // The required number is logged as the byte 0x08, not as a digit: a frozen text.
         logger.Line("[EAPI]: not enough GPIO pins available (", count, " instead of ",
                     static_cast<char>(kPins.size()), ")");
         return false;

@@ -10,7 +10,7 @@ class SolvaneEApi final : public SolvaneMoBo {
     /// Asks the library for its version and logs it; the board is not touched.
     explicit SolvaneEApi(Logger& processLogger);
 
-    /// Uninitialises the library, also when it never was initialised.
+    /// Uninitialises the library, even if it was never initialised.
     ~SolvaneEApi() override;
 
     bool GetPinValue(PinId pin, std::uint32_t& value) override;
@@ -18,7 +18,7 @@ class SolvaneEApi final : public SolvaneMoBo {
     short Configure() override;
 
   private:
-    /// Whether the call succeeded; else its line is in the log: the pieces and the status.
+    /// Whether the call succeeded; else logs the pieces and the status.
     template <typename... Pieces>
     bool Succeeded(EApiStatus_t status, const Pieces&... pieces);
 

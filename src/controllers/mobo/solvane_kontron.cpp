@@ -23,7 +23,7 @@ constexpr std::uint8_t kDirections = [] {
 }();
 static_assert(kDirections == 0x86, "the board's wiring");
 
-/// The picture of the pins; the text is made only when somebody listens.
+/// The pins for the log, formatted only when logging is on.
 struct State {
     const SolvaneKontron& controller;
 
@@ -32,7 +32,7 @@ struct State {
     }
 };
 
-/// Whether no port access has failed so far; else the line says how.
+/// Whether no port access has failed so far; else logs the error code.
 bool PortsAreGood(Logger& logger, const char* failure) {
     if (s_gpioMobo.portStatus != GpioMoboLibrary::kReady) {
         logger.Line(failure, " Error code: ", static_cast<short>(s_gpioMobo.portStatus));
@@ -49,7 +49,7 @@ SolvaneKontron::~SolvaneKontron() {
     bank.reset();
     s_gpioMobo.LeaveExtendedFunctionMode();
     s_gpioMobo.GpioMoboShutdown();
-    logger.Flush(); // dots of the last polls
+    logger.Flush(); // the dots of the last polls
     logger.Line("[KTRN]: deleted.");
 }
 
@@ -90,7 +90,7 @@ bool SolvaneKontron::GetPinValue(PinId pin, std::uint32_t& value) {
     bank->data.value = data;
     value = bank->IsHigh(pin) ? 1 : 0;
     if (isUnchanged) {
-        logger.Append("."); // polls of a host that waits are one line, not thousands
+        logger.Append("."); // a host that polls gets one line of dots, not thousands of lines
     } else {
         logger.Line("[KTRN]: <<< ", State{*this});
     }
@@ -129,7 +129,7 @@ bool SolvaneKontron::OpenPorts() {
         return false;
     }
     short result = s_gpioMobo.GpioMoboInit(Out32, Inp32);
-    if (result == GpioMoboLibrary::kWrongState) { // what a Configure() that failed leaves behind
+    if (result == GpioMoboLibrary::kWrongState) { // after a Configure() that failed
         logger.Line("[KTRN]: GPIO MOBO has a wrong state. Reinitialize the library...");
         s_gpioMobo.GpioMoboShutdown();
         result = s_gpioMobo.GpioMoboInit(Out32, Inp32);
@@ -171,8 +171,7 @@ bool SolvaneKontron::MakeBank() {
     if (fresh == nullptr) {
         return false;
     }
-    // The bank of an earlier Configure() that failed is left behind on purpose: a few bytes a
-    // retry, and none while the board works.
+    // The bank of a Configure() that failed is left behind on purpose: some bytes for each attempt.
     static_cast<void>(bank.release());
     bank.reset(fresh);
     bank->ReadAll();

@@ -16,7 +16,7 @@ class SolvaneKontron final : public SolvaneMoBo {
   public:
     using SolvaneMoBo::SolvaneMoBo;
 
-    /// Leaves the chip's configuration mode and lets go of the ports.
+    /// Leaves the chip's configuration mode and releases the ports.
     ~SolvaneKontron() override;
 
     short EnableCameraPower() override;
@@ -30,11 +30,11 @@ class SolvaneKontron final : public SolvaneMoBo {
     bool SetPinValue(PinId pin, std::uint32_t level) override;
     short Configure() override;
 
-    /// The pins as they were last read or written, one token a pin; no port is read.
+    /// The pins as they were last read or written, one token each; reads no port.
     LogText DescribeState() const;
 
   private:
-    // The steps of Configure(). Each logs why it failed, but for a lack of memory.
+    // The steps of Configure(). Each logs why it failed, except for lack of memory.
     bool OpenPorts();
     bool SelectGpioDevice();
     bool IsBankActive();

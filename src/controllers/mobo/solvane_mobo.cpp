@@ -26,8 +26,8 @@ short SolvaneMoBo::CheckAvailable() {
     if (configResult != kOk) {
         return configResult;
     }
-    // A line that fails from here on is reported once: the hardware counts as configured, and the
-    // operation that drives the line next reports it again.
+    // The hardware counts as configured from here on: a line that cannot be set to rest is reported
+    // once, and again by the next operation that drives it.
     return SetLinesToRest();
 }
 
@@ -45,8 +45,7 @@ short SolvaneMoBo::SetLinesToRest() {
         return result;
     }
     if (!SetPinValue(Trigger_Pin, levelLow)) {
-        // Hosts' log readers know a trigger that cannot be lowered by these very words: the dark
-        // line's, with the result 0 that the dark line had.
+        // A frozen text: the dark line's, with the dark line's result 0.
         logger.Line("[MOBO]: Solvane_DisableForcedBlackUpdate() failed with error  ", kOk);
         return kWriteFailed;
     }
@@ -87,7 +86,7 @@ short SolvaneMoBo::CheckForcedBlackUpdate(short* on) {
     return Answer(on, [&] { return IsAt(ForceDark_Pin, levelHigh); });
 }
 
-// The pulse needs no fine timing: a camera wakes from a longer one as well.
+// Without fine timing: a longer pulse wakes a camera as well.
 short SolvaneMoBo::WakeCamera() {
     return WhenAvailable([&] {
         const bool wasHigh = IsAt(ForceDark_Pin, levelHigh);
@@ -107,7 +106,7 @@ short SolvaneMoBo::DisableCameraPower() {
     return Drive(PowerDown2_Pin, levelHigh);
 }
 
-/// A line that cannot be read is taken for live: nobody must believe that he may unplug a camera.
+/// A line that cannot be read counts as powered: a camera that may be live must not be unplugged.
 short SolvaneMoBo::CheckCameraPower(short* on) {
     return Answer(on, [&] { return !IsAt(PowerDown2Status_Pin, levelHigh); });
 }

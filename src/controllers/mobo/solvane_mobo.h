@@ -1,4 +1,5 @@
-/// What every mainboard does for the camera, on eight pins that a back-end reads and drives.
+/// What both kinds of mainboard share: the operations on eight pins that a derived class reads and
+/// drives.
 #pragma once
 
 #include <cstdint>
@@ -8,12 +9,12 @@
 
 namespace SLV::Internal {
 
-/// The last accessories-power command, for that line is not read back: 1 on, 0 off. One of the
-/// process for each polarity, so that a new controller still knows it.
+/// The last accessories-power command (1 on, 0 off), because that line cannot be read back. One for
+/// each polarity, process-wide, so that a new controller still knows it.
 extern std::uint16_t moboAccessoriesPowerFlag;
 
-/// The power lines here are power-down lines: low means on. A back-end whose board has them the
-/// other way round overrides the six power operations.
+/// The power lines are power-down lines here: low means on. A class whose board has them the other
+/// way round overrides the six power operations.
 class SolvaneMoBo : public SolvaneInterface {
   public:
     explicit SolvaneMoBo(Logger& processLogger) : logger(processLogger) {}
@@ -33,13 +34,13 @@ class SolvaneMoBo : public SolvaneInterface {
     short DisableAccessoriesPower() override;
     short CheckAccessoriesPower(short* on) override;
 
-    /// Reads a pin: 0 or 1. False when it cannot be read; `value` then keeps what it held.
+    /// Reads a pin: 0 or 1. On failure returns false and leaves `value` alone.
     virtual bool GetPinValue(PinId pin, std::uint32_t& value) = 0;
 
-    /// Drives a pin. False when it cannot be driven; the reason is in the log.
+    /// Drives a pin. On failure returns false, with the reason in the log.
     virtual bool SetPinValue(PinId pin, std::uint32_t level) = 0;
 
-    /// Brings the hardware up: 0 or kNoHardware.
+    /// Brings the hardware up. Returns kOk or kNoHardware.
     virtual short Configure() = 0;
 
   protected:
@@ -51,10 +52,9 @@ class SolvaneMoBo : public SolvaneInterface {
     /// Whether the pin can be read and has that level.
     bool IsAt(PinId pin, std::uint32_t level);
 
-    /// A gated write of one pin.
     short Drive(PinId pin, std::uint32_t level);
 
-    /// A gated write of the accessories pin, remembered in the flag once it succeeded.
+    /// Drives the accessories pin; a success is remembered in the flag.
     short SwitchAccessories(std::uint32_t level, std::uint16_t& flag, std::uint16_t command);
 
   private:

@@ -42,7 +42,7 @@ LogText DescribeLowByte(std::uint8_t value) {
     return Describe("Low Byte (BD): ", kLowTokens, value);
 }
 
-// No colon and no blank after this label, unlike the low byte's: log readers of hosts match both.
+// A frozen text: no colon and no blank after this label, unlike the low byte's.
 LogText DescribeHighByte(std::uint8_t value) {
     return Describe("High Byte (BC)", kHighTokens, value);
 }

@@ -14,7 +14,7 @@ constexpr std::uint8_t kReadLowByte = 0x81;
 constexpr std::uint8_t kSetHighByte = 0x82;
 constexpr std::uint8_t kReadHighByte = 0x83;
 
-/// An answer needs the chip's 1 ms latency and a USB frame; a write needs its time on the wire.
+/// For an answer: the chip's 1 ms latency and a USB frame. For a write: its time on the wire.
 constexpr unsigned kSettleMilliseconds = 2;
 constexpr int kPollAttempts = 100;
 
@@ -32,7 +32,7 @@ void LogAppend(const BitPort& port, const Pieces&... pieces) {
     }
 }
 
-/// A port's pins for the log; the text is made only when somebody listens.
+/// A port's pins for the log, formatted only when logging is on.
 struct Dump {
     const BitPort& port;
 
@@ -57,8 +57,7 @@ FT_STATUS AwaitOneByte(const BitPort& port, std::uint32_t& available) {
             return FT_OK;
         }
         status = FT_OTHER_ERROR;
-        // Also for an empty queue, and on every attempt: field logs are read for the number of
-        // these lines, which tells how long the chip was silent.
+        // Also for an empty queue: the number of these lines tells how long the chip was silent.
         LogLine(port, "FT_GetQueueStatus error: not only one byte available for read! ", available);
         if (available > 1) {
             break;
@@ -92,9 +91,8 @@ FT_STATUS ReadBits(BitPort& port) {
     const std::uint8_t previous = port.value;
     std::uint32_t read = 0;
     status = FT_Read(s_ft_handle, &port.value, 1, &read);
-    // Never entered: exactly one byte waits here. A failing read is told by the returned status
-    // alone, and the byte that stands in the cache is shown as ever: hosts read the dots and dumps
-    // as "a poll took place", whatever came of it.
+    // Never entered, as exactly one byte waits here, and kept on purpose. A read that fails is
+    // reported by the status alone; the dot or the dump below says that a poll took place.
     if (status != FT_OK && available != 1) {
         LogLine(port, "FT_Read failed with error: ", status);
         LogLine(port, "FT_Read error:  not only one byte read! ", read);
@@ -102,7 +100,7 @@ FT_STATUS ReadBits(BitPort& port) {
     }
 
     if (port.value == previous) {
-        LogAppend(port, "."); // unchanged polls grow into a row of dots
+        LogAppend(port, ".");
     } else {
         LogLine(port, " >>> read bits:  ", Dump{port}, " 0x", Hex(port.value));
     }
@@ -121,7 +119,7 @@ FT_STATUS WriteBits() {
 
     platform::Sleep(kSettleMilliseconds);
     if (written != command.size()) {
-        // Always the number 1 and an embedded line break: hosts match this text as it is.
+        // A frozen text: always the number 1, and a line break inside.
         LogAppend(port, "FT_Write failed to write ", 1, " bytes.\n");
         return FT_OTHER_ERROR;
     }
@@ -139,7 +137,7 @@ int GetBitsValue(BitPort& port, std::uint8_t mask) {
     }
     LogLine(port, "ReadBits status: ", status);
 
-    // A copy: configuring the chip installs a new callable while this one runs.
+    // A copy: configuring the chip replaces port.restore while it runs.
     if (const std::function<bool()> restore = port.restore; !restore()) {
         LogLine(port, "GetBitsValue: RestoreAvailability() failed");
         return -1;
@@ -164,8 +162,8 @@ bool SetPin(std::uint8_t mask) {
         return false;
     }
 
-    // The mask is not applied again. A chip that came back has its lines at rest, and a trigger
-    // that the fault swallowed must not be given late, when the host no longer expects it.
+    // The mask is not applied again, on purpose: the chip came back with its lines at rest, and a
+    // lost trigger must not be given late, when the host no longer expects it.
     status = WriteBits();
     LogLine(port, " WriteBits status (after restore): ", status);
     return status == FT_OK;
@@ -183,7 +181,7 @@ bool TogglePin(int state) {
     case 0:
         return SetPin(high::kDark);
     default:
-        // The mask goes out as one raw byte (2), not as a digit, and hosts have matched it so.
+        // A frozen text: the mask is logged as the byte 0x02, not as a digit.
         LogLine(s_highPort, " TogglePin: invalid state of bit ", static_cast<char>(high::kDark));
         return false;
     }

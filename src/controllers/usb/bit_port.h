@@ -33,15 +33,15 @@ inline constexpr std::uint8_t kOutputs =
     kTrigger | kDark | kCameraPowerOff | kAccessoriesPowerOff | kClearMepRest;
 } // namespace high
 
-/// Bits of the low byte (BDBUS), all inputs: what three of the outputs really are.
+/// Bits of the low byte (BDBUS), all inputs: the read-back of three outputs.
 namespace low {
 inline constexpr std::uint8_t kAccessoriesPowerOff = 0x20;
 inline constexpr std::uint8_t kCameraPowerOff = 0x40;
 inline constexpr std::uint8_t kDark = 0x80;
 } // namespace low
 
-/// Channel B of the chip, null when closed. Process-wide, as the chip is, and so are both ports:
-/// line levels outlive the controller objects.
+/// Channel B of the chip, null when closed. Process-wide like both ports, as the chip is: line
+/// levels outlive the controller objects.
 extern FT_HANDLE s_ft_handle;
 extern BitPort s_highPort;
 extern BitPort s_lowPort;
@@ -54,19 +54,19 @@ FT_STATUS ReadBits(BitPort& port);
 FT_STATUS WriteBits();
 
 /// 1 if all bits of the mask are 1 in a freshly read byte, 0 if not, -1 if it cannot be read even
-/// after the chip was brought back once.
+/// after one recovery of the chip.
 int GetBitsValue(BitPort& port, std::uint8_t mask);
 
-/// Sets bits of the high port, bringing the chip back once if it must. True on success.
+/// Sets bits of the high port, after one recovery of the chip if need be. True on success.
 bool SetPin(std::uint8_t mask);
 
-/// Clears bits of the high port. A failing write is not repaired. True on success.
+/// Clears bits of the high port, without recovery. True on success.
 bool ClearPin(std::uint8_t mask);
 
-/// Inverts the dark line, given its present state as GetBitsValue() told it. True on success.
+/// Inverts the dark line, given its present state from GetBitsValue(). True on success.
 bool TogglePin(int state);
 
-/// The pins as text, one token a bit: upper case where the bit is 1.
+/// The pins as text, one token for each bit: upper case where the bit is 1.
 LogText DescribeLowByte(std::uint8_t value);
 LogText DescribeHighByte(std::uint8_t value);
 

@@ -16,8 +16,7 @@ namespace {
 constexpr int kNotFound = -1;
 constexpr std::uint32_t kFt2232hId = 0x0403'6010;
 
-/// Far more channels than a machine can have: a larger count is garbage, and no reason to ask for
-/// the memory.
+/// Far more channels than a machine can have: no memory is requested for a larger count.
 constexpr std::uint32_t kMostNodes = 4096;
 
 using Node = FT_DEVICE_LIST_INFO_NODE;
@@ -28,7 +27,7 @@ std::string_view FieldText(const char (&field)[Size]) {
     return {field, static_cast<std::size_t>(std::find(field, field + Size, '\0') - field)};
 }
 
-/// Serial numbers are ASCII; the host's locale has no say in them.
+/// Serial numbers are ASCII, whatever the host's locale.
 char UpperCase(char letter) {
     return letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - 'a' + 'A') : letter;
 }
@@ -39,7 +38,7 @@ bool IsChannel(const Node& node, char letter) {
            UpperCase(serial.back()) == UpperCase(letter);
 }
 
-/// Zeroed memory for so many nodes; null when there is none, or the count is senseless.
+/// Zeroed memory for so many nodes; null when there is none, or the count is absurd.
 std::unique_ptr<Node[]> MakeRoom(std::uint32_t count) {
     if (count > kMostNodes) {
         return nullptr;
@@ -47,7 +46,7 @@ std::unique_ptr<Node[]> MakeRoom(std::uint32_t count) {
     return std::unique_ptr<Node[]>(new (std::nothrow) Node[count]());
 }
 
-/// Has the room filled; `count` is then how much of it was.
+/// Fills the room; `count` becomes the number of nodes filled.
 FT_STATUS ListNodes(Node* room, std::uint32_t& count) {
     if (room == nullptr) {
         return FT_INSUFFICIENT_RESOURCES;

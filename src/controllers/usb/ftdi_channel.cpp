@@ -1,4 +1,4 @@
-/// The chip behind SolvaneUsb: how its channels are opened, initialised, closed and brought back.
+/// The chip behind SolvaneUsb: its channels are opened, initialised, closed and recovered here.
 
 #include <algorithm>
 #include <array>
@@ -13,7 +13,7 @@ namespace SLV::Internal {
 
 namespace {
 
-constexpr std::uint32_t kReadTimeoutMilliseconds = 0; // for ever: reads follow a queue status
+constexpr std::uint32_t kReadTimeoutMilliseconds = 0; // none: a read asks only for what waits
 constexpr std::uint32_t kWriteTimeoutMilliseconds = 5000;
 constexpr std::uint8_t kLatencyMilliseconds = 1;
 constexpr std::uint32_t kTransferBytes = 64;
@@ -23,11 +23,11 @@ constexpr unsigned kModeChangeMilliseconds = 50;
 constexpr int kReturnBudgetMilliseconds = 3000;
 constexpr unsigned kReturnPollMilliseconds = 10;
 
-/// As long as the receive queue of D2XX can get.
+/// As large as D2XX's receive queue can get.
 std::array<std::uint8_t, 0x10000> discarded;
 
-/// Throws away what a former user of the channel left in its receive queue. An answer shorter than
-/// what was waiting ends it: reads have no time-out here, so one more might wait for ever.
+/// Discards what a former user of the channel left in its receive queue. Stops after a short read:
+/// reads have no time-out, so one more might wait for ever.
 void Drain(std::uint32_t waiting) {
     while (waiting > 0) {
         const auto piece = std::min(waiting, static_cast<std::uint32_t>(discarded.size()));
@@ -39,7 +39,7 @@ void Drain(std::uint32_t waiting) {
     }
 }
 
-/// Every step is done whatever the others return; the result is all their statuses in one.
+/// Performs every step, whatever the others return; the result is the OR of their statuses.
 FT_STATUS InitialiseForMpsse() {
     FT_STATUS combined = FT_ResetDevice(s_ft_handle);
 
@@ -68,8 +68,7 @@ short SolvaneUsb::Configure() {
     }
     logger.Line("Open device #", index, "...");
 
-    // A handle left by a failed initialisation is overwritten, never closed or used again: hosts
-    // rely on a chip that once failed staying claimed by their process until it ends.
+    // The handle of a failed initialisation is overwritten and stays open, on purpose.
     FT_STATUS ftStatus = FT_Open(index, &s_ft_handle);
     if (ftStatus != FT_OK) {
         logger.Line("Open FTDI device failed with error: ", ftStatus);
@@ -82,8 +81,8 @@ short SolvaneUsb::Configure() {
     }
     platform::Sleep(kModeChangeMilliseconds);
 
-    // The outputs start from the levels that the lines have, so that configuring gives no edge on
-    // power or dark. A fault here shows in the first operation, which can repair it.
+    // The outputs start from the present levels of the lines, so that configuring causes no edge on
+    // power or dark. A fault here shows in the first operation, which can recover from it.
     s_highPort.restore = [this] { return RestoreAvailability(); };
     ReadBits(s_highPort);
     s_highPort.value =
@@ -154,8 +153,8 @@ short SolvaneUsb::ResetComPort() {
 
     ftStatus = FT_ResetDevice(channel);
     if (ftStatus != FT_OK) {
-        // The channel stays open: a port whose reset failed is kept from other programs until this
-        // process ends.
+        // The channel stays open: until this process ends, no other program gets a port whose reset
+        // failed.
         logger.Line("Reset COM device failed with error: ", ftStatus);
         return kWriteFailed;
     }

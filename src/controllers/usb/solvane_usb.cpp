@@ -100,9 +100,8 @@ short SolvaneUsb::WakeCamera() {
     });
 }
 
-// Both power lines are active low. Their checks take a line that cannot be read for powered, while
-// ready and dark take it for inactive: a host must never believe that it may unplug a live camera,
-// nor that it may trigger a dead one.
+// Both power lines are active low. A power line that cannot be read counts as on, ready and dark as
+// inactive: a host must not unplug a live camera, nor trigger a dead one.
 
 short SolvaneUsb::EnableCameraPower() {
     return WhenAvailable([] { return WriteStatus(ClearPin(high::kCameraPowerOff)); });

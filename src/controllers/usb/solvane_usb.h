@@ -5,8 +5,8 @@
 
 namespace SLV::Internal {
 
-/// The chip is opened and configured by the first operation that needs it, and again after it was
-/// lost. The levels of the lines live in the chip, not in this object.
+/// The first operation that needs the chip opens and configures it, also after it was lost. The
+/// levels of the lines live in the chip, not in this object.
 class SolvaneUsb final : public SolvaneInterface {
   public:
     explicit SolvaneUsb(Logger& processLogger);
@@ -30,7 +30,7 @@ class SolvaneUsb final : public SolvaneInterface {
     short ResetComPort() override;
 
   private:
-    // The chip itself (ftdi_channel.cpp).
+    // In ftdi_channel.cpp.
     short Configure();
     void CloseFtdi();
     void ResetPortAndWait();
