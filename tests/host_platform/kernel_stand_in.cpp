@@ -19,7 +19,7 @@ Script script;
 
 namespace {
 
-/// A call that succeeds may change the thread's error too, as the real one may.
+/// A call that succeeds changes the thread's error too, as on Windows.
 constexpr DWORD kErrorOfSuccess = 1234;
 constexpr DWORD kInvalidHandle = 6;
 
@@ -27,7 +27,7 @@ std::set<HANDLE> openHandles;
 std::uintptr_t nextHandle = 0x10;
 int misuses = 0;
 std::map<wchar_t*, std::unique_ptr<wchar_t[]>> texts;
-std::vector<Made> trace;
+std::vector<CallRecord> trace;
 
 /// The latest request that signals an event when it completes.
 struct Request {
@@ -51,9 +51,9 @@ void Note(const char* format, Arguments... arguments) {
     rig_note(text);
 }
 
-void Trace(const Made& made) {
+void Trace(const CallRecord& record) {
     if (script.keepsTrace) {
-        trace.push_back(made);
+        trace.push_back(record);
     }
 }
 
@@ -110,7 +110,7 @@ Value TakeFirst(std::deque<Value>& values, Value whenEmpty) {
     return first;
 }
 
-/// What the driver says to a request that reaches it.
+/// The driver's answer to a request.
 Answer Ask(const SystemCall& call, const char* name, std::uint64_t input) {
     if (!call.DoesItsWork()) {
         return {};
@@ -189,7 +189,7 @@ void AnswerAbandoned() {
 int AllocatedTexts() {
     return static_cast<int>(texts.size());
 }
-std::vector<Made> TakeTrace() {
+std::vector<CallRecord> TakeTrace() {
     return std::exchange(trace, {});
 }
 

@@ -1,6 +1,5 @@
-/// A kernel driver that does what a test says: the answers to the system calls of the timer
-/// service, given in advance. Every call goes into the rig's journal; each can be made to fail
-/// (system_faults.h).
+/// A stand-in for the system calls of timers, with a scripted kernel driver. Every call goes into
+/// the rig's journal; each can be made to fail (system_faults.h).
 #pragma once
 
 #include <cstddef>
@@ -21,21 +20,21 @@ inline constexpr const char* kDeleteRequest = "DeviceIoControl(TIMER_DELETE)";
 inline constexpr const char* kWaitRequest = "DeviceIoControl(TIMER_WAIT)";
 inline constexpr const char* kUnknownRequest = "DeviceIoControl(?)";
 
-// What a driver replies to them, for a driver whose replies can be odd.
+// Replies of a driver whose replies can be odd: they can fail, too.
 inline constexpr const char* kCreateReply = "reply to TIMER_CREATE";
 inline constexpr const char* kWaitReply = "reply to TIMER_WAIT";
 
 /// The answer to one DeviceIoControl().
 struct Answer {
     DWORD error = 0;                  ///< 0: the call succeeds
-    std::vector<std::uint8_t> output; ///< copied as far as the caller has room; what is pending,
-                                      ///< when its event was waited for
+    std::vector<std::uint8_t> output; ///< copied as far as the caller has room; for a pending
+                                      ///< request when its event was waited for
 };
 
-/// A call that was made, and how it went.
-struct Made {
+/// A call and its outcome.
+struct CallRecord {
     std::string_view function;
-    bool isDone;                           ///< it reported success, or that it is pending
+    bool isDone;                           ///< it succeeded or is pending
     DWORD error = 0;                       ///< what it left as the thread's error
     std::uint64_t input = 0;               ///< of a request
     std::vector<std::uint8_t> output = {}; ///< of a creation, or of the request waited for
@@ -50,17 +49,17 @@ struct Script {
     std::deque<DWORD> waitResults;       ///< one a wait; when used up, waits succeed
     std::function<void()> onRequest;     ///< what happens during the next request
     std::function<void()> onWait;        ///< what happens during every wait
-    std::function<void()> onEndlessWait; ///< during a wait for an event that nobody will signal;
-                                         ///< without it a misuse
+    std::function<void()> onEndlessWait; ///< during a wait that would never end; without it such a
+                                         ///< wait is a misuse
     std::wstring systemText = L"A sentence.\r\n";
     bool hasSystemText = true;
-    bool handsTextOver = true; ///< else only its length is answered
+    bool handsTextOver = true; ///< else only its length is returned
     bool textConverts = true;
     std::size_t bytesPerCharacter = 1; ///< of the host's code page
     bool keepsTrace = false;           ///< for TakeTrace()
 };
 
-/// What the next calls are answered with.
+/// For the next calls.
 extern Script script;
 
 /// Has every event come so many ns after the latest edge of that name ("ready 1") in the rig's
@@ -70,14 +69,14 @@ void ComeAfterEdge(const std::string& edge, std::uint64_t nanoseconds);
 /// Forgets script and handles.
 void Reset();
 
-/// What the system keeps of a thread. A test whose threads are fibres of one exchanges it.
+/// The system's state of a thread. A test with fibres exchanges it.
 struct ThreadState {
     DWORD error = 0;
     HANDLE event = nullptr; ///< of the latest request
 };
 ThreadState& ThisThread();
 
-/// Handles that were given out and not closed.
+/// Handles that were not closed.
 std::size_t OpenHandles();
 
 /// Calls with a handle that is not open, and waits that would never end.
@@ -86,14 +85,14 @@ int Misuses();
 /// Requests that were still pending when their event was closed.
 int AbandonedRequests();
 
-/// The driver answers them all the same, into memory that must still be theirs; but for those that
-/// the caller was told not to be pending.
+/// The driver answers them late, into memory that must still be theirs; except those that were
+/// reported as not pending.
 void AnswerAbandoned();
 
 /// Buffers of FormatMessageW() that were not freed.
 int AllocatedTexts();
 
-/// The calls since the last look, if they are kept.
-std::vector<Made> TakeTrace();
+/// The calls since the last TakeTrace(), if the script keeps them.
+std::vector<CallRecord> TakeTrace();
 
 } // namespace host::kernel

@@ -6,9 +6,9 @@
 #include <stdexcept>
 #include <utility>
 
-#include "inside_host.h"
 #include "kernel_stand_in.h"
 #include "proof_kinds.h"
+#include "reentrant_host.h"
 
 namespace proof {
 
@@ -16,7 +16,7 @@ namespace {
 
 constexpr const char* kUnknownStatusLine = "Error. Unknown GPIO trigger status: 99";
 
-class CallsFromATimerTest : public InsideHost {
+class CallsFromATimerTest : public ReentrantHost {
   protected:
     struct Timer : Run {
         Timer() { EXPECT_EQ(Solvane_CreateTimer(&timer, 0), 0); }
@@ -27,8 +27,8 @@ class CallsFromATimerTest : public InsideHost {
         }
     };
 
-    /// What a run ends with whose log function, or whose function, does something in the first
-    /// event.
+    /// The status of a run that makes a nested call in its first event, in the log function or in
+    /// the timer's.
     short RunWith(Timer& timer, bool inLog, std::function<void()> what) {
         if (!inLog) {
             timer.inFirstEvent = std::move(what);
@@ -42,11 +42,10 @@ class CallsFromATimerTest : public InsideHost {
 
 class OnEveryKindTest : public CallsFromATimerTest, public testing::WithParamInterface<Kind> {};
 
-/// No other call is in progress, so each does all that it does by itself.
-TEST_P(OnEveryKindTest, WorkAsByThemselvesAndTheRunGoesOn) {
+TEST_P(OnEveryKindTest, WorkAsOutsideARunWhichContinues) {
     std::size_t calls = 0;
     for (const bool inLog : {false, true}) {
-        for (const InsideCall& inside : AllCalls()) {
+        for (const NestedCall& inside : AllCalls()) {
             SCOPED_TRACE(inside.name + (inLog ? " in the log function" : " in the function"));
             Start(GetParam().scenario);
             rig_journal_clear();
@@ -128,7 +127,7 @@ INSTANTIATE_TEST_SUITE_P(CallsFromATimerTest, OnEveryKindTest, testing::ValuesIn
 
 // ---- The timer that runs ----
 
-TEST_F(CallsFromATimerTest, StopItAfterTheEventThatTheyCameWith) {
+TEST_F(CallsFromATimerTest, AStopEndsTheRunAfterThePresentEvent) {
     for (const bool inLog : {false, true}) {
         Start(test::kUsbCamera);
         {
@@ -141,8 +140,8 @@ TEST_F(CallsFromATimerTest, StopItAfterTheEventThatTheyCameWith) {
     }
 }
 
-/// The host's mistake that the header names: the run inside ends the one outside.
-TEST_F(CallsFromATimerTest, RunItOnceMoreAndLeaveATimerWithTheDriver) {
+/// A host's mistake that the header names.
+TEST_F(CallsFromATimerTest, ANestedRunEndsTheOuterOneAndLeavesItsTimerInTheDriver) {
     Start(test::kUsbCamera);
     const auto runAgain = [](SolvaneTimerHandle timer) {
         Run again;
@@ -154,30 +153,30 @@ TEST_F(CallsFromATimerTest, RunItOnceMoreAndLeaveATimerWithTheDriver) {
         Timer timer;
         EXPECT_EQ(RunWith(timer, false, [&] { runAgain(timer.timer); }), 0);
         EXPECT_EQ(timer.events.size(), 1u);
-        EXPECT_EQ(driver.Timers(), 1u) << "nobody knows the one of the run outside";
+        EXPECT_EQ(driver.Timers(), 1u) << "the outer run's is lost";
         EXPECT_DEATH(RunWith(timer, true, [&] { runAgain(timer.timer); }), "")
-            << "an event whose function is gone";
+            << "an event without a function";
         driver = {};
     }
     EXPECT_EQ(WhatIsWrongAfterwards(), "");
 }
 
 /// Likewise.
-TEST_F(CallsFromATimerTest, DisposeOfItAndTakeItAwayFromItsRun) {
-    if (!kWatchesMemory) {
+TEST_F(CallsFromATimerTest, ADisposalFreesTheTimerUnderItsRun) {
+    if (!kHasAddressSanitizer) {
         GTEST_SKIP() << "seen with AddressSanitizer alone";
     }
     for (const bool inLog : {false, true}) {
         Start(test::kUsbCamera);
         Timer timer;
         EXPECT_DEATH(RunWith(timer, inLog, [&] { Solvane_DisposeTimer(timer.timer); }),
-                     kMemoryThatIsGone);
+                     kUseAfterFree);
     }
 }
 
 // ---- Exceptions ----
 
-TEST_F(CallsFromATimerTest, ThrowWhatEndsTheRun) {
+TEST_F(CallsFromATimerTest, AStandardExceptionEndsTheRun) {
     for (const bool inLog : {false, true}) {
         Start(test::kUsbCamera);
         {
@@ -196,8 +195,7 @@ TEST_F(CallsFromATimerTest, ThrowWhatEndsTheRun) {
     }
 }
 
-/// What is no std::exception reaches whoever called Solvane_RunTimer.
-TEST_F(CallsFromATimerTest, ThrowWhatOnlyTheHostKnows) {
+TEST_F(CallsFromATimerTest, AnyOtherExceptionReachesTheCallerOfTheRun) {
     for (const bool inLog : {false, true}) {
         Start(test::kUsbCamera);
         {
@@ -212,8 +210,8 @@ TEST_F(CallsFromATimerTest, ThrowWhatOnlyTheHostKnows) {
     }
 }
 
-/// A log function that throws at a line of a timer function. Stopping swallows it.
-TEST_F(CallsFromATimerTest, ThrowInTheLineThatTellsOfAFailure) {
+/// Stopping swallows it.
+TEST_F(CallsFromATimerTest, AnExceptionInTheLineOfAFailureReachesTheHost) {
     Start(test::kUsbCamera);
     const auto call = [this](auto function) {
         log.Expect(1, [] { throw std::runtime_error("of the host"); });

@@ -1,5 +1,5 @@
-/// Every function of the library, called from inside the host's log function during every line of
-/// every operation.
+/// Every function of the library, called from inside the log function in every line of every
+/// operation.
 
 #include <csignal>
 #include <cstdio>
@@ -11,8 +11,8 @@
 #include <unistd.h>
 
 #include "fresh_process.h"
-#include "inside_host.h"
 #include "proof_kinds.h"
+#include "reentrant_host.h"
 
 namespace proof {
 
@@ -20,10 +20,10 @@ namespace {
 
 using SLV::Internal::GetLibraryState;
 
-/// What the host had done before.
+/// The state before the operation.
 enum class Before { Configured, NeverAsked, Closed };
 
-class CallsFromTheLogTest : public InsideHost, public testing::WithParamInterface<Kind> {
+class CallsFromTheLogTest : public ReentrantHost, public testing::WithParamInterface<Kind> {
   protected:
     struct Outcome {
         short status;
@@ -42,7 +42,7 @@ class CallsFromTheLogTest : public InsideHost, public testing::WithParamInterfac
         rig_journal_clear();
     }
 
-    /// The operation, in the n-th line of which something is done.
+    /// Performs the operation, with a nested call in its n-th line.
     Outcome Do(const Operation& operation, std::size_t line, std::function<void()> inside) {
         log.Expect(line, std::move(inside));
         Outcome outcome{0, kUntouched, {}};
@@ -51,13 +51,13 @@ class CallsFromTheLogTest : public InsideHost, public testing::WithParamInterfac
         return outcome;
     }
 
-    /// Where the host's log function is called.
+    /// A line in which the log function is called.
     struct Place {
         const Operation& operation;
         Before before;
         std::size_t line; ///< of the operation, counted from 1
         std::string text;
-        const Outcome& alone; ///< how the operation ends when nothing is done inside
+        const Outcome& alone; ///< of the operation without a nested call
     };
 
     /// Every line of every operation in every state.
@@ -84,7 +84,7 @@ class CallsFromTheLogTest : public InsideHost, public testing::WithParamInterfac
         }
     }
 
-    void CheckCall(const Place& place, const InsideCall& inside) {
+    void CheckCall(const Place& place, const NestedCall& inside) {
         const Operation& outside = place.operation;
         StartIn(place.before);
         short status = 0;
@@ -96,7 +96,7 @@ class CallsFromTheLogTest : public InsideHost, public testing::WithParamInterfac
             EXPECT_EQ(status, inside.expected);
             EXPECT_EQ(outcome, place.alone) << "what is not about the lines changed them";
         } else {
-            // A parallel port that is being looked for is "undetermined", for everybody.
+            // While the parallel port is being looked for, every call answers "undetermined".
             const bool isLookedFor = outside.run == nullptr || place.before == Before::NeverAsked;
             EXPECT_TRUE(inside.operation->MayAnswer(status) ||
                         (isLookedFor && status == SOLVANE_E_UNDETERMINED))
@@ -112,8 +112,8 @@ class CallsFromTheLogTest : public InsideHost, public testing::WithParamInterfac
         EXPECT_EQ(WhatIsWrongAfterwards(), "");
     }
 
-    /// A question leaves the call outside as it is. 0 means done, unless the other call is about
-    /// the same line or closes the chip.
+    /// A nested question does not change the outer call. 0 means done, unless both calls concern
+    /// the same line or the nested one closes the chip.
     static void CheckOnConfigured(const Place& place, const Outcome& outcome,
                                   const Operation& inside, short insideStatus) {
         if (inside.hasAnswer) {
@@ -133,7 +133,7 @@ class CallsFromTheLogTest : public InsideHost, public testing::WithParamInterfac
         }
     }
 
-    /// Log lines of all operations in all states: fewer or more are a failure.
+    /// Log lines of all operations in all states.
     static std::size_t Lines() {
         return std::map<std::string, std::size_t>{
             {"FT2232H", 200}, {"Super I/O", 147}, {"Embedded API", 34}, {"Parallel port", 54}}
@@ -143,10 +143,10 @@ class CallsFromTheLogTest : public InsideHost, public testing::WithParamInterfac
     std::size_t calls = 0;
 };
 
-TEST_P(CallsFromTheLogTest, EndAsEachOfThemMayAndTheHardwareServes) {
-    const std::vector<InsideCall> all = AllCalls();
+TEST_P(CallsFromTheLogTest, EndWithDocumentedStatusesAndTheHardwareServes) {
+    const std::vector<NestedCall> all = AllCalls();
     ForEachPlace([&](const Place& place) {
-        for (const InsideCall& inside : all) {
+        for (const NestedCall& inside : all) {
             if (inside.operation == nullptr || inside.operation->run != nullptr) {
                 SCOPED_TRACE(inside.name);
                 CheckCall(place, inside);
@@ -159,14 +159,14 @@ TEST_P(CallsFromTheLogTest, EndAsEachOfThemMayAndTheHardwareServes) {
     EXPECT_EQ(calls, Lines() * kCalls);
 }
 
-/// While the hardware is let go of, an exception has nowhere to go.
+/// Lines that destructors log: an exception there ends the process.
 bool IsOfARelease(const std::string& text, bool mayRelease) {
     return mayRelease &&
            (text.ends_with("] Closing device...") || text.ends_with("] [KTRN]: deleted.") ||
             text.empty() || text.find("] [EAPI]: EApiLibUnInitialize error ") != text.npos);
 }
 
-TEST_P(CallsFromTheLogTest, MayThrowWhatThenReachesTheHost) {
+TEST_P(CallsFromTheLogTest, ExceptionsReachTheHost) {
     ForEachPlace([&](const Place& place) {
         StartIn(place.before);
         const auto fail = [] { throw std::runtime_error("of the host"); };
@@ -185,22 +185,22 @@ TEST_P(CallsFromTheLogTest, MayThrowWhatThenReachesTheHost) {
     EXPECT_EQ(calls, Lines());
 }
 
-/// The host's mistake that the header names: the object goes from behind the call outside.
-TEST_P(CallsFromTheLogTest, ThatReplaceTheControllerTakeItAwayFromTheCall) {
-    if (!kWatchesMemory) {
+/// A host's mistake that the header names.
+TEST_P(CallsFromTheLogTest, ReplacingTheControllerFreesItUnderTheOuterCall) {
+    if (!kHasAddressSanitizer) {
         GTEST_SKIP() << "seen with AddressSanitizer alone";
     }
     for (const Op replacement : {Op::RecheckStatus, Op::EnforceFTDI}) {
         StartIn(Before::NeverAsked);
         EXPECT_DEATH(Do(test::Of(Op::CheckAvailable), 1,
                         [&] { CallExport(test::Of(replacement), nullptr); }),
-                     kMemoryThatIsGone);
+                     kUseAfterFree);
     }
     GetLibraryState().controller.reset();
 }
 
-/// The host's mistake that the header names: two calls open the chip, and neither can use it.
-TEST_F(InsideHost, OpensTheChipTwiceAndLosesIt) {
+/// A host's mistake that the header names: two calls open the chip, and neither can use it.
+TEST_F(ReentrantHost, OpensTheChipTwiceAndLosesIt) {
     Start(test::kUsbCamera);
     EXPECT_EQ(Solvane_CloseDevice(), 0);
     std::int16_t ready = 0;
@@ -210,22 +210,22 @@ TEST_F(InsideHost, OpensTheChipTwiceAndLosesIt) {
     EXPECT_EQ(WhatIsWrongAfterwards(), "") << "but for a re-selection";
 }
 
-/// The first call of a process, which runs before every other test here.
+/// The first call of a process. Death tests run before all others.
 class FirstCallDeathTest : public testing::Test {
   protected:
-    /// In its first line something is done.
+    /// Makes a nested call in its first line.
     static void CallFirst(std::function<void()> inside) {
         EXPECT_EQ(rig_load(test::kUsbCamera), 0);
-        static InsideLog log;
+        static ReentrantLog log;
         log.Expect(1, std::move(inside));
-        Solvane_SetLogger(&log, InsideLog::Receive);
+        Solvane_SetLogger(&log, ReentrantLog::Receive);
         EXPECT_EQ(Solvane_CheckAvailable(), 0);
         EXPECT_TRUE(log.IsDone());
         Solvane_SetLogger(nullptr, nullptr);
     }
 };
 
-/// The host's mistake that the header names: the call inside waits for the one outside.
+/// A host's mistake that the header names: the nested call waits for the outer one.
 TEST_F(FirstCallDeathTest, NeverReturnsWhenItsLogAsksForTheHardware) {
     for (const Operation& operation : kOperations) {
         EXPECT_EXIT(CallFirst([&] {

@@ -1,5 +1,5 @@
-/// A camera and the lines to it, as its users know it: written for comparison, from what the camera
-/// is said to do, beside the simulation that the rig has.
+/// A model of the camera and its lines, written from their description and independent of the rig's
+/// simulation, with which it is compared.
 #pragma once
 
 #include <array>
@@ -13,18 +13,17 @@ namespace proof {
 
 using Milliseconds = std::uint64_t;
 
-/// A camera at the start.
 struct CameraStart {
     const char* name;
     bool asleep = false;
     bool flagLatched = false;
     bool flagStuck = false;
-    bool pulledDark = false; ///< the level of the dark line while nobody drives it
-    bool pulledOn = true;    ///< that of both power lines
+    bool pulledDark = false; ///< the level of the dark line while it is not driven
+    bool pulledOn = true;    ///< the same of both power lines
     Milliseconds exposure = 12;
     Milliseconds readyAfterPower = 9;
 
-    /// The same for the rig.
+    /// The same camera for the rig.
     std::string Scenario() const;
 };
 
@@ -46,7 +45,7 @@ class CameraModel {
     void Wait(Milliseconds milliseconds);
     void Drive(rig_line line, bool level);
 
-    /// Every line to the camera falls back to its pull.
+    /// Every line to the camera returns to its pull.
     void LetGo();
 
     std::vector<Edge> edges;

@@ -1,6 +1,5 @@
-/// Memory that runs out, at every single allocation of every exported function. The library is a
-/// shared object with an allocator of its own, loaded afresh for each case, so that nothing but its
-/// own memory is refused: hardware, system and this program have theirs.
+/// Every allocation of every exported function is refused. The library is a shared object with an
+/// allocator of its own, loaded afresh for each case, so that only its own memory is refused.
 
 #include <algorithm>
 #include <array>
@@ -21,8 +20,8 @@
 #include "kernel_stand_in.h"
 #include "library_functions.h"
 
-/// Every load of the module leaves behind what its copy of the C++ library keeps for exceptions.
-/// What the library itself leaves is counted here.
+/// Each load of the module leaks its C++ library's reserve for exceptions. The leaks of the library
+/// itself are counted here.
 extern "C" const char* __lsan_default_options();
 extern "C" const char* __lsan_default_options() {
     return "detect_leaks=0";
@@ -34,7 +33,6 @@ using test::LibraryFunctions;
 
 constexpr std::uint16_t kStampLength = sizeof "[HH:MM:SS.mmm] " - 1;
 
-/// The library, loaded for as long as the object lives.
 class Library : public LibraryFunctions {
   public:
     Library() : module(dlopen(SOLVANE_MODULE, RTLD_NOW | RTLD_LOCAL)) {
@@ -71,7 +69,6 @@ class Library : public LibraryFunctions {
     bool (*runsOutOfMemory)(void (*)(void*), void*) = nullptr;
 };
 
-/// How a call ended.
 struct Outcome {
     bool threw = false;
     std::int16_t status = 0;
@@ -81,7 +78,7 @@ struct Outcome {
     bool operator==(const Outcome&) const = default;
 };
 
-/// Every export of the lines. What it throws is caught in the library's own module.
+/// An exported function of the lines. Its exceptions are caught in the library's own module.
 struct Call {
     const char* name;
     int line;    ///< that it is about; NO_LINE
@@ -117,11 +114,11 @@ std::vector<Call> Calls() {
     return calls;
 }
 
-/// What the host had done before the call.
+/// The state before the call.
 enum class Before {
-    Nothing,      ///< the call is the first one
-    Configured,   ///< hardware that serves
-    LongOpenLine, ///< and a row of dots that is about to need memory of its own
+    Nothing,      ///< it is the first call
+    Configured,   ///< the hardware serves
+    LongOpenLine, ///< and the next dot of the open line needs the heap
     Closed        ///< Solvane_CloseDevice
 };
 
@@ -131,19 +128,18 @@ constexpr std::array kBefore{Before::Nothing, Before::Configured, Before::LongOp
 struct Hardware {
     const char* name;
     const char* scenario;
-    std::size_t candidates; ///< that are made before it is found
-    std::size_t cases;      ///< that there are: fewer or more are a failure
+    std::size_t candidates; ///< created before it is found
+    std::size_t cases;      ///< expected number
 
-    /// How often a single refusal leaves a call as an exception: when it is that of a candidate, or
-    /// of their list. Nineteen calls come first in a process, with a log and without; in the other
-    /// five states only the calls that make a controller can.
+    /// In how many cases a single refusal leaves a call as an exception: for a candidate, or for
+    /// the list of candidates. As the first call of a process in nineteen calls, with a log and
+    /// without; in the other five states only in the calls that create a controller.
     std::size_t Exceptions() const {
         const std::size_t ofChoosing = candidates + 1; // RecheckStatus, EnforceFTDI
         return 2 * (19 * (1 + candidates) + ofChoosing) + 5 * ofChoosing;
     }
 };
 
-/// One program's run of a call with memory refused.
 class EveryAllocationTest : public testing::TestWithParam<Hardware> {
   protected:
     EveryAllocationTest() { host::Record(false); }
@@ -156,7 +152,7 @@ class EveryAllocationTest : public testing::TestWithParam<Hardware> {
     struct Result {
         std::size_t allocations = 0; ///< that the call asked for
         Outcome outcome;
-        std::string wrong; ///< empty: all is as it must be
+        std::string wrong; ///< the complaints
     };
 
     /// The call, in a fresh library on fresh hardware, with these allocations refused.
@@ -230,16 +226,16 @@ class EveryAllocationTest : public testing::TestWithParam<Hardware> {
         note(isTrigger && !outcome.threw && outcome.status == 0 && pictures != 1,
              "0, and no picture");
         note((!isTrigger || outcome.threw || outcome.status != 0) && pictures != 0,
-             "a picture that nobody asked for");
+             "an unrequested picture");
         for (const std::string& line : lines) {
             note(!line.empty() && (line.size() < kStampLength || line[0] != '[' ||
                                    line[kStampLength - 2] != ']'),
                  "a line without its stamp");
         }
 
-        // Memory is back: everything works, and every line is whole.
+        // With memory again everything works, and every line is whole.
         host::Advance(std::uint64_t{600} * 1'000'000);
-        library.EnableCameraPower(); // the call may have been the one that switched it off
+        library.EnableCameraPower(); // the call may have switched it off
         host::Advance(std::uint64_t{600} * 1'000'000);
         lines.clear();
         note(library.RecheckStatus() != 0, "re-selection fails afterwards");
@@ -300,7 +296,7 @@ TEST_P(EveryAllocationTest, IsRefusedAndNothingIsLeftHalfDone) {
     EXPECT_EQ(exceptions, GetParam().Exceptions());
 }
 
-/// The lines of the first call, one allocation of which is refused.
+/// One allocation of the first call is refused.
 class RefusedAllocationTest : public testing::Test {
   protected:
     RefusedAllocationTest() { host::Record(false); }
@@ -324,20 +320,20 @@ class RefusedAllocationTest : public testing::Test {
     }
 };
 
-/// Behind the list of candidates and the four of them comes the list of devices. The call itself
+/// After the list of candidates and the four candidates comes the list of devices. The call itself
 /// looks for the chip once more.
-TEST_F(RefusedAllocationTest, OfTheListOfDevicesIsToldAsD2xxWouldTellIt) {
+TEST_F(RefusedAllocationTest, OfTheDeviceListIsLoggedLikeAFailureOfD2xx) {
     const std::vector<std::string> lines =
         LinesOfFirstCall("[[usb]]\nchip = \"FT2232H\"\nserial = \"SLV1\"\n", 6);
-    const std::vector<std::string> told{"Total FTDI devices available:  2",
-                                        "Failed to obtain FTDI devices info list. Error: 5",
-                                        "Configure() result: -3", "... not available. Error -3"};
-    EXPECT_NE(std::search(lines.begin(), lines.end(), told.begin(), told.end()), lines.end());
+    const std::vector<std::string> logged{"Total FTDI devices available:  2",
+                                          "Failed to obtain FTDI devices info list. Error: 5",
+                                          "Configure() result: -3", "... not available. Error -3"};
+    EXPECT_NE(std::search(lines.begin(), lines.end(), logged.begin(), logged.end()), lines.end());
     EXPECT_EQ(lines.back(), "Configure() result: 0");
 }
 
-/// Behind the list of candidates and two of them comes the bank.
-TEST_F(RefusedAllocationTest, OfTheBankOfASuperIoChipIsToldByTheStatusAlone) {
+/// After the list of candidates and two candidates comes the bank.
+TEST_F(RefusedAllocationTest, OfTheSuperIoBankIsReportedByTheStatusAlone) {
     const std::vector<std::string> lines = LinesOfFirstCall("[superio]\n", 4);
     ASSERT_GE(lines.size(), 9u);
     const std::vector<std::string> of(lines.begin() + 5, lines.begin() + 8);
@@ -357,8 +353,8 @@ INSTANTIATE_TEST_SUITE_P(
 
 // ---- Timers ----
 
-/// A driver that makes timer 7 and has an event whenever one is waited for, every other one of a
-/// status that nobody knows, which is logged.
+/// A driver that creates timer 7 and has an event for each wait, every other one with an unknown
+/// status, which is logged.
 host::kernel::Answer Serve(const char* request, std::uint64_t) {
     static int events = 0;
     if (request == std::string(host::kernel::kCreateRequest)) {
@@ -390,8 +386,7 @@ class EveryAllocationOfTimersTest : public testing::Test {
         };
         host::kernel::Reset();
         host::kernel::script.driver = Serve;
-        // Longer than a line usually is: the sentence needs memory, in the exception and in the
-        // log.
+        // Longer than a usual line, so that it needs the heap, in the exception and in the log.
         host::kernel::script.systemText = std::wstring(300, L'x') + L"\r\n";
         const std::size_t heldBefore = Allocations() - Releases();
         {
@@ -416,16 +411,16 @@ class EveryAllocationOfTimersTest : public testing::Test {
             }
             const bool mustFail =
                 call == TimerCall::RunThatFails || (call == TimerCall::Create && !hasDriver);
-            note(mustFail && status != SOLVANE_E_UNDETERMINED, "a failure that is not told");
+            note(mustFail && status != SOLVANE_E_UNDETERMINED, "a failure is not reported");
             note(call == TimerCall::Stop && status != SOLVANE_E_INVALID, "a stop of nothing");
             note(call == TimerCall::Dispose && status != 0, "not disposed of");
             note((call == TimerCall::Create || call == TimerCall::Run) && status != 0 &&
                      status != SOLVANE_E_UNDETERMINED,
                  "an undocumented status");
             note(call == TimerCall::Create && (status == 0) != (timer != 0),
-                 "the handle does not go with the status");
+                 "the handle contradicts the status");
 
-            // Memory, driver and all are back.
+            // With memory and driver again everything works.
             host::kernel::script.createFileError = 0;
             host::kernel::script.createEventError = 0;
             if (call == TimerCall::Dispose || timer == 0) {

@@ -1,19 +1,18 @@
-/// Every vendor call of every operation goes wrong, and every call of Windows beneath it, once and
-/// from then on, in every way that it can. Whatever it is, the operation ends in bounded time with
-/// a documented status, leaves the timer resolution as it was and the trigger low, and the hardware
-/// serves again once it is whole.
+/// Every vendor call and every Windows call of every operation fails, once and from then on, in
+/// every way that it can. The operation ends in bounded time with a documented status, restores the
+/// timer resolution, leaves the trigger low, and the hardware serves again after the fault.
 
 #include <iostream>
 
 #include "com_stand_in.h"
 #include "d2xx.h"
+#include "excuses.h"
 #include "host_platform.h"
 #include "on_the_rig.h"
 #include "planned_faults.h"
 #include "postcondition.h"
 #include "proof_kinds.h"
 #include "system_faults.h"
-#include "untold.h"
 #include "usb_invariants.h"
 
 namespace {
@@ -26,10 +25,10 @@ using SLV::Internal::kOk;
 constexpr std::uint64_t kMillisecond = 1'000'000;
 constexpr std::uint64_t kSecond = 1000 * kMillisecond;
 
-/// A latched flag makes every operation do all that it can.
+/// With a latched flag every operation makes all its calls.
 constexpr const char* kCamera = "[camera]\nmep_latched = true\nready_after_power_ms = 100\n";
 
-/// What the hardware has behind it. A failed start leaves the FT2232H open.
+/// The history of the hardware. A failed start leaves the FT2232H open.
 enum class State { Active, Configured, AfterAFault, AfterAFailedStart };
 constexpr const char* kStateNames[] = {", outputs active, ", ", configured, ", ", after a fault, ",
                                        ", after a failed start, "};
@@ -38,7 +37,6 @@ constexpr const char* kStateNames[] = {", outputs active, ", ", configured, ", "
 enum class Whose { Vendors, System };
 constexpr const char* kWhoseNames[] = {"", " of Windows"};
 
-/// What a host sees of an operation.
 struct Observation {
     short status;
     short answer;
@@ -76,7 +74,7 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
     /// Hardware in the starting state of a case.
     void Start(const Kind& kind, State state) {
         controller.reset();
-        host::Advance(kSecond - host::Now() % kSecond); // lines ask for the calendar once a second
+        host::Advance(kSecond - host::Now() % kSecond); // the log asks the calendar every second
         ResetProcessState();
         const bool isActive = state == State::Active;
         Load(std::string(kind.scenario) + kCamera + (isActive ? kind.activeOutputs : ""));
@@ -91,7 +89,7 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
         }
     }
 
-    /// What another program may have done with the chip. The camera is ready again afterwards.
+    /// As another program may have left them. The camera is ready again afterwards.
     static void LeaveOutputsActive() {
         FT_HANDLE channel = nullptr;
         std::uint32_t written = 0;
@@ -114,7 +112,7 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
         }
     }
 
-    /// The way selection does it: the new one is there before the old one goes.
+    /// As selection does it: the old one goes when the new one exists.
     void Replace(const Kind& kind) {
         ControllerPtr old = std::exchange(controller, kind.make(logger));
         old.reset();
@@ -144,12 +142,12 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
         return whose == Whose::Vendors ? calls.OfVendors(kind) : calls.OfSystem(SystemFunctions());
     }
 
-    /// A sleep that is asked to last 2 ms is what long waits are made of.
+    /// Long waits consist of sleeps of 2 ms.
     static std::uint64_t Longest(const PlannedFault& planned) {
         return planned.function == "Sleep" ? kLongest * kCoarseSleep / 2 : kLongest;
     }
 
-    /// What is wrong, empty if nothing is.
+    /// The complaint about a case; empty if it passes.
     std::string Try(const Case& one) {
         const PlannedFault& planned = one.planned;
         Start(one.kind, one.state);
@@ -194,7 +192,7 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
     }
 
     static std::string StatusComplaint(const Case& one, short status, short answer) {
-        // Lines that do not come to rest are an answer of whatever operation configures.
+        // Any operation that configures may fail to set a line to rest.
         const bool isRest =
             one.kind.configuringMayAnswerWrite && one.Configures() && status == SOLVANE_E_WRITE;
         if (!one.operation.MayAnswer(status) && !isRest) {
@@ -211,26 +209,26 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
             return "a text of COM's is held, or COM itself";
         }
         if (host::com::Misuses() != 0) {
-            return "COM is used where it is not, or with what is not its";
+            return "COM is used uninitialised, or with a foreign text";
         }
         return host::RaisedTimerPeriods() == 0 ? "" : "the timer resolution stays raised";
     }
 
-    /// 0 means done, but where the fault lets nobody know.
+    /// 0 means done, unless the fault excuses the violation.
     std::string SuccessComplaint(const Case& one, Violation violation) {
         if (violation == Violation::None) {
             return "";
         }
-        const Untold cause =
-            CauseOf(one.kind, one.operation, one.IsRepair(), one.planned, violation);
-        ++untold[static_cast<std::size_t>(cause)];
-        if (cause == Untold::Repair && !UsbInvariants(one.planned.way->kind).IsConfigured()) {
-            return "0, and nothing was repaired";
+        const Excuse excuse =
+            ExcuseFor(one.kind, one.operation, one.IsRepair(), one.planned, violation);
+        ++excused[static_cast<std::size_t>(excuse)];
+        if (excuse == Excuse::Recovery && !UsbInvariants(one.planned.way->kind).IsConfigured()) {
+            return "0, and nothing was recovered";
         }
-        return cause == Untold::Never ? std::string("0, and not as asked: ") + Name(violation) : "";
+        return excuse == Excuse::None ? std::string("0, and not as asked: ") + Name(violation) : "";
     }
 
-    /// Only bytes that went wrong take a picture that nobody asked for.
+    /// Only wrong bytes take an unrequested picture.
     static bool MayTrigger(const Case& one) {
         const TriggerRisk risk = one.planned.way->risk;
         return risk == TriggerRisk::Garble || risk == TriggerRisk::WrongByte ||
@@ -239,19 +237,19 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
 
     std::string LineComplaint(const Case& one, short status) {
         const bool isTrigger = one.operation.op == Op::TriggerCapture;
-        const bool isUnasked = rig_captures() > capturesBefore + (isTrigger ? 1 : 0);
-        unasked += isUnasked ? 1 : 0;
-        if (isUnasked && !MayTrigger(one)) {
-            return "a picture that nobody asked for";
+        const bool isUnrequested = rig_captures() > capturesBefore + (isTrigger ? 1 : 0);
+        unrequested += isUnrequested ? 1 : 0;
+        if (isUnrequested && !MayTrigger(one)) {
+            return "an unrequested picture";
         }
-        // One that was high before is lowered by what succeeds.
+        // A line that was high before may stay so in an operation that fails.
         const bool isHigh = rig_level(RIG_TRIGGER) != 0 && !wasHigh;
         leftHigh += isHigh ? 1 : 0;
         return isHigh && !MayStayHigh(one, status) ? "the trigger stays high" : "";
     }
 
-    /// Only a failed write of a trigger leaves it so, and the host is told unless nobody can tell;
-    /// or bytes went wrong that the hardware then took for the truth.
+    /// After a failed write of a trigger, which is reported if it can be detected; or after wrong
+    /// bytes that the hardware took for right ones.
     static bool MayStayHigh(const Case& one, short status) {
         const bool isTrigger = one.operation.op == Op::TriggerCapture;
         switch (one.planned.way->risk) {
@@ -263,8 +261,8 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
         case TriggerRisk::UnseenWrite:
             return isTrigger;
         case TriggerRisk::Garble:
-            // A question that reads again takes a single cut command away with it, unless it has
-            // read again already.
+            // A question that reads again removes a single cut command, unless it has read again
+            // already.
             return isTrigger || one.planned.times == 0 || one.state == State::AfterAFault;
         case TriggerRisk::WrongByte:
             return true;
@@ -272,7 +270,7 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
         return false;
     }
 
-    /// A switch that failed, and did nothing, is not taken for what the line is.
+    /// A switch that failed and did nothing does not change the remembered state.
     std::string AccessoriesComplaint(const Case& one, short status) {
         const bool isSwitch = one.operation.op == Op::EnableAccessoriesPower ||
                               one.operation.op == Op::DisableAccessoriesPower;
@@ -288,7 +286,8 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
                    : "";
     }
 
-    /// The hardware is whole again: who serves when?
+    /// After the fault: the next operation, a new controller or replugging brings the hardware
+    /// back, as predicted.
     std::string Recovery(const Case& one) {
         const UsbInvariants invariants(one.planned.way->kind);
         const bool isUsb = one.kind.comeback == Comeback::UsbHandle;
@@ -311,7 +310,7 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
         if (isClaimed) {
             ++needReplug;
             if (controller->CheckAvailable() == 0) {
-                return "a new controller opened a channel that nobody had closed";
+                return "a new controller opened a channel that was not closed";
             }
             rig_unplug(0);
             rig_plug(0);
@@ -322,13 +321,13 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
         return complaint.empty() && OpenChannels() != stillOpen ? "an open channel" : complaint;
     }
 
-    /// What a host is told to do about a trigger that stayed high.
+    /// The documented remedy for a trigger that stayed high.
     bool RestsAfterClose() {
         controller->CloseDevice();
         return controller->CheckAvailable() == 0 && rig_level(RIG_TRIGGER) == 0;
     }
 
-    /// Everything works: lines at rest, and one trigger is one picture.
+    /// The lines are at rest, and one trigger takes one picture.
     std::string Service(const Kind& kind) {
         if (controller->CheckAvailable() != 0) {
             return "a new controller fails";
@@ -380,15 +379,16 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
         }
         EXPECT_EQ(good, all);
         EXPECT_EQ(all, whose == Whose::System ? kind.failuresOfWindows : kind.failures);
-        EXPECT_EQ(untold, whose == Whose::System ? kind.untoldOfWindows : kind.untold);
+        EXPECT_EQ(excused, whose == Whose::System ? kind.excusedOfWindows : kind.excused);
         std::cout << kind.name << ": " << good << " of " << all << " failures"
                   << kWhoseNames[static_cast<int>(whose)] << "; longest " << longest / kMillisecond
                   << " ms, trigger left high by a failed access " << leftHigh
-                  << ", unasked picture by wrong bytes " << unasked << ", new controller needed "
-                  << needNewController << ", replugging needed " << needReplug;
-        for (std::size_t i = 0; i < kUntoldCauses; ++i) {
-            std::cout << (i == 0 ? "; 0 and not as asked: " : ", ") << Name(static_cast<Untold>(i))
-                      << ' ' << untold[i];
+                  << ", unrequested picture by wrong bytes " << unrequested
+                  << ", new controller needed " << needNewController << ", replugging needed "
+                  << needReplug;
+        for (std::size_t i = 0; i < kExcuses; ++i) {
+            std::cout << (i == 0 ? "; 0 and not as asked: " : ", ") << Name(static_cast<Excuse>(i))
+                      << ' ' << excused[i];
         }
         std::cout << '\n';
     }
@@ -399,8 +399,8 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
     Observation healthy{};
     std::uint64_t longest = 0;
     std::size_t leftHigh = 0;
-    std::size_t unasked = 0;
-    UntoldCounts untold{};
+    std::size_t unrequested = 0;
+    ExcuseCounts excused{};
     std::uint32_t capturesBefore = 0;
     bool wasHigh = false;
     std::size_t needNewController = 0;

@@ -1,8 +1,7 @@
-/// Every call of Windows beneath the timer functions goes wrong, in every state that a timer can be
-/// in, once and from then on, in every way that it can; and then a second one on the way back.
-/// Whatever it is, the host sees what the calls say it must see, nothing stays open that could be
-/// closed, and the next run works. A driver that refuses to delete the timer of one that is
-/// disposed of ends the process, and nothing else does.
+/// Every Windows call of the timer functions fails, in every state of a timer, once and from then
+/// on, in every way that it can; and then a second one. The host observes what the calls imply,
+/// every handle that can be closed is closed, and the next run works. The process ends if the
+/// driver refuses to delete a timer in a disposal, and in no other case.
 
 #include <csignal>
 #include <cstdio>
@@ -12,7 +11,7 @@
 #include "on_the_rig.h"
 #include "timer_host.h"
 
-/// A driver that answers late writes into a frame that is gone, if the request lies in one.
+/// Detects a late answer of the driver into a request on the stack.
 extern "C" const char* __asan_default_options();
 extern "C" const char* __asan_default_options() {
     return "detect_stack_use_after_return=1";
@@ -69,7 +68,7 @@ class EveryKernelFailureTest : public OnTheRig, public testing::WithParamInterfa
   protected:
     EveryKernelFailureTest() { host::Record(false); }
 
-    /// What is wrong, empty if nothing is.
+    /// The complaint about a case; empty if it passes.
     std::string Try(const Case& one) {
         host.Start(one.state, one.op);
         failures = 0;
@@ -123,20 +122,20 @@ class EveryKernelFailureTest : public OnTheRig, public testing::WithParamInterfa
         return host::kernel::Misuses() == 0 ? "" : "a handle is used that is not open";
     }
 
-    /// The last event was asked for, and the wait for it failed.
+    /// The last event was requested, and the wait for it failed.
     static bool IsLeftPending(const TimerTrace& trace) {
         bool isPending = false;
-        for (const host::kernel::Made& made : trace) {
-            if (made.function == host::kernel::kWaitRequest) {
-                isPending = made.error == ERROR_IO_PENDING;
-            } else if (made.function == "WaitForSingleObject" && made.isDone) {
+        for (const host::kernel::CallRecord& record : trace) {
+            if (record.function == host::kernel::kWaitRequest) {
+                isPending = record.error == ERROR_IO_PENDING;
+            } else if (record.function == "WaitForSingleObject" && record.isDone) {
                 isPending = false;
             }
         }
         return isPending;
     }
 
-    /// The fault is over, or lasts: what becomes of the timer, and of the next one.
+    /// The timer's end and a new timer, after the fault or while it lasts.
     std::string End(const Case& one) {
         if (one.ending != Ending::DisposesWhileItLasts) {
             Disarm();
@@ -151,7 +150,7 @@ class EveryKernelFailureTest : public OnTheRig, public testing::WithParamInterfa
         } else if (host.known != 0 && (!host.driver.Has(host.known) || one.IsRefusedDisposal())) {
             ExpectDeath(one);
             Disarm();
-            host.Works(TimerOp::RunStoppedInside); // it gets a timer that can be deleted
+            host.Works(TimerOp::RunStoppedInside); // now it has a timer that can be deleted
         }
         if (!host.Works(TimerOp::Dispose)) {
             return "disposal";
@@ -170,7 +169,7 @@ class EveryKernelFailureTest : public OnTheRig, public testing::WithParamInterfa
         return DriverComplaint(one);
     }
 
-    /// The driver keeps a timer only if the host ran on without it, or the library cannot know it.
+    /// The driver keeps a timer only if another run replaced it, or the library cannot know it.
     std::string DriverComplaint(const Case& one) {
         const bool mayHide = one.Concerns(host::kernel::kCreateRequest) ||
                              one.Concerns(host::kernel::kCreateReply) ||
@@ -196,7 +195,7 @@ class EveryKernelFailureTest : public OnTheRig, public testing::WithParamInterfa
     void TryAndCount(const Case& one) {
         const std::string wrong = Try(one);
         if (one.second != nullptr && wrong.empty() && failures == 1) {
-            return; // one of them comes to nothing beside the other
+            return; // one of them prevents the other
         }
         ++all;
         good += wrong.empty() ? 1 : 0;
@@ -207,8 +206,8 @@ class EveryKernelFailureTest : public OnTheRig, public testing::WithParamInterfa
         }
     }
 
-    /// Pairs of failures, and disposals after one: for what the other states and runs have too, two
-    /// of each are enough.
+    /// Pairs of failures, and disposals after one: the other states and runs have nothing new
+    /// there.
     static bool IsThorough(TimerState state, TimerOp op) {
         return (op == TimerOp::Create || op == TimerOp::RunStoppedInside) &&
                (state == TimerState::Created || state == TimerState::LeftBehind);
@@ -224,7 +223,7 @@ class EveryKernelFailureTest : public OnTheRig, public testing::WithParamInterfa
         }
     }
 
-    /// What else can go wrong once this has.
+    /// Every other call that this failure leads to fails, too.
     void TryAllPairs(TimerState state, TimerOp op, const PlannedFault& planned) {
         host.Start(state, op);
         const TimerHost::Call first = host.Do(op, {&planned}, true);
@@ -256,7 +255,7 @@ class EveryKernelFailureTest : public OnTheRig, public testing::WithParamInterfa
         EXPECT_EQ(all, kFailures[static_cast<std::size_t>(op)]);
         std::cout << kOpNames[static_cast<int>(op)] << ": " << good << " of " << all
                   << " failures; process ended by a refused disposal " << deaths
-                  << ", driver's timer out of reach " << keptOn << ", request left pending "
+                  << ", timer left in the driver " << keptOn << ", request left pending "
                   << abandoned << '\n';
     }
 

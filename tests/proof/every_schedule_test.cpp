@@ -1,7 +1,7 @@
-/// Two threads of a host use timers, in every order in which their steps can come with up to three
-/// preemptions: at each call of Windows, each callback, and each access to a flag of a timer's or
-/// to the log's. Whatever the order, and whichever call fails, they meet with what the documents
-/// say. A failure names its schedule; SOLVANE_SCHEDULE set to it runs that one alone and shows it.
+/// Two threads of a host use timers, in every order of their steps with up to three preemptions: at
+/// each call of Windows, each callback, and each access to an atomic of a timer or of the log. In
+/// every order, and whichever call fails, the documented invariants hold. A failure names its
+/// schedule; SOLVANE_SCHEDULE set to it runs that one alone and shows its steps.
 
 #include <algorithm>
 #include <cstdlib>
@@ -14,8 +14,8 @@
 
 #include "host_platform.h"
 #include "system_faults.h"
-#include "timer_rules.h"
-#include "two_threads.h"
+#include "thread_scheduler.h"
+#include "timer_invariants.h"
 #include "way.h"
 
 namespace {
@@ -46,9 +46,9 @@ constexpr rig_fault kFaults[] = {Fails(host::kernel::kCreateRequest, 1),
                                  Fails("CreateFileW", 1),
                                  {"CreateFileW", 1, 0, RIG_FAULT_STATUS, 2, 0}}; // always
 
-/// Which of the circumstances a program is tried in.
+/// The circumstances that a program is tried in.
 struct Reach {
-    std::size_t states;     ///< so many of the first
+    std::size_t states;     ///< the first so many
     std::size_t firstFault; ///< counted from 1
     std::size_t lastFault;
 };
@@ -56,7 +56,7 @@ constexpr Reach kEverything{std::size(kStates), 1, std::size(kFaults)};
 constexpr Reach kHealthy{1, 1, 0};
 constexpr Reach kDriverIsNotThere{1, std::size(kFaults) - 1, std::size(kFaults)};
 
-/// A program, and what all its schedules come to.
+/// A program, and the totals over all its schedules.
 struct Expectation {
     TimerProgram program;
     Reach reach;
@@ -105,8 +105,7 @@ void PrintTo(const Expectation& expectation, std::ostream* stream) {
     *stream << expectation.program.name;
 }
 
-/// "RunsTwice:3:0:3.17.22": the program, how it stands before, what fails (0: nothing), and the
-/// decisions.
+/// "RunsTwice:3:0:3.17.22": the program, the initial state, the fault (0: none) and the schedule.
 struct Replay {
     std::string program;
     std::size_t state = 0;
@@ -138,16 +137,16 @@ class ScheduleTest : public testing::Test {
 
 class EveryScheduleTest : public ScheduleTest, public testing::WithParamInterface<Expectation> {
   protected:
-    /// All schedules, with a failure of this number (0: none). False after a complaint.
+    /// All schedules with the fault of this number (0: none). False after a complaint.
     bool Try(std::size_t state, std::size_t fault) {
         bool hasFailed = fault == 0;
-        twoThreads.Follow("");
+        scheduler.Follow("");
         do {
             const TimerHistory history = Once(state, fault);
             const std::string complaint = Complaint(history, surprises);
             if (!complaint.empty()) {
                 ADD_FAILURE() << "SOLVANE_SCHEDULE=" << GetParam().program.name << ':' << state
-                              << ':' << fault << ':' << twoThreads.Schedule() << ": " << complaint
+                              << ':' << fault << ':' << scheduler.Schedule() << ": " << complaint
                               << '\n'
                               << Text(history);
                 return false;
@@ -157,7 +156,7 @@ class EveryScheduleTest : public ScheduleTest, public testing::WithParamInterfac
             if (state == 0 && fault == 0) {
                 CountCalls(history);
             }
-        } while (twoThreads.Next());
+        } while (scheduler.Next());
         EXPECT_TRUE(hasFailed) << "failure " << fault;
         return true;
     }
@@ -171,9 +170,9 @@ class EveryScheduleTest : public ScheduleTest, public testing::WithParamInterfac
         std::map<std::string_view, std::uint32_t> calls;
         for (const TimerCall& call : history.calls) {
             for (const WatchedCall& one : call.calls) {
-                if (call.thread != TwoThreads::kNeither) {
-                    most[one.made.function] =
-                        std::max(most[one.made.function], ++calls[one.made.function]);
+                if (call.thread != ThreadScheduler::kNeither) {
+                    most[one.record.function] =
+                        std::max(most[one.record.function], ++calls[one.record.function]);
                 }
             }
         }
@@ -188,9 +187,9 @@ TEST_P(EveryScheduleTest, IsAsDocumented) {
     const Expectation& expected = GetParam();
     if (const Replay replay = Replay::FromEnvironment(); !replay.program.empty()) {
         if (replay.program != expected.program.name) {
-            GTEST_SKIP() << "a schedule of another program is wanted";
+            GTEST_SKIP() << "SOLVANE_SCHEDULE names another program";
         }
-        twoThreads.Follow(replay.schedule);
+        scheduler.Follow(replay.schedule);
         const TimerHistory history = Once(replay.state, replay.fault);
         std::cout << Text(history);
         EXPECT_EQ(Complaint(history, surprises), "");
@@ -218,8 +217,8 @@ INSTANTIATE_TEST_SUITE_P(Of, EveryScheduleTest, testing::ValuesIn(kExpectations)
                              return std::string(one.param.program.name);
                          });
 
-/// Two threads of three steps come in every order that has so few preemptions, and in no other.
-TEST(TwoThreadsTest, ComeInEveryOrder) {
+/// Two threads of three steps: every order with at most three preemptions, and no other.
+TEST(ThreadSchedulerTest, RunsEveryOrder) {
     std::set<std::string> expected;
     std::string order = "aaabbb";
     do {
@@ -228,56 +227,55 @@ TEST(TwoThreadsTest, ComeInEveryOrder) {
             const bool isAtItsEnd = order.find(order[i - 1], i) == std::string::npos;
             preemptions += order[i] != order[i - 1] && !isAtItsEnd ? 1 : 0;
         }
-        if (preemptions <= TwoThreads::kMostPreemptions) {
+        if (preemptions <= ThreadScheduler::kMostPreemptions) {
             expected.insert(order);
         }
     } while (std::ranges::next_permutation(order).found);
     const auto step = [&](char name) {
         for (int i = 0; i < 3; ++i) {
             order += name;
-            twoThreads.MayBePreempted();
+            scheduler.MayBePreempted();
         }
     };
     std::set<std::string> orders;
-    twoThreads.Follow("");
+    scheduler.Follow("");
     do {
         order.clear();
-        EXPECT_EQ(twoThreads.Run([&] { step('a'); }, [&] { step('b'); }), "");
+        EXPECT_EQ(scheduler.Run([&] { step('a'); }, [&] { step('b'); }), "");
         orders.insert(order);
-    } while (twoThreads.Next());
+    } while (scheduler.Next());
     EXPECT_EQ(orders, expected);
 }
 
-TEST(TwoThreadsTest, AreToldOfWhenNobodyCanGoOn) {
-    twoThreads.Follow("");
-    EXPECT_EQ(twoThreads.Run([] { twoThreads.WaitsUntil([] { return false; }); }, [] {}),
-              "nobody can go on");
-    twoThreads.Follow("");
-    EXPECT_EQ(twoThreads.Run(
+TEST(ThreadSchedulerTest, ReportsDeadlocksAndEndlessLoops) {
+    scheduler.Follow("");
+    EXPECT_EQ(scheduler.Run([] { scheduler.WaitsUntil([] { return false; }); }, [] {}), "deadlock");
+    scheduler.Follow("");
+    EXPECT_EQ(scheduler.Run(
                   [] {
                       for (;;) {
-                          twoThreads.MayBePreempted();
+                          scheduler.MayBePreempted();
                       }
                   },
                   [] {}),
-              "a thread goes on for ever");
+              "a thread never ends");
 }
 
-/// The text of a schedule brings it back: here the first in which a stop ends the next run.
-TEST_F(ScheduleTest, ComesAgainByItsText) {
+/// Here the first schedule in which a stop ends the next run.
+TEST_F(ScheduleTest, IsReplayedFromItsText) {
     const TimerProgram& program = std::ranges::find_if(kExpectations, [](const Expectation& one) {
                                       return one.surprises.stopsOfTheNext != 0;
                                   })->program;
     TimerHistory history;
-    twoThreads.Follow("");
+    scheduler.Follow("");
     do {
         history = RunProgram(program, {});
         EXPECT_EQ(Complaint(history, surprises), "");
-    } while (surprises.stopsOfTheNext == 0 && twoThreads.Next());
+    } while (surprises.stopsOfTheNext == 0 && scheduler.Next());
     EXPECT_EQ(surprises.stopsOfTheNext, 1u);
-    const std::string text = twoThreads.Schedule();
+    const std::string text = scheduler.Schedule();
     EXPECT_NE(text, "");
-    twoThreads.Follow(text);
+    scheduler.Follow(text);
     EXPECT_EQ(Text(RunProgram(program, {})), Text(history)) << text;
 }
 

@@ -1,6 +1,6 @@
-/// Every sequence of three calls (four with SOLVANE_LONG=1) that a host can make, through the
-/// exported functions, against the model of what it should see: after each call the status, the
-/// answer, all lines, the captures and the time, and after the last one every edge at its moment.
+/// Every sequence of three calls (four with SOLVANE_LONG=1) of the exported functions, compared
+/// with the host model: after each call the status, the answer, all lines, the captures and the
+/// time, after the last one every edge with its time.
 
 #include <algorithm>
 #include <cstdlib>
@@ -43,7 +43,7 @@ std::string Text(const std::vector<Edge>& edges) {
     return text;
 }
 
-/// What happened at one moment has no order.
+/// Edges of the same moment have no order.
 std::vector<Edge> Sorted(std::vector<Edge> edges) {
     std::ranges::sort(edges);
     return edges;
@@ -74,7 +74,7 @@ class EverySequenceTest : public LibraryOnTheRig {
 
     EverySequenceTest() { host::Record(false); }
 
-    /// What differs from the model, empty if nothing does.
+    /// The difference from the model; empty if there is none.
     static std::string Difference(const Sequence& sequence, const Call& call, HostModel& model) {
         for (const Operation* operation : sequence) {
             short answer = kUntouched;
@@ -181,8 +181,8 @@ TEST_P(EverySequenceOfAKindTest, IsAsTheModelSays) {
     }
 }
 
-/// No call needs another one before it: a controller that was never asked configures by itself, and
-/// where nothing is there it says so. A null pointer comes after that.
+/// Any call may be the first: it configures the hardware or reports its absence, and looks at a
+/// null pointer only then.
 TEST_P(EverySequenceOfAKindTest, IsAsTheModelSaysOnAFreshController) {
     std::size_t all = 0;
     std::size_t good = 0;
@@ -204,7 +204,7 @@ TEST_P(EverySequenceOfAKindTest, IsAsTheModelSaysOnAFreshController) {
               << " pairs on a fresh controller\n";
 }
 
-/// Powers and dark are what the last process left, where configuring does not switch them.
+/// Powers and dark stay as the last process left them, unless configuring switches them.
 TEST_P(EverySequenceOfAKindTest, IsAsTheModelSaysInANewProcess) {
     std::size_t all = 0;
     std::size_t good = 0;
@@ -235,8 +235,8 @@ TEST_F(EverySequenceTest, WithoutHardwareIsAsTheModelSays) {
     RunAll("no hardware", "", Behaviour().Absent(), kCameras[0]);
 }
 
-TEST_F(EverySequenceTest, WithWhatLooksAlikeIsAsWithoutHardware) {
-    constexpr int kTwo = 2; // it has nothing to remember
+TEST_F(EverySequenceTest, OnLookAlikeHardwareIsAsWithoutHardware) {
+    constexpr int kTwo = 2; // without hardware there is no state to remember
     RunAll("look-alikes",
            "[superio]\nid = 0xC552\n[eapi]\ngpios = 7\n[lpt]\npresence_wire = false\n"
            "[[usb]]\nchip = \"FT2232D\"\n[[usb]]\nchip = \"FT232H\"\nserial = \"B\"\n",

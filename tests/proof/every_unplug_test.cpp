@@ -1,18 +1,17 @@
-/// The chip leaves before every call of every operation and comes back at once, 20 ms or 5 s later:
-/// pulled off the bus, or only silent, or answering with an error. In between it may lie. The
-/// operation ends with a documented status and a safe answer, and one question brings the chip
-/// back.
+/// The chip is unplugged, falls silent or answers with errors before every call of every operation,
+/// and comes back at once, after 20 ms or after 5 s. The operation ends with a documented status
+/// and a safe answer, and one question brings the chip back.
 
 #include <iostream>
 #include <random>
 
 #include "bit_port.h"
+#include "excuses.h"
 #include "host_platform.h"
 #include "on_the_rig.h"
 #include "proof_kinds.h"
 #include "proof_operations.h"
 #include "solvane_usb.h"
-#include "untold.h"
 
 namespace {
 
@@ -29,7 +28,6 @@ constexpr std::uint32_t kIoError = 4; // of D2XX
 
 constexpr const char* kCamera = "[camera]\nmep_latched = true\nready_after_power_ms = 100\n";
 
-/// How the chip is away.
 enum class Absence { Unplugged, Silent, Failing };
 constexpr Absence kAbsences[] = {Absence::Unplugged, Absence::Silent, Absence::Failing};
 constexpr const char* kAbsenceNames[] = {"unplugged", "silent", "failing"};
@@ -42,7 +40,7 @@ struct Case {
     std::uint64_t callAt; ///< in ms
     Absence absence;
     std::uint32_t away;
-    std::string question; ///< of that call
+    std::string question; ///< the function and arguments of that call
 };
 
 std::string Text(const Case& one) {
@@ -70,7 +68,7 @@ class EveryUnplugTest : public OnTheRig {
         }
     }
 
-    /// The library logs while it waits, which is where a chip that is only silent comes back.
+    /// Called with every log line, of which the library writes some while it waits.
     void ComeBackWhenDue() {
         if (host::Now() >= backAt) {
             rig_clear_faults();
@@ -122,11 +120,11 @@ class EveryUnplugTest : public OnTheRig {
         }
         const Violation violation = status == 0 ? postcondition.Check(answer) : Violation::None;
         if (violation != Violation::None) {
-            const Untold cause =
-                CauseOfAbsence(*one.operation, one.question, one.absence == Absence::Silent,
-                               one.away == 0, violation);
-            ++untold[static_cast<std::size_t>(cause)];
-            if (cause == Untold::Never) {
+            const Excuse excuse =
+                ExcuseForAbsence(*one.operation, one.question, one.absence == Absence::Silent,
+                                 one.away == 0, violation);
+            ++excused[static_cast<std::size_t>(excuse)];
+            if (excuse == Excuse::None) {
                 return std::string("0, and not as asked: ") + Name(violation);
             }
         }
@@ -134,7 +132,7 @@ class EveryUnplugTest : public OnTheRig {
             return std::to_string(took / kMillisecond) + " ms";
         }
         if (one.absence == Absence::Unplugged && rig_level(RIG_TRIGGER) != 0) {
-            return "the trigger stays high"; // a chip that left has let go of it
+            return "the trigger stays high"; // an unplugged chip drives nothing
         }
         rig_clear_faults();
         host::Advance(6000 * kMillisecond);
@@ -158,7 +156,7 @@ class EveryUnplugTest : public OnTheRig {
         return "";
     }
 
-    /// Whatever happened, a chip that was plugged in again is found by the first question.
+    /// The first question finds a chip that was plugged in again.
     std::string ComesBackByItself() {
         short ready = kUntouched;
         if (controller->CheckSystemReady(&ready) != 0 || ready != rig_level(RIG_READY)) {
@@ -168,9 +166,9 @@ class EveryUnplugTest : public OnTheRig {
     }
 
     std::string ComesBackAfresh() {
-        controller = nullptr; // closes what it holds
+        controller = nullptr; // closes the channel
         controller = std::make_unique<SolvaneUsb>(logger);
-        if (controller->CheckAvailable() != 0) { // a close that failed keeps the channel
+        if (controller->CheckAvailable() != 0) { // that failed
             ++replugged;
             rig_unplug(0);
             rig_plug(0);
@@ -188,7 +186,7 @@ class EveryUnplugTest : public OnTheRig {
         return rig_level(RIG_TRIGGER) == 0 ? "" : "the trigger stays high";
     }
 
-    /// The calls of an operation on a chip that stays: when each of them is made.
+    /// A case for each call of the operation and each absence.
     std::vector<Case> Cases(const Operation& operation, bool isConfigured) {
         backAt = kNever;
         Start(isConfigured, "");
@@ -220,7 +218,7 @@ class EveryUnplugTest : public OnTheRig {
     std::size_t recovered = 0;
     std::size_t refused = 0;
     std::size_t replugged = 0;
-    UntoldCounts untold{};
+    ExcuseCounts excused{};
     const Kind& kChip = Kinds().front();
 };
 
@@ -241,18 +239,18 @@ TEST_F(EveryUnplugTest, IsSurvivedByEveryOperation) {
     }
     EXPECT_EQ(good, all);
     EXPECT_EQ(all, 3'402u);
-    EXPECT_EQ(untold, (UntoldCounts{0, 17, 0, 0, 130, 34, 112, 9, 0}));
+    EXPECT_EQ(excused, (ExcuseCounts{0, 17, 0, 0, 130, 34, 112, 9, 0}));
     std::cout << "FT2232H: " << good << " of " << all << " absences; " << recovered
               << " operations answered 0, " << refused << " a documented failure; longest "
               << longest / kMillisecond << " ms, replugged after a lost close " << replugged
               << '\n';
 }
 
-/// Bytes that nobody asked for wait in the queue, and numbers are wrong: the operation ends as
-/// documented, and the chip serves again.
+/// Stray bytes wait in the queue, and counts are wrong: the operation ends as documented, and the
+/// chip serves again.
 class NoiseTest : public EveryUnplugTest {
   protected:
-    /// Reads of either byte, and commands that there are not: each is answered.
+    /// Answers to reads of either byte and to invalid commands.
     void LeaveBytes() {
         for (std::size_t i = random() % 4 + 1; i > 0; --i) {
             const auto none = static_cast<std::uint8_t>(random() % 128);
@@ -271,17 +269,17 @@ class NoiseTest : public EveryUnplugTest {
         }
     }
 
-    /// A chip that cannot be found any more is answered safely; a byte that is not the answer is
-    /// taken for it, and written back.
-    static Untold CauseOfNoise(Violation violation) {
+    /// A chip that is not found any more gets the safe answer; a stray byte is taken for the
+    /// answer, and written back.
+    static Excuse ExcuseForNoise(Violation violation) {
         switch (violation) {
         case Violation::SafeAnswer:
-            return Untold::Unreadable;
+            return Excuse::Unreadable;
         case Violation::Line:
         case Violation::OtherLine:
-            return Untold::WrongByte;
+            return Excuse::WrongByte;
         default:
-            return Untold::Never;
+            return Excuse::None;
         }
     }
 
@@ -302,13 +300,13 @@ TEST_F(NoiseTest, IsSurvivedByEveryOperation) {
             short answer = kUntouched;
             const short status = operation.run(*controller, &answer);
             const Violation violation = status == 0 ? postcondition.Check(answer) : Violation::None;
-            const Untold cause = CauseOfNoise(violation);
-            untold[static_cast<std::size_t>(cause)] += violation != Violation::None ? 1 : 0;
+            const Excuse excuse = ExcuseForNoise(violation);
+            excused[static_cast<std::size_t>(excuse)] += violation != Violation::None ? 1 : 0;
             rig_clear_faults();
             host::Advance(1000 * kMillisecond);
             std::string wrong = operation.MayAnswer(status) ? "" : "status; ";
-            const bool isUntold = violation == Violation::None || cause != Untold::Never;
-            wrong += isUntold ? "" : std::string("0, and not as asked: ") + Name(violation);
+            const bool isExcused = violation == Violation::None || excuse != Excuse::None;
+            wrong += isExcused ? "" : std::string("0, and not as asked: ") + Name(violation);
             wrong += host::RaisedTimerPeriods() == 0 ? "" : "timer resolution; ";
             wrong += ComesBackAfresh();
             good += wrong.empty() ? 1 : 0;
@@ -317,8 +315,9 @@ TEST_F(NoiseTest, IsSurvivedByEveryOperation) {
     }
     EXPECT_EQ(good, all);
     EXPECT_EQ(all, 1'700u);
-    EXPECT_EQ(untold, (UntoldCounts{0, 0, 2, 0, 92, 0, 0, 0, 0}));
-    std::cout << "FT2232H: " << good << " of " << all << " noises, seed " << kSeed << '\n';
+    EXPECT_EQ(excused, (ExcuseCounts{0, 0, 2, 0, 92, 0, 0, 0, 0}));
+    std::cout << "FT2232H: " << good << " of " << all << " operations with stray bytes, seed "
+              << kSeed << '\n';
 }
 
 } // namespace

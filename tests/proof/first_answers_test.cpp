@@ -1,6 +1,5 @@
-/// What a host is answered when its hardware leaves without a word: the table of
-/// docs/host-guide.md, which is the one place where it stands, cell by cell. And what a host can
-/// ask to notice it.
+/// What a host is answered after its hardware has left: the table of docs/host-guide.md, cell by
+/// cell. And how a host can notice the loss.
 
 #include <fstream>
 #include <functional>
@@ -27,7 +26,7 @@ constexpr std::uint32_t kForEver = 0;
 
 using Cause = std::function<void()>;
 
-/// A column of the document's table: hardware that leaves, and in which ways it does.
+/// A column of the document's table: hardware, and the ways in which it leaves.
 struct Loss {
     const char* name;
     const char* scenario;
@@ -39,7 +38,7 @@ void Fail(const char* function, std::uint32_t kind, std::uint32_t status) {
     ASSERT_EQ(rig_add_fault(&fault), 0) << function;
 }
 
-/// The maker's library answers every call with "not initialised".
+/// The board's library answers every call with "not initialised".
 void EapiFails() {
     for (const char* const function :
          {"EApiLibInitialize", "EApiLibUnInitialize", "EApiGetEAPIVersion", "EApiGPIOGetCount",
@@ -48,7 +47,7 @@ void EapiFails() {
     }
 }
 
-/// Port writes go nowhere, and every port reads so.
+/// Port writes have no effect, and every port reads this value.
 Cause PortsRead(std::uint32_t value) {
     return [value] {
         Fail("Out32", RIG_FAULT_SILENT, 0);
@@ -65,7 +64,8 @@ void Replug() {
     ASSERT_EQ(rig_plug(0), 0);
 }
 
-/// D2XX may take a port reset for a chip that is gone: only then is the chip waited for.
+/// D2XX may accept a port reset of a chip that is gone; only then does the library wait for the
+/// chip.
 Cause WithPortReset(const Cause& cause) {
     return [cause] {
         cause();
@@ -83,7 +83,7 @@ const std::vector<Loss> kLosses{
     {"parallel port reads 0", kLptCamera, {PortsRead(0)}},
 };
 
-/// What a command is to do to a line, and what makes sure that it has something to do.
+/// The effect of a command on a line, and the preparation that makes it visible.
 struct Effect {
     Op command;
     std::int16_t (*opposite)();
@@ -105,7 +105,7 @@ const Effect* EffectOf(Op op) {
     return found != std::end(kEffects) ? found : nullptr;
 }
 
-/// Every call that answers something.
+/// Every call that has an answer.
 std::span<const Operation> Calls() {
     return std::span(kOperations).first(static_cast<std::size_t>(Op::EnforceFTDI));
 }
@@ -122,7 +122,7 @@ std::vector<std::string> CellsOf(const std::string& row) {
     return cells;
 }
 
-/// The rows of the document's table, its heads before all, without the line between.
+/// The rows of the document's table, its heads first, without the separator.
 std::vector<std::vector<std::string>> Table() {
     std::ifstream document(HOST_GUIDE);
     std::vector<std::vector<std::string>> rows;
@@ -143,8 +143,7 @@ class FirstAnswersTest : public LibraryOnTheRig {
   protected:
     FirstAnswersTest() { host::Record(false); }
 
-    /// What the document says of a call whose hardware has left: its first answer, and the one that
-    /// every later call gives.
+    /// The first answer of the call after the loss, and the later ones, as the document has them.
     static std::string Answers(const Operation& call, const Loss& loss, const Cause& way) {
         StartLibrary(loss.scenario);
         const Effect* const effect = EffectOf(call.op);
@@ -161,7 +160,7 @@ class FirstAnswersTest : public LibraryOnTheRig {
     }
 
     static std::string Answer(const Operation& call, const Effect* effect) {
-        host::Advance(1000 * kMillisecond); // what an exposure takes, and more
+        host::Advance(1000 * kMillisecond); // longer than an exposure
         rig_journal_clear();
         const std::uint32_t captures = rig_captures();
         std::int16_t answer = kUntouched;
@@ -202,7 +201,7 @@ TEST_F(FirstAnswersTest, AreThoseOfTheHostGuide) {
     }
 }
 
-// The host of the document, as C.
+// The document's example, as C.
 // clang-format off
 /* Of a host whose camera is powered and not dark, while no picture is being taken. */
 static int still_there(void) {
@@ -217,7 +216,7 @@ static int still_there(void) {
 }
 // clang-format on
 
-/// Questions that answer what cannot be, and a command that changes nothing.
+/// It asks questions whose answers cannot be true, and gives a command that changes nothing.
 TEST_F(FirstAnswersTest, AHostThatAsksNoticesEveryLoss) {
     for (const Loss& loss : kLosses) {
         for (const Cause& way : loss.ways) {
@@ -252,9 +251,8 @@ TEST_F(FirstAnswersTest, AfterAQuestionALostChipIsKnownToBeGone) {
     }
 }
 
-/// Monitors of fans and temperatures use the same chip, and leave its configuration mode behind
-/// them.
-TEST_F(FirstAnswersTest, AnotherProgramOnTheSuperIoChipIsMendedByARecheck) {
+/// Monitors of fans and temperatures use the same chip, and leave its configuration mode.
+TEST_F(FirstAnswersTest, ARecheckRecoversFromAnotherProgramOnTheSuperIoChip) {
     StartLibrary(kSuperIoCamera);
     rig_force(RIG_READY, 0);
     Out32(0x2E, 0xAA);

@@ -53,7 +53,7 @@ bool HostModel::IsAvailable() {
     return IsHere();
 }
 
-/// The lines come to rest: the trigger is low and clear-MEP is not active.
+/// Sets the lines to rest: trigger low, clear-MEP inactive.
 void HostModel::Configure() {
     if (IsUsb()) {
         ConfigureUsb();
@@ -70,8 +70,7 @@ void HostModel::Configure() {
     camera.Drive(RIG_CLEAR_MEP, false);
 }
 
-/// Entering its mode the chip lets go of the lines, and takes them up as it then finds them: a
-/// read, a write and a read.
+/// Entering MPSSE mode the chip releases the lines; then a read, a write and a read.
 void HostModel::ConfigureUsb() {
     camera.LetGo();
     camera.Wait(kUsbModeChange + 3 * behaviour.accessMilliseconds);

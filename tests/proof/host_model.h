@@ -1,5 +1,5 @@
-/// What a host should see of the library, worked out beside it: statuses, answers, lines and times
-/// on hardware that works. It shares nothing with the library but the numbers of its interface.
+/// A model of what a host should see: statuses, answers, lines and times on healthy hardware. It
+/// shares nothing with the library but the numbers of its interface.
 #pragma once
 
 #define SOLVANE_NO_IMPORT
@@ -10,14 +10,14 @@
 
 namespace proof {
 
-/// What a host can tell one kind of hardware from another by.
+/// How the kinds of hardware differ for a host.
 struct Behaviour {
     bool isUsb = true;
     bool isAbsent = false;
-    Milliseconds accessMilliseconds = 0; ///< that reading or driving a line takes
+    Milliseconds accessMilliseconds = 0; ///< of reading or driving a line
     bool switchesOn = false;             ///< configuring switches both powers on and dark off
     bool clearsFlag = false;             ///< configuring gives a pulse on clear-MEP
-    short absentPowerControl = SOLVANE_E_NO_HARDWARE; ///< the answer where nothing is there
+    short absentPowerControl = SOLVANE_E_NO_HARDWARE; ///< the answer without hardware
 
     Behaviour Absent() const {
         Behaviour absent = *this;
@@ -28,7 +28,7 @@ struct Behaviour {
 
 struct Outcome {
     short status;
-    short answer; ///< what the out-value holds then
+    short answer; ///< the out-value
     bool operator==(const Outcome&) const = default;
 };
 
@@ -36,10 +36,10 @@ class HostModel {
   public:
     HostModel(const Behaviour& kind, const CameraStart& start) : camera(start), behaviour(kind) {}
 
-    /// What the first call of a process does before all else: the hardware is looked for.
+    /// The selection that the first call of a process begins with.
     void Select() { IsAvailable(); }
 
-    /// The next process, whose hardware is as the last one left it.
+    /// A new process, on hardware as the last one left it.
     void Restart() { Run(Op::RecheckStatus); }
 
     /// A call, with or without a place for its answer.

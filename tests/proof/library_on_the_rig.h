@@ -1,4 +1,4 @@
-/// The exported functions over the real candidates, in a process that never loads them anew.
+/// The exported functions over the real candidates, in a process that never reloads the library.
 #pragma once
 
 #include <string>
@@ -19,7 +19,7 @@ class LibraryOnTheRig : public test::OnTheRig {
         RestartLibrary();
     }
 
-    /// The same in a new process, on hardware that the last one has let go of.
+    /// The same in a new process, on hardware that the last one has released.
     static void RestartLibrary() {
         SLV::Internal::LibraryState& state = SLV::Internal::GetLibraryState();
         state.controller.reset();

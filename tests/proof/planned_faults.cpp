@@ -19,7 +19,7 @@ void AddWays(std::vector<PlannedFault>& plannedFaults, const VendorFunction& fun
     }
 }
 
-/// How the journal shows that a call returned this.
+/// How the journal shows this result of the call.
 std::string ShownStatus(std::string_view call, std::uint32_t status) {
     for (const rig::VendorFunction& function : rig::VendorFunctions()) {
         if (call.starts_with(std::string(function.name) + '(')) {
@@ -81,14 +81,14 @@ std::vector<PlannedFault> CallCount::OfVendors(const Kind& kind) const {
         ++call;
         const std::uint32_t ordinal = ++ordinals[name];
         if (question.back() == '(') {
-            continue; // a earlierFault's fault has it
+            continue; // it has the earlier fault
         }
         for (const VendorFunction& function : kind.functions) {
             if (name == function.name) {
                 AddWays(plannedFaults, function, ordinal, false, question);
             }
         }
-        EXPECT_GT(plannedFaults.size(), known) << "nobody knows how this fails: " << name;
+        EXPECT_GT(plannedFaults.size(), known) << "no way to fail is known of " << name;
         for (const Way& way : kind.dead) {
             plannedFaults.push_back({"*", call, 0, &way, false, question});
         }
@@ -109,7 +109,7 @@ std::vector<PlannedFault> CallCount::OfSystem(const std::vector<VendorFunction>&
         }
     }
     for (const auto& [name, calls] : made) {
-        EXPECT_EQ(calls, 0u) << "nobody knows how this fails: " << name;
+        EXPECT_EQ(calls, 0u) << "no way to fail is known of " << name;
     }
     return plannedFaults;
 }
@@ -138,7 +138,7 @@ bool HasHappened(const PlannedFault& planned, std::size_t journalBefore) {
             if (!fails || text.find(ShownStatus(text, planned.way->status)) != text.npos) {
                 return true;
             }
-            isNext = false; // that was a earlierFault's
+            isNext = false; // that was the earlier fault
         }
     }
     return false;

@@ -1,4 +1,4 @@
-/// Which calls an operation made, and how to have each of them go wrong.
+/// Plans a fault for each call that an operation makes.
 #pragma once
 
 #include <cstdint>
@@ -17,24 +17,25 @@ struct PlannedFault {
     std::uint32_t times; ///< 0: every call from then on
     const Way* way;
     bool isOfSystem;           ///< a function of Windows, not of a vendor's
-    std::string question = {}; ///< of a vendor's: what that call asks for on hardware that works
+    std::string question = {}; ///< a vendor call's function and arguments on healthy hardware
 };
 
 std::string Text(const PlannedFault& planned);
 
-/// Counts the calls of an operation on hardware that works, made between construction and a look.
+/// Counts the calls from construction on; the operation runs on healthy hardware.
 class CallCount {
   public:
     CallCount();
 
-    /// Every vendor call in every way, once and from then on, and all that follow dead.
+    /// Every vendor call in every way, once and from then on; and the whole interface dead from
+    /// each call on.
     std::vector<PlannedFault> OfVendors(const Kind& kind) const;
 
-    /// Every call of these functions of Windows; there must be no others.
+    /// The same for these functions of Windows; there must be no calls of others.
     std::vector<PlannedFault> OfSystem(const std::vector<VendorFunction>& functions) const;
 
   private:
-    /// What each asked: "FT_Close(SLV1B)"; the name alone of one that is at fault already:
+    /// Each call with its arguments: "FT_Close(SLV1B)"; for one that is at fault already only
     /// "FT_Close(".
     std::vector<std::string> VendorCalls() const;
 
@@ -42,10 +43,10 @@ class CallCount {
     std::map<std::string, std::uint32_t> systemBefore;
 };
 
-/// Plans the fault, from now on. False if there is no such function.
+/// Activates the fault. False if there is no such function.
 bool Arm(const PlannedFault& planned);
 
-/// Whether it has gone wrong since then, and the vendor's call said so.
+/// Whether the fault has occurred since then, with its status in the vendor call's result.
 bool HasHappened(const PlannedFault& planned, std::size_t journalBefore);
 
 /// Lifts every fault.

@@ -57,7 +57,7 @@ Violation Postcondition::CheckPicture() const {
     return isAsLong ? CheckLines() : Violation::Pulse;
 }
 
-/// A line that has to be brought back in between makes the pulse longer, which wakes as well.
+/// A recovery in between lengthens the pulse, which wakes the camera as well.
 Violation Postcondition::CheckWake() const {
     return LastPulse(RIG_DARK) >= kPulse ? CheckLines() : Violation::Pulse;
 }
@@ -72,7 +72,7 @@ Violation Postcondition::CheckAnswer(short answer) const {
     return isFlag && IsHigh(RIG_MEP) ? Violation::ClearMep : Violation::None;
 }
 
-/// A camera is taken for powered, and for neither dark nor ready, and the flag for not latched.
+/// Harmless: powered, not dark, not ready, no flag.
 bool Postcondition::IsSafe(short answer) const {
     switch (operation.op) {
     case Op::CheckCameraPower:
@@ -84,13 +84,14 @@ bool Postcondition::IsSafe(short answer) const {
     }
 }
 
-/// The line that was asked for, and all others as they were or as configuring leaves them.
+/// The operation's own line is at its level; the others are as before, or as configuring leaves
+/// them.
 Violation Postcondition::CheckLines() const {
     std::array<bool, RIG_LINE_COUNT> after = before;
     if (configures) {
         after[RIG_TRIGGER] = false;
         after[RIG_CLEAR_MEP] = after[RIG_CLEAR_MEP] && !kind.restsClearMep;
-        // The FT2232H lets go of its lines first: so they are pulled.
+        // The FT2232H first releases its lines, which then follow their pulls.
         if (kind.behaviour.switchesOn || kind.behaviour.isUsb) {
             after[RIG_CAMERA_POWER] = true;
             after[RIG_ACCESSORIES_POWER] = true;
@@ -113,7 +114,7 @@ Violation Postcondition::CheckLines() const {
     return isWrong(RIG_CLEAR_MEP) ? Violation::ClearMep : Violation::None;
 }
 
-/// Channel A was reset and is closed again; channel B is closed, if it was open.
+/// ResetComPort: channel A was reset and closed. CloseDevice: channel B is closed, if it was open.
 Violation Postcondition::CheckChip() const {
     if (!kind.behaviour.isUsb) {
         return Violation::None;
@@ -125,7 +126,7 @@ Violation Postcondition::CheckChip() const {
     for (std::size_t i = journalBefore; rig_journal_entry(i, &entry) == 0; ++i) {
         const std::string_view text = entry.text;
         if (std::exchange(isAtFault, text.starts_with("fault "))) {
-            continue; // what it reports is not what it did
+            continue; // its result does not tell what it did
         }
         isReset = isReset || text == "FT_ResetDevice(SLV1A) -> 0";
         isClosed = isClosed || text == (operation.op == Op::CloseDevice ? "FT_Close(SLV1B) -> 0"

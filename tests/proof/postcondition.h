@@ -1,5 +1,5 @@
-/// What a status of 0 means: the line is where it was asked to be, the picture was taken, the
-/// answer is true. Looked up on the camera's side, never in what the library says.
+/// What a status of 0 promises: the line has its level, the picture was taken, the answer is true.
+/// Checked on the camera's side, never by asking the library.
 #pragma once
 
 #include <array>
@@ -13,16 +13,15 @@
 
 namespace proof {
 
-/// What is not as it was asked for.
 enum class Violation : std::uint8_t {
     None,
     Picture,    ///< none, or more than one
     Pulse,      ///< too short or too long
-    Line,       ///< the one that was asked for
-    OtherLine,  ///< one that is as nobody asked for
-    ClearMep,   ///< the line stays active, or a flag that was told stays latched
+    Line,       ///< the operation's own
+    OtherLine,  ///< changed without being asked to
+    ClearMep,   ///< the line stays active, or a flag that was reported stays latched
     Answer,     ///< false
-    SafeAnswer, ///< false, and the one that harms nobody
+    SafeAnswer, ///< false, but harmless
     Chip        ///< not closed, or not reset
 };
 const char* Name(Violation violation);
@@ -43,7 +42,7 @@ class Postcondition {
     Violation CheckChip() const;
     bool IsSafe(short answer) const;
 
-    /// How long the last pulse of a line was, in ms; 0 if there was none.
+    /// The width of a line's last pulse in ms; 0 if there was none.
     std::uint64_t LastPulse(rig_line line) const;
 
     const Kind& kind;

@@ -22,7 +22,7 @@ using rig::DoneButFails;
 using rig::Fails;
 using rig::Silent;
 
-/// The functions of these libraries, which fail as the rig's table says.
+/// The functions of these libraries, with the ways to fail from the rig's table.
 template <class Risk>
 std::vector<VendorFunction> FunctionsOf(const std::vector<const rig::Library*>& libraries,
                                         Risk risk) {
@@ -38,7 +38,7 @@ std::vector<VendorFunction> FunctionsOf(const std::vector<const rig::Library*>& 
     return functions;
 }
 
-// What nobody expects of lines, but for the camera's power, without which there is no picture.
+// Unexpected levels, except of camera power, without which there is no picture.
 constexpr const char* kAllButClearMep = "[pulls]\ntrigger = 1\ndark = 1\naccessories_power = 0\n";
 constexpr const char* kWithClearMep =
     "[pulls]\ntrigger = 1\ndark = 1\naccessories_power = 0\nclear_mep = 1\n";
@@ -66,8 +66,8 @@ Kind Ft2232h() {
                  {Silent(), FailedWrite}},
         .failures = 10'784,
         .failuresOfWindows = 2'314,
-        .untold = {0, 118, 13, 92, 747, 44, 459, 8, 0},
-        .untoldOfWindows = {0, 0, 0, 0, 0, 0, 336, 0, 100},
+        .excused = {0, 118, 13, 92, 747, 44, 459, 8, 0},
+        .excusedOfWindows = {0, 0, 0, 0, 0, 0, 336, 0, 100},
         .earlierFaults = {{"FT_Write", rig::usb::kIoError, true},
                           {"FT_SetChars", rig::usb::kIoError, false}},
         .activeOutputs = "",
@@ -78,7 +78,7 @@ Kind Ft2232h() {
 
 Kind SuperIo() {
     constexpr std::uint32_t kNoByte = 0x1EE; ///< more than a register can hold
-    constexpr std::uint32_t kNobody = 0xFF;  ///< what a bus reads where nothing answers
+    constexpr std::uint32_t kNobody = 0xFF;  ///< read from a bus where nothing answers
     const auto risk = [](Function function, const rig::Way& way) {
         const bool isByte = IsSilent(way) || way.status == kNobody;
         return function == Function::Out32   ? WrongRegister
@@ -95,8 +95,8 @@ Kind SuperIo() {
         .dead = {{Silent(), UnseenWrite}, {Fails(0xFFFF), FailedWrite}},
         .failures = 10'534,
         .failuresOfWindows = 704,
-        .untold = {0, 204, 183, 0, 54, 36, 0, 0, 0},
-        .untoldOfWindows = {0, 0, 0, 0, 0, 0, 0, 0, 24},
+        .excused = {0, 204, 183, 0, 54, 36, 0, 0, 0},
+        .excusedOfWindows = {0, 0, 0, 0, 0, 0, 0, 0, 24},
         .earlierFaults = {{"Inp32", kNoByte, false}},
         .activeOutputs = kWithClearMep,
         .comeback = Comeback::NextOperation,
@@ -121,8 +121,8 @@ Kind Eapi() {
         .dead = {{Fails(rig::eapi::kNotInitialised), FailedWrite}, {Silent(), UnseenWrite}},
         .failures = 5'478,
         .failuresOfWindows = 146,
-        .untold = {0, 506, 42, 0, 42, 45, 0, 0, 0},
-        .untoldOfWindows = {0, 0, 0, 0, 0, 0, 0, 0, 24},
+        .excused = {0, 506, 42, 0, 42, 45, 0, 0, 0},
+        .excusedOfWindows = {0, 0, 0, 0, 0, 0, 0, 0, 24},
         .earlierFaults = {{"EApiGPIOSetDirection", rig::eapi::kUnsupported, false}},
         .activeOutputs = kAllButClearMep,
         .comeback = Comeback::NextOperation,
@@ -148,8 +148,8 @@ Kind Lpt() {
         .dead = {{Silent(), WrongByte}},
         .failures = 3'588,
         .failuresOfWindows = 1'676,
-        .untold = {0, 191, 917, 0, 0, 0, 0, 0, 0},
-        .untoldOfWindows = {0, 0, 0, 0, 0, 0, 0, 0, 30},
+        .excused = {0, 191, 917, 0, 0, 0, 0, 0, 0},
+        .excusedOfWindows = {0, 0, 0, 0, 0, 0, 0, 0, 30},
         .earlierFaults = {{"IWbemServices::ExecQuery", kWmiFailed, false}},
         .activeOutputs = kWithClearMep,
         .comeback = Comeback::NewController,

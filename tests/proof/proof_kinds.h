@@ -1,4 +1,4 @@
-/// The kinds of hardware that everything here is proved for. A new kind is one row of the table.
+/// The kinds of hardware, and what the proofs expect of each. A new kind is one row of the table.
 #pragma once
 
 #include <array>
@@ -18,32 +18,31 @@ namespace proof {
 /// What a fault can do to the trigger line.
 enum class TriggerRisk : std::uint8_t {
     None,
-    FailedWrite,   ///< an access fails that drives a line or sees whether it was driven
-    UnseenWrite,   ///< the same, and nobody can tell
-    WrongRegister, ///< the same; or the write that is lost chose the register to be accessed next
+    FailedWrite,   ///< an access that drives a line or reads it back fails
+    UnseenWrite,   ///< the same, undetectably
+    WrongRegister, ///< the same; or the lost write was to select the register for the next access
     Garble,        ///< a command is cut short, and the chip takes the next ones for its rest
-    WrongByte      ///< a register reads other than it is, and is written back so
+    WrongByte      ///< a register reads wrong, and the wrong value is written back
 };
 
-/// Why an operation may answer 0 although not all is as it was asked for: nobody can tell, or hosts
-/// know that they are not told.
-enum class Untold : std::uint8_t {
-    Never,
+/// Why an operation may answer 0 although its postcondition is violated: see excuses.h.
+enum class Excuse : std::uint8_t {
+    None,
     Silence,    ///< a call reports success and did nothing
-    WrongByte,  ///< a level or a register reads other than it is, or the byte never came
+    WrongByte,  ///< a level or a register reads wrong, or the byte never came
     CutCommand, ///< FT_Write takes a part, and the chip takes the next bytes for the rest
-    Unreadable, ///< a line that cannot be read is answered with the value that harms nobody
-    ClearPulse, ///< whether the pulse on clear-MEP worked shows in the flag
-    Repair,     ///< a chip that was brought back has its lines at rest; it is not asked again
-    Close,      ///< closing answers 0 whatever became of it
+    Unreadable, ///< a line that cannot be read is answered with the harmless value
+    ClearPulse, ///< a failed pulse on clear-MEP shows only in the flag
+    Recovery,   ///< a recovered chip has its lines at rest; the line is not set again
+    Close,      ///< closing always answers 0
     Clock       ///< the system sleeps too short or too long
 };
-inline constexpr std::size_t kUntoldCauses = 9;
+inline constexpr std::size_t kExcuses = 9;
 
-/// How many operations were excused, by cause.
-using UntoldCounts = std::array<std::size_t, kUntoldCauses>;
+/// How many operations were excused, by excuse.
+using ExcuseCounts = std::array<std::size_t, kExcuses>;
 
-/// A way in which a call goes wrong, and what is to be expected of it.
+/// A way in which a call fails, and what to expect of it.
 struct Way : rig::Way {
     Way(rig::Way way, TriggerRisk itsRisk = TriggerRisk::None, bool changesNothing = false)
         : rig::Way(way), risk(itsRisk), isHarmless(changesNothing) {}
@@ -57,16 +56,15 @@ struct VendorFunction {
     std::vector<Way> ways;
 };
 
-/// When hardware that failed serves again, once it is whole.
+/// What brings failed hardware back once the fault is over.
 enum class Comeback : std::uint8_t {
-    NextOperation, ///< whatever was asked, the next operation configures it
+    NextOperation, ///< any operation configures it
     NewController, ///< a controller whose configuration failed never tries again
-    UsbHandle      ///< it depends on the handle that was left open: see usb_invariants.h
+    UsbHandle      ///< depends on the handle that was left open: see usb_invariants.h
 };
 
-/// A earlierFault before the operation, so that its way back is proved as well: one call of the
-/// function fails, on a configured controller the next one, on a fresh one the first while it
-/// configures.
+/// A fault before the operation, so that the recovery in it is proved as well: the next call of the
+/// function fails, on a configured controller, or on a fresh one while it configures.
 struct EarlierFault {
     const char* function;
     std::uint32_t status; ///< that it returns
@@ -76,30 +74,29 @@ struct EarlierFault {
 struct Kind {
     const char* name;
     const char* scenario;
-    const char* lookAlike; ///< hardware that is nearly of this kind, and so none
+    const char* lookAlike; ///< hardware that is nearly of this kind, and must not be taken for it
     SLV::Internal::ControllerFactory make;
     std::vector<VendorFunction> functions;
-    std::vector<Way> dead; ///< in which every call fails once the hardware or its driver is dead
-    std::size_t failures;  ///< how many there are to go through
+    std::vector<Way> dead;         ///< how every call fails once the hardware or its driver is dead
+    std::size_t failures;          ///< number of cases
     std::size_t failuresOfWindows; ///< likewise
-    UntoldCounts untold;           ///< operations that answer 0 to a failure all the same
-    UntoldCounts untoldOfWindows;  ///< likewise
+    ExcuseCounts excused;          ///< operations that answer 0 to a failure all the same
+    ExcuseCounts excusedOfWindows; ///< likewise
     std::vector<EarlierFault> earlierFaults;
-    const char* activeOutputs; ///< has them start so, of a scenario; the FT2232H is set so
+    const char* activeOutputs; ///< scenario text that starts with active outputs; not for FT2232H
     Comeback comeback;
-    bool configuringMayAnswerWrite = false; ///< a line that cannot be set to rest is told once
-    bool restsClearMep = true;   ///< configuring lets go of a clear-MEP that a failure left active
+    bool configuringMayAnswerWrite = false; ///< a line that cannot be set to rest is reported once
+    bool restsClearMep = true;   ///< configuring releases a clear-MEP that a failure left active
     bool lostPowerIsOff = false; ///< camera power that cannot be read is answered with 0
     Behaviour behaviour;
 };
 
 const std::vector<Kind>& Kinds();
 
-/// What the library asks of Windows beside the vendors' libraries, whatever the hardware is
-/// (system_faults.h).
+/// The library's calls of Windows on every kind of hardware (system_faults.h).
 const std::vector<VendorFunction>& SystemFunctions();
 
-/// What every Sleep() of the shortest kind lasts on a system whose timer stays coarse, in ms.
+/// The shortest Sleep() in ms on a system whose timer stays coarse.
 inline constexpr std::uint32_t kCoarseSleep = 16;
 
 /// The kind as part of a test's name, which holds letters and digits only.

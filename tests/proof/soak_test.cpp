@@ -53,7 +53,7 @@ constexpr std::uint64_t kMillisecond = 1'000'000;
 constexpr unsigned kSeed = 6;
 constexpr int kCallsToCheckpoint = 250;
 
-/// Lines are made, and nobody reads them.
+/// So that lines are formatted.
 void SOLVANE_CALL IgnoreLine(void*, const char*) {}
 
 class SoakTest : public OnTheRig {
@@ -88,7 +88,7 @@ class SoakTest : public OnTheRig {
         return *functions[Random(functions.size())];
     }
 
-    /// Something goes wrong soon, or comes right again.
+    /// Plans a random fault, or lifts all faults.
     void Disturb(const Kind& kind) {
         host::Advance(Random(40) * kMillisecond);
         if (Random(4) == 0) {
@@ -117,7 +117,7 @@ class SoakTest : public OnTheRig {
         rig_journal_clear();
     }
 
-    /// Where the FT2232H is not there, choosing it is rare: it takes the other hardware away.
+    /// On other hardware the FT2232H is chosen rarely: that takes the hardware away.
     const Operation& Any(const Kind& kind) {
         const Operation& operation = kOperations[Random(kOperations.size())];
         const bool isTooMuch =
@@ -136,7 +136,7 @@ class SoakTest : public OnTheRig {
         isWhole = operation.op == Op::RecheckStatus ? isHealed && status == 0
                   : selects                         ? isWhole && kind.behaviour.isUsb
                                                     : isWhole;
-        if (isWhole) { // nothing is wrong, so each can say what it has done
+        if (isWhole) { // without a fault every postcondition holds
             ++checked;
             const bool isRefused = status == SOLVANE_E_NOT_READY;
             ASSERT_TRUE(status == 0 || isRefused) << kind.name << ", " << operation.name;
@@ -151,7 +151,7 @@ class SoakTest : public OnTheRig {
         failures += status != 0 ? 1 : 0;
     }
 
-    /// The hardware is whole: it serves, and nothing has piled up.
+    /// Without faults the hardware serves, and nothing has leaked.
     static void Check(const Kind& kind) {
         Heal();
         rig_unplug(0); // a channel that was not closed is free again
@@ -182,8 +182,8 @@ class SoakTest : public OnTheRig {
     std::uint64_t longest = 0;
     std::size_t failures = 0;
     std::size_t checked = 0;
-    bool isHealed = true; ///< the hardware is whole
-    bool isWhole = true;  ///< and so is the controller
+    bool isHealed = true; ///< the hardware has no fault
+    bool isWhole = true;  ///< nor has the controller met one
 };
 
 TEST_F(SoakTest, LeavesNothingBehind) {
@@ -206,8 +206,8 @@ TEST_F(SoakTest, LeavesNothingBehind) {
     }
     EXPECT_TRUE(checked == 1'964 || all > 20'000) << checked;
     std::cout << all << " calls, seed " << kSeed << ": " << failures << " failed as documented, "
-              << checked << " had nothing wrong with them, " << checkpoints << " checkpoints with "
-              << blocks << " blocks in use, longest call " << longest / kMillisecond << " ms\n";
+              << checked << " met no fault, " << checkpoints << " checkpoints with " << blocks
+              << " blocks in use, longest call " << longest / kMillisecond << " ms\n";
 }
 
 } // namespace

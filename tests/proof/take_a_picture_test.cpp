@@ -1,6 +1,5 @@
-/// examples/take_a_picture.c on every kind of hardware, which leaves before each of the calls that
-/// the program makes beneath: what it says of the picture is never wrong. And what "ready" can say
-/// right after a trigger.
+/// examples/take_a_picture.c on every kind of hardware, which is lost before each vendor call: the
+/// program never reports a picture wrongly. And how soon after a trigger "ready" shows it.
 
 #include <functional>
 
@@ -30,18 +29,18 @@ class TakeAPictureTest : public LibraryOnTheRig {
   protected:
     TakeAPictureTest() { host::Record(false); }
 
-    /// The exit code of the program; what it prints is kept away from the test's own output.
+    /// The exit code of the program, whose output is captured.
     static int Run() {
         testing::internal::CaptureStdout();
         testing::internal::CaptureStderr();
         const int code = TakeAPicture();
-        const std::string told = testing::internal::GetCapturedStderr();
+        const std::string complaint = testing::internal::GetCapturedStderr();
         EXPECT_EQ(testing::internal::GetCapturedStdout(), code == kTaken ? "taken\n" : "");
-        EXPECT_EQ(told.empty(), code == kTaken) << told;
+        EXPECT_EQ(complaint.empty(), code == kTaken) << complaint;
         return code;
     }
 
-    /// What is wrong with an outcome; empty if it is true.
+    /// The complaint about an exit code; empty if it is right.
     static std::string Complaint(int code) {
         const std::uint32_t captures = rig_captures();
         if (captures > 1) {
@@ -56,7 +55,7 @@ class TakeAPictureTest : public LibraryOnTheRig {
         return code >= kTaken && code <= kUnconfirmed ? "" : "code " + std::to_string(code);
     }
 
-    /// How many calls the program makes while all is well.
+    /// The number of vendor calls that the program makes on healthy hardware.
     static std::uint32_t CallsOf(const std::string& scenario) {
         StartLibrary(scenario);
         const std::uint32_t before = rig_calls(nullptr);
@@ -66,7 +65,7 @@ class TakeAPictureTest : public LibraryOnTheRig {
         return rig_calls(nullptr) - before;
     }
 
-    /// Has each of the program's calls be the last one before something happens.
+    /// Runs the program once for each of its vendor calls, with the fault starting there.
     void BeforeEveryCall(const std::string& scenario,
                          const std::function<std::string(std::uint32_t)>& startAt) {
         const std::uint32_t calls = CallsOf(scenario);
@@ -124,7 +123,7 @@ std::string TextOf(const Way& way) {
 TEST_P(TakeAPictureOnEveryKind, HardwareThatDiesIsNeverTakenForAPicture) {
     const Kind& kind = GetParam();
     std::vector<Way> ways = kind.dead;
-    for (const std::uint32_t nobody : {0x00u, 0xFFu}) { // what a bus reads where nothing answers
+    for (const std::uint32_t nobody : {0x00u, 0xFFu}) { // read from a bus where nothing answers
         ways.emplace_back(rig::Fails(nobody));
     }
     for (const Way& way : ways) {
@@ -145,7 +144,7 @@ TEST_F(TakeAPictureTest, AClearLineThatWasLeftActiveKeepsTheFlagDown) {
     EXPECT_EQ(rig_captures(), 1u);
 }
 
-/// A call that fails says so, once or for good, and the flag of another picture is up already.
+/// Calls fail, once or from then on, while the flag of an earlier picture is latched.
 TEST_P(TakeAPictureOnEveryKind, AnOldFlagIsNeverTakenForAPicture) {
     const std::string camera = "[camera]\nmep_latched = true\n";
     for (const Way& way : GetParam().dead) {
@@ -184,8 +183,8 @@ TEST_F(TakeAPictureTest, ACableThatIsPulledIsNeverTakenForAPicture) {
     EXPECT_THAT(outcomes, Each(Gt(0u)));
 }
 
-/// "Ready" after a trigger: how long after the edge it can be asked, and that it is the line's
-/// level of that moment, not one that was kept.
+/// When "ready" can be asked after the trigger's edge, and that it is the line's level of that
+/// moment, not a remembered one.
 TEST_P(TakeAPictureOnEveryKind, ReadyRightAfterATriggerIsTheLevelOfTheLine) {
     const bool isUsb = GetParam().behaviour.isUsb;
     const auto ask = [] {
@@ -217,7 +216,7 @@ TEST_P(TakeAPictureOnEveryKind, ReadyRightAfterATriggerIsTheLevelOfTheLine) {
     }
 }
 
-/// The one old answer that there is: D2XX announces a byte and delivers none.
+/// The only outdated answer: D2XX announces a byte and delivers none.
 TEST_F(TakeAPictureTest, AnAnswerThatD2xxLosesIsTheOneBeforeTheTrigger) {
     StartLibrary(std::string(kUsbCamera) + "[camera]\nexposure_ms = 1000\n");
     std::int16_t ready = -1;

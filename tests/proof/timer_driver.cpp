@@ -11,7 +11,7 @@ namespace {
 using host::SystemCall;
 using host::kernel::Answer;
 
-// How the reply to a creation is odd.
+// Odd replies to a creation.
 constexpr std::uint32_t kNoId = 0;
 constexpr std::uint32_t kForeignId = 1;
 constexpr std::uint32_t kNotReady = 2;
@@ -49,10 +49,10 @@ using rig::Counts;
 using rig::Fails;
 using rig::Silent;
 
-/// It is odd what comes.
+/// An odd reply.
 constexpr auto Odd = Fails;
 
-/// The work was done all the same.
+/// It does its work and reports a failure.
 rig::Way DoneButFails(std::uint32_t status) {
     constexpr std::uint32_t kWhole = 24;
     return {RIG_FAULT_STATUS | RIG_FAULT_COUNT, status, kWhole};

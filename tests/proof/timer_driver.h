@@ -1,5 +1,5 @@
-/// The kernel driver as it should be: timers by their ids, each with an event whenever one is
-/// waited for. Every second event is there at once, the others are pending first.
+/// A model of the kernel driver: timers with ids, each with an event for every wait. Every second
+/// event is there at once, the others are pending first.
 #pragma once
 
 #include <cstdint>
@@ -23,11 +23,11 @@ class TimerDriver {
     host::kernel::Answer NextEvent();
 
     std::set<std::uint64_t> timers;
-    std::uint64_t lastId = 0x100'0000'0000; ///< a reply that is cut short names another timer
+    std::uint64_t lastId = 0x100'0000'0000; ///< large: a reply that is cut short has another id
     unsigned events = 0;
 };
 
-/// What timers ask of Windows and of the driver, and how each of it goes wrong.
+/// The calls of timers to Windows and to the driver, and the ways in which they fail.
 const std::vector<VendorFunction>& TimerFunctions();
 
 } // namespace proof

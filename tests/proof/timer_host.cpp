@@ -12,7 +12,7 @@ namespace proof {
 
 namespace {
 
-using host::kernel::Made;
+using host::kernel::CallRecord;
 using host::kernel::script;
 using host::kernel::TakeTrace;
 
@@ -36,7 +36,7 @@ void TimerHost::Start(TimerState state, TimerOp op) {
     constexpr std::uint64_t kSecond = 1'000'000'000;
     Discard();
     host::kernel::Reset();
-    host::Advance(kSecond - host::Now() % kSecond); // lines ask for the calendar once a second
+    host::Advance(kSecond - host::Now() % kSecond); // the log asks the calendar every second
     driver = {};
     script.keepsTrace = true;
     script.driver = [this](const char* request, std::uint64_t input) {
@@ -73,7 +73,7 @@ void TimerHost::Start(TimerState state, TimerOp op) {
     }
 }
 
-/// A timer that ran to its end can be disposed of in any case.
+/// After a run that ended well the disposal cannot fail.
 void TimerHost::Discard() {
     Disarm();
     isBesideARun = false;
@@ -149,19 +149,19 @@ int TimerHost::CallExport(TimerOp op) {
     return status;
 }
 
-/// What the calls mean for the driver's timers and for the handles.
+/// Updates the expected driver's timers and handles.
 void TimerHost::Follow(const TimerTrace& trace) {
-    for (const Made& made : trace) {
-        const std::uint64_t before = std::exchange(known, KnownTimer(known, {made}));
+    for (const CallRecord& record : trace) {
+        const std::uint64_t before = std::exchange(known, KnownTimer(known, {record}));
         const bool isReplaced =
-            made.function == host::kernel::kCreateRequest && made.isDone && driver.Has(before);
+            record.function == host::kernel::kCreateRequest && record.isDone && driver.Has(before);
         overwritten += isReplaced ? 1 : 0;
     }
     leftOpen += Count(trace, "CloseHandle", false);
 }
 
 void TimerHost::Receive(std::uint64_t context, const SolvaneTimerEvent* event) {
-    constexpr std::size_t kTooMany = 9; // the stop has come to nothing
+    constexpr std::size_t kTooMany = 9; // the stop had no effect
     Timer& timer = *reinterpret_cast<Timer*>(static_cast<std::uintptr_t>(context));
     timer.events.push_back({event->status, event->initialStatusOk, event->data0, event->data1,
                             event->data2, event->data3});
@@ -195,8 +195,8 @@ bool TimerHost::HasTimer() const {
 }
 
 std::ptrdiff_t Count(const TimerTrace& trace, std::string_view function, bool isDone) {
-    return std::ranges::count_if(trace, [&](const Made& made) {
-        return made.function == function && made.isDone == isDone;
+    return std::ranges::count_if(trace, [&](const CallRecord& record) {
+        return record.function == function && record.isDone == isDone;
     });
 }
 

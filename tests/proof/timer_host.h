@@ -1,5 +1,5 @@
-/// A host of timers on a driver that works until something is made to fail, and what it has to do
-/// with the driver's timers.
+/// A host that uses timers, on a driver that works until a fault is planned; and the driver's
+/// timers that it must have.
 #pragma once
 
 #include <functional>
@@ -12,15 +12,15 @@
 
 namespace proof {
 
-/// What the host has done with its timer. Before Solvane_CreateTimer, with another one.
+/// What the host has done with its timer; before Solvane_CreateTimer, with another one.
 enum class TimerState : std::uint8_t {
     Nothing,
     Created,
     Stopped,       ///< it ran and was stopped
-    CreateRefused, ///< a run failed: the driver made no timer
+    CreateRefused, ///< a run failed: the driver created no timer
     LeftBehind,    ///< a run failed: the driver has a timer
     DeleteRefused, ///< a run failed at its end: the driver kept its timer
-    BesideARun     ///< created; and another timer runs, whose function makes the call
+    BesideARun     ///< created, while another timer runs, whose function makes the call
 };
 
 class TimerHost {
@@ -30,21 +30,20 @@ class TimerHost {
     TimerHost(const TimerHost&) = delete;
     TimerHost& operator=(const TimerHost&) = delete;
 
-    /// Everything afresh, up to the operation.
+    /// A fresh start, up to the operation.
     void Start(TimerState state, TimerOp op);
 
     struct Call {
         TimerObservation seen;
         TimerTrace trace;
-        std::vector<PlannedFault>
-            plannedFaults;          ///< every way in which its calls of Windows can fail
-        std::uint32_t failures = 0; ///< calls that did
+        std::vector<PlannedFault> plannedFaults; ///< every way in which its Windows calls can fail
+        std::uint32_t failures = 0;              ///< calls that failed
     };
 
-    /// The operation, during which these faults planned.
+    /// Performs the operation with these faults.
     Call Do(TimerOp op, const std::vector<const PlannedFault*>& faults, bool wantsFaults = false);
 
-    /// A call that must go well, and show the host what it must see.
+    /// Whether the operation succeeds, with the expected observation.
     bool Works(TimerOp op);
 
     /// Disposes of the other timer, if there is one.
@@ -55,7 +54,7 @@ class TimerHost {
 
     /// The driver's timer that the library knows; 0: none.
     std::uint64_t known = 0;
-    std::size_t overwritten = 0; ///< driver's timers that another run took the place of
+    std::size_t overwritten = 0; ///< driver's timers that another run replaced
     std::ptrdiff_t leftOpen = 0; ///< handles that could not be closed
     TimerDriver driver;
 
@@ -64,7 +63,7 @@ class TimerHost {
         SolvaneTimerHandle handle = 0;
         TimerOp run = TimerOp::RunStoppedInside;
         std::vector<TimerEvent> events = {};
-        std::function<void()> beside = nullptr; ///< what its function does at its first event
+        std::function<void()> beside = nullptr; ///< called at its first event
     };
 
     static void SOLVANE_CALL Receive(std::uint64_t context, const SolvaneTimerEvent* event);

@@ -8,9 +8,9 @@ namespace proof {
 
 namespace {
 
-using host::kernel::Made;
+using host::kernel::CallRecord;
 
-/// The calls that a timer cannot do without, and the words for one that failed.
+/// The calls whose failure ends the operation, and the text for that.
 struct Step {
     std::string_view function;
     const char* words;
@@ -25,37 +25,37 @@ constexpr Step kSteps[] = {
     {host::kernel::kDeleteRequest, "DeviceIoControl failed: "},
 };
 
-const Step* StepOf(const Made& made) {
-    const auto* const step = std::ranges::find(kSteps, made.function, &Step::function);
+const Step* StepOf(const CallRecord& record) {
+    const auto* const step = std::ranges::find(kSteps, record.function, &Step::function);
     return step != std::end(kSteps) ? step : nullptr;
 }
 
-/// A request is pending if the thread's error says so when it is asked for.
+/// A request is pending if GetLastError() says so.
 bool IsPending(TimerTrace::const_iterator request, TimerTrace::const_iterator end) {
     const auto next = std::next(request);
     return next != end && next->function == "GetLastError" && next->error == ERROR_IO_PENDING;
 }
 
 TimerTrace::const_iterator FirstFailure(const TimerTrace& trace) {
-    auto made = trace.begin();
-    while (made != trace.end() &&
-           (StepOf(*made) == nullptr ||
-            (made->isDone && (made->error != ERROR_IO_PENDING || IsPending(made, trace.end()))))) {
-        ++made;
+    auto record = trace.begin();
+    while (record != trace.end() &&
+           (StepOf(*record) == nullptr || (record->isDone && (record->error != ERROR_IO_PENDING ||
+                                                              IsPending(record, trace.end()))))) {
+        ++record;
     }
-    return made;
+    return record;
 }
 
-/// A number of a reply. What the driver has not filled is 0.
-std::uint64_t Number(const Made& made, std::size_t offset, std::size_t size) {
+/// A number in a reply. Bytes that the driver has not filled are 0.
+std::uint64_t Number(const CallRecord& record, std::size_t offset, std::size_t size) {
     std::uint64_t number = 0;
-    for (std::size_t i = 0; i < size && offset + i < made.output.size(); ++i) {
-        number |= std::uint64_t{made.output[offset + i]} << 8 * i;
+    for (std::size_t i = 0; i < size && offset + i < record.output.size(); ++i) {
+        number |= std::uint64_t{record.output[offset + i]} << 8 * i;
     }
     return number;
 }
 
-/// What the driver's status is to a host; nothing for one that nobody knows.
+/// The driver's status as a host sees it; nothing for an unknown one.
 std::optional<int> Translated(int status) {
     switch (status) {
     case 0:
@@ -75,7 +75,7 @@ std::optional<int> Translated(int status) {
     }
 }
 
-void Deliver(TimerObservation& observation, const Made& wait, int wasWell) {
+void Deliver(TimerObservation& observation, const CallRecord& wait, int wasWell) {
     const int status = static_cast<std::int16_t>(Number(wait, 8, 2));
     const std::optional<int> translated = Translated(status);
     if (!translated) {
@@ -90,14 +90,14 @@ TimerObservation ExpectedRun(TimerOp op, const TimerTrace& trace) {
     TimerObservation observation;
     int wasWell = 0;
     std::size_t waits = 0;
-    for (const Made& made : trace) {
-        if (made.function == host::kernel::kCreateRequest) {
-            wasWell = Number(made, 8, 2) == 0 ? 1 : 0;
+    for (const CallRecord& record : trace) {
+        if (record.function == host::kernel::kCreateRequest) {
+            wasWell = Number(record, 8, 2) == 0 ? 1 : 0;
         }
-        if (made.function == "WaitForSingleObject" && made.isDone) {
+        if (record.function == "WaitForSingleObject" && record.isDone) {
             ++waits;
             if (op != TimerOp::RunStoppedBetween || waits == 1) {
-                Deliver(observation, made, wasWell);
+                Deliver(observation, record, wasWell);
             }
         }
     }
@@ -113,13 +113,14 @@ std::string Reason(const TimerTrace& trace) {
     }
     std::uint32_t error = failure->error;
     int readable = 0;
-    for (auto made = failure; ++made != trace.end();) {
-        if (StepOf(*made) != nullptr) {
-            return "more was asked after a failure: " + std::string(made->function);
+    for (auto record = failure; ++record != trace.end();) {
+        if (StepOf(*record) != nullptr) {
+            return "more was asked after a failure: " + std::string(record->function);
         }
-        error = made->function == "GetLastError" ? made->error : error;
-        const bool isText = made->function == "FormatMessageW" || made->function == "wcstombs_s";
-        readable += isText && made->isDone ? 1 : 0;
+        error = record->function == "GetLastError" ? record->error : error;
+        const bool isText =
+            record->function == "FormatMessageW" || record->function == "wcstombs_s";
+        readable += isText && record->isDone ? 1 : 0;
     }
     char code[16];
     std::snprintf(code, sizeof code, " (0x%08x)", static_cast<unsigned>(error));
@@ -144,10 +145,10 @@ TimerObservation Expected(TimerOp op, const TimerTrace& trace) {
 
 std::uint64_t KnownTimer(std::uint64_t before, const TimerTrace& trace) {
     std::uint64_t known = before;
-    for (const Made& made : trace) {
-        if (made.function == host::kernel::kCreateRequest && made.isDone) {
-            known = Number(made, 0, 8);
-        } else if (made.function == host::kernel::kDeleteRequest && made.isDone) {
+    for (const CallRecord& record : trace) {
+        if (record.function == host::kernel::kCreateRequest && record.isDone) {
+            known = Number(record, 0, 8);
+        } else if (record.function == host::kernel::kDeleteRequest && record.isDone) {
             known = 0;
         }
     }

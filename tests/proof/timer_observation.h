@@ -1,4 +1,4 @@
-/// What a host must see of a timer function, worked out from the calls of Windows that it made.
+/// What a host must observe of a timer function, derived from the Windows calls that it made.
 #pragma once
 
 #include <array>
@@ -17,7 +17,7 @@ enum class TimerOp : std::uint8_t {
     Create,
     RunStoppedInside,  ///< by its own function, at the second event
     RunStoppedBetween, ///< after the first event; the second is not delivered
-    RunStoppedEarly,   ///< before the driver has made its timer, which is lost; then as inside
+    RunStoppedEarly, ///< before the driver has created its timer: that stop is lost; then as inside
     Stop,
     Dispose
 };
@@ -27,7 +27,7 @@ constexpr bool IsRun(TimerOp op) {
            op == TimerOp::RunStoppedEarly;
 }
 
-/// An event as the host's function gets it: status, whether all was well at first, four words.
+/// An event as the host's function gets it: status, initialStatusOk, four words.
 using TimerEvent = std::array<int, 6>;
 
 struct TimerObservation {
@@ -39,17 +39,17 @@ struct TimerObservation {
 
 std::string Text(const TimerObservation& observation);
 
-using TimerTrace = std::vector<host::kernel::Made>;
+using TimerTrace = std::vector<host::kernel::CallRecord>;
 
-/// The observation of a timer that is there and does not run.
+/// The observation of an operation on a timer that does not run.
 TimerObservation Expected(TimerOp op, const TimerTrace& trace);
 
-/// "DeviceIoControl failed: A sentence. (0x0000001f)", of the first call that failed; empty when
-/// none did. The sentence is the system's, if it can be had.
+/// "DeviceIoControl failed: A sentence. (0x0000001f)" for the first call that failed; empty when
+/// none did. Without the system's sentence if that could not be obtained.
 std::string Reason(const TimerTrace& trace);
 
-/// By which id the library can have the driver delete a timer; 0: it knows none. `before` is what
-/// it knew before these calls.
+/// The id of the driver's timer that the library knows after these calls; 0: none. `before`: the id
+/// that it knew before.
 std::uint64_t KnownTimer(std::uint64_t before, const TimerTrace& trace);
 
 } // namespace proof

@@ -6,10 +6,10 @@
 
 #include "host_platform.h"
 #include "logger.h"
+#include "memory_checker.h"
 #include "planned_faults.h"
 #include "system_faults.h"
-#include "two_threads.h"
-#include "watched_memory.h"
+#include "thread_scheduler.h"
 
 namespace proof {
 
@@ -32,7 +32,7 @@ class Program {
         if (circumstances.fault != nullptr) {
             Plan(*circumstances.fault);
         }
-        history.complaint += twoThreads.Run([this] { Go(0); }, [this] { Go(1); });
+        history.complaint += scheduler.Run([this] { Go(0); }, [this] { Go(1); });
         history.hasFailed = host::FaultsThatHappened() != 0;
         Disarm();
         if (history.complaint.empty()) {
@@ -41,7 +41,7 @@ class Program {
             }
             history.complaint = Leftovers();
         }
-        const std::string memory = WatchedMemory::End(FailedWaits());
+        const std::string memory = MemoryChecker::End(FailedWaits());
         history.complaint += history.complaint.empty() ? memory : "";
         onWatchedCall = nullptr;
         SLV::Internal::s_logger.Install(nullptr, nullptr);
@@ -64,9 +64,9 @@ class Program {
         script.driver = [this](const char* request, std::uint64_t input) {
             return driver.Serve(request, input);
         };
-        script.onWait = [] { twoThreads.Waits(); };
-        script.onEndlessWait = [] { twoThreads.WaitsUntil(nullptr); };
-        WatchedMemory::Start([this](const AtomicAccess& access) {
+        script.onWait = [] { scheduler.Waits(); };
+        script.onEndlessWait = [] { scheduler.WaitsUntil(nullptr); };
+        MemoryChecker::Start([this](const AtomicAccess& access) {
             // Atomics differ in size: a timer's flag and function, and those of the log.
             if (access.size == sizeof(bool) && access.isWrite) {
                 NoteFirst(Present().flagWritten);
@@ -78,7 +78,7 @@ class Program {
         SLV::Internal::s_logger.Install(this, TakeLine);
     }
 
-    static void NoteFirst(std::size_t& step) { step = step == 0 ? twoThreads.Step() : step; }
+    static void NoteFirst(std::size_t& step) { step = step == 0 ? scheduler.Step() : step; }
 
     void Prepare(std::size_t timer) {
         Do({HostStep::Create, timer});
@@ -95,7 +95,7 @@ class Program {
             Do({HostStep::Run, timer, 1});
         }
         if ((host::FaultsThatHappened() != 0) != (circumstances.state > TimerState::Stopped)) {
-            history.complaint = "the timer does not begin as it should";
+            history.complaint = "the timer's initial state is wrong";
         }
         Disarm();
     }
@@ -114,21 +114,21 @@ class Program {
 
     void Do(const ProgramStep& step) {
         if (step.what == HostStep::Give) {
-            WatchedMemory::Release(this);
+            MemoryChecker::Release(this);
             isGiven = true;
         } else if (step.what == HostStep::Take) {
-            twoThreads.WaitsUntil([this] { return isGiven; });
-            WatchedMemory::Acquire(this);
+            scheduler.WaitsUntil([this] { return isGiven; });
+            MemoryChecker::Acquire(this);
         } else if (step.what == HostStep::Create || timers[step.timer].handle != 0) {
             Call(step);
         }
     }
 
     void Call(const ProgramStep& step) {
-        std::vector<std::size_t>& open = present[twoThreads.Running()];
+        std::vector<std::size_t>& open = present[scheduler.Running()];
         const std::size_t index = history.calls.size();
         open.push_back(index);
-        history.calls.push_back({step.what, step.timer, twoThreads.Running(), twoThreads.Step()});
+        history.calls.push_back({step.what, step.timer, scheduler.Running(), scheduler.Step()});
         Timer& timer = timers[step.timer];
         timer.host = this;
         if (step.what == HostStep::Run) {
@@ -136,7 +136,7 @@ class Program {
         }
         const int status = CallExport(step.what, timer);
         history.calls[index].seen.status = status;
-        history.calls[index].ended = twoThreads.Step();
+        history.calls[index].ended = scheduler.Step();
         open.pop_back();
     }
 
@@ -158,9 +158,9 @@ class Program {
         const InLibrary outside(false);
         Timer& timer = *reinterpret_cast<Timer*>(static_cast<std::uintptr_t>(context));
         Program& self = *timer.host;
-        twoThreads.MayBePreempted();
+        scheduler.MayBePreempted();
         TimerCall& run = self.Present();
-        run.delivered.push_back(twoThreads.Step());
+        run.delivered.push_back(scheduler.Step());
         run.seen.events.push_back({event->status, event->initialStatusOk, event->data0,
                                    event->data1, event->data2, event->data3});
         const std::size_t events = run.delivered.size();
@@ -171,13 +171,13 @@ class Program {
         if (events >= timer.run.events) {
             self.Do({HostStep::Stop, number});
         }
-        self.Present().returned.push_back(twoThreads.Step());
+        self.Present().returned.push_back(scheduler.Step());
     }
 
     static void SOLVANE_CALL TakeLine(void* context, const char* line) {
         constexpr std::string_view kStamp = "[HH:MM:SS.mmm] ";
         const InLibrary outside(false);
-        twoThreads.MayBePreempted();
+        scheduler.MayBePreempted();
         const std::string_view text(line);
         const bool isStamped = text.size() > kStamp.size() && text[0] == '[' &&
                                text.substr(kStamp.size() - 2, 2) == "] ";
@@ -186,21 +186,21 @@ class Program {
     }
 
     /// The innermost call of the thread that runs.
-    TimerCall& Present() { return history.calls[present[twoThreads.Running()].back()]; }
+    TimerCall& Present() { return history.calls[present[scheduler.Running()].back()]; }
 
-    /// Each leaves its request to the driver, pending or not.
+    /// Each of them leaves its request to the driver, pending or not.
     std::size_t FailedWaits() const {
         std::size_t waits = 0;
         for (const TimerCall& call : history.calls) {
             waits += static_cast<std::size_t>(
                 std::ranges::count_if(call.calls, [](const WatchedCall& one) {
-                    return one.made.function == "WaitForSingleObject" && !one.made.isDone;
+                    return one.record.function == "WaitForSingleObject" && !one.record.isDone;
                 }));
         }
         return waits;
     }
 
-    /// What is there after the schedule that should not be.
+    /// A complaint about what is left after the schedule.
     std::string Leftovers() const {
         const int expected = static_cast<int>(std::ranges::count_if(
             history.calls, [](const TimerCall& call) { return IsLeftPending(call.calls); }));
@@ -217,13 +217,13 @@ class Program {
         return host::kernel::AllocatedTexts() == 0 ? "" : "a text of the system's is not freed";
     }
 
-    /// The last event was asked for, and the wait for it failed.
+    /// The last event was requested, and the wait for it failed.
     static bool IsLeftPending(const std::vector<WatchedCall>& calls) {
         bool isPending = false;
-        for (const auto& [made, arrived, began, ended] : calls) {
-            if (made.function == host::kernel::kWaitRequest) {
-                isPending = made.error == ERROR_IO_PENDING;
-            } else if (made.function == "WaitForSingleObject" && made.isDone) {
+        for (const auto& [record, arrived, began, ended] : calls) {
+            if (record.function == host::kernel::kWaitRequest) {
+                isPending = record.error == ERROR_IO_PENDING;
+            } else if (record.function == "WaitForSingleObject" && record.isDone) {
                 isPending = false;
             }
         }
@@ -258,7 +258,7 @@ std::string Text(const TimerHistory& history) {
         add(call.began, name);
         add(call.ended, name + ": " + Text(call.seen));
         for (const WatchedCall& one : call.calls) {
-            add(one.began, std::string(one.made.function) + (one.made.isDone ? "" : " fails"));
+            add(one.began, std::string(one.record.function) + (one.record.isDone ? "" : " fails"));
         }
         for (const std::size_t step : call.delivered) {
             add(step, "event");

@@ -1,4 +1,4 @@
-/// Programs of hosts whose two threads use timers, and what each of their calls met with.
+/// Programs of hosts whose two threads use timers, and the history of their calls.
 #pragma once
 
 #include <array>
@@ -15,29 +15,29 @@ namespace proof {
 
 enum class HostStep : std::uint8_t {
     Create,
-    Run, ///< its function stops it at the latest
+    Run, ///< until it is stopped, at the latest by its own function
     Stop,
     Dispose,
-    Give, ///< tells the other thread that it may go on
-    Take  ///< waits until the other thread said so
+    Give, ///< signals the other thread
+    Take  ///< waits for that signal
 };
 
 struct ProgramStep {
     HostStep what;
     std::size_t timer = 0;
-    std::size_t events = 0;     ///< of a run: after so many its function stops it
-    bool stopsTheOther = false; ///< of a run: at its first event its function stops the other timer
+    std::size_t events = 0;     ///< a run's function stops the run after so many events
+    bool stopsTheOther = false; ///< a run's function stops the other timer at its first event
 };
 
 struct TimerProgram {
     const char* name;
     std::array<std::vector<ProgramStep>, 2> threads;
-    std::size_t timers; ///< that are there already
+    std::size_t timers; ///< that exist before
 };
 
-/// How it stands before the program, and what fails in it.
+/// The state before the program, and the fault in it.
 struct Circumstances {
-    TimerState state = TimerState::Created; ///< of the timers that are there
+    TimerState state = TimerState::Created; ///< of the timers that exist before
     const rig_fault* fault = nullptr;
 };
 
@@ -45,7 +45,7 @@ struct Circumstances {
 struct TimerCall {
     HostStep what;
     std::size_t timer;
-    std::size_t thread; ///< TwoThreads::kNeither: before or after the two
+    std::size_t thread; ///< ThreadScheduler::kNeither: before or after the two
     std::size_t began = 0;
     std::size_t ended = 0;
     TimerObservation seen = {};
@@ -53,21 +53,21 @@ struct TimerCall {
     std::vector<std::size_t> delivered = {}; ///< the step of each event's arrival in the function
     std::vector<std::size_t> returned = {};  ///< of the function's return
     std::size_t flagWritten = 0;  ///< the step at which it first wrote `running`; 0: never
-    std::size_t functionRead = 0; ///< likewise read the host's function, which tells of a run
+    std::size_t functionRead = 0; ///< likewise read the host's function, which is set during a run
 };
 
-/// What came of one schedule.
+/// The outcome of one schedule.
 struct TimerHistory {
     std::vector<TimerCall> calls; ///< in the order in which they began
-    std::size_t driverTimers = 0; ///< that the driver still has
-    bool hasFailed = false;       ///< a call failed that was to
-    std::string complaint;        ///< what no host may meet with, whatever it does
+    std::size_t driverTimers = 0; ///< left in the driver
+    bool hasFailed = false;       ///< the planned fault occurred
+    std::string complaint;        ///< a violation whatever the program: a race, a leak, a deadlock
 };
 
-/// Runs a program in the present schedule of `twoThreads`, and disposes of its timers.
+/// Runs a program in the present schedule of `scheduler`, and disposes of its timers.
 TimerHistory RunProgram(const TimerProgram& program, const Circumstances& circumstances);
 
-/// Each call with what it met with, for a reader.
+/// The steps of the history, a line each.
 std::string Text(const TimerHistory& history);
 
 } // namespace proof

@@ -39,7 +39,7 @@ void UsbInvariants::See(const std::string& call, bool isAtFault) {
         SeeClose(call, isDone);
     } else if (call.starts_with("FT_ResetPort(")) {
         isConfigured = false;
-        isOpen = isOpen && !isDone; // the chip leaves, and every handle is void
+        isOpen = isOpen && !isDone; // the chip leaves the bus, and every handle is invalid
     } else if (isInitialising && call.starts_with("FT_SetBitMode(") &&
                call.find(", 2) ->") != std::string::npos) {
         isConfigured = isConfigured && Succeeded(call);

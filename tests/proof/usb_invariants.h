@@ -1,5 +1,5 @@
-/// Which channels of the chip are open, and whether the library can still close them, worked out
-/// from the vendor calls alone.
+/// Which channels of the chip are open, and whether the library can still close them, derived from
+/// the vendor calls alone.
 #pragma once
 
 #include <cstddef>
@@ -10,11 +10,11 @@
 
 namespace proof {
 
-/// A handle that nobody closes keeps its channel from every later FT_Open, until the chip is
-/// plugged in anew or the process ends.
+/// A handle that is not closed blocks its channel for every later FT_Open, until the chip is
+/// replugged or the process ends.
 class UsbInvariants {
   public:
-    /// Goes through the journal. `fault` is the kind of the faults in it (RIG_FAULT_...).
+    /// From the journal. `fault` is the kind of the faults in it (RIG_FAULT_...).
     explicit UsbInvariants(std::uint32_t fault);
 
     /// The next operation finds channel B configured, or can open it.
@@ -23,7 +23,7 @@ class UsbInvariants {
     bool IsConfigured() const { return isConfigured; }
     bool IsHeld() const { return isHeld; }
 
-    /// So can a new controller at the latest: the old one closes what it holds.
+    /// The same for a new controller, after the old one has closed its handle.
     bool ServesANewController() const { return !isOpen || isHeld; }
 
     /// Channel A was left open.
@@ -34,7 +34,7 @@ class UsbInvariants {
     void SeeOpen(const std::string& call, bool isDone);
     void SeeClose(const std::string& call, bool isDone);
 
-    const bool doesItsWork; ///< a call that is at fault
+    const bool doesItsWork; ///< whether a call at fault does
     bool isOpen = false;    ///< channel B
     bool isHeld = false;    ///< by the handle that the library keeps
     bool isConfigured = false;

@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "two_threads.h"
-#include "watched_memory.h"
+#include "memory_checker.h"
+#include "thread_scheduler.h"
 
 namespace proof {
 
@@ -13,14 +13,14 @@ namespace {
 
 class Watch {
   public:
-    Watch() : arrived(twoThreads.Step()) {
-        twoThreads.MayBePreempted();
-        began = twoThreads.Step();
+    Watch() : arrived(scheduler.Step()) {
+        scheduler.MayBePreempted();
+        began = scheduler.Step();
     }
     ~Watch() {
-        for (host::kernel::Made& made : host::kernel::TakeTrace()) {
+        for (host::kernel::CallRecord& record : host::kernel::TakeTrace()) {
             if (onWatchedCall) {
-                onWatchedCall({std::move(made), arrived, began, twoThreads.Step()});
+                onWatchedCall({std::move(record), arrived, began, scheduler.Step()});
             }
         }
     }
@@ -69,9 +69,9 @@ WATCH(int, wcstombs_s,
        std::size_t count),
       (converted, narrow, size, wide, count))
 
-/// The fibres are one thread to the system.
+/// The system sees the two fibres as one thread.
 extern "C" DWORD __wrap_GetCurrentThreadId();
 DWORD __wrap_GetCurrentThreadId() {
     const proof::Watch watch;
-    return static_cast<DWORD>(proof::twoThreads.Running()) + 1;
+    return static_cast<DWORD>(proof::scheduler.Running()) + 1;
 }

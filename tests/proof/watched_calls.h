@@ -1,5 +1,5 @@
-/// The library's calls of Windows, each of them a place where the thread may be preempted. The
-/// linker puts this between the two.
+/// Wraps the library's calls of Windows (-Wl,--wrap): records each, and lets the scheduler preempt
+/// the thread there.
 #pragma once
 
 #include <cstddef>
@@ -10,13 +10,13 @@
 namespace proof {
 
 struct WatchedCall {
-    host::kernel::Made made;
-    std::size_t arrived; ///< the thread's step when it got there
-    std::size_t began;   ///< likewise when it went on, with nothing done yet
+    host::kernel::CallRecord record;
+    std::size_t arrived; ///< the step at which the thread reached the call
+    std::size_t began;   ///< and entered it, after a possible preemption
     std::size_t ended;
 };
 
-/// What is told of each call when it was made, on its thread.
+/// Receives each call after it returned, on its thread.
 extern std::function<void(WatchedCall)> onWatchedCall;
 
 } // namespace proof

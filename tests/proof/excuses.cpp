@@ -1,4 +1,4 @@
-#include "untold.h"
+#include "excuses.h"
 
 #include <algorithm>
 #include <initializer_list>
@@ -9,7 +9,7 @@ namespace proof {
 
 namespace {
 
-/// The bit of the FT2232H's high byte that a setting operation raises; 0 of the others.
+/// The bit of the FT2232H's high byte that the operation raises; 0: none.
 unsigned BitRaisedBy(Op op) {
     switch (op) {
     case Op::TriggerCapture:
@@ -28,19 +28,19 @@ unsigned BitRaisedBy(Op op) {
 
 constexpr std::string_view kSetHighByte = "FT_Write(SLV1B, [82 ";
 
-/// Whether the lines are set here: "FT_Write(SLV1B, [82 d1 4f])".
+/// Whether the call sets the lines: "FT_Write(SLV1B, [82 d1 4f])".
 bool IsWrite(std::string_view question) {
     return question.starts_with(kSetHighByte);
 }
 
-/// Whether this is the write with which the operation raises its line.
+/// Whether the call is the write that raises the operation's line.
 bool Raises(Op op, std::string_view question) {
     return IsWrite(question) &&
            (std::stoul(std::string(question.substr(kSetHighByte.size(), 2)), nullptr, 16) &
             BitRaisedBy(op)) != 0;
 }
 
-/// Whether it clears a flag that it finds latched.
+/// Whether the operation clears a latched flag.
 bool Clears(Op op) {
     return op == Op::TriggerCapture || op == Op::CheckAndResetMepFlag;
 }
@@ -60,7 +60,8 @@ bool IsOfLine(Violation violation) {
            violation == Violation::Line;
 }
 
-/// FT_Write says how much it wrote, and a register of the Super I/O chip is read back.
+/// Whether a silent failure is detected: FT_Write reports how much it wrote, and registers of the
+/// Super I/O chip are read back.
 bool ShowsSilence(const PlannedFault& planned, Violation violation) {
     switch (planned.way->risk) {
     case TriggerRisk::None:
@@ -76,9 +77,9 @@ bool ShowsSilence(const PlannedFault& planned, Violation violation) {
     }
 }
 
-/// The write that raises the line failed, and the chip was brought back; or that happened to a
-/// wake, which then looks at the line once more, to pulse it back from where it is.
-bool IsRepaired(Op op, bool isRepair, const PlannedFault& planned) {
+/// Whether the chip was recovered because the write that raises the line failed; or anywhere in a
+/// wake, which then reads the line again and pulses it from there.
+bool IsRecovered(Op op, bool isRepair, const PlannedFault& planned) {
     if (planned.times == 1 && Raises(op, planned.question)) {
         return true;
     }
@@ -90,85 +91,84 @@ bool IsRepaired(Op op, bool isRepair, const PlannedFault& planned) {
     return isRepair && op != Op::TriggerCapture && BitRaisedBy(op) != 0 && !failsAgain;
 }
 
-Untold CauseOfRepair(const Kind& kind, Op op, bool isRepair, const PlannedFault& planned,
-                     Violation violation) {
+Excuse ExcuseForRecovery(const Kind& kind, Op op, bool isRepair, const PlannedFault& planned,
+                         Violation violation) {
     return kind.behaviour.isUsb && IsOfLine(violation) &&
-                   planned.way->risk != TriggerRisk::Garble && IsRepaired(op, isRepair, planned)
-               ? Untold::Repair
-               : Untold::Never;
+                   planned.way->risk != TriggerRisk::Garble && IsRecovered(op, isRepair, planned)
+               ? Excuse::Recovery
+               : Excuse::None;
 }
 
-/// A failure that can be told from success.
-Untold CauseOfTold(const Kind& kind, Op op, bool isRepair, const PlannedFault& planned,
-                   Violation violation) {
+Excuse ExcuseForReportedFailure(const Kind& kind, Op op, bool isRepair, const PlannedFault& planned,
+                                Violation violation) {
     switch (violation) {
-    case Violation::SafeAnswer: // a chip that fails once is brought back, and asked again
-        return !kind.behaviour.isUsb || planned.times == 0 || isRepair ? Untold::Unreadable
-                                                                       : Untold::Never;
+    case Violation::SafeAnswer: // a chip that fails once is recovered and read again
+        return !kind.behaviour.isUsb || planned.times == 0 || isRepair ? Excuse::Unreadable
+                                                                       : Excuse::None;
     case Violation::ClearMep:
-        return Clears(op) ? Untold::ClearPulse : Untold::Never;
+        return Clears(op) ? Excuse::ClearPulse : Excuse::None;
     case Violation::Chip:
-        return op == Op::CloseDevice ? Untold::Close : Untold::Never;
+        return op == Op::CloseDevice ? Excuse::Close : Excuse::None;
     default:
-        return Untold::Never;
+        return Excuse::None;
     }
 }
 
 } // namespace
 
-const char* Name(Untold cause) {
-    static constexpr const char* kNames[kUntoldCauses] = {
-        "never",       "silence", "wrong byte", "cut command", "unreadable",
-        "clear pulse", "repair",  "close",      "clock"};
-    return kNames[static_cast<std::size_t>(cause)];
+const char* Name(Excuse excuse) {
+    static constexpr const char* kNames[kExcuses] = {"none",        "silence",    "wrong byte",
+                                                     "cut command", "unreadable", "clear pulse",
+                                                     "recovery",    "close",      "clock"};
+    return kNames[static_cast<std::size_t>(excuse)];
 }
 
-Untold CauseOf(const Kind& kind, const Operation& operation, bool isRepair,
-               const PlannedFault& planned, Violation violation) {
+Excuse ExcuseFor(const Kind& kind, const Operation& operation, bool isRepair,
+                 const PlannedFault& planned, Violation violation) {
     const Way& way = *planned.way;
-    const Untold repaired = CauseOfRepair(kind, operation.op, isRepair, planned, violation);
-    if (repaired != Untold::Never) {
-        return repaired;
+    const Excuse recovered = ExcuseForRecovery(kind, operation.op, isRepair, planned, violation);
+    if (recovered != Excuse::None) {
+        return recovered;
     }
     if (planned.isOfSystem) {
-        const bool isTooShort = way.count == 0; // for a chip to answer in
+        const bool isTooShort = way.count == 0; // for the chip's answer
         const bool isExcused =
             violation == Violation::Pulse || (violation == Violation::SafeAnswer && isTooShort);
-        return planned.function == "Sleep" && isExcused ? Untold::Clock : Untold::Never;
+        return planned.function == "Sleep" && isExcused ? Excuse::Clock : Excuse::None;
     }
     if (way.risk == TriggerRisk::Garble) {
-        return Untold::CutCommand;
+        return Excuse::CutCommand;
     }
     if (IsReadWrong(planned)) {
-        return Untold::WrongByte;
+        return Excuse::WrongByte;
     }
     if (way.kind == RIG_FAULT_SILENT && !ShowsSilence(planned, violation)) {
-        return Untold::Silence;
+        return Excuse::Silence;
     }
-    return CauseOfTold(kind, operation.op, isRepair, planned, violation);
+    return ExcuseForReportedFailure(kind, operation.op, isRepair, planned, violation);
 }
 
-Untold CauseOfAbsence(const Operation& operation, const std::string& question, bool isSilent,
-                      bool isBackAtOnce, Violation violation) {
+Excuse ExcuseForAbsence(const Operation& operation, const std::string& question, bool isSilent,
+                        bool isBackAtOnce, Violation violation) {
     const Op op = operation.op;
     switch (violation) {
     case Violation::Picture:
     case Violation::Pulse:
     case Violation::Line:
-        // A trigger reads, and so has the chip brought back, before it writes.
+        // A trigger reads before it writes, and that read recovers the chip.
         return BitRaisedBy(op) != 0 && (op != Op::TriggerCapture || IsWrite(question))
-                   ? Untold::Repair
-                   : Untold::Never;
+                   ? Excuse::Recovery
+                   : Excuse::None;
     case Violation::SafeAnswer:
-        return isBackAtOnce ? Untold::Never : Untold::Unreadable;
+        return isBackAtOnce ? Excuse::None : Excuse::Unreadable;
     case Violation::ClearMep:
-        return Clears(op) ? Untold::ClearPulse : Untold::Never;
+        return Clears(op) ? Excuse::ClearPulse : Excuse::None;
     case Violation::Chip:
-        return op == Op::CloseDevice ? Untold::Close : isSilent ? Untold::Silence : Untold::Never;
-    case Violation::OtherLine: // a byte that was not fetched is the next answer
-        return isSilent ? Untold::Silence : Untold::Never;
+        return op == Op::CloseDevice ? Excuse::Close : isSilent ? Excuse::Silence : Excuse::None;
+    case Violation::OtherLine: // a byte that was not fetched is taken for the next answer
+        return isSilent ? Excuse::Silence : Excuse::None;
     default:
-        return Untold::Never;
+        return Excuse::None;
     }
 }
 

@@ -1,8 +1,8 @@
-/// What a library that is a module of its own offers its test besides its exports.
+/// What the library's module in every_allocation_test exports besides the public functions.
 
 #include <new>
 
-/// Calls a function. True if std::bad_alloc left it, which is caught in the module that throws it.
+/// Calls a function. True if std::bad_alloc left it; it is caught in the module that threw it.
 extern "C" __attribute__((visibility("default"))) bool RunsOutOfMemory(void (*function)(void*),
                                                                        void* context) {
     try {

@@ -1,4 +1,4 @@
-#include "inside_host.h"
+#include "reentrant_host.h"
 
 #include <algorithm>
 #include <string_view>
@@ -12,7 +12,7 @@ namespace proof {
 namespace {
 
 constexpr std::uint64_t kLongEnough = 1'000'000'000; ///< for a camera to be ready again
-constexpr std::uint8_t kUnknownStatus = 99;          ///< of every event, so that each gives a line
+constexpr std::uint8_t kUnknownStatus = 99;          ///< of every event, so that each logs a line
 
 bool HasStampAt(std::string_view text) {
     constexpr std::string_view kStamp = "[00:00:00.000] ";
@@ -35,14 +35,14 @@ bool IsWhole(std::string_view line) {
 
 } // namespace
 
-void InsideLog::Expect(std::size_t line, std::function<void()> what) {
+void ReentrantLog::Expect(std::size_t line, std::function<void()> what) {
     atLine = line;
     doInside = std::move(what);
     outside.clear();
     inside.clear();
 }
 
-void InsideLog::OnLine(const char* line) {
+void ReentrantLog::OnLine(const char* line) {
     const std::string text = line;
     (isInside ? inside : outside).push_back(text);
     if (!isInside && outside.size() == atLine) {
@@ -57,7 +57,7 @@ void InsideLog::OnLine(const char* line) {
     }
 }
 
-InsideHost::InsideHost() {
+ReentrantHost::ReentrantHost() {
     host::Record(false);
     host::kernel::Reset();
     host::kernel::script.driver = [this](const char* request, std::uint64_t input) {
@@ -72,14 +72,14 @@ InsideHost::InsideHost() {
     SLV::Internal::GetLibraryState();
 }
 
-InsideHost::~InsideHost() {
+ReentrantHost::~ReentrantHost() {
     Solvane_SetLogger(nullptr, nullptr);
     DisposeOfTimers();
     host::kernel::Reset();
 }
 
-std::vector<InsideCall> InsideHost::AllCalls() {
-    std::vector<InsideCall> calls;
+std::vector<NestedCall> ReentrantHost::AllCalls() {
+    std::vector<NestedCall> calls;
     for (const Operation& operation : kOperations) {
         calls.push_back({operation.name, &operation, [&operation] {
                              std::int16_t answer = kUntouched;
@@ -97,7 +97,7 @@ std::vector<InsideCall> InsideHost::AllCalls() {
     calls.push_back({"SetLogger", nullptr, none([this] { Listen(); })});
     calls.push_back(
         {"SetLogger to none", nullptr, none([] { Solvane_SetLogger(nullptr, nullptr); })});
-    calls.push_back({"CreateTimer", nullptr, [this] { return Solvane_CreateTimer(&made, 0); }});
+    calls.push_back({"CreateTimer", nullptr, [this] { return Solvane_CreateTimer(&created, 0); }});
     calls.push_back({"RunTimer", nullptr, [this] {
                          Run run;
                          run.timer = other;
@@ -112,7 +112,7 @@ std::vector<InsideCall> InsideHost::AllCalls() {
     return calls;
 }
 
-void InsideHost::Start(const std::string& scenario) {
+void ReentrantHost::Start(const std::string& scenario) {
     Solvane_SetLogger(nullptr, nullptr);
     StartLibrary(scenario);
     DisposeOfTimers();
@@ -121,15 +121,15 @@ void InsideHost::Start(const std::string& scenario) {
     Listen();
 }
 
-void InsideHost::DisposeOfTimers() {
-    for (SolvaneTimerHandle* timer : {&other, &made}) {
+void ReentrantHost::DisposeOfTimers() {
+    for (SolvaneTimerHandle* timer : {&other, &created}) {
         if (*timer != 0) {
             EXPECT_EQ(Solvane_DisposeTimer(std::exchange(*timer, 0)), 0);
         }
     }
 }
 
-std::string InsideHost::WhatIsWrongAfterwards() {
+std::string ReentrantHost::WhatIsWrongAfterwards() {
     std::string wrong;
     const auto note = [&](bool isWrong, const std::string& what) {
         wrong += isWrong ? " " + what + ";" : "";
@@ -147,7 +147,7 @@ std::string InsideHost::WhatIsWrongAfterwards() {
     note(log.outside.empty() || !std::all_of(log.outside.begin(), log.outside.end(), IsWhole),
          "the next lines are not whole");
     note(rig_level(RIG_TRIGGER) != 0, "re-selection leaves the trigger high");
-    Solvane_EnableCameraPower(); // a call may have been the one that switched it off
+    Solvane_EnableCameraPower(); // a nested call may have switched it off
     std::int16_t flag = 0;
     Solvane_CheckAndResetMepFlag(&flag);
     host::Advance(kLongEnough);
@@ -166,8 +166,8 @@ std::string InsideHost::WhatIsWrongAfterwards() {
     return wrong;
 }
 
-short InsideHost::Run::Start() {
-    static Run* current; // for a timer that was made before it was known who runs it
+short ReentrantHost::Run::Start() {
+    static Run* current; // the timer was created before its run
     const auto outer = std::exchange(current, this);
     const short status =
         Solvane_RunTimer(timer, 1, [](std::uint64_t, const SolvaneTimerEvent* event) {
@@ -177,7 +177,8 @@ short InsideHost::Run::Start() {
     return status;
 }
 
-void SOLVANE_CALL InsideHost::Run::Receive(std::uint64_t context, const SolvaneTimerEvent* event) {
+void SOLVANE_CALL ReentrantHost::Run::Receive(std::uint64_t context,
+                                              const SolvaneTimerEvent* event) {
     Run& run = *reinterpret_cast<Run*>(static_cast<std::uintptr_t>(context));
     run.events.push_back(*event);
     if (run.events.size() == 1 && run.inFirstEvent) {

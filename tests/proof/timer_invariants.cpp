@@ -1,10 +1,10 @@
-#include "timer_rules.h"
+#include "timer_invariants.h"
 
 #include <algorithm>
 #include <optional>
 #include <span>
 
-#include "two_threads.h"
+#include "thread_scheduler.h"
 
 namespace proof {
 
@@ -13,12 +13,12 @@ namespace {
 constexpr const char* kNotStarted = "Error. Solvane_StopTimer() timer was not started. ";
 
 bool IsDone(const WatchedCall& call, std::string_view function) {
-    return call.made.function == function && call.made.isDone;
+    return call.record.function == function && call.record.isDone;
 }
 
 const WatchedCall* First(const TimerCall& call, std::string_view function) {
     const auto found = std::ranges::find_if(
-        call.calls, [&](const WatchedCall& one) { return one.made.function == function; });
+        call.calls, [&](const WatchedCall& one) { return one.record.function == function; });
     return found != call.calls.end() ? &*found : nullptr;
 }
 
@@ -26,8 +26,9 @@ bool IsOf(const TimerCall& call, const TimerCall& run) {
     return run.what == HostStep::Run && run.timer == call.timer;
 }
 
-/// When the stop has its effect on a run. Nothing if it has none: it comes before the run asks for
-/// its first event, or more exactly, before the run has set `running`; or after its end.
+/// The step at which the stop takes effect on a run. Nothing if it has none, because it comes
+/// before the run requests its first event (more exactly: before the run has set `running`), or
+/// after its end.
 std::optional<std::size_t> EffectOn(const TimerCall& run, const TimerCall& stop) {
     const WatchedCall* const event = First(run, "CreateEventW");
     const WatchedCall* const request = First(run, host::kernel::kWaitRequest);
@@ -44,8 +45,8 @@ struct Judge {
     const TimerHistory& history;
     Surprises& surprises;
 
-    /// A stop is answered with success while a run asks something of the system, and refused when
-    /// there is no run at all.
+    /// A stop succeeds between the first and the last system call of a run, and is refused without
+    /// any run.
     std::string Stop(const TimerCall& stop) const {
         bool isDuringARun = false;
         bool isBesideARun = false;
@@ -76,7 +77,7 @@ struct Judge {
         return effects;
     }
 
-    /// One that was answered with success before the driver had made its timer.
+    /// A stop that succeeded before the run began to wait, and was lost.
     bool HasEarlyStop(const TimerCall& run) const {
         return std::ranges::any_of(history.calls, [&](const TimerCall& stop) {
             return stop.what == HostStep::Stop && stop.timer == run.timer &&
@@ -85,8 +86,8 @@ struct Judge {
         });
     }
 
-    /// An event is delivered unless a stop came before its wait was over; between, either may be.
-    /// After an event the run goes on unless a stop came.
+    /// An event is delivered unless a stop came before its wait ended; a stop right after that may
+    /// still prevent it. After an event the run continues unless a stop came.
     std::string Run(const TimerCall& run) {
         const std::vector<std::size_t> stops = EffectsOn(run);
         const auto stoppedBefore = [&](std::size_t step) {
@@ -97,17 +98,17 @@ struct Judge {
         std::size_t last = 0; // wait that was over
         for (std::size_t i = 0; i < run.calls.size(); ++i) {
             const WatchedCall& call = run.calls[i];
-            if (call.made.function == host::kernel::kWaitRequest && waits > 0 &&
+            if (call.record.function == host::kernel::kWaitRequest && waits > 0 &&
                 (run.returned.size() < waits || stoppedBefore(run.returned[waits - 1]))) {
                 return "a run goes on after a stop";
             }
-            if (call.made.function == "CloseHandle" && waits > 0 &&
+            if (call.record.function == "CloseHandle" && waits > 0 &&
                 First(run, "CloseHandle") == &call &&
                 IsDone(run.calls[i - 1], "WaitForSingleObject") && !stoppedBefore(call.arrived)) {
                 return HasEarlyStop(run) ? "an early stop is not lost"
                                          : "a run ends without a stop";
             }
-            trace.push_back(call.made);
+            trace.push_back(call.record);
             if (IsDone(call, "WaitForSingleObject")) {
                 last = i;
                 ++waits;
@@ -124,7 +125,7 @@ struct Judge {
         return run.seen == expected ? "" : "a run, instead of " + Text(expected);
     }
 
-    /// Counts the stops that came to nothing, or to something else than was meant.
+    /// Counts the stops without effect, or with another one than was meant.
     void Count(const TimerCall& stop) {
         if (stop.seen.status != SOLVANE_OK) {
             return;
@@ -151,14 +152,14 @@ struct Judge {
     std::string Other(const TimerCall& call) const {
         TimerTrace trace;
         for (const WatchedCall& one : call.calls) {
-            trace.push_back(one.made);
+            trace.push_back(one.record);
         }
         const TimerObservation expected =
             Expected(call.what == HostStep::Create ? TimerOp::Create : TimerOp::Dispose, trace);
         return call.seen == expected ? "" : "instead of " + Text(expected);
     }
 
-    /// The driver has the timers that another run took the place of, and no others.
+    /// The timers that are left in the driver are those that another run replaced.
     std::string Driver() const {
         std::array<std::uint64_t, 2> known{};
         std::size_t created = 0;
@@ -167,7 +168,7 @@ struct Judge {
         for (const TimerCall& call : history.calls) {
             for (const WatchedCall& one : call.calls) {
                 const std::uint64_t before = known[call.timer];
-                const std::uint64_t now = KnownTimer(before, {one.made});
+                const std::uint64_t now = KnownTimer(before, {one.record});
                 created += IsDone(one, host::kernel::kCreateRequest) ? 1 : 0;
                 deleted += IsDone(one, host::kernel::kDeleteRequest) ? 1 : 0;
                 overwritten += before != 0 && now != 0 && now != before ? 1 : 0;

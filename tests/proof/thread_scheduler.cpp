@@ -1,4 +1,4 @@
-#include "two_threads.h"
+#include "thread_scheduler.h"
 
 #include <algorithm>
 #include <cstring>
@@ -9,7 +9,7 @@
 
 namespace proof {
 
-TwoThreads twoThreads;
+ThreadScheduler scheduler;
 
 namespace {
 
@@ -20,9 +20,9 @@ constexpr std::size_t kStackSize = 256 * 1024;
 
 } // namespace
 
-TwoThreads::TwoThreads() : threads{} {}
+ThreadScheduler::ThreadScheduler() : threads{} {}
 
-std::string TwoThreads::Run(const Body& first, const Body& second) {
+std::string ThreadScheduler::Run(const Body& first, const Body& second) {
     complaint.clear();
     decided = 0;
     points = 0;
@@ -43,15 +43,15 @@ std::string TwoThreads::Run(const Body& first, const Body& second) {
     return complaint;
 }
 
-void TwoThreads::Enter() {
-    TwoThreads& self = twoThreads;
+void ThreadScheduler::Enter() {
+    ThreadScheduler& self = scheduler;
     Thread& thread = self.threads[self.running];
     thread.body();
     thread.isAtItsEnd = true;
     self.WaitsUntil(nullptr);
 }
 
-bool TwoThreads::Next() {
+bool ThreadScheduler::Next() {
     followed.clear();
     steps = 0;
     auto preemptions = static_cast<std::size_t>(std::ranges::count_if(
@@ -68,7 +68,7 @@ bool TwoThreads::Next() {
     return false;
 }
 
-std::string TwoThreads::Schedule() const {
+std::string ThreadScheduler::Schedule() const {
     std::string text;
     for (std::size_t i = 0; i < decisions.size(); ++i) {
         if (decisions[i].isAgainstTheUsual) {
@@ -78,7 +78,7 @@ std::string TwoThreads::Schedule() const {
     return text;
 }
 
-void TwoThreads::Follow(const std::string& schedule) {
+void ThreadScheduler::Follow(const std::string& schedule) {
     decisions.clear();
     followed.clear();
     steps = 0;
@@ -88,7 +88,7 @@ void TwoThreads::Follow(const std::string& schedule) {
     }
 }
 
-bool TwoThreads::Decides(bool isPreemption) {
+bool ThreadScheduler::Decides(bool isPreemption) {
     if (decided == decisions.size()) {
         decisions.push_back({isPreemption, followed.contains(decided)});
     }
@@ -99,16 +99,16 @@ bool TwoThreads::Decides(bool isPreemption) {
     return decision.isAgainstTheUsual;
 }
 
-bool TwoThreads::CanRun(const Thread& thread) const {
+bool ThreadScheduler::CanRun(const Thread& thread) const {
     return !thread.isAtItsEnd && (!thread.waits || (thread.isOver && thread.isOver()));
 }
 
-void TwoThreads::MayBePreempted() {
+void ThreadScheduler::MayBePreempted() {
     if (running == kNeither) {
         return;
     }
     if (++points > kMostPoints) {
-        GiveUp("a thread goes on for ever");
+        GiveUp("a thread never ends");
     }
     const std::size_t other = 1 - running;
     if (CanRun(threads[other]) && Decides(true)) {
@@ -116,14 +116,14 @@ void TwoThreads::MayBePreempted() {
     }
 }
 
-void TwoThreads::Waits() {
+void ThreadScheduler::Waits() {
     const std::size_t other = 1 - running;
     if (running != kNeither && CanRun(threads[other]) && !Decides(false)) {
         SwitchTo(other);
     }
 }
 
-void TwoThreads::WaitsUntil(const std::function<bool()>& isOver) {
+void ThreadScheduler::WaitsUntil(const std::function<bool()>& isOver) {
     Thread& self = threads[running];
     self.isOver = isOver;
     self.waits = true;
@@ -132,19 +132,19 @@ void TwoThreads::WaitsUntil(const std::function<bool()>& isOver) {
         if (CanRun(other)) {
             SwitchTo(1 - running);
         } else {
-            GiveUp(self.isAtItsEnd && other.isAtItsEnd ? "" : "nobody can go on");
+            GiveUp(self.isAtItsEnd && other.isAtItsEnd ? "" : "deadlock");
         }
     }
     self.waits = false;
 }
 
-/// The end, good or bad: what is left of the two is never gone on with.
-void TwoThreads::GiveUp(const std::string& why) {
+/// Ends the run, good or bad; the threads never continue.
+void ThreadScheduler::GiveUp(const std::string& why) {
     complaint = complaint.empty() ? why : complaint;
     SwitchTo(kNeither);
 }
 
-void TwoThreads::SwitchTo(std::size_t thread) {
+void ThreadScheduler::SwitchTo(std::size_t thread) {
     Thread& from = threads[running];
     Thread& to = threads[thread];
     running = thread;

@@ -1,4 +1,4 @@
-#include "watched_memory.h"
+#include "memory_checker.h"
 
 #include <algorithm>
 #include <array>
@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "two_threads.h"
+#include "thread_scheduler.h"
 
 // The ends of the program's variables.
 extern "C" char __data_start;
@@ -27,7 +27,7 @@ constexpr bool AreInConflict(Kind one, Kind other) {
     return (writes(one) || writes(other)) && !(isAtomic(one) && isAtomic(other));
 }
 
-/// How far each thread is, as far as somebody knows.
+/// A vector clock of the two threads.
 using Clock = std::array<std::uint32_t, 2>;
 
 /// When a thread last accessed a byte in each way; 0: never.
@@ -35,7 +35,7 @@ using Accesses = std::array<std::uint32_t, 4>;
 constexpr Accesses kNever{};
 using Byte = std::array<Accesses, 2>; ///< of each thread
 
-/// A block of the library's. It stays where it is until the schedule is over.
+/// A block of the library's. Its memory is kept until the schedule is over.
 struct Block {
     unsigned char* begin;
     std::size_t size;
@@ -87,7 +87,7 @@ void Access(const void* address, std::size_t size, Kind kind) {
     }
     const InLibrary outside(false);
     Block* const block = BlockOf(address);
-    const std::size_t self = twoThreads.Running();
+    const std::size_t self = scheduler.Running();
     if (block != nullptr) {
         const auto offset =
             static_cast<std::size_t>(static_cast<const unsigned char*>(address) - block->begin);
@@ -95,11 +95,11 @@ void Access(const void* address, std::size_t size, Kind kind) {
             Complain("a block is used after it was given back");
         }
         for (std::size_t i = offset; i < std::min(offset + size, block->size); ++i) {
-            if (self != TwoThreads::kNeither) {
+            if (self != ThreadScheduler::kNeither) {
                 Access(block->bytes[i], self, kind);
             }
         }
-    } else if (self != TwoThreads::kNeither && address >= &__data_start && address < &_end) {
+    } else if (self != ThreadScheduler::kNeither && address >= &__data_start && address < &_end) {
         const auto offset =
             static_cast<std::size_t>(static_cast<const char*>(address) - &__data_start);
         for (std::size_t i = 0; i < size; ++i) {
@@ -108,13 +108,13 @@ void Access(const void* address, std::size_t size, Kind kind) {
     }
 }
 
-// An order of <stdatomic.h>: 0 relaxed, 1 consume, 2 acquire, 3 release, 4 both, 5 sequential.
+// Memory orders of <stdatomic.h>: 0 relaxed, 1 consume, 2 acquire, 3 release, 4 both, 5 sequential.
 
 void AtomicallyRead(const volatile void* address, std::size_t size, int order) {
     const void* const place = const_cast<const void*>(address);
     Access(place, size, kAtomicRead);
     if (order != 0 && order != 3) {
-        WatchedMemory::Acquire(place);
+        MemoryChecker::Acquire(place);
     }
 }
 
@@ -122,7 +122,7 @@ void AtomicallyWritten(const volatile void* address, std::size_t size, int order
     const void* const place = const_cast<const void*>(address);
     Access(place, size, kAtomicWrite);
     if (order >= 3) {
-        WatchedMemory::Release(place);
+        MemoryChecker::Release(place);
     }
 }
 
@@ -135,7 +135,7 @@ void Tell(const AtomicAccess& access) {
 
 void MayBePreempted() {
     const InLibrary outside(false);
-    twoThreads.MayBePreempted();
+    scheduler.MayBePreempted();
 }
 
 template <typename Value>
@@ -175,10 +175,10 @@ void* Allocate(std::size_t size) {
     if (memory == nullptr) {
         throw std::bad_alloc();
     }
-    if (isWatching && std::exchange(isInLibrary[twoThreads.Running()], false)) {
+    if (isWatching && std::exchange(isInLibrary[scheduler.Running()], false)) {
         blocks.push_back({static_cast<unsigned char*>(memory), size, false, {}});
         blocks.back().bytes.resize(size);
-        isInLibrary[twoThreads.Running()] = true;
+        isInLibrary[scheduler.Running()] = true;
     }
     return memory;
 }
@@ -199,19 +199,19 @@ void GiveBack(void* memory) {
 
 } // namespace
 
-void WatchedMemory::Start(std::function<void(const AtomicAccess&)> onAtomic) {
+void MemoryChecker::Start(std::function<void(const AtomicAccess&)> onAtomic) {
     released.clear();
-    // All that was before is over for both.
+    // Everything before happened before, for both.
     clocks[0] = {clocks[0][0] + 1, clocks[1][1]};
     clocks[1] = {clocks[0][0] - 1, clocks[1][1] + 1};
     complaint.clear();
     tell = std::move(onAtomic);
     isInLibrary = {};
-    blocks.reserve(kManyBlocks); // it does not grow while blocks are looked for
+    blocks.reserve(kManyBlocks); // no allocation while blocks are searched
     isWatching = true;
 }
 
-std::string WatchedMemory::End(std::size_t left) {
+std::string MemoryChecker::End(std::size_t left) {
     isWatching = false;
     std::size_t kept = 0;
     for (const Block& block : std::exchange(blocks, {})) {
@@ -225,32 +225,32 @@ std::string WatchedMemory::End(std::size_t left) {
         std::free(block.begin);
     }
     if (kept != left) {
-        Complain("blocks are left behind that should not, or not those that should");
+        Complain("another number of blocks is left than expected");
     }
     return complaint;
 }
 
-void WatchedMemory::Release(const void* place) {
+void MemoryChecker::Release(const void* place) {
     const InLibrary outside(false);
-    if (const std::size_t self = twoThreads.Running(); self != TwoThreads::kNeither) {
+    if (const std::size_t self = scheduler.Running(); self != ThreadScheduler::kNeither) {
         released[place] = clocks[self];
         ++clocks[self][self];
     }
 }
 
-void WatchedMemory::Acquire(const void* place) {
-    const std::size_t self = twoThreads.Running();
+void MemoryChecker::Acquire(const void* place) {
+    const std::size_t self = scheduler.Running();
     const auto before = released.find(place);
-    if (self != TwoThreads::kNeither && before != released.end()) {
+    if (self != ThreadScheduler::kNeither && before != released.end()) {
         const std::size_t other = 1 - self;
         clocks[self][other] = std::max(clocks[self][other], before->second[other]);
     }
 }
 
-InLibrary::InLibrary(bool is) : was(std::exchange(isInLibrary[twoThreads.Running()], is)) {}
+InLibrary::InLibrary(bool is) : was(std::exchange(isInLibrary[scheduler.Running()], is)) {}
 
 InLibrary::~InLibrary() {
-    isInLibrary[twoThreads.Running()] = was;
+    isInLibrary[scheduler.Running()] = was;
 }
 
 } // namespace proof
@@ -265,7 +265,7 @@ void operator delete(void* memory, std::size_t) noexcept {
     proof::GiveBack(memory);
 }
 
-// What the compiler has the library call.
+// The hooks of ThreadSanitizer.
 
 using proof::Access;
 

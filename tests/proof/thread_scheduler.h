@@ -1,5 +1,5 @@
-/// Two threads of a host, of which exactly one runs at a time, in every order that they can come
-/// in: one schedule after the other, each with a text that brings it back.
+/// Runs two threads of a host in every order of their steps, one schedule after the other; exactly
+/// one thread runs at a time. The text of a schedule replays it.
 #pragma once
 
 #include <array>
@@ -16,54 +16,53 @@
 
 namespace proof {
 
-class TwoThreads {
+class ThreadScheduler {
   public:
     using Body = std::function<void()>;
 
-    /// In one schedule. That the other goes on while one waits does not count.
+    /// In one schedule. A switch while a thread waits does not count.
     static constexpr std::size_t kMostPreemptions = 3;
 
-    /// The thread that made this object; the two are 0 and 1.
+    /// The thread that created this object; the two are 0 and 1.
     static constexpr std::size_t kNeither = 2;
 
-    TwoThreads();
+    ThreadScheduler();
 
-    /// Runs both to their ends. What keeps them from it is told, else the text is empty.
+    /// Runs both to their ends. Returns what prevented that, else an empty text.
     std::string Run(const Body& first, const Body& second);
 
     /// Goes on to the next schedule. False when that was the last one.
     bool Next();
 
-    /// The decisions of the latest run that went against the usual: "3.17.22".
+    /// The numbers of the latest run's decisions that were not the default: "3.17.22".
     std::string Schedule() const;
 
-    /// Makes the next run go like that.
+    /// Makes the next run follow that schedule.
     void Follow(const std::string& schedule);
 
     std::size_t Running() const { return running; }
 
-    /// Something happened: its number in this schedule.
+    /// Numbers an event of this schedule.
     std::size_t Step() { return ++steps; }
 
-    // For the thread that runs.
+    // For the running thread.
 
-    /// The other one may go on here, which preempts this one.
+    /// The other one may preempt this one here.
     void MayBePreempted();
 
-    /// This one waits for something that comes by itself: usually the other one goes on meanwhile,
+    /// This one waits for something that comes by itself; by default the other one runs meanwhile,
     /// if it can.
     void Waits();
 
-    /// It waits for the other one. Null: for nobody, and so for ever.
+    /// This one waits for the other one. Null: for ever.
     void WaitsUntil(const std::function<bool()>& isOver);
 
   private:
-    /// What a thread has for itself beside its stack.
     struct Thread {
         ucontext_t context;
         std::vector<char> stack;
         Body body;
-        std::function<bool()> isOver; ///< what it waits for
+        std::function<bool()> isOver; ///< ends its wait
         bool waits;
         bool isAtItsEnd;
         host::kernel::ThreadState system;
@@ -94,7 +93,7 @@ class TwoThreads {
     std::string complaint;
 };
 
-/// Those of this program.
-extern TwoThreads twoThreads;
+/// The only one: the threads are global state.
+extern ThreadScheduler scheduler;
 
 } // namespace proof
