@@ -31,7 +31,7 @@ std::atomic<int> misuses{0};
 std::mutex mutex;
 std::set<const OLECHAR*> strings;
 
-/// Forgets a text, or says that it is none.
+/// False if it is no text of COM's.
 bool Forget(const OLECHAR* text) {
     const std::lock_guard lock(mutex);
     return strings.erase(text) != 0;
@@ -42,7 +42,7 @@ bool IsString(const OLECHAR* text) {
     return strings.count(text) != 0;
 }
 
-/// A BSTR has the size of its text in bytes before it.
+/// A BSTR is preceded by the size of its text in bytes.
 constexpr std::size_t kPrefix = 1;
 
 template <typename... Arguments>
@@ -70,7 +70,7 @@ void NeedCom() {
 
 rig::Answerer answerBehind = nullptr;
 
-/// An object outlives COM, and nobody may call it then.
+/// An object may outlive COM, but must not be called then.
 void AnswerWithCom(rig::Call& call) {
     if (&call.function.library == &rig::kWmi) {
         NeedCom();
@@ -112,7 +112,7 @@ using host::SystemCall;
 
 namespace {
 
-/// A call's result, or what a fault makes of it.
+/// A call's result, or its fault's.
 HRESULT Finish(const SystemCall& call, HRESULT result) {
     return static_cast<HRESULT>(call.Status(static_cast<std::uint32_t>(result)));
 }
@@ -257,7 +257,7 @@ void VariantInit(VARIANT* value) {
     *value = {};
 }
 
-/// At fault it has done its work all the same: a value that it keeps, nobody could give back.
+/// At fault it does its work all the same, or the value could never be freed.
 HRESULT VariantClear(VARIANT* value) {
     const SystemCall call("VariantClear");
     switch (value->vt) {
@@ -269,7 +269,7 @@ HRESULT VariantClear(VARIANT* value) {
     case VT_I4:
     case VT_BOOL:
         break;
-    default: // memory that was never a value
+    default: // uninitialised memory
         return DISP_E_BADVARTYPE;
     }
     *value = {};

@@ -1,6 +1,5 @@
-/// COM as a process meets it: whether it is there already, and what is still held of it at the end.
-/// The only class that is registered is the rig's WMI. Every Co... call goes into the rig's
-/// journal; texts and values do not, for there are too many of them.
+/// A stand-in for COM that counts what a process still holds of it. The only registered class is
+/// the rig's WMI. The rig's journal gets every Co... call, but not the many texts and values.
 #pragma once
 
 #include <objbase.h>
@@ -9,26 +8,25 @@
 namespace host::com {
 
 struct Script {
-    HRESULT initialize = S_OK;         ///< a failure: CoInitializeEx() answers it and does nothing
-    HRESULT initializeSecurity = S_OK; ///< the answer of CoInitializeSecurity()
-    bool hostIsSingleThreaded = false; ///< the host initialised COM in the other way before
+    HRESULT initialize = S_OK;         ///< a failure of CoInitializeEx(), which then does nothing
+    HRESULT initializeSecurity = S_OK; ///< the result of CoInitializeSecurity()
+    bool hostIsSingleThreaded = false; ///< the host initialised COM as single-threaded before
 };
 
-/// What the next calls are answered with.
+/// For the next calls.
 extern Script script;
 
 /// Forgets script and counts.
 void Reset();
 
-/// Successful CoInitializeEx() calls that no CoUninitialize() followed yet; negative when there
-/// was one too many.
+/// Successful CoInitializeEx() calls minus CoUninitialize() calls.
 int Initialisations();
 
-/// Texts of SysAllocString() and the like that were not freed, those in values included.
+/// Texts that were not freed, those in values included.
 int AliveStrings();
 
-/// Calls that the real COM does not survive: of an object or of COM while nobody has initialised
-/// it, with a text that is not one of COM's, its end once too often or while an object is held.
+/// Calls that the real COM does not survive: of an object or of COM while it is not initialised,
+/// with a foreign text, of CoUninitialize() too often or while an object is held.
 int Misuses();
 
 } // namespace host::com

@@ -72,7 +72,6 @@ bool IsRecording() {
 
 } // namespace host
 
-/// The rig's clock.
 std::uint64_t rig::clock::Now() {
     return host::Now();
 }
@@ -85,7 +84,7 @@ void rig::clock::Wait(std::uint64_t nanoseconds) {
 
 using host::SystemCall;
 
-/// At fault it sleeps longer or shorter: a system that is busy, one whose timer is coarse.
+/// At fault it sleeps longer or shorter.
 void Sleep(DWORD milliseconds) {
     Note("Sleep", milliseconds);
     now += DurationOf(SystemCall("Sleep").Count(milliseconds) * kNanosecondsPerMillisecond);
@@ -97,7 +96,7 @@ DWORD GetCurrentThreadId() {
     return id;
 }
 
-/// At fault it tells a time at the end of what it can express.
+/// At fault the time is the fault's status, in both words.
 void GetSystemTimePreciseAsFileTime(FILETIME* time) {
     const std::uint64_t ticks = kTicksFrom1601To1970 + wallClockAtZero + now / 100;
     const SystemCall call("GetSystemTimePreciseAsFileTime");
@@ -115,13 +114,13 @@ int localtime_s(std::tm* local, const std::time_t* seconds) {
     if (!call.Fails() && localtime_r(seconds, local) != nullptr) {
         return 0;
     }
-    local->tm_sec = local->tm_min = local->tm_hour = -1; // as the real one marks them
+    local->tm_sec = local->tm_min = local->tm_hour = -1; // as the real one does
     local->tm_mday = local->tm_mon = local->tm_year = -1;
     local->tm_wday = local->tm_yday = local->tm_isdst = -1;
     return static_cast<int>(call.Status(kInvalid));
 }
 
-// A refused period is none, and to end it does no harm: what counts is that they come in pairs.
+// Calls are counted even if they are refused: they have to come in pairs.
 
 unsigned timeBeginPeriod(unsigned milliseconds) {
     Note("timeBeginPeriod", milliseconds);

@@ -1,5 +1,5 @@
-/// The native stand-in for the operating system: a clock that only moves when somebody sleeps, and
-/// a record of what was asked of the system, kept in the rig's journal beside the vendor calls.
+/// The native stand-in for the operating system: a clock that only Sleep() moves, and a record of
+/// the system calls in the rig's journal, beside the vendor calls.
 #pragma once
 
 #include <cstdint>
@@ -28,7 +28,7 @@ enum class Ticks {
 };
 void SetTicks(Ticks chosen);
 
-/// How many timeBeginPeriod() calls were not yet matched by timeEndPeriod().
+/// timeBeginPeriod() calls minus timeEndPeriod() calls.
 int RaisedTimerPeriods();
 
 /// Whether system calls go into the rig's journal (they do at the start of a process).

@@ -9,8 +9,8 @@ namespace host {
 
 namespace {
 
-/// Every system call that has something to fail with; the others (CoUninitialize, SysFreeString,
-/// VariantInit) return nothing and cannot be refused.
+/// Every system call that can fail; the others (CoUninitialize, SysFreeString, VariantInit) return
+/// nothing.
 constexpr const char* kFunctions[] = {"Sleep",
                                       "GetSystemTimePreciseAsFileTime",
                                       "localtime_s",
@@ -45,11 +45,10 @@ rig::FaultPlan AllFunctions() {
     return plan;
 }
 
-/// Timers run on threads of their own, and a first call may come from several at once.
 std::mutex mutex;
 std::uint32_t failures = 0;
 
-/// Made when the program starts: the allocation test counts what is made later.
+/// Created when the program starts: the allocation test counts later allocations.
 rig::FaultPlan plan = AllFunctions();
 
 } // namespace

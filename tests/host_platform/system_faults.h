@@ -1,4 +1,4 @@
-/// System calls that are made to fail, in the words in which the rig's vendor calls are.
+/// Faults of system calls, described like those of the rig's vendor calls.
 #pragma once
 
 #include <cstdint>
@@ -15,18 +15,18 @@ int AddFault(const rig_fault& fault);
 void ClearFaults();
 std::uint32_t Calls(const char* function);
 
-/// Of every function, those that were never called included.
+/// Of every function, even if it was never called.
 std::map<std::string, std::uint32_t> AllCalls();
 
 /// Calls that were at fault since the faults were lifted.
 std::uint32_t FaultsThatHappened();
 
-/// One call of the system as its stand-in serves it: counted, and possibly at fault.
+/// One call of the system in its stand-in: counted, and possibly at fault.
 class SystemCall {
   public:
     explicit SystemCall(const char* function);
 
-    /// It reports `Status()`, whatever it has done.
+    /// Whether it reports Status() as its failure.
     bool Fails() const { return (kind & RIG_FAULT_STATUS) != 0; }
 
     bool DoesItsWork() const { return kind == 0 || (kind & RIG_FAULT_COUNT) != 0; }
