@@ -1,4 +1,4 @@
-/// The operations of controllers, from the one table.
+/// The operations of controllers, from the table in operations.h.
 #pragma once
 
 #include <array>
@@ -16,12 +16,12 @@ enum class Op : std::uint8_t { SOLVANE_OPERATIONS(SOLVANE_OP, SOLVANE_OP, SOLVAN
 struct Operation {
     Op op;
     const char* name;
-    /// `out` is used by questions alone. Null for what controllers do not have.
+    /// `out` is for questions. Null for what controllers do not have.
     short (*run)(SLV::Internal::SolvaneInterface& controller, short* out);
     bool hasAnswer;
     unsigned failures;
-    int line;    ///< that it is about; NO_LINE
-    short level; ///< that it leaves the line at, or answers at rest
+    int line;    ///< its line, or NO_LINE
+    short level; ///< the level that it leaves the line at, or its answer at rest
 
     bool IsGated() const { return (failures & IS_GATED) == IS_GATED; }
     bool MayAnswer(short status) const {
@@ -59,7 +59,6 @@ inline constexpr std::array kControllerOperations{
 #undef SOLVANE_QUESTION
 #undef SOLVANE_CHOICE
 
-/// An operation by its name.
 constexpr const Operation& Of(Op op) {
     return kOperations[static_cast<std::size_t>(op)];
 }

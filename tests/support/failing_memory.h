@@ -1,14 +1,13 @@
-/// Memory that runs out: allocations that are refused, and a count of those that are made. It
-/// concerns the program or the module that links failing_operators.cpp.
+/// Refuses and counts allocations of the program or module that links failing_operators.cpp.
 #pragma once
 
 #include <cstddef>
 
-/// Blocks asked for and given back since the program began.
+/// Blocks allocated and released since the program began.
 std::size_t Allocations();
 std::size_t Releases();
 
-/// Refuses allocations of the thread for as long as the object lives.
+/// Refuses allocations of the thread while it lives.
 class FailingMemory {
   public:
     static constexpr std::size_t kForEver = ~std::size_t{0};
@@ -22,6 +21,6 @@ class FailingMemory {
     std::size_t Refusals() const;
 };
 
-/// What the operators are made of. Null when the allocation is refused.
+/// For the operators. Null when the allocation is refused.
 void* AllocateUnlessRefused(std::size_t size) noexcept;
 void ReleaseAllocated(void* memory) noexcept;

@@ -1,4 +1,4 @@
-/// A controller without hardware, which records what becomes of it.
+/// A controller without hardware, which records its calls.
 #pragma once
 
 #include <string>
@@ -11,11 +11,11 @@ namespace test {
 /// What happened to fake controllers, in order: "A made", "A asked", "A gone", "A.TriggerCapture".
 extern std::vector<std::string> events;
 
-/// One class a letter, so that each has a deleter of its own.
+/// A class for each letter, so that each has its own deleter.
 template <char Name>
 class FakeController final : public SLV::Internal::SolvaneInterface {
   public:
-    /// What CheckAvailable answers, and what every other operation answers.
+    /// The status of CheckAvailable(), and that of every other operation.
     static inline short availability = 0;
     static inline short result = 0;
     static inline bool throwsWhenMade = false;

@@ -1,4 +1,4 @@
-/// Tests of what happens once a process: the first use of the library.
+/// For tests of the first use of the library in a process.
 #pragma once
 
 #include <cstdio>
@@ -12,7 +12,7 @@ extern "C" void __gcov_dump();
 
 namespace test {
 
-/// Ends the process without destroying anything; what it executed still counts as covered.
+/// Ends the process without destructors, but with its coverage.
 [[noreturn]] inline void EndProcess(int status) {
     std::fflush(nullptr);
 #ifdef SOLVANE_COVERAGE
@@ -21,8 +21,8 @@ namespace test {
     std::_Exit(status);
 }
 
-/// Tells the failures of the test so far, which nobody hears of in a copy of the process.
-inline void TellFailures() {
+/// GoogleTest does not report the failures of a copy of the process.
+inline void PrintFailures() {
     const auto& result = *testing::UnitTest::GetInstance()->current_test_info()->result();
     for (int i = 0; i < result.total_part_count(); ++i) {
         const testing::TestPartResult& part = result.GetTestPartResult(i);
@@ -39,7 +39,7 @@ void InFreshProcess(Body&& body) {
     EXPECT_EXIT(
         {
             body();
-            TellFailures();
+            PrintFailures();
             EndProcess(testing::Test::HasFailure() ? 1 : 0);
         },
         testing::ExitedWithCode(0), "");

@@ -9,10 +9,10 @@
 
 namespace test {
 
-/// Where it is: SOLVANE_DLL, or the search path.
+/// SOLVANE_DLL from the environment, or the file's name for the search path.
 std::string LibraryPath();
 
-/// Loaded, and unloaded with this object. Ends the process when it cannot be.
+/// Loads and unloads the library; ends the process if that fails.
 class LoadedLibrary : public LibraryFunctions {
   public:
     explicit LoadedLibrary(const std::string& path = LibraryPath());

@@ -31,7 +31,6 @@ struct ProcessState {
 
 } // namespace
 
-/// Every test finds what a host finds that has just loaded the library.
 void ResetProcessState() {
     using namespace SLV::Internal;
     static const ProcessState atLoad;
@@ -72,7 +71,7 @@ OnTheRig::~OnTheRig() {
     EXPECT_EQ(rig_wbem_interfaces(), 0) << "an interface was not released";
     EXPECT_EQ(host::com::AliveStrings(), 0) << "a text was not freed";
     EXPECT_EQ(host::com::Initialisations(), 0) << "COM was left initialised";
-    EXPECT_EQ(host::com::Misuses(), 0) << "COM was used where it is not, or with what is not its";
+    EXPECT_EQ(host::com::Misuses(), 0) << "COM was used uninitialised, or with a foreign text";
     ResetProcessState();
 }
 

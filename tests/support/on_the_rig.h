@@ -1,5 +1,5 @@
-/// A clean rig for every test, and its journal as text: the vendor calls, the system calls and the
-/// log lines in the one order in which they happened.
+/// A clean rig for every test, and its journal as text: vendor calls, system calls and log lines in
+/// their common order.
 #pragma once
 
 #include <string>
@@ -13,7 +13,7 @@
 
 namespace test {
 
-/// Makes the process-wide hardware state what it is when the library is loaded.
+/// Resets the process-wide hardware state to that of a library just loaded.
 void ResetProcessState();
 
 class OnTheRig : public ::testing::Test {
@@ -24,14 +24,14 @@ class OnTheRig : public ::testing::Test {
     /// Replaces the virtual hardware; a bad scenario fails the test.
     static void Load(const std::string& scenario);
 
-    /// The calls, system calls and log lines since the last look, oldest first. Log lines stand as
-    /// "log: <text>", without their time stamps.
+    /// Vendor calls, system calls and log lines since the last Take...(), oldest first. A log line
+    /// is "log: <text>", without its time stamp.
     static Journal TakeJournal();
 
     /// Only the log lines of TakeJournal(), without "log: ".
     static Journal TakeLog();
 
-    /// Edges of the camera's lines since the last look: "trigger 1".
+    /// Edges of the camera's lines since the last Take...(): "trigger 1".
     static Journal TakeEdges();
 
     /// Makes calls fail from the n-th on, counted from now.
@@ -47,7 +47,6 @@ class OnTheRig : public ::testing::Test {
     SLV::Internal::Logger logger;
 };
 
-/// A list of what stands in a journal.
 template <typename... Texts>
 Journal Entries(const Texts&... texts) {
     return {std::string(texts)...};

@@ -1,4 +1,4 @@
-/// What a host can ask of the library, as the one table of the tests. C reads it too.
+/// The table of all functions of the library, for all tests, in C and C++.
 #pragma once
 
 #include <solvane/rig.h>
@@ -11,16 +11,16 @@ enum {
     MAY_FIND_NOTHING = 1 << 3,
     MAY_BE_INVALID = 1 << 4,
     MAY_NOT_BE_READY = 1 << 5,
-    IS_GATED = MAY_FIND_NOTHING | 1 << 15 /* it first sees to it that the hardware is there */
+    IS_GATED = MAY_FIND_NOTHING | 1 << 15 /* it first checks that the hardware is there */
 };
 
 enum { NO_LINE = RIG_LINE_COUNT };
 
-/// COMMAND takes nothing and returns a status. QUESTION takes a place for the answer and returns a
-/// status. ORDER takes and returns nothing. The order is that of the controllers' dispatch.
+/// COMMAND takes nothing and returns a status. QUESTION takes a pointer for the answer and returns
+/// a status. ORDER takes and returns nothing. The order is that of the controllers' virtual table.
 ///
-/// Behind the name: how it can fail, the line that it is about, and the level that it leaves the
-/// line at, or the answer where nothing was done to the lines yet.
+/// After the name: how it can fail, its line, and the level that it leaves the line at, or its
+/// answer at rest.
 #define SOLVANE_CONTROLLER_OPERATIONS(COMMAND, QUESTION)                                           \
     COMMAND(CheckAvailable, IS_GATED, NO_LINE, 0)                                                  \
     COMMAND(CheckPowerControlAvailable, IS_GATED | MAY_BE_UNDETERMINED, NO_LINE, 0)                \
@@ -40,7 +40,7 @@ enum { NO_LINE = RIG_LINE_COUNT };
     COMMAND(CloseDevice, NEVER_FAILS, NO_LINE, 0)                                                  \
     COMMAND(ResetComPort, MAY_FIND_NOTHING | MAY_NOT_WRITE, NO_LINE, 0)
 
-/// What the exports have besides, which chooses the controller.
+/// The exports that choose the controller.
 #define SOLVANE_CHOOSING_OPERATIONS(COMMAND, ORDER)                                                \
     COMMAND(RecheckStatus, MAY_FIND_NOTHING, NO_LINE, 0)                                           \
     ORDER(EnforceFTDI, NEVER_FAILS, NO_LINE, 0)
@@ -49,7 +49,7 @@ enum { NO_LINE = RIG_LINE_COUNT };
     SOLVANE_CONTROLLER_OPERATIONS(COMMAND, QUESTION)                                               \
     SOLVANE_CHOOSING_OPERATIONS(COMMAND, ORDER)
 
-/// All 24 functions by their names; the last five have nothing to do with the lines.
+/// All 24 functions; the last five do not concern the lines.
 #define SOLVANE_FUNCTIONS(X)                                                                       \
     SOLVANE_OPERATIONS(X, X, X)                                                                    \
     X(SetLogger)                                                                                   \

@@ -5,7 +5,7 @@
 
 namespace test {
 
-/// The escaped line breaks are what GoogleTest compares texts by.
+/// With escaped line breaks GoogleTest shows a difference line by line.
 void PrintTo(const Journal& journal, std::ostream* stream) {
     for (const std::string& entry : journal) {
         *stream << (&entry == &journal.front() ? "" : "\\n") << entry;

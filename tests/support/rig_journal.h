@@ -1,4 +1,4 @@
-/// The rig as every kind of test uses it: the usual hardware, and what happened on it as text.
+/// The usual hardware for tests, and the rig's journal as text.
 #pragma once
 
 #include <initializer_list>
@@ -10,7 +10,7 @@
 
 namespace test {
 
-/// What happened, entry by entry. GoogleTest shows two that differ as an aligned difference.
+/// Journal entries. GoogleTest shows an aligned difference of two.
 struct Journal : std::vector<std::string> {
     using vector::vector;
 };
@@ -28,7 +28,7 @@ inline constexpr const char* kEapiCamera = "[eapi]\n";
 /// The camera on the GPIO bank of a Super I/O chip.
 inline constexpr const char* kSuperIoCamera = "[superio]\n";
 
-/// The entries of some kinds since the last look, oldest first; the others are forgotten.
+/// The entries of these kinds, oldest first; empties the journal.
 Journal TakeEntries(std::initializer_list<rig_entry_kind> kinds);
 
 } // namespace test
