@@ -8,7 +8,8 @@
 
 namespace test {
 
-/// What happened to fake controllers, in order: "A made", "A asked", "A gone", "A.TriggerCapture".
+/// What happened to fake controllers, in order: "A created", "A asked", "A destroyed",
+/// "A.TriggerCapture".
 extern std::vector<std::string> events;
 
 /// A class for each letter, so that each has its own deleter.
@@ -18,25 +19,25 @@ class FakeController final : public SLV::Internal::SolvaneInterface {
     /// The status of CheckAvailable(), and that of every other operation.
     static inline short availability = 0;
     static inline short result = 0;
-    static inline bool throwsWhenMade = false;
+    static inline bool throwsWhenCreated = false;
     static inline bool throwsWhenAsked = false;
     static inline short* lastPointer = nullptr;
 
     static void Reset() {
         availability = 0;
         result = 0;
-        throwsWhenMade = false;
+        throwsWhenCreated = false;
         throwsWhenAsked = false;
         lastPointer = nullptr;
     }
 
     explicit FakeController(SLV::Internal::Logger&) {
-        if (throwsWhenMade) {
-            throw std::runtime_error("not made");
+        if (throwsWhenCreated) {
+            throw std::runtime_error("not created");
         }
-        Happened(" made");
+        Happened(" created");
     }
-    ~FakeController() override { Happened(" gone"); }
+    ~FakeController() override { Happened(" destroyed"); }
 
     short CheckAvailable() override {
         Happened(" asked");

@@ -1,5 +1,4 @@
-/// Selection where factories fail, which those of the library do not; tests/transcripts has the
-/// rest.
+/// Selection with fake candidates that fail to be created; tests/transcripts has the rest.
 
 #define SOLVANE_NO_IMPORT
 #include <solvane/solvane.h>
@@ -57,10 +56,10 @@ TEST_F(SelectionTest, TheFactoryGetsTheStatesLogger) {
     EXPECT_EQ(&state.logger, &logger);
 }
 
-TEST_F(SelectionTest, ACandidateThatCannotBeMadeLeavesTheOneBefore) {
+TEST_F(SelectionTest, ACandidateThatCannotBeCreatedLeavesTheOneBefore) {
     LibraryState state(logger, Factories(1));
     SolvaneInterface* const before = state.controller.get();
-    B::throwsWhenMade = true;
+    B::throwsWhenCreated = true;
     events.clear();
     TakeLog();
     EXPECT_THROW(TryCandidate(state, MakeController<B>), std::runtime_error);
@@ -74,11 +73,11 @@ TEST_F(SelectionTest, ACandidateThatThrowsWhenAskedStaysInstalled) {
     B::throwsWhenAsked = true;
     TakeEvents();
     EXPECT_THROW(TryCandidate(state, MakeController<B>), std::runtime_error);
-    EXPECT_THAT(TakeEvents(), ElementsAre("B made", "A gone", "B asked"));
+    EXPECT_THAT(TakeEvents(), ElementsAre("B created", "A destroyed", "B asked"));
 }
 
-/// The Embedded API's controller logs while it is made.
-TEST_F(SelectionTest, AnExceptionOfTheLogFunctionEndsTheMakingAndLeavesTheBoardAlone) {
+/// The Embedded API's controller logs in its constructor.
+TEST_F(SelectionTest, AnExceptionOfTheLogFunctionEndsTheConstructionAndLeavesTheBoardAlone) {
     logger.Install(nullptr, [](void*, const char*) { throw std::runtime_error("no room"); });
     EXPECT_THROW(SolvaneEApi controller(logger), std::runtime_error);
     EXPECT_THAT(TakeJournal(), ElementsAre("EApiGetEAPIVersion() -> 0x0, 1.2.3.4"));
@@ -90,11 +89,11 @@ TEST_F(SelectionTest, AnEmptyFactoryIsAProgrammingError) {
     EXPECT_NE(state.controller, nullptr);
 }
 
-TEST_F(SelectionTest, AStateThatCannotBeMadeTearsItsControllerDown) {
+TEST_F(SelectionTest, AStateThatCannotBeCreatedDestroysItsController) {
     A::availability = -3;
-    B::throwsWhenMade = true;
+    B::throwsWhenCreated = true;
     EXPECT_THROW(LibraryState(logger, Factories(2)), std::runtime_error);
-    EXPECT_THAT(TakeEvents(), ElementsAre("A made", "A asked", "A gone"));
+    EXPECT_THAT(TakeEvents(), ElementsAre("A created", "A asked", "A destroyed"));
 }
 
 TEST_F(SelectionTest, NoCandidatesAreNoError) {
@@ -107,15 +106,15 @@ TEST_F(SelectionTest, NoCandidatesAreNoError) {
 TEST_F(SelectionTest, AnExceptionLeavesTheExportAndTheNextCallStartsAfresh) {
     InFreshProcess([] {
         A::availability = -3;
-        B::throwsWhenMade = true;
+        B::throwsWhenCreated = true;
         EXPECT_THROW(Solvane_CheckAvailable(), std::runtime_error);
-        EXPECT_THAT(events, ElementsAre("A made", "A asked", "A gone"));
+        EXPECT_THAT(events, ElementsAre("A created", "A asked", "A destroyed"));
         EXPECT_THROW(Solvane_TriggerCapture(), std::runtime_error);
-        B::throwsWhenMade = false;
+        B::throwsWhenCreated = false;
         events.clear();
         EXPECT_EQ(Solvane_CheckAvailable(), 0);
-        EXPECT_THAT(events,
-                    ElementsAre("A made", "A asked", "B made", "A gone", "B asked", "B asked"));
+        EXPECT_THAT(events, ElementsAre("A created", "A asked", "B created", "A destroyed",
+                                        "B asked", "B asked"));
     });
 }
 

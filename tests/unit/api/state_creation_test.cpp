@@ -17,7 +17,8 @@ namespace {
 
 std::atomic<int> made{0};
 
-/// Slow to be made, and not synchronised itself: whoever sees it half made is caught.
+/// Slow and unsynchronised in its construction, so that a thread that sees it half constructed is
+/// caught.
 class SlowController final : public SLV::Internal::SolvaneInterface {
   public:
     explicit SlowController(SLV::Internal::Logger&) { ++made; }

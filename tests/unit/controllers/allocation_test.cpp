@@ -1,5 +1,5 @@
-/// Operations ask for no memory, with a log function or without: a host may trigger in a loop for
-/// days, and nothing can fail between the two edges of a pulse.
+/// Operations allocate nothing, with a log function or without: a host may trigger for days, and no
+/// lack of memory can come between the two edges of a pulse.
 
 #include <algorithm>
 
@@ -48,7 +48,6 @@ std::size_t AllocationsOfEveryOperation(Logger& logger) {
     return Allocations() - before;
 }
 
-/// The port as it is after its controller has found it.
 void FoundLpt() {
     s_lptInitialised = true;
     s_lptAvailability = 0;
@@ -90,7 +89,7 @@ TEST_F(AllocationTest, AFullQueueIsDrainedInPiecesOf64KiB) {
     }
 }
 
-/// What cannot be had is told as the failure of that step, and had by the next attempt.
+/// Lack of memory is reported as the failure of that step, and the next attempt succeeds.
 template <typename Controller>
 void ExpectNoHardwareWithoutMemory(Logger& logger) {
     Controller controller(logger);
@@ -107,8 +106,8 @@ TEST_F(AllocationTest, WithoutMemoryThereIsNoHardware) {
     ExpectNoHardwareWithoutMemory<SolvaneKontron>(logger); // the bank
 }
 
-/// One more read might wait for ever.
-TEST_F(AllocationTest, AnAnswerShorterThanWhatWasWaitingEndsTheDrain) {
+/// Another read might wait for ever.
+TEST_F(AllocationTest, AShortReadEndsTheDrain) {
     SolvaneUsb usb(logger);
     queue = {.waiting = 3, .mostDelivered = 2};
     usb.CheckAvailable();
@@ -116,8 +115,8 @@ TEST_F(AllocationTest, AnAnswerShorterThanWhatWasWaitingEndsTheDrain) {
     queue = {};
 }
 
-/// A request whose wait failed is left behind on purpose, and the leak checkers are told so: they
-/// would not see one that a run without a failure leaves.
+/// The leak checkers ignore requests, because one whose wait failed is leaked on purpose; so a leak
+/// without a failure is looked for here.
 TEST_F(AllocationTest, ARunOfATimerLeavesNothingBehind) {
     static SolvaneTimerHandle timer = 0;
     const auto runOnce = [] {
@@ -125,7 +124,7 @@ TEST_F(AllocationTest, ARunOfATimerLeavesNothingBehind) {
         EXPECT_EQ(Solvane_RunTimer(timer, 1, stop), 0);
     };
     ASSERT_EQ(Solvane_CreateTimer(&timer, 0), 0);
-    runOnce(); // what the stand-in of the driver keeps is there after the first one
+    runOnce(); // the driver's stand-in allocates in the first run
     const std::size_t held = Allocations() - Releases();
     runOnce();
     runOnce();
@@ -133,8 +132,7 @@ TEST_F(AllocationTest, ARunOfATimerLeavesNothingBehind) {
     EXPECT_EQ(Solvane_DisposeTimer(timer), 0);
 }
 
-/// A Super I/O controller holds one bank, and lets go of it. Each further Configure() leaves the
-/// one before behind, on purpose.
+/// Each further Configure() leaks the bank before, on purpose.
 TEST_F(AllocationTest, OnlyAReplacedBankIsLeftBehind) {
     for (int configurations = 1; configurations <= 3; ++configurations) {
         const std::size_t held = Allocations() - Releases();

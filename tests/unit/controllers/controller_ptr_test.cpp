@@ -31,7 +31,7 @@ TEST_F(ControllerPtrTest, ADeleterDestroysItsOwnClassAndLeavesOthersAlone) {
             events.clear();
             itsDeleter(another.get());
             if (anotherName == name) {
-                EXPECT_THAT(events, ElementsAre(name + " gone"));
+                EXPECT_THAT(events, ElementsAre(name + " destroyed"));
                 static_cast<void>(another.release());
             } else {
                 EXPECT_THAT(events, IsEmpty()) << name << " of " << anotherName;
@@ -41,7 +41,7 @@ TEST_F(ControllerPtrTest, ADeleterDestroysItsOwnClassAndLeavesOthersAlone) {
         itsDeleter(nullptr);
         EXPECT_THAT(events, IsEmpty());
         made.reset();
-        EXPECT_THAT(events, ElementsAre(name + " gone"));
+        EXPECT_THAT(events, ElementsAre(name + " destroyed"));
     }
 }
 
@@ -50,9 +50,9 @@ TEST_F(ControllerPtrTest, MovingAControllerMovesItsDeleter) {
     ControllerPtr second = MakeController<B>(logger);
     events.clear();
     first = std::move(second);
-    EXPECT_THAT(events, ElementsAre("A gone"));
+    EXPECT_THAT(events, ElementsAre("A destroyed"));
     first.reset();
-    EXPECT_THAT(events, ElementsAre("A gone", "B gone"));
+    EXPECT_THAT(events, ElementsAre("A destroyed", "B destroyed"));
 }
 
 } // namespace

@@ -99,7 +99,7 @@ TEST(LogText, ATextOfTheUsualLengthAsksForNoMemory) {
     EXPECT_EQ(text.View().size(), 240u);
 }
 
-TEST(LogText, WhatThereIsNoMemoryForIsLeftOutAndNothingElse) {
+TEST(LogText, OnlyTextWithoutMemoryIsLeftOut) {
     LogText text;
     const std::string longText(1000, 'x');
     {
@@ -114,7 +114,7 @@ TEST(LogText, WhatThereIsNoMemoryForIsLeftOutAndNothingElse) {
     EXPECT_EQ(text.View(), "begin " + std::string(240 - 6, 'x') + " end") << "memory is back";
 }
 
-TEST(LogText, NumbersForWhichThereIsNoMemoryAreCut) {
+TEST(LogText, NumbersWithoutMemoryAreCut) {
     LogText text;
     text << std::string(238, 'x');
     const FailingMemory memory(1, FailingMemory::kForEver);
@@ -125,9 +125,9 @@ TEST(LogText, NumbersForWhichThereIsNoMemoryAreCut) {
     EXPECT_EQ(memory.Refusals(), 2u);
 }
 
-// ---- Held texts: what a host's function reads while the library goes on ----
+// ---- Held texts: read by a host's function while the library writes on ----
 
-/// Short ones lie in the object, long ones in memory of their own.
+/// Short texts are in the object, long ones on the heap.
 class Holding : public testing::TestWithParam<std::size_t> {
   protected:
     Holding() { line << letters; }
@@ -138,7 +138,7 @@ class Holding : public testing::TestWithParam<std::size_t> {
 
 INSTANTIATE_TEST_SUITE_P(ShortAndLong, Holding, testing::Values(std::size_t{5}, std::size_t{900}));
 
-TEST_P(Holding, WritingGoesOnBehindACopy) {
+TEST_P(Holding, WritingContinuesInACopy) {
     {
         const LogText::Hold held(line);
         line << "more";
@@ -172,7 +172,7 @@ TEST_P(Holding, AnUntouchedTextStaysWithoutMemory) {
     EXPECT_EQ(memory.Refusals(), 0u);
 }
 
-TEST_P(Holding, AClearedLineBeginsAnew) {
+TEST_P(Holding, AClearedTextIsEmptyAgain) {
     {
         const LogText::Hold held(line);
         line.Clear();
@@ -200,7 +200,7 @@ TEST_P(Holding, AHeldTextCanBeHeldAgain) {
     EXPECT_EQ(line.View(), letters + "more");
 }
 
-TEST_P(Holding, WithoutMemoryForACopyTheHeldTextStandsAlone) {
+TEST_P(Holding, WithoutMemoryForACopyTheHeldTextStays) {
     {
         const LogText::Hold held(line);
         const FailingMemory memory(1, FailingMemory::kForEver);

@@ -102,7 +102,7 @@ TEST_F(LoggerTest, TheTimeOfDayFollowsTheClockInBothDirections) {
     logger.Line("b");
     SetTimeOfDay(3'600'000);
     logger.Line("c");
-    SetTimeOfDay(0); // somebody set the clock back
+    SetTimeOfDay(0); // the clock was set back
     logger.Line("d");
     EXPECT_THAT(lines, ElementsAre("[14:03:07.999] a", "[14:03:08.000] b", "[15:03:07.000] c",
                                    "[14:03:07.000] d"));
@@ -204,7 +204,7 @@ TEST_F(LoggerTest, FillStaysZeroAfterATimestampUntilTheNextInstall) {
     EXPECT_EQ(logger.stream.fill, ' ');
 }
 
-/// A piece that takes the host's function away while it is inserted.
+/// A piece that removes the host's function while it is inserted.
 struct RemovesCallback {
     Logger& logger;
 
@@ -318,7 +318,7 @@ TEST_F(SummerTime, IsKnownBeforeTheFirstLine) {
 
 // ---- What the host's function does ----
 
-/// A host whose function does something while it has a line.
+/// A host whose function calls the logger while it has a line.
 struct BusyHost {
     Logger& logger;
     std::vector<std::string> lines;
@@ -359,12 +359,12 @@ class HostFunction : public LoggerTest, public testing::WithParamInterface<std::
 INSTANTIATE_TEST_SUITE_P(ShortAndLong, HostFunction,
                          testing::Values(std::size_t{5}, std::size_t{900}));
 
-TEST_P(HostFunction, ALineLoggedInsideGoesOnBehindTheOneInDelivery) {
+TEST_P(HostFunction, ALineLoggedInsideIsAppendedToTheOneInDelivery) {
     EXPECT_THAT(DeliverTwo([](BusyHost& host) { host.logger.Line(" inside"); }),
                 ElementsAre(stamp + first, stamp + first + " inside", stamp + "second"));
 }
 
-TEST_P(HostFunction, ALineLoggedInsideTwiceBeginsAnewTheSecondTime) {
+TEST_P(HostFunction, ASecondLineLoggedInsideIsALineOfItsOwn) {
     EXPECT_THAT(
         DeliverTwo([](BusyHost& host) {
             host.logger.Line(" inside");
@@ -383,12 +383,12 @@ TEST_P(HostFunction, AFlushInsideDeliversTheSameLineAgain) {
                 ElementsAre(stamp + first, stamp + first, stamp + "second"));
 }
 
-TEST_P(HostFunction, WhatItThrowsPassesAndTheTextStays) {
+TEST_P(HostFunction, AnExceptionPassesThroughAndTheTextStays) {
     EXPECT_THAT(DeliverTwo([](BusyHost&) { throw std::runtime_error("host"); }),
                 ElementsAre(stamp + first, stamp + first + "(threw)second"));
 }
 
-TEST_P(HostFunction, AThrowAfterALineLoggedInsideLeavesNothing) {
+TEST_P(HostFunction, AnExceptionAfterALineLoggedInsideLeavesNothing) {
     EXPECT_THAT(DeliverTwo([](BusyHost& host) {
                     host.logger.Line(" inside");
                     throw std::runtime_error("host");
@@ -405,7 +405,7 @@ TEST_P(HostFunction, AnotherFunctionInstalledInsideGetsTheNextLine) {
                 ElementsAre(stamp + first, stamp + "inside", stamp + "second"));
 }
 
-TEST_P(HostFunction, TakenAwayInsideItGetsNothingMore) {
+TEST_P(HostFunction, RemovedInsideItGetsNothingMore) {
     EXPECT_THAT(DeliverTwo([](BusyHost& host) {
                     host.logger.Install(nullptr, nullptr);
                     host.logger.Line("for nobody");
@@ -416,7 +416,7 @@ TEST_P(HostFunction, TakenAwayInsideItGetsNothingMore) {
 TEST_P(HostFunction, WithoutMemoryWhatIsLoggedInsideIsLostAndTheNextLineIsWhole) {
     EXPECT_THAT(DeliverTwo([](BusyHost& host) {
                     host.lines.reserve(10);
-                    host.logger.Install(&host, BusyHost::Receive); // the line begins anew
+                    host.logger.Install(&host, BusyHost::Receive); // drops the line
                     const FailingMemory memory(1, FailingMemory::kForEver);
                     host.logger.Line("inside");
                     EXPECT_GE(memory.Refusals(), 1u);
@@ -443,7 +443,7 @@ TEST_F(LoggerTest, LinesOfTheUsualLengthNeedNoMemory) {
                          "FT_GetQueueStatus - too many retries: 100-3ff");
 }
 
-TEST_F(LoggerTest, ALineForWhichThereIsNoMemoryGoesOutCutAndTheNextIsWhole) {
+TEST_F(LoggerTest, ALineWithoutMemoryIsCutShortAndTheNextIsWhole) {
     SetTimeOfDay(42);
     Install();
     const std::string dots(300, '.');

@@ -1,4 +1,4 @@
-/// Lines of several threads at once, as two timers write them.
+/// Lines of several threads at once, as timers write them.
 
 #include <atomic>
 #include <cstdlib>
@@ -59,7 +59,7 @@ TEST_F(LoggerThreads, EveryLineOfEveryThreadArrivesOnceAndWhole) {
     for (int thread = 0; thread < kThreads; ++thread) {
         threads.emplace_back([&, thread] {
             for (int i = 0; i < kLines; ++i) {
-                // Of different lengths, so that one that is written over another would show.
+                // Of different lengths, so that an overwritten line shows.
                 logger.Line("thread ", thread, " line ", i,
                             std::string(static_cast<std::size_t>(i % 300), '-'));
             }
@@ -80,9 +80,8 @@ TEST_F(LoggerThreads, EveryLineOfEveryThreadArrivesOnceAndWhole) {
     }
 }
 
-/// A thread that finds the line taken waits for nobody: here for ever, because the one that has it
-/// waits for it.
-TEST_F(LoggerThreads, NobodyWaitsForAThreadThatHasTheLine) {
+/// Here it would wait for ever: the thread that has the line waits for it.
+TEST_F(LoggerThreads, NoThreadWaitsForTheOpenLine) {
     Install([](LoggerThreads& test, const std::string& line) {
         if (line.ends_with("first")) {
             test.other = std::thread([&test] {
@@ -108,7 +107,7 @@ TEST_F(LoggerThreads, CallsThatDoNotOverlapShareTheOpenLine) {
     EXPECT_THAT(lines, ElementsAre("[00:00:00.000] ...ended by another thread"));
 }
 
-/// A piece that takes the host's function away while it is written.
+/// A piece that removes the host's function while it is written.
 struct TakesFunctionAway {
     Logger& logger;
 
@@ -129,9 +128,9 @@ TEST_F(LoggerThreads, ALineOfItsOwnEndsWithTheHostsFunction) {
     EXPECT_THAT(lines, ElementsAre("[00:00:00.000] first"));
 }
 
-/// Windows ends threads wherever they are when the process exits; the library logs once more after
-/// that, when it closes the hardware.
-TEST_F(LoggerThreads, ALineWhoseThreadIsGoneHoldsNobodyUp) {
+/// At the exit of a process Windows ends threads wherever they are; after that the library logs
+/// that it closes the hardware.
+TEST_F(LoggerThreads, ALineWhoseThreadWasEndedBlocksNoOther) {
     static std::atomic<bool> isStuck;
     static std::atomic<bool> isReleased;
     isStuck = isReleased = false;

@@ -1,4 +1,4 @@
-/// The timer service over a driver that answers as a test says.
+/// Timers over a scripted driver.
 #pragma once
 
 #define SOLVANE_NO_IMPORT
@@ -71,7 +71,7 @@ class OnADriver : public OnTheRig {
         host::kernel::Reset();
     }
 
-    /// A timer; the journal begins after it.
+    /// Creates a timer; the journal begins after that.
     void Create(std::uint64_t userContext = 0x1122334455667788) {
         ASSERT_EQ(Solvane_CreateTimer(&timer, userContext), 0);
         TakeJournal();
@@ -101,7 +101,7 @@ class OnADriver : public OnTheRig {
     static inline SolvaneTimerHandle timer = 0;
 };
 
-// What the driver is asked, as the journal shows it.
+// The requests to the driver, as the journal shows them.
 
 inline std::string CreateRequest(const std::string& parameter) {
     return "DeviceIoControl(0x9c412400, [" + parameter + "], out 16, at once)";

@@ -1,4 +1,4 @@
-/// A stop from another thread, which is the one thing that two threads may do to one timer at once.
+/// A stop from another thread, the only operation that a second thread may do to a timer that runs.
 
 #include <atomic>
 #include <thread>

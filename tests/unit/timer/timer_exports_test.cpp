@@ -67,7 +67,7 @@ TEST_F(TimerExports, RunCreatesWaitsDeliversAndDeletes) {
     Dispose();
 }
 
-TEST_F(TimerExports, AnInitialStatusThatIsNotZeroIsToldWithEveryEvent) {
+TEST_F(TimerExports, AnInitialStatusThatIsNotZeroShowsInEveryEvent) {
     Create();
     script.answers = {Created(7, 1), Event(0), Event(0)};
     stopAfter = 2;
@@ -119,7 +119,7 @@ TEST_F(TimerExports, RunWithANullFunctionIsMinusFour) {
     Dispose();
 }
 
-TEST_F(TimerExports, ATimerThatCannotBeCreatedInTheDriver) {
+TEST_F(TimerExports, ATimerThatTheDriverRefusesFailsTheRun) {
     Create();
     script.answers = {Failed(31)};
     EXPECT_EQ(Solvane_RunTimer(timer, 1, Receive), -1);
@@ -129,7 +129,7 @@ TEST_F(TimerExports, ATimerThatCannotBeCreatedInTheDriver) {
     Dispose();
 }
 
-TEST_F(TimerExports, AnEventThatCannotBeCreated) {
+TEST_F(TimerExports, AnEventThatCannotBeCreatedFailsTheRun) {
     Create();
     script.answers = {Created(7)};
     script.createEventError = 8;
@@ -141,7 +141,7 @@ TEST_F(TimerExports, AnEventThatCannotBeCreated) {
     EXPECT_EQ(TakeJournal(), Entries(kNotStarted, DeleteRequest("07"), kClose));
 }
 
-TEST_F(TimerExports, AWaitRequestThatFails) {
+TEST_F(TimerExports, AWaitRequestThatFailsEndsTheRun) {
     Create();
     script.answers = {Created(7), Failed(5)};
     EXPECT_EQ(Solvane_RunTimer(timer, 1, Receive), -1);
@@ -153,7 +153,7 @@ TEST_F(TimerExports, AWaitRequestThatFails) {
     Dispose();
 }
 
-TEST_F(TimerExports, AWaitThatFails) {
+TEST_F(TimerExports, AWaitThatFailsEndsTheRun) {
     Create();
     for (const DWORD result : {0xFFFFFFFFu, 0x102u, 0x80u}) {
         script.answers = {Created(7), Event(0)};
@@ -168,7 +168,7 @@ TEST_F(TimerExports, AWaitThatFails) {
     Dispose();
 }
 
-/// The request is not withdrawn, and what is the driver's to write into must not be another's.
+/// The request is not withdrawn: the driver may write into its memory, which must not be reused.
 TEST_F(TimerExports, ARequestWhoseWaitFailsMayBeAnsweredLate) {
     Create();
     script.answers = {Created(7), {997, Event(0).output}};
@@ -226,7 +226,7 @@ TEST_F(TimerExports, AStandardExceptionOfTheHostEndsTheRun) {
     Dispose();
 }
 
-TEST_F(TimerExports, AnyOtherExceptionPassesAndLeavesNothingOpen) {
+TEST_F(TimerExports, AnyOtherExceptionPassesThroughAndLeavesNothingOpen) {
     Create();
     script.answers = {Created(7), Event(0)};
     const auto throws = [](std::uint64_t, const SolvaneTimerEvent*) { throw 42; };
@@ -249,7 +249,8 @@ TEST_F(TimerExports, AStopBetweenEventsKeepsTheNextEventBack) {
     Dispose();
 }
 
-/// The run is begun when its function is stored, and stoppable when the driver has made the timer.
+/// A run can be stopped successfully as soon as its function is stored, but the stop has effect
+/// only when the driver has created the timer.
 TEST_F(TimerExports, AStopBeforeTheFirstWaitIsAcceptedAndLost) {
     Create();
     script.answers = {Created(7), Event(0)};
@@ -272,7 +273,7 @@ TEST_F(TimerExports, AStopWithANullHandleIsMinusFour) {
               Entries("log: Error. Solvane_StopTimer() got invalid timer handler. "));
 }
 
-/// A line whose delivery throws stays open, and the next one goes on with it.
+/// A line whose delivery throws stays open, and the next text is appended to it.
 TEST_F(TimerExports, AnExceptionOfTheLogFunctionInAStopIsMinusOne) {
     Create();
     std::vector<std::string> lines;

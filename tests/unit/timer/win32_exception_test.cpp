@@ -21,7 +21,7 @@ TEST_F(Win32ExceptionTest, TheCodeHasEightLowerCaseDigits) {
     EXPECT_STREQ(Win32Exception(0xDEADBEEF, "").what(), "A sentence.\r\n (0xdeadbeef)");
 }
 
-TEST_F(Win32ExceptionTest, WithoutASentencePrefixAndCodeStand) {
+TEST_F(Win32ExceptionTest, WithoutASentenceItHasPrefixAndCode) {
     script.hasSystemText = false;
     EXPECT_STREQ(Win32Exception(5, "prefix: ").what(), "prefix:  (0x00000005)");
 }
@@ -60,7 +60,7 @@ TEST_F(Win32ExceptionTest, TheErrorOfTheThreadIsTakenWhenNoneIsGiven) {
     EXPECT_EQ(Win32Exception("").ErrorCode(), 1234567u);
 }
 
-TEST_F(Win32ExceptionTest, ACopyHasBoth) {
+TEST_F(Win32ExceptionTest, ACopyHasCodeAndMessage) {
     const Win32Exception original(5, "prefix: ");
     const Win32Exception copy = original; // NOLINT(performance-unnecessary-copy-initialization)
     EXPECT_STREQ(copy.what(), original.what());

@@ -1,5 +1,5 @@
-/// Finding the parallel port: what COM does to its host, texts of any kind, and memory.
-/// tests/transcripts has each step of the search.
+/// Finding the parallel port: the host's COM, odd texts, and lack of memory. tests/transcripts has
+/// each step of the search.
 
 #include "lpt_finder.h"
 
@@ -17,7 +17,7 @@ using testing::IsEmpty;
 using testing::Not;
 using testing::StartsWith;
 
-/// A port that Windows describes in another way than the rig's hardware would.
+/// A port that Windows describes differently from the rig's.
 std::string Port(const std::string& range, const std::string& keys = "") {
     return "[[parallel_port]]\n" + keys + "[[parallel_port.range]]\n" + range + "\n";
 }
@@ -60,7 +60,7 @@ TEST_F(LptFinderTest, AddressesAreDecimalHexadecimalOrOctal) {
 
 // ---- COM ----
 
-TEST_F(LptFinderTest, AThreadThatInitialisedComInTheSameWayKeepsIt) {
+TEST_F(LptFinderTest, AThreadThatInitialisedComAsMultithreadedKeepsIt) {
     ASSERT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
     EXPECT_EQ(Find(), 0x378);
     EXPECT_THAT(TakeLog(), IsEmpty());
@@ -68,7 +68,7 @@ TEST_F(LptFinderTest, AThreadThatInitialisedComInTheSameWayKeepsIt) {
     CoUninitialize();
 }
 
-TEST_F(LptFinderTest, AHostThatIsSingleThreadedIsInformedAndLeftAsItIs) {
+TEST_F(LptFinderTest, ASingleThreadedHostKeepsItsComAndGetsALine) {
     host::com::script.hostIsSingleThreaded = true;
     EXPECT_EQ(Find(), 0x378);
     const Journal journal = TakeJournal();
@@ -78,7 +78,7 @@ TEST_F(LptFinderTest, AHostThatIsSingleThreadedIsInformedAndLeftAsItIs) {
     EXPECT_THAT(journal, Not(Contains("CoUninitialize()")));
 }
 
-TEST_F(LptFinderTest, WithoutComNothingIsAskedAndNothingEnded) {
+TEST_F(LptFinderTest, WithoutComNothingIsQueriedOrUninitialised) {
     host::com::script.initialize = E_OUTOFMEMORY;
     EXPECT_EQ(Find(), 0);
     EXPECT_THAT(TakeJournal(), ElementsAre("CoInitializeEx(null, 0)",
@@ -102,8 +102,8 @@ TEST_F(LptFinderTest, SecurityThatCannotBeSetEndsTheSearch) {
 
 // ---- Texts ----
 
-/// Their order: the namespace; the language and the query for ports; the port's name, which is
-/// WMI's own; the language and the query for resources.
+/// In order: the namespace; the language and the query for ports; the port's name, which WMI
+/// allocates; the language and the query for resources.
 TEST_F(LptFinderTest, ATextForWhichThereIsNoMemoryFailsItsStep) {
     constexpr const char* kConnect = "[LPT]: pLoc->ConnectServer() failed. hr = 0x8007000e";
     constexpr const char* kPorts = "[LPT]: pSvc->ExecQuery(SELECT *) failed. hr = 0x8007000e";
@@ -120,7 +120,6 @@ TEST_F(LptFinderTest, ATextForWhichThereIsNoMemoryFailsItsStep) {
     }
 }
 
-/// No call into nowhere may follow.
 TEST_F(LptFinderTest, ACountWithoutAnObjectIsNoObject) {
     Load("parallel_port = []\n[lpt]\n");
     FailCount("IEnumWbemClassObject::Next", 1, 1);

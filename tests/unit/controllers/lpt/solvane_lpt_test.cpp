@@ -1,5 +1,4 @@
-/// What no host can bring a parallel port's controller to, for one that fails gives way to the next
-/// kind; tests/transcripts has the rest.
+/// What no transcript can show, because a controller that fails is replaced by the next kind.
 
 #include "solvane_lpt.h"
 
@@ -16,7 +15,7 @@ constexpr short kUntouched = 0x5A5A;
 
 class SolvaneLptTest : public OnTheRig {
   protected:
-    /// A failure is final: whatever happens next, every operation answers with it.
+    /// After a failure every operation answers with its status.
     void ExpectFinal(SolvaneLpt& port, short status) {
         EXPECT_EQ(port.CheckPowerControlAvailable(), -1);
         TakeJournal();
@@ -52,8 +51,7 @@ TEST_F(SolvaneLptTest, AFailureIsFinalForItsController) {
     }
 }
 
-/// Powers that were found by one controller are not the next one's.
-TEST_F(SolvaneLptTest, ItsStateGoesWithItAndThePortIsNotTouched) {
+TEST_F(SolvaneLptTest, TheDestructorResetsTheStateAndDoesNotTouchThePort) {
     EXPECT_EQ(s_lptAvailability, -1);
     EXPECT_EQ(s_lptPowerAvailability, -1);
     EXPECT_EQ(s_lptBaseAddress, 0);
@@ -82,7 +80,7 @@ TEST_F(SolvaneLptTest, AddressesWrapAtSixteenBits) {
     EXPECT_EQ(TakeJournal(), Entries("Inp32(0x0) -> 0x60"));
 }
 
-/// The wiring of the plugs in the field: nothing here may move.
+/// The wiring of the plugs in the field, which never changes.
 TEST(LptPort, BitsAreWiredAsInTheField) {
     using lpt::Register;
     const struct {

@@ -1,6 +1,5 @@
-/// What no Super I/O chip and no host does; tests/transcripts has the rest. Ports that fail in
-/// mid-access: no InpOut reports that today, but every access is checked for it, and each check has
-/// its message. A controller that is configured again, or asked for pins before.
+/// What no transcript can show: ports that fail in mid-access (InpOut does not report that, but
+/// every access is checked for it), a controller that is configured again or asked for pins before.
 
 #include "solvane_kontron.h"
 
@@ -55,7 +54,7 @@ std::uint16_t INPOUT_CALL Inp32(std::uint16_t) {
     }
 }
 
-/// All 32 bits of the answer count.
+/// Checks all 32 bits of the answer.
 std::uint32_t INPOUT_CALL IsInpOutDriverOpen() {
     return 0x8000'0000;
 }
@@ -77,7 +76,7 @@ class SolvaneKontronTest : public testing::Test {
         s_gpioMobo = {};
     }
 
-    /// The ports fail at an access, counted from now; -7 is a status that nothing else has.
+    /// The ports fail at the n-th access from now, with a status that nothing else has (-7).
     static void FailAt(int access) {
         lines.clear();
         accesses = 0;
@@ -88,7 +87,7 @@ class SolvaneKontronTest : public testing::Test {
     Logger logger;
 };
 
-TEST_F(SolvaneKontronTest, EachAccessOfConfigureHasItsMessageAndIsRepairedByTheNextAttempt) {
+TEST_F(SolvaneKontronTest, EachFailingAccessOfConfigureHasItsMessageAndTheNextAttemptSucceeds) {
     // Accesses: 2 keys, 2 x 2 ids, 2 keys, 2 of the logical device, 2 of the banks, 4 x 2
     // registers, 4 of the directions, 4 of clear MEP, 4 of the trigger.
     std::vector<std::vector<std::string>> expected;
@@ -132,7 +131,7 @@ TEST_F(SolvaneKontronTest, AReadThroughFailingPortsIsSilentAndChangesNothing) {
     }
 }
 
-TEST_F(SolvaneKontronTest, AWriteThroughFailingPortsReadsNothingBackAndHasItsMessageAndAPicture) {
+TEST_F(SolvaneKontronTest, AWriteThroughFailingPortsReadsNothingBackAndIsLoggedWithTheLevels) {
     SolvaneKontron kontron(logger);
     ASSERT_EQ(kontron.Configure(), 0);
     FailAt(1);
@@ -157,7 +156,7 @@ TEST_F(SolvaneKontronTest, WithoutABankNothingIsReadOrDriven) {
     EXPECT_EQ(kontron.DescribeState().View(), "GPIO device is NULL!");
 }
 
-TEST_F(SolvaneKontronTest, AWrongLevelIsRefusedWithoutAPicture) {
+TEST_F(SolvaneKontronTest, AWrongLevelIsRefusedAndNoLevelsAreLogged) {
     SolvaneKontron kontron(logger);
     ASSERT_EQ(kontron.Configure(), 0);
     FailAt(0);
@@ -168,8 +167,7 @@ TEST_F(SolvaneKontronTest, AWrongLevelIsRefusedWithoutAPicture) {
                                    "[KTRN]: SetPinValue() recieved wrong value 4294967295"));
 }
 
-/// A controller that is gone can never touch a port.
-TEST_F(SolvaneKontronTest, PortsAreOutOfReachUnlessTheyAreInUse) {
+TEST_F(SolvaneKontronTest, PortsCannotBeReachedWithoutAController) {
     for (int use = 0; use < 2; ++use) {
         FailAt(0);
         EXPECT_EQ(s_gpioMobo.portStatus, 0xFFFE);

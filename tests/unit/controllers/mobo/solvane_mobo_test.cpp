@@ -1,5 +1,4 @@
-/// What no host can bring a mainboard's controller to, for one that fails gives way to the next
-/// kind; tests/transcripts has the rest.
+/// What no transcript can show, because a controller that fails is replaced by the next kind.
 
 #include "solvane_mobo.h"
 
@@ -71,7 +70,7 @@ TEST_F(SolvaneMoBoTest, WithoutTheBoardEveryOperationLooksForItAgainAndIsMinusTh
     EXPECT_EQ(out, kUntouched);
 }
 
-/// It counts as configured from then on, with the accessories as they were said to be before.
+/// It counts as configured from then on, and the accessories flag keeps its value.
 TEST_F(SolvaneMoBoTest, ALineThatCannotBeSetToRestIsReportedOnce) {
     for (int failing = 1; failing <= 4; ++failing) {
         moboAccessoriesPowerFlag = 0;

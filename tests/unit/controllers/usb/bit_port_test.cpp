@@ -1,4 +1,4 @@
-/// The bit ports beyond what the library itself does with them; tests/transcripts/usb has that.
+/// The bit ports beyond the library's own use of them, which tests/transcripts/usb has.
 
 #include "bit_port.h"
 
@@ -50,7 +50,7 @@ TEST_F(BitPortTest, TwoBitsAreOneOnlyTogether) {
     EXPECT_EQ(GetBitsValue(s_highPort, high::kReady | high::kDark), 0);
 }
 
-TEST_F(BitPortTest, AByteThatCannotBeReadAfterTheRepairEitherIsMinusOne) {
+TEST_F(BitPortTest, AByteThatCannotBeReadAfterARecoveryEitherIsMinusOne) {
     s_highPort.restore = [] { return true; };
     FailStatus("FT_Write", 1, kIoError, 2);
     EXPECT_EQ(GetBitsValue(s_highPort, high::kReady), -1);
@@ -71,14 +71,14 @@ TEST_F(BitPortTest, WorksWithoutALogger) {
     EXPECT_THAT(TakeLog(), IsEmpty());
 }
 
-TEST_F(BitPortTest, AnUnsetRepairIsAProgrammingError) {
+TEST_F(BitPortTest, AnUnsetRestoreIsAProgrammingError) {
     FailStatus("FT_Write", 1, kIoError, 0);
     EXPECT_THROW(GetBitsValue(s_highPort, high::kReady), std::bad_function_call);
     EXPECT_THROW(SetPin(high::kDark), std::bad_function_call);
 }
 
-/// Configuring the chip installs a new callable in the port while the old one runs.
-TEST_F(BitPortTest, TheRepairMayReplaceItselfWhileItRuns) {
+/// Configuring the chip replaces port.restore while it runs.
+TEST_F(BitPortTest, RestoreMayReplaceItselfWhileItRuns) {
     auto text = std::make_shared<std::string>("kept alive by the callable alone");
     const std::weak_ptr<std::string> watched = text;
     s_highPort.restore = [kept = std::move(text)] {
@@ -100,7 +100,7 @@ TEST_F(BitPortTest, ToggleOfAnUnknownStateWritesNothing) {
     }
 }
 
-/// The flag's place may be looked at by the host's log function meanwhile.
+/// The host's log function may look at the flag meanwhile.
 TEST_F(BitPortTest, AFlagIsZeroUntilItsPulseHasBeenGiven) {
     static std::vector<short> seen;
     seen.clear();

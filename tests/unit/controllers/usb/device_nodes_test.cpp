@@ -1,4 +1,4 @@
-/// FindDevice over nodes that no rig gives: the two calls that it makes are answered here.
+/// FindDevice over device lists that no rig gives; its two vendor calls are answered here.
 
 #include "device_finder.h"
 
@@ -13,7 +13,7 @@ namespace {
 
 using namespace SLV::Internal;
 
-/// What the D2XX library lists.
+/// The device list.
 std::vector<FT_DEVICE_LIST_INFO_NODE> listed;
 
 template <std::size_t Size>
