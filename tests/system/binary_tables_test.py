@@ -1,5 +1,5 @@
-"""What the linker put into Solvane.dll: its exports, its imports and its protections; and that the
-rig's DLLs export what it imports."""
+"""The exports, imports and protections of Solvane.dll; and that the rig's DLLs export what it
+imports."""
 
 import argparse
 import os
@@ -35,7 +35,7 @@ def dump(*flags, binary=None):
 
 
 def stand_in(dll):
-    """{name: ordinal} of what the rig's DLL of a vendor's name forwards to the rig."""
+    """{name: ordinal} of the rig's DLL with a vendor's name."""
     table = dump("-p", binary=os.path.join(OPTIONS.rig, dll))
     forwards = re.findall(r"\+base\[ *(\d+)\].* solvane_rig\.(\w+)", table)
     return {name: int(ordinal) for ordinal, name in forwards}

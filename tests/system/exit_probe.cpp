@@ -1,5 +1,5 @@
-/// Ends of a process that a host should not take, and one that it may: prints what the log function
-/// is given, and what becomes of the process.
+/// Ends its process in one of the ways that a host should not, or in the one that it may; prints
+/// the lines that the log function gets.
 
 #include <cstdio>
 #include <cstring>
@@ -15,7 +15,7 @@ namespace {
 
 test::LoadedLibrary* library = nullptr; // Windows unloads it, when the process ends
 HANDLE isInside = nullptr;
-std::function<void()> inside; ///< what is done in the first line that has this text
+std::function<void()> inside; ///< called in the first line with this text
 const char* text = "";
 
 void SOLVANE_CALL OnLine(void*, const char* line) {
@@ -28,7 +28,7 @@ void SOLVANE_CALL OnLine(void*, const char* line) {
     }
 }
 
-/// The thread's next line that tells of a timer which is not there never ends.
+/// The log function never returns from the thread's next line about an invalid timer handle.
 void StickInLog() {
     text = "got invalid timer handler";
     inside = [] {
@@ -71,16 +71,16 @@ LONG WINAPI TellOfFault(EXCEPTION_POINTERS* pointers) {
     ExitProcess(4);
 }
 
-/// The code to which the log function returns is gone.
+/// The log function returns into code that was unloaded.
 int UnloadInALine() {
-    AddVectoredExceptionHandler(1, TellOfFault); // nothing can be unwound without the code
+    AddVectoredExceptionHandler(1, TellOfFault); // without the code the stack cannot be unwound
     inside = [] { FreeLibrary(library->Module()); };
     text = "write bits";
     library->TriggerCapture();
     return 0;
 }
 
-/// The first call waits for itself.
+/// The first call of the process waits for itself.
 int CallInTheFirstLine() {
     library->SetLogger(nullptr, OnLine);
     inside = [] {
@@ -90,7 +90,7 @@ int CallInTheFirstLine() {
     const auto call = [](void*) -> DWORD { return static_cast<DWORD>(library->CheckAvailable()); };
     const HANDLE thread = CreateThread(nullptr, 0, call, nullptr, 0, nullptr);
     WaitForSingleObject(isInside, INFINITE);
-    constexpr DWORD kLongEnough = 300; // a call that does not wait is back in a fraction
+    constexpr DWORD kLongEnough = 300; // a call that does not wait takes a fraction of that
     return WaitForSingleObject(thread, kLongEnough) == WAIT_TIMEOUT ? 0 : 5;
 }
 

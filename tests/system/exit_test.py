@@ -1,4 +1,4 @@
-"""Processes that end with an open chip, while a thread logs, or by a mistake of the host's."""
+"""Processes that end with an open chip, while a thread logs, or by a host's mistake."""
 
 import argparse
 import os
@@ -10,7 +10,7 @@ import unittest
 
 class Exit(unittest.TestCase):
     def end(self, how, status=0):
-        """What the log function was given, and the last call of a vendor's library."""
+        """The lines that the log function got, and the last vendor call."""
         with tempfile.TemporaryDirectory() as folder:
             journal = os.path.join(folder, "journal.txt")
             run = subprocess.run(
@@ -35,7 +35,7 @@ class WithoutDriver(Exit):
         lines, call = self.end("an open chip")
         self.assert_closed(lines[-1], call)
 
-    def test_a_thread_that_is_ended_while_it_logs_holds_nobody_up(self):
+    def test_a_thread_that_is_ended_while_it_logs_does_not_block_the_exit(self):
         lines, call = self.end("a thread logs")
         self.assert_closed(lines[-1], call)
 
@@ -51,7 +51,7 @@ class WithoutDriver(Exit):
 
 
 class WithDriver(Exit):
-    def test_a_timer_whose_thread_is_ended_while_it_logs_holds_nobody_up(self):
+    def test_a_timer_whose_thread_is_ended_while_it_logs_does_not_block_the_exit(self):
         lines, call = self.end("a timer logs")
         self.assert_closed(lines[-1], call)
 

@@ -1,5 +1,5 @@
-/// The real DLL in the process of a host that is not alone with it: calls from inside, a second
-/// copy, another locale and time zone, little room on the stack.
+/// The real DLL in odd processes of hosts: calls from inside the log, a second copy, another locale
+/// and time zone, a small stack.
 
 #include <algorithm>
 #include <clocale>
@@ -22,7 +22,7 @@ using testing::Not;
 
 class InsideLog : public OnTheRig {
   protected:
-    /// What a trigger on a configured chip answers in whose first line something is done.
+    /// The status of a trigger on a configured chip, with a nested call in its first line.
     std::int16_t TriggerWith(std::function<void()> what) {
         Load(kUsbCamera);
         EXPECT_EQ(library.RecheckStatus(), 0);
@@ -47,7 +47,7 @@ class InsideLog : public OnTheRig {
     std::function<void()> inside;
 };
 
-/// A sample of what the native proofs go through.
+/// A sample of the native proofs.
 TEST_F(InsideLog, FunctionsWork) {
     const std::vector<std::string> trigger{"trigger 1", "ready 0", "trigger 0"};
     const auto ignore = [](std::uint64_t, const SolvaneTimerEvent*) {};
@@ -130,7 +130,7 @@ TEST_F(TwoCopies, AreTwoPrograms) {
     EXPECT_EQ(rig_level(RIG_TRIGGER), 0);
 }
 
-// ---- What the host sets for the whole process ----
+// ---- Settings of the whole process ----
 
 struct Grouping : std::numpunct<char> {
     char do_decimal_point() const override { return ','; }
@@ -147,7 +147,7 @@ class ProcessSettings : public OnTheRig {
 
     std::vector<std::string> LinesOfSelection(const char* scenario) {
         Load(scenario);
-        library.RecheckStatus(); // what was chosen before tells of its end
+        library.RecheckStatus(); // the controller before logs its end
         TakeTexts();
         library.RecheckStatus();
         library.StopTimer(0);
@@ -208,7 +208,7 @@ TEST_F(ProcessSettings, AnotherTimeZoneShowsInTheNextSecond) {
 
 class SmallStack : public OnTheRig {};
 
-/// On Windows what the vendors' libraries and COM need comes on top.
+/// On Windows the needs of the vendors' libraries and of COM are added.
 TEST_F(SmallStack, IsEnoughForEveryFunction) {
     Listen();
     std::size_t most = 0;

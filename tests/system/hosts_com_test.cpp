@@ -1,4 +1,4 @@
-/// COM is the host's: what the search for a parallel port finds of it, it leaves as it was.
+/// COM is the host's: the search for a parallel port leaves it as it was.
 
 #include "library_fixture.h"
 

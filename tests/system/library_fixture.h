@@ -1,4 +1,4 @@
-/// Solvane.dll as a host loads it, on a rig with a clean slate.
+/// Solvane.dll as a host loads it, on a clean rig.
 #pragma once
 
 #include <string>
@@ -18,13 +18,13 @@ class OnTheRig : public ::testing::Test {
 
     static void Load(const std::string& scenario);
 
-    /// Lines delivered to Keep() since the last look.
+    /// Lines delivered to Keep() since the last Take...().
     std::vector<std::string> TakeLines() { return std::exchange(lines, {}); }
 
-    /// The same without their time stamps. Only an empty line has none.
+    /// The same without time stamps, which only an empty line lacks.
     std::vector<std::string> TakeTexts();
 
-    /// Edges of the lines since the last look: "trigger 1".
+    /// Edges of the lines since the last Take...(): "trigger 1".
     static std::vector<std::string> TakeEdges();
 
     void Listen() { library.SetLogger(&lines, Keep); }

@@ -1,5 +1,4 @@
-/// Log lines of the real DLL: their time stamps, and threads; what they say is in
-/// tests/transcripts.
+/// Log lines of the real DLL: time stamps and threads. Their texts are in tests/transcripts.
 
 #include <mutex>
 #include <regex>

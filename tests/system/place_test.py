@@ -1,5 +1,5 @@
-"""Hosts on a system where a driver has put a D2XX library into System32: how they come to the rig,
-and that they cannot miss it unnoticed."""
+"""Hosts on a system with a D2XX library in System32, put there by a driver: how to run them on the rig,
+and that a host which misses the rig is noticed."""
 
 import argparse
 import os
@@ -81,16 +81,16 @@ class Place(unittest.TestCase):
                                 r"FTD2XX\.dll, which is not this rig's, and was ended before\. ")
                 self.assertNotIn("Controller candidate", run.stderr)
                 self.assertFalse(self.mark.exists())
-        # And the mark does tell.
+        # The marked library does leave its mark.
         self.ready(WINEPATH=OPTIONS.rig)
         self.assertTrue(self.mark.exists())
 
     # ---- The host's folder
 
     def test_a_host_finds_what_is_placed_before_system32(self):
-        code, told, failures = self.tool("place", self.host)
+        code, output, failures = self.tool("place", self.host)
         self.assertEqual((code, failures), (0, ""))
-        self.assertEqual(told.splitlines(), [f"{RECORD} tells what is placed here."] +
+        self.assertEqual(output.splitlines(), [f"{RECORD} tells what is placed here."] +
                          [f"{name} is placed." for name in RIG_DLLS])
         placed = self.in_host()
         for name in RIG_DLLS:
@@ -105,17 +105,17 @@ class Place(unittest.TestCase):
 
         self.assertEqual(self.tool("place", self.host)[0], 0)
         self.assertEqual(self.in_host(), placed)
-        code, told, failures = self.tool("unplace", self.host)
+        code, output, failures = self.tool("unplace", self.host)
         self.assertEqual((code, failures), (0, ""))
-        self.assertEqual(told.splitlines(), [f"{name} is removed." for name in [*RIG_DLLS, RECORD]])
+        self.assertEqual(output.splitlines(), [f"{name} is removed." for name in [*RIG_DLLS, RECORD]])
         self.assertEqual(self.in_host(), self.before)
         self.assertEqual(self.tool("unplace", self.host)[0], 0)
 
     def test_a_vendors_dll_is_set_aside_and_comes_back_as_it_was(self):
         shutil.copy(OPTIONS.marked, self.host / "ftd2xx.dll")
         before = self.in_host()
-        code, told, failures = self.tool("place", self.host)
-        self.assertEqual((code, told), (1, ""))
+        code, output, failures = self.tool("place", self.host)
+        self.assertEqual((code, output), (1, ""))
         self.assertIn(" has its own ftd2xx.dll. Nothing was changed. With --set-aside ", failures)
         self.assertEqual(self.in_host(), before)
 
@@ -153,8 +153,8 @@ class Place(unittest.TestCase):
             for name, content in files.items():
                 (self.host / name).write_bytes(content)
             with self.subTest(crash):
-                code, told, failures = self.tool("unplace", self.host)
-                self.assertEqual((code, failures), (0, ""), told)
+                code, output, failures = self.tool("unplace", self.host)
+                self.assertEqual((code, failures), (0, ""), output)
                 self.assertEqual(sorted(self.in_host()), sorted(before))
                 self.assertTrue(self.in_host() == before)
 
@@ -165,8 +165,8 @@ class Place(unittest.TestCase):
                               env=self.environment(), stdin=subprocess.DEVNULL,
                               stdout=subprocess.PIPE, text=True) as running:
             self.assertIn("ready", running.stdout.readline())
-            code, told, failures = self.tool("unplace", self.host)
-            self.assertEqual(code, 1, told)
+            code, output, failures = self.tool("unplace", self.host)
+            self.assertEqual(code, 1, output)
             self.assertIn("FTD2XX.dll cannot be removed: a program has it open", failures)
             self.assertEqual(self.in_host(), placed)
             self.wine("taskkill", "/f", "/im", "solvane.exe")
@@ -179,13 +179,13 @@ class Place(unittest.TestCase):
     def test_no_folder_of_windows_gets_the_rig(self):
         for folder in (r"C:\windows\system32", r"C:\WINDOWS", r"C:\windows\system32\drivers"):
             with self.subTest(folder):
-                code, told, failures = self.tool("place", folder, "--set-aside")
-                self.assertEqual((code, told), (1, ""))
+                code, output, failures = self.tool("place", folder, "--set-aside")
+                self.assertEqual((code, output), (1, ""))
                 self.assertIn(" is a folder of Windows, ", failures)
         self.assertFalse((self.system32 / RECORD).exists())
         self.assertIn(" is the rig's own folder.", self.tool("place", OPTIONS.rig)[2])
 
-    # ---- What a guarded host notices: nothing
+    # ---- A guarded host notices nothing
 
     def test_arguments_output_and_exit_code_are_the_hosts(self):
         self.assertEqual(self.tool("place", self.host)[0], 0)
@@ -197,9 +197,9 @@ class Place(unittest.TestCase):
                                  self.wine(self.host / "solvane.exe", *arguments))
         self.assertEqual(self.tool("guard", "cmd", "/c", "exit 7")[0], 7)
 
-    def test_what_cannot_be_started_is_told(self):
-        code, told, failures = self.tool("guard", self.host / "none.exe")
-        self.assertEqual((code, told), (ENDED, ""))
+    def test_a_host_that_cannot_be_started_is_reported(self):
+        code, output, failures = self.tool("guard", self.host / "none.exe")
+        self.assertEqual((code, output), (ENDED, ""))
         self.assertIn("none.exe cannot be started: there is no such program.", failures)
 
 

@@ -1,4 +1,4 @@
-"""A system whose own WMI knows no parallel port: the port is not found, whatever the hardware is."""
+"""Without the rig's WMI the parallel port is not found, whatever the hardware is."""
 
 import argparse
 import os

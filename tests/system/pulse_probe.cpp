@@ -1,7 +1,6 @@
-/// Triggers captures through the DLL and measures, in the same run and at the same timer
-/// resolution, what the system makes of the sleeps that a trigger pulse consists of: 10 ms, and
-/// before them the milliseconds that the hardware needs to settle (the argument). Prints one JSON
-/// object.
+/// Triggers captures through the DLL, and measures in the same run and at the same timer resolution
+/// how long the sleeps of a trigger pulse really are: 10 ms, and before them the milliseconds that
+/// the hardware needs to settle (the argument). Prints one JSON object.
 
 #include <algorithm>
 #include <chrono>

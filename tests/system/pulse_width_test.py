@@ -1,4 +1,4 @@
-"""The trigger pulse on the line, measured by an independent ruler: sigrok-cli reads the waveform."""
+"""The width of the trigger pulse, measured independently: sigrok-cli reads the waveform."""
 
 import argparse
 import json
@@ -44,7 +44,7 @@ class PulseWidth(unittest.TestCase):
               f"bare sleeps took up to {probe['longest_bare_ms']:.3f} ms")
         self.assertEqual(len(highs), probe["triggers"])
         self.assertGreaterEqual(min(highs), SHORTEST_MS)
-        # A single sleep may be long on a busy machine; the library adds to none of them.
+        # A single sleep may be long on a busy machine; the library must not lengthen it.
         self.assertLessEqual(statistics.median(highs), probe["longest_bare_ms"] + TOLERANCE_MS)
 
     def test_on_an_ft2232h_the_pulse_is_ten_milliseconds_after_two_that_a_write_settles(self):

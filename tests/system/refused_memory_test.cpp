@@ -1,7 +1,6 @@
-/// Memory that runs out, in the real DLL: what it imports to get memory is replaced in its import
-/// table, so that nobody else's memory is refused. The native proof goes through every allocation
-/// of every function; this is a sample of it with the DLL's own run-time library, which needs
-/// memory as well. It is refused once: without any memory at all mingw-w64 cannot throw.
+/// Refuses allocations of the real DLL alone, by replacing the allocator in its import table. This
+/// is a sample of the native proof, with the DLL's own run-time library, which allocates as well.
+/// One allocation is refused: without any memory mingw-w64 cannot throw.
 
 #include <array>
 #include <cstring>
@@ -15,7 +14,7 @@ namespace {
 
 using namespace test;
 
-/// The allocations of the library, counted; some of them are refused.
+/// Counts the allocations of the library, and refuses one.
 class Refusal {
   public:
     /// The n-th from now is refused (1 is the next; 0: none).
@@ -93,11 +92,11 @@ class Refusal {
 struct Hardware {
     const char* name;
     const char* scenario;
-    std::size_t candidates; ///< that are made before it is found
-    std::size_t cases;      ///< that there are: fewer or more are a failure
+    std::size_t candidates; ///< created before it is found
+    std::size_t cases;      ///< expected number
 
-    /// When a candidate or the list of them finds no memory: in the two first calls, the second of
-    /// which makes the candidates once more, and in the one on configured hardware.
+    /// Refusals for a candidate or for their list: in the two first calls, the second of which
+    /// creates the candidates again, and in the one on configured hardware.
     std::size_t Exceptions() const { return 2 * (kList + candidates) + 2 * candidates; }
     static constexpr std::size_t kList = 1;
 
@@ -120,7 +119,7 @@ class RefusedMemory : public testing::TestWithParam<Hardware> {
         std::size_t allocations = 0;
     };
 
-    /// The call in a freshly loaded library, one of whose allocations is refused.
+    /// The call in a freshly loaded library, with one allocation refused.
     static Outcome Run(const Call& call, bool isConfigured, std::size_t refused) {
         EXPECT_EQ(rig_load(GetParam().scenario), 0) << rig_error();
         LoadedLibrary library;

@@ -1,5 +1,5 @@
 /// Some seconds of a busy host in real time (SOLVANE_SOAK_SECONDS, ten minutes in the long mode):
-/// random operations and faults on all kinds of hardware, and at the end nothing has grown.
+/// random operations and faults on all kinds of hardware leak nothing.
 
 #include "library_fixture.h"
 
@@ -14,7 +14,7 @@ using namespace test;
 
 class Soak : public OnTheRig {
   protected:
-    /// A random operation; its status.
+    /// The status of a random operation.
     int Operate(std::mt19937& random) {
 #define SOLVANE_COMMAND(name, ...)                                                                 \
     [](const LibraryFunctions& functions, std::int16_t*) { return functions.name(); },
@@ -27,7 +27,7 @@ class Soak : public OnTheRig {
         return calls[random() % std::size(calls)](library, &answer);
     }
 
-    /// Some operations on one kind, one call of which fails; then the hardware is whole again.
+    /// Some operations on one kind of hardware, one vendor call of which fails.
     void Round(const char* kind, std::mt19937& random) {
         Load(kind);
         ASSERT_EQ(library.RecheckStatus(), 0);
@@ -78,7 +78,7 @@ TEST_F(Soak, ABusyHostGrowsNothing) {
         }
         return count;
     };
-    rounds(std::chrono::milliseconds(2000)); // what is made once is made
+    rounds(std::chrono::milliseconds(2000)); // one-time allocations
     const Usage before = CurrentUsage();
     const unsigned count = rounds(duration);
     const Usage after = CurrentUsage();

@@ -1,4 +1,4 @@
-/// How much of the stack a call needs.
+/// Measures how much of the stack a call needs.
 #pragma once
 
 #include <cstddef>
@@ -8,12 +8,12 @@
 
 namespace test {
 
-// What the host guide tells of the stack.
+// The figures of docs/host-guide.md.
 inline constexpr std::size_t kStackOfAThread = 64 * 1024;
 inline constexpr std::size_t kMostOfAFunction = 8 * 1024;
 inline constexpr std::size_t kMostOfARun = 4 * 1024;
 
-/// Fills the stack below its caller, and tells where that begins.
+/// Fills the stack below its caller; returns the beginning of that.
 __attribute__((noinline)) inline const char* PaintStack(std::size_t bytes) {
     auto* const room = static_cast<volatile char*>(__builtin_alloca(bytes));
     for (std::size_t i = 0; i < bytes; ++i) {
@@ -22,8 +22,8 @@ __attribute__((noinline)) inline const char* PaintStack(std::size_t bytes) {
     return const_cast<const char*>(room);
 }
 
-/// The bytes that a call needs, on a thread of its own whose stack is that small. Wine gives it a
-/// megabyte all the same.
+/// The bytes that a call needs on a thread with kStackOfAThread (in Wine such a thread gets a
+/// megabyte).
 inline std::size_t StackUseOf(const std::function<void()>& call) {
     struct Measurement {
         const std::function<void()>& call;

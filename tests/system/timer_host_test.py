@@ -39,13 +39,13 @@ class TimerHosts(unittest.TestCase):
                 windows(os.path.join(OPTIONS.bin, "Solvane.dll")), windows(result))
             self.assertTrue(os.path.exists(result), run.stderr)
             with open(result) as file:
-                told = json.load(file)
-        self.assertEqual(told["create"], 0)
-        self.assertEqual(told["run"], 0)
-        self.assertEqual(told["dispose"], 0)
-        self.assertEqual([event["data0"] for event in told["events"]], [1, 2, 3, 4, 5])
-        self.assertEqual({event["status"] for event in told["events"]}, {0})
-        self.assertEqual({event["context"] for event in told["events"]}, {"1234567890123"})
+                report = json.load(file)
+        self.assertEqual(report["create"], 0)
+        self.assertEqual(report["run"], 0)
+        self.assertEqual(report["dispose"], 0)
+        self.assertEqual([event["data0"] for event in report["events"]], [1, 2, 3, 4, 5])
+        self.assertEqual({event["status"] for event in report["events"]}, {0})
+        self.assertEqual({event["context"] for event in report["events"]}, {"1234567890123"})
 
     def test_a_killed_host_leaves_the_driver_usable(self):
         with tempfile.TemporaryFile("w+") as output:

@@ -18,7 +18,7 @@ using testing::ElementsAre;
 
 constexpr std::uint32_t kTwoMilliseconds = 2'000;
 
-/// What a run does with its events; `userContext` points at one.
+/// Receives the events of a run; `userContext` points at it.
 using Receiver = std::function<void(const SolvaneTimerEvent&)>;
 
 void SOLVANE_CALL Receive(std::uint64_t userContext, const SolvaneTimerEvent* event) {
@@ -238,7 +238,7 @@ class EveryFunction : public Timer, public testing::WithParamInterface<bool> {
         calls.push_back([this] { return library.CreateTimer(&another, 0); });
         calls.push_back([this] { return library.StopTimer(another) == -4 ? 0 : 1; });
         calls.push_back([this] { return library.DisposeTimer(another); });
-        calls.push_back([this] { // a whole run of another one
+        calls.push_back([this] { // a whole run of another timer
             return RunOnce(100, [this](SolvaneTimerHandle timer, const SolvaneTimerEvent&) {
                 EXPECT_EQ(library.StopTimer(timer), 0);
             });
@@ -271,7 +271,7 @@ TEST_P(EveryFunction, MayBeCalledFromInsideARun) {
         SCOPED_TRACE(i);
         solvane_device_script script{};
         script.event_count = 1;
-        script.events[0].status = 99; // gives a line
+        script.events[0].status = 99; // unknown: logs a line
         Device().Script(script);
         int status = -77;
         const auto call = [&] { status = calls[i](); };
@@ -299,7 +299,7 @@ INSTANTIATE_TEST_SUITE_P(Timer, EveryFunction, testing::Bool(), [](const auto& t
 TEST_F(Timer, ASmallStackIsEnoughForARun) {
     solvane_device_script script{};
     script.event_count = 1;
-    script.events[0].status = 99; // gives a line
+    script.events[0].status = 99; // unknown: logs a line
     Device().Script(script);
     const std::size_t bytes = StackUseOf([&] {
         EXPECT_EQ(
@@ -311,7 +311,7 @@ TEST_F(Timer, ASmallStackIsEnoughForARun) {
     EXPECT_LE(bytes, kMostOfARun);
 }
 
-/// The driver alone, by its own rules.
+/// The driver alone.
 TEST_F(Timer, TheDriverRefusesWhatItDoesNotUnderstand) {
     Device device;
     const std::uint32_t period = kTwoMilliseconds;
@@ -381,7 +381,7 @@ TEST_F(Timer, TheDriverNeverUsesAnIdAgain) {
             EXPECT_EQ(device.Request(SOLVANE_DEVICE_DELETE, &created.id, 8), 0u);
             EXPECT_EQ(device.Request(SOLVANE_DEVICE_DELETE, &created.id, 8),
                       DWORD{ERROR_NOT_FOUND});
-        } // the others go with the handle
+        } // the others are deleted with the handle
     }
 }
 

@@ -1,4 +1,4 @@
-/// The rig's WMI as Windows' own COM hands it to a client.
+/// The rig's WMI through Windows' own COM.
 
 #include <cstdlib>
 #include <string>
@@ -23,7 +23,7 @@ const char* const kTwoPorts = "[[parallel_port]]\n"
                               "[[parallel_port]]\n"
                               "[[parallel_port.range]]\nstart = '632'\n";
 
-/// COM is there, and every test gives back all that it took.
+/// Initialises COM, and checks that every test releases all interfaces.
 class Wbem : public testing::Test {
   protected:
     Wbem() {
@@ -43,7 +43,7 @@ class Wbem : public testing::Test {
         ASSERT_EQ(rig_add_fault(&fault), 0);
     }
 
-    /// The address of the first port that has one, as a client finds it; else why not.
+    /// The address of the first port that has one, as a client finds it; else the reason.
     static std::string FirstAddress() {
         const auto locator = MakeLocator();
         if (!locator.object) {

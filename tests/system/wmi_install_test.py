@@ -1,6 +1,6 @@
-"""The WMI class is registered in the place of Wine's own, and Wine's own comes back. At the end it
-is installed, for the tests that need it, and a window is open: the first one of a session starts Wine's
-explorer, which would otherwise hold the output of a test for as long as another test has a window."""
+"""Registers the rig's WMI class in place of Wine's own, and restores Wine's own. At the end the rig's is
+installed for other tests, and a window is open: the first window of a session starts Wine's explorer,
+which would otherwise keep the output of a test open as long as another test has a window."""
 
 import argparse
 import os
@@ -48,11 +48,11 @@ class WmiInstall(unittest.TestCase):
             self.assertEqual(self.server(), wines_own)
         self.assertEqual(self.tool("install", "--wmi"), present)
 
-    def test_status_tells_of_everything(self):
-        status, told, failures = self.tool("status")
+    def test_status_lists_everything(self):
+        status, output, failures = self.tool("status")
         self.assertEqual(status, 1)
         self.assertIn("solvane-rig: the driver is not installed\n", failures)
-        self.assertIn("FTD2XX.dll", told)
+        self.assertIn("FTD2XX.dll", output)
 
 
 if __name__ == "__main__":

@@ -1,6 +1,6 @@
-"""solvane check and solvane hold as programs: what they print, do to the lines, and leave behind.
+"""solvane check and solvane hold as programs: their output, their effect on the lines, their files.
 
-What check concludes is tested natively, in tests/tools. The arguments are those of cli_test.py.
+The verdicts of check are tested natively, in tests/tools. The arguments are those of cli_test.py.
 """
 
 import hashlib
@@ -20,7 +20,7 @@ import cli_test
 from cli_test import CHIP, DONE, FAILED, KINDS, NO_LIBRARY, STOPPED, USAGE, CliTest, Outcome
 
 ALL = ("check", "--yes", "--power", "--captures", "2")
-# An exposure that a poll of a busy machine does not miss.
+# An exposure long enough for the polls of a busy machine.
 NO_FLAG = "[camera]\nexposure_ms = 500\n[wiring]\nmep = 'broken'\n"
 
 
@@ -162,7 +162,7 @@ class Check(CliTest):
             time.sleep(0.005)
 
     def test_ctrl_c_puts_back_what_was_switched(self):
-        for seen in "ready  ", "dark  ", "camera power  ":  # then the next step is at work
+        for seen in "ready  ", "dark  ", "camera power  ":  # then the next step is in progress
             with self.start_host(*ALL) as running:
                 self.wait_for(seen)
                 running.send_signal(signal.SIGINT)
@@ -175,7 +175,7 @@ class Check(CliTest):
 
     def test_a_person_is_asked_on_a_console(self):
         controller, terminal = os.openpty()
-        tty.setraw(terminal)  # the console is Wine's own, and makes lines by itself
+        tty.setraw(terminal)  # Wine's console has its own line editing
         raw = shown = ""
         answered = 0
         running = self.start_host("check", "--captures", "1", console=terminal)
@@ -193,7 +193,7 @@ class Check(CliTest):
                 os.write(controller, b"n\r" if "power" in shown[-80:] else b"y\r")
         os.close(controller)
         os.close(terminal)
-        for file in "out", "err":  # all of it went to the console
+        for file in "out", "err":  # all output went to the console
             (self.directory / file).write_text(shown)
         outcome = Outcome(running.returncode, self.directory)
         self.assertEqual((outcome.code, answered), (DONE, 7))

@@ -4,7 +4,7 @@
         [unittest options]
 
 Every run is a process of its own with hardware of its own, so a test looks at what one command
-printed, at its exit code, and at what it did to the lines, which the rig's journal tells.
+printed, at its exit code, and at what it did to the lines, from the rig's journal.
 """
 
 import json
@@ -36,7 +36,7 @@ def write_fault(call):
 
 
 class Outcome:
-    """What one run of the program left behind."""
+    """The output of one run, and the rig's journal."""
 
     def __init__(self, code, directory):
         self.code = code
@@ -137,7 +137,7 @@ class CliTest(unittest.TestCase):
         return re.sub(r"\x1b\[[?0-9;]*[A-Za-z]", "", text)
 
     def rig(self):
-        """What is said of the hardware, that nobody may take it for real."""
+        """The notice that the hardware is virtual."""
         return f"the virtual rig, scenario Z:{self.directory}/scenario.toml"
 
     def answer(self, *arguments, **options):
@@ -171,7 +171,7 @@ KINDS = {"parallel port": "[lpt]\n", "Super I/O": "[superio]\n", "Embedded API":
 
 
 def candidates(answering):
-    """What probe says of a selection in which only this kind answers."""
+    """The output of probe if only this kind of hardware answers."""
     found = []
     for kind in KINDS:
         found.append({"number": len(found) + 1, "kind": kind,
@@ -244,7 +244,7 @@ class Probe(CliTest):
 
 
 class EveryKind(CliTest):
-    # A command, what it prints, and the edges of the line that it is about.
+    # A command, its output, and the edges of its line.
     OPERATIONS = [
         (("ready",), "ready  yes\n", "ready", []),
         (("mep",), "flag  no\n", "mep", []),
@@ -328,7 +328,7 @@ class Trigger(CliTest):
         self.assertEqual(stopping.code, FAILED)
         self.assertLess(len(stopping.objects()), 8)
 
-    # What keeps the system from being ready, and what the program says of it.
+    # A reason for "not ready", and the program's hint.
     HINTS = [("[camera]\nready = false\n" + CHIP, "--wait-ready"),
              ("[camera]\nasleep = true\n" + CHIP, "solvane wake"),
              ("[pulls]\ncamera_power = 0\n" + CHIP, "solvane camera-power on"),
@@ -343,8 +343,8 @@ class Trigger(CliTest):
                 self.assertEqual(people.code, FAILED)
                 self.assertIn("status -5", people.err)
                 self.assertIn(hint, people.err)
-                [told] = self.run_host("trigger", "--json", scenario=scenario).objects()
-                self.assertEqual([other for _, other in self.HINTS if other in told["advice"]],
+                [result] = self.run_host("trigger", "--json", scenario=scenario).objects()
+                self.assertEqual([other for _, other in self.HINTS if other in result["advice"]],
                                  [hint] if hint != "--wait-ready" and hint != "solvane wake"
                                  else ["--wait-ready", "solvane wake"])
 
@@ -386,7 +386,7 @@ class OnAConsole(CliTest):
 
 
 class UnreadLines(CliTest):
-    """The library answers for a line that it cannot read; the program must not take that for true."""
+    """The library answers even for a line that it cannot read; the program must not believe that."""
 
     def fault(self, function, call, effect):
         return f"[[fault]]\nfunction = '{function}'\ncall = {call}\ntimes = 0\n{effect}\n"
@@ -407,8 +407,8 @@ class UnreadLines(CliTest):
                 self.assertEqual(outcome.values()["ready"], "could not be read")
                 for label in self.ASKED.values():
                     self.assertIn(outcome.values()[label], ("could not be read", "unknown"))
-                [told] = self.run_host("probe", "--json", scenario=scenario).objects()
-                self.assertEqual([told[key] for key in self.ASKED], [None] * len(self.ASKED))
+                [result] = self.run_host("probe", "--json", scenario=scenario).objects()
+                self.assertEqual([result[key] for key in self.ASKED], [None] * len(self.ASKED))
 
     def test_a_question_says_so(self):
         scenario = self.scenarios()["no byte ever comes"]
@@ -418,8 +418,8 @@ class UnreadLines(CliTest):
             outcome = self.run_host(*arguments, scenario=scenario)
             self.assertEqual((outcome.code, outcome.values()),
                              (FAILED, {label: "could not be read"}))
-            [told] = self.run_host(*arguments, "--json", scenario=scenario).objects()
-            self.assertEqual((told["status"], told[key]), (0, None))
+            [result] = self.run_host(*arguments, "--json", scenario=scenario).objects()
+            self.assertEqual((result["status"], result[key]), (0, None))
 
     def test_a_read_that_a_recovery_repeats_is_no_loss(self):
         # Configuring reads twice; the third is the question's.
@@ -663,8 +663,8 @@ class Log(CliTest):
         self.assertRegex(outcome.err, self.LINE)
 
 
-    def test_nobody_who_reads_it_holds_a_pulse_up(self):
-        """Text that is being selected holds up what writes to a console, as a full pipe does."""
+    def test_a_reader_that_blocks_does_not_lengthen_a_pulse(self):
+        """Selecting text blocks a program that writes to a console, as a full pipe does."""
         reader, writer = os.pipe()
         os.set_blocking(writer, False)
         filled = 0
@@ -722,14 +722,14 @@ class CommandLine(CliTest):
 
                 programs = self.run_host("--json", *arguments)
                 self.assertEqual((programs.code, programs.err), (USAGE, outcome.err))
-                [told] = programs.objects()
-                self.assertEqual(set(told), {"command", "error"})
-                self.assertIn(complaint, told["error"])
+                [result] = programs.objects()
+                self.assertEqual(set(result), {"command", "error"})
+                self.assertIn(complaint, result["error"])
 
     def test_wrong_usage_in_json_names_the_command_that_was_understood(self):
         for arguments, command in ((["trigger", "-n", "0"], "trigger"), (["nonsense"], None), ([], None)):
-            [told] = self.run_host("--json", *arguments).objects()
-            self.assertEqual(told["command"], command)
+            [result] = self.run_host("--json", *arguments).objects()
+            self.assertEqual(result["command"], command)
 
     def test_help(self):
         outcome = self.run_host("--help", rig=False)

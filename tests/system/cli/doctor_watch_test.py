@@ -1,4 +1,4 @@
-"""solvane doctor and solvane watch, on every kind of hardware and on everything that can be wrong.
+"""solvane doctor and solvane watch, on every kind of hardware and with everything that can be wrong.
 
 The arguments are those of cli_test.py.
 """
@@ -50,7 +50,7 @@ class Doctor(CliTest):
                     self.assertIsNone(each["status"])
                     self.assertIn("not looked for", each["found"])
 
-    # Of each kind: what is wrong, the status, a word of what is found, and one of the advice.
+    # For each kind: a fault, the status, a word of the finding, and one of the advice.
     ILLNESSES = {
         "parallel port": [
             ("", -3, "Windows knows no parallel port", "Device Manager"),
@@ -108,7 +108,7 @@ class Doctor(CliTest):
         ],
     }
 
-    def test_tells_each_illness_and_what_to_do(self):
+    def test_names_each_fault_and_gives_advice(self):
         for kind, illnesses in self.ILLNESSES.items():
             for scenario, status, found, advice in illnesses:
                 with self.subTest(kind=kind, scenario=scenario):
@@ -132,8 +132,8 @@ class Doctor(CliTest):
 
         outcome = self.run_host("doctor")
         self.assertEqual((outcome.code, outcome.err), (DONE, ""))
-        # The heading, the controller, one line a kind, what of the last was tried, and two lines of
-        # the timer driver, which is nobody's illness.
+        # The heading, the controller, one line for each kind, what of the last was tried, and two lines
+        # about the timer driver, which is optional.
         self.assertEqual(len(outcome.out.splitlines()), 2 + len(KINDS) + 1 + 2)
         self.assertIn("timer driver   SolvaneDevice is not installed.\n", outcome.out)
 
@@ -146,7 +146,7 @@ class Doctor(CliTest):
         _, kinds = self.kinds(scenario)
         self.assertIn("The power interface is not wired", kinds["parallel port"]["advice"])
 
-    # What serves, but not as it should, and words of what is found and of the advice.
+    # Hardware that serves with a fault, and words of the finding and of the advice.
     ILL_SERVANTS = {
         "no byte ever comes": ("FT2232H", CHIP + "[[fault]]\nfunction = 'FT_Read'\ntimes = 0\n"
                                "count = 0\n", "could not be read", "Unplug"),
@@ -175,7 +175,7 @@ class Doctor(CliTest):
         _, kinds = self.kinds(CHIP + CHIP)
         self.assertEqual(kinds["FT2232H"]["found"], "It answers, and lines are wired to it.")
         self.assertIn("only the first FT2232H is used", kinds["FT2232H"]["advice"])
-        # Another kind of chip beside it is no reason for doubt.
+        # Another kind of chip beside it does not matter.
         _, kinds = self.kinds(CHIP + "[[usb]]\nchip = 'FT232R'\n")
         self.assertEqual(kinds["FT2232H"]["found"], "It answers, and serves the camera.")
 
@@ -278,8 +278,9 @@ class Watch(CliTest):
         outcome = self.run_host("watch", "--once", scenario=scenario)
         self.assertEqual(outcome.code, FAILED)
         self.assertEqual(re.split("  +", outcome.out.splitlines()[1])[1:], ["?", "?", "?", "on"])
-        [told] = self.run_host("watch", "--once", "--json", scenario=scenario).objects()
-        self.assertEqual((told["status"], told["ready"], told["accessories_power"]), (0, None, True))
+        [result] = self.run_host("watch", "--once", "--json", scenario=scenario).objects()
+        self.assertEqual((result["status"], result["ready"], result["accessories_power"]),
+                         (0, None, True))
 
     def test_leaves_the_flag_alone(self):
         outcome = self.run_host("watch", "--once", scenario="mep_latched.toml")

@@ -1,6 +1,6 @@
-// Tells a running program to stop as Windows does: stop_helper <exe> close|logoff|shutdown|session.
-// Prints "ended" when the program ended by itself; "returned" when its part that had been told
-// returned before: then Windows would have ended it wherever it was.
+// Stops a running program as Windows does: stop_helper <exe> close|logoff|shutdown|session. Prints
+// "ended" when the program ended by itself; "returned" when its handler returned before: Windows
+// would then have ended it wherever it was.
 
 #include <cstdio>
 #include <cwchar>
@@ -47,7 +47,7 @@ DWORD WINAPI EndSession(void* window) {
     return 0;
 }
 
-/// The thread that tells the program; null if it cannot be told.
+/// A thread that notifies the program; null on failure.
 HANDLE Tell(DWORD id, HANDLE process, const std::wstring& how) {
     if (how == L"session") {
         const HWND window = FindWindowOf(id);
@@ -57,7 +57,7 @@ HANDLE Tell(DWORD id, HANDLE process, const std::wstring& how) {
     const DWORD event = how == L"close"    ? CTRL_CLOSE_EVENT
                         : how == L"logoff" ? CTRL_LOGOFF_EVENT
                                            : CTRL_SHUTDOWN_EVENT;
-    // Where Windows has an event of a console begin; the same address in all processes.
+    // The entry point of console events, at the same address in all processes.
     const auto begin = reinterpret_cast<LPTHREAD_START_ROUTINE>(reinterpret_cast<void*>(
         GetProcAddress(GetModuleHandleW(L"kernelbase.dll"), "CtrlRoutine")));
     return CreateRemoteThread(process, nullptr, 0, begin,
@@ -70,15 +70,15 @@ HANDLE Tell(DWORD id, HANDLE process, const std::wstring& how) {
 int wmain(int count, wchar_t** values) {
     const DWORD id = count == 3 ? FindProcess(values[1]) : 0;
     const HANDLE process = OpenProcess(PROCESS_ALL_ACCESS, FALSE, id);
-    const HANDLE told = process != nullptr ? Tell(id, process, values[2]) : nullptr;
-    if (told == nullptr) {
-        std::printf("cannot be told\n");
+    const HANDLE handler = process != nullptr ? Tell(id, process, values[2]) : nullptr;
+    if (handler == nullptr) {
+        std::printf("cannot be notified\n");
         return 1;
     }
     // The threads of a process end just before it.
     constexpr DWORD kJustBeforeMilliseconds = 500;
     constexpr DWORD kMostMilliseconds = 60000;
-    WaitForSingleObject(told, kMostMilliseconds);
+    WaitForSingleObject(handler, kMostMilliseconds);
     const bool hasEnded = WaitForSingleObject(process, kJustBeforeMilliseconds) == WAIT_OBJECT_0;
     std::printf(hasEnded ? "ended\n" : "returned\n");
     return 0;

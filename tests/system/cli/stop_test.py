@@ -1,4 +1,4 @@
-"""solvane is told to stop: by Ctrl-C, by a console that is closed, by a session that ends.
+"""solvane is stopped: by Ctrl-C, by a console that is closed, by a session that ends.
 
     stop_test.py <arguments of cli_test.py> <stop_helper.exe>
 """
@@ -19,7 +19,7 @@ from cli_test import CHIP, KINDS, CliTest, Outcome
 STOPPED = 130
 MOMENTS = int(os.environ.get("SOLVANE_STOP_MOMENTS", 8))  # of each kind of hardware
 
-# An exposure is over soon, so that a trigger follows the other and clears the flag of the one before.
+# A short exposure, so that each trigger clears the flag of the one before.
 QUICK = "[camera]\nexposure_ms = 1\n"
 MANY = ("trigger", "-n", "100000", "--wait-ready", "1000")
 
@@ -44,7 +44,7 @@ class StopCase(CliTest):
         return path.read_text("utf-8") if path.exists() else ""
 
     def stopped(self, *arguments, tell, **options):
-        """The outcome of a run that `tell` tells to stop, and how long it took to."""
+        """The outcome of a run that `tell` asks to stop, and how long that took."""
         with self.start_host(*arguments, **options) as running:
             try:
                 tell(running)
@@ -56,7 +56,7 @@ class StopCase(CliTest):
         return Outcome(code, self.directory), time.monotonic() - begin
 
     def expect_rest(self, outcome):
-        """Each line that is given a pulse has had both of its edges."""
+        """Each pulse has both of its edges."""
         for line in "trigger", "clear_mep":
             levels = outcome.levels(line)
             self.assertEqual(levels, [1, 0] * (len(levels) // 2), line)
@@ -76,7 +76,7 @@ class CtrlC(StopCase):
                     outcome, _ = self.stopped(*MANY, tell=tell, scenario=QUICK + hardware)
                     self.expect_rest(outcome)
                     self.assertEqual(outcome.err, "")
-                    # The one that was in progress is told of, too.
+                    # The trigger that was in progress is reported, too.
                     self.assertEqual(outcome.out.count("\ntriggered") + 1,
                                      len(outcome.rises("trigger")))
 
@@ -139,31 +139,31 @@ class CtrlC(StopCase):
             self.assertEqual(levels, [1, 0] * (len(levels) // 2))
 
 
-class ToldByWindows(StopCase):
-    """As the console is closed and the session ends, by way of stop_helper."""
+class StoppedByWindows(StopCase):
+    """Closed consoles and ended sessions, simulated by stop_helper."""
 
     def tell_by(self, how, begun, *arguments, scenario):
-        """The outcome of a command that is told so when `begun` shows, and who ended it."""
-        program = self.directory / f"told-{os.getpid()}.exe"
+        """The outcome of a command that is stopped when `begun` shows, and who ended it."""
+        program = self.directory / f"stopped-{os.getpid()}.exe"
         shutil.copy(cli_test.BIN / "solvane.exe", program)
 
         def tell(_):
             self.wait_for(*begun)
-            with open(self.directory / "told", "wb") as file:
+            with open(self.directory / "helper", "wb") as file:
                 subprocess.run([cli_test.WINE, HELPER, program.name, how], stdout=file,
                                stdin=subprocess.DEVNULL, timeout=90, check=True)
 
         outcome, _ = self.stopped(*arguments, "--library", f"Z:{cli_test.BIN}/Solvane.dll",
                                   tell=tell, program=program, scenario=scenario)
-        return outcome, self.read("told").strip()
+        return outcome, self.read("helper").strip()
 
     def expect_to_finish(self, how):
         outcome, _ = self.tell_by(how, ("5 of 100000",), *MANY, scenario=QUICK + CHIP)
         self.expect_rest(outcome)
         # Windows waits for the answer, some seconds at least.
-        outcome, told = self.tell_by(how, ("Waiting for device", "err"), "ready", "--log",
-                                     scenario=LOST)
-        self.assertEqual((outcome.code, told), (STOPPED, "ended"))
+        outcome, helper = self.tell_by(how, ("Waiting for device", "err"), "ready", "--log",
+                                       scenario=LOST)
+        self.assertEqual((outcome.code, helper), (STOPPED, "ended"))
         self.assertIn("RestoreAvailability() failed", outcome.err)
 
     @unittest.skipIf(HAS_WINDOWS, "consoles are tested without windows")
