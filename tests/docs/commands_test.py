@@ -1,10 +1,10 @@
-"""Every command in the documentation is executed, and what it is shown to print is compared.
+"""Executes every command in the documentation, and compares its output with the one shown.
 
     commands_test.py --build <build tree> [unittest options]
 
 A fenced block named `sh` or `bat` holds commands, and the `text` block after it what they print; a
 line of three dots there stands for any lines. A document is one session in one shell, which begins in
-the project's root. Of a command in running text it is only seen that there is such a thing.
+the project's root. A command in running text is only checked to exist.
 """
 
 import argparse
@@ -22,8 +22,8 @@ import unittest
 import document
 import shown_output
 
-# Commands of sh blocks that are not executed here, and why. That they could be is checked all the
-# same, as of those in running text.
+# Commands of sh blocks that are not executed here, and why. They are checked like those in running
+# text.
 NOT_EXECUTED = {
     "scripts/test": "this test is a part of it",
     "cmake --preset windows-x64": "configures the tree that is being tested",
@@ -36,7 +36,7 @@ EXECUTED_ELSEWHERE = {
         "tests/package/package_test.py does it, in an unpacked archive",
     ("docs/waveforms.md", None): "scripts/waveforms does it, and compares the lines as well",
 }
-# Blocks without a name are figures and nobody's output: by document and first word.
+# Blocks without a name are figures, by document and first word.
 FIGURES = {
     ("docs/architecture.md", "include/solvane/solvane.h"): "the rooms",
     ("docs/architecture.md", "api"): "which room sees which",
@@ -46,7 +46,7 @@ FIGURES = {
 }
 SNIPPETS = {"c", "cpp", "csharp", "js", "python", "toml"}  # snippets_test.py
 
-# What depends on time has as many chances: on a busy machine a poll may miss a short state.
+# Output that depends on time gets so many attempts: on a busy machine a poll may miss a short state.
 ATTEMPTS = 3
 SECONDS = 120
 
@@ -101,22 +101,22 @@ class Shell:
                               f". '{self.script}' </dev/null >'{self.output}' 2>&1\n"
                               "echo $status\n")
         self.bash.stdin.flush()
-        told = ""
+        status = ""
         if select.select([self.bash.stdout], [], [], SECONDS)[0]:
-            told = self.bash.stdout.readline().strip()
+            status = self.bash.stdout.readline().strip()
         with open(self.output, encoding="utf-8", errors="replace") as file:
             printed = file.read().replace("\r", "")
-        if not told:
-            os.killpg(self.bash.pid, signal.SIGKILL)  # what hangs in it, too
+        if not status:
+            os.killpg(self.bash.pid, signal.SIGKILL)  # with the program that hangs in it
             raise ShellEnded(f"the shell has ended, or this took {SECONDS} s:\n{printed}")
-        return told, printed
+        return status, printed
 
     def end(self):
         self.bash.communicate()
 
 
 def run_block(shell, block, folder):
-    """What is wrong with a block; empty if it does what the document says."""
+    """The complaint about a block; empty if it does what the document says."""
     if block.language == "bat":
         script = os.path.join(folder, "commands.bat")
         with open(script, "w") as file:
@@ -135,13 +135,13 @@ def run_block(shell, block, folder):
     return f"{block}:\n{wrong}"
 
 
-def run_document(told, variables):
-    """What is wrong with the commands of a document."""
+def run_document(page, variables):
+    """The complaints about the commands of a document."""
     complaints = []
     with tempfile.TemporaryDirectory() as folder:
         shell = Shell(folder, variables)
         try:
-            for block in told.blocks:
+            for block in page.blocks:
                 if block.language in ("sh", "bat") and not is_executed_elsewhere(block):
                     complaints.append(run_block(shell, block, folder))
         except ShellEnded as failure:
@@ -151,7 +151,7 @@ def run_document(told, variables):
     return [wrong for wrong in complaints if wrong]
 
 
-# ---- What can be said of a command without executing it
+# ---- Checks of a command without executing it
 
 
 def script_complaint(words):
@@ -166,9 +166,9 @@ def script_complaint(words):
 
 
 def presets(kind):
-    told = subprocess.run(["cmake", "--list-presets=all"], check=True, capture_output=True,
-                          text=True).stdout
-    return re.findall(r'^  "([^"]+)"', told.split(f"Available {kind} presets:")[1]
+    listing = subprocess.run(["cmake", "--list-presets=all"], check=True, capture_output=True,
+                             text=True).stdout
+    return re.findall(r'^  "([^"]+)"', listing.split(f"Available {kind} presets:")[1]
                       .split("Available")[0], re.M)
 
 
@@ -182,7 +182,7 @@ def cmake_complaint(words):
 
 
 def test_names():
-    """The names of all tests, or what they begin with, as the CMake files and sources have them."""
+    """The names of all tests, or their beginnings, from the CMake files and sources."""
     names = []
     for path in glob.glob("tests/**/CMakeLists.txt", recursive=True):
         with open(path) as file:
@@ -215,7 +215,7 @@ def cpack_complaint(words):
 
 
 def program_complaint(words):
-    """Of the project's own programs: their help knows the command and its options."""
+    """For the project's own programs: their help has the command and its options."""
     commands = [word for word in words[1:2] if not word.startswith("-")]
     program = os.path.join(OPTIONS.build, PROGRAMS[words[0]])
     run = subprocess.run(["scripts/wine", program, *commands, "--help"], capture_output=True,
@@ -243,7 +243,7 @@ def is_command(code):
 
 
 def complaint(command):
-    """Why a command could not be executed, as far as that can be seen."""
+    """Why a command cannot be executed, as far as that can be seen."""
     words = shlex.split(without_variables(command))
     if words[0].startswith("scripts/"):
         return script_complaint(words)
@@ -254,7 +254,7 @@ class Documentation(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.documents = document.read_all()
-        cls.blocks = [block for told in cls.documents for block in told.blocks]
+        cls.blocks = [block for page in cls.documents for block in page.blocks]
 
     def test_the_commands_print_what_is_shown(self):
         with tempfile.TemporaryDirectory() as folder, \
@@ -265,7 +265,7 @@ class Documentation(unittest.TestCase):
                     file.write("#!/bin/sh\n" + text + REFUSE)
                 os.chmod(path, 0o755)
             variables = environment(folder)
-            wrong = sum(pool.map(lambda told: run_document(told, variables), self.documents), [])
+            wrong = sum(pool.map(lambda page: run_document(page, variables), self.documents), [])
         if wrong:
             self.fail("\n" + "\n".join(wrong))
 
@@ -282,8 +282,8 @@ class Documentation(unittest.TestCase):
                     self.assertIn(block.language, {"sh", "bat"} | SNIPPETS)
 
     def test_commands_that_are_not_executed_could_be(self):
-        inline = [(told.path, code) for told in self.documents
-                  for code in told.inline_code() if is_command(code)]
+        inline = [(page.path, code) for page in self.documents
+                  for code in page.inline_code() if is_command(code)]
         self.assertGreater(len(inline), 20)
         known = {}
         for path, command in inline + [("not executed", command) for command in NOT_EXECUTED]:

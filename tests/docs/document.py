@@ -1,4 +1,4 @@
-"""What stands in a Markdown document: its headings, fenced blocks, links and inline code."""
+"""The content of a Markdown document: headings, fenced blocks, links and inline code."""
 
 import dataclasses
 import os
@@ -10,7 +10,7 @@ FENCE = re.compile(r"^( *)```(.*)$")
 
 @dataclasses.dataclass
 class Block:
-    """A fenced block. `shown` is what a reader sees it print: the text block that follows it."""
+    """A fenced block. `shown` is the text block that follows it, with its output."""
 
     document: str
     line: int

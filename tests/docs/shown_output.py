@@ -1,13 +1,13 @@
-"""Compares what a document shows a command print with what it printed, times aside."""
+"""Compares a command's output in a document with the real one, except times."""
 
 import difflib
 import re
 
 
 def without_times(line):
-    """The line with its times, and the width of what depends on them, made equal."""
+    """The line with its times, and whatever has a width that depends on them, normalised."""
     line = re.sub(r"\[\d\d:\d\d:\d\d\.\d{3}\]", "[time]", line.rstrip())
-    # Dots are polls whose answer did not change: how many there are is a matter of time.
+    # Dots are polls whose answer did not change: their number depends on time.
     line = re.sub(r"\[time\] \.* ?(<<<|>>>)", r"[time] \1", line)
     line = re.sub(r"^ *\d+\.\d{6} (edge|call|event|note)", r"N \1", line)  # of the journal
     line = re.sub(r"\d+(\.\d+)? ms\b", "N ms", line)
@@ -22,7 +22,7 @@ def without_runs(line):
 
 
 def unfolded(lines):
-    """With each waveform in one row: one whose times are long goes on in the row below."""
+    """With each waveform in one row: a long one continues in the row below."""
     parts = []
     for part in "\n".join(lines).split("\n\n"):
         if parts and part.startswith("ms N") and parts[-1].startswith("ms N"):
@@ -36,7 +36,7 @@ def unfolded(lines):
 
 
 def difference(shown, printed):
-    """What a reader would see that is not shown, or the other way round; empty if nothing.
+    """The differences between both; empty if there are none.
 
     A shown line of three dots stands for any lines.
     """

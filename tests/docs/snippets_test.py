@@ -1,9 +1,10 @@
-"""Every piece of a program in the documentation is a part of a tested file, or compiles, and the rig
-takes every scenario.
+"""Every code snippet in the documentation is part of a tested file, or compiles, and the rig takes
+every scenario.
 
     snippets_test.py --build <build tree> [unittest options]
 
-A piece that is no whole program stands in the surroundings that its reader has in mind.
+A snippet that is no whole program is compiled with the includes and the function around it that a
+reader supplies.
 """
 
 import argparse
@@ -16,7 +17,7 @@ import unittest
 
 import document
 
-# What the tests build or run.
+# Files that tests build or run.
 TESTED = ("examples/**/*.[ch]*", "rig/**/*.[ci]*", "tests/**/*.cpp")
 
 STRICT = ["-Wall", "-Wextra", "-Werror", "-fsyntax-only", "-Iinclude"]
@@ -41,7 +42,7 @@ SURROUNDINGS = {
     "python": "import solvane\n%s\n",
     "js": "const solvane = require('./solvane');\n%s\n",
 }
-# The compilers of these do not look whether a name is there.
+# The compilers of these languages do not check names.
 BINDINGS = {"python": "bindings/python/solvane.py", "js": "bindings/node/solvane.js"}
 
 
@@ -55,14 +56,14 @@ def without_indentation(text):
 
 
 def is_whole(block):
-    """Whether a piece includes what it needs."""
+    """Whether a snippet has its own includes."""
     return "#include" in block.text
 
 
 class Snippets(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        cls.blocks = [block for told in document.read_all() for block in told.blocks]
+        cls.blocks = [block for page in document.read_all() for block in page.blocks]
         tested = sorted({path for pattern in TESTED for path in glob.glob(pattern, recursive=True)})
         cls.tested = "\n\n".join(without_indentation(read(path)) for path in tested)
 

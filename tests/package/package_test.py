@@ -1,5 +1,5 @@
-"""The release archive, unpacked into an empty directory: what is in it, and hosts of several kinds
-that are built from nothing else, by the README's commands, and run on its rig."""
+"""The release archive, unpacked into an empty directory: its content, and several kinds of hosts,
+built from it alone by the README's commands and run on its rig."""
 
 import argparse
 import os
@@ -36,7 +36,7 @@ def run(*command, **options):
 
 
 def package(directory, umask=0o022, zone="UTC"):
-    """Lets CPack make the archives there; gives their paths, the symbols' second."""
+    """Has CPack make the archives there; returns their paths, the symbols' second."""
     run("cpack", "--config", os.path.join(OPTIONS.build, "CPackConfig.cmake"), "-B", directory,
         umask=umask, env=dict(os.environ, SOURCE_DATE_EPOCH="1700000000", TZ=zone))
     return [os.path.join(directory, f"solvane-{OPTIONS.version}-win64{end}.zip")
@@ -64,7 +64,7 @@ class Archive(unittest.TestCase):
         cls.folder = tempfile.TemporaryDirectory()
         cls.addClassCleanup(cls.folder.cleanup)
         cls.archives = package(os.path.join(cls.folder.name, "archives"))
-        # Nothing of the project lies above or beside what a host developer has unpacked.
+        # A directory without anything of the project above or beside it.
         cls.pristine = os.path.join(cls.folder.name, "pristine")
         unpack(cls.archives[0], cls.pristine)
         cls.symbols = os.path.join(cls.folder.name, "symbols")
@@ -134,8 +134,8 @@ class Archive(unittest.TestCase):
         numbers = [word for pair in (major_minor, patch_tweak)
                    for word in (pair >> 16, pair & 0xFFFF)]
         self.assertEqual(".".join(map(str, numbers)), version)
-        told = self.in_wine(f"{RUN} bin/solvane.exe --version", self.root)
-        self.assertIn(version, told.stdout.split())
+        outcome = self.in_wine(f"{RUN} bin/solvane.exe --version", self.root)
+        self.assertIn(version, outcome.stdout.split())
 
     def test_links_of_documents_lead_to_files_of_the_archive(self):
         links = 0
@@ -146,7 +146,6 @@ class Archive(unittest.TestCase):
                     links += 1
                     self.assertTrue(os.path.exists(os.path.join(os.path.dirname(path), link)),
                                     f"{name}: no {link}")
-        # README: hardware, timers, architecture, the rig, the picture.
         self.assertGreaterEqual(links, 5)
 
     # ---- The binaries
@@ -191,9 +190,9 @@ class Archive(unittest.TestCase):
         offsets = re.findall(r"\+base\[\s*\d+\] ([0-9a-f]+) Export RVA", table)
         # A def file's names are sorted, and so are their ordinals.
         address = base + int(offsets[names.index("Solvane_TriggerCapture")], 16)
-        told = run(OPTIONS.addr2line, "-f", "-e",
-                   os.path.join(self.symbols, self.top, "bin/Solvane.dll.debug"), hex(address))
-        function, place = told.splitlines()
+        symbol = run(OPTIONS.addr2line, "-f", "-e",
+                     os.path.join(self.symbols, self.top, "bin/Solvane.dll.debug"), hex(address))
+        function, place = symbol.splitlines()
         self.assertEqual(function, "Solvane_TriggerCapture")
         self.assertRegex(place, r"^/solvane/src/api/exports\.cpp:\d+")
 
@@ -223,10 +222,10 @@ class Archive(unittest.TestCase):
         with tempfile.TemporaryDirectory() as folder:
             unpack(self.archives[0], folder)
             journal = os.path.join(folder, "journal")
-            told = self.in_wine("set -e\n" + commands, os.path.join(folder, self.top),
+            outcome = self.in_wine("set -e\n" + commands, os.path.join(folder, self.top),
                                 SOLVANE_RIG_JOURNAL=journal)
-            self.assertEqual(told.returncode, 0, told.stdout + told.stderr)
-            # A camera that latches no flag has taken no picture that anybody could tell of.
+            self.assertEqual(outcome.returncode, 0, outcome.stdout + outcome.stderr)
+            # Without a latched flag a picture cannot be confirmed.
             scenario = os.path.join(folder, "no_flag.toml")
             with open(scenario, "w") as file:
                 file.write("[camera]\nmep = 'never'\n[[usb]]\nchip = 'FT2232H'\n")
@@ -241,8 +240,8 @@ class Archive(unittest.TestCase):
         self.assertEqual([line for line in lines if re.match(r"edge +trigger", line)],
                          ["edge  trigger 1", "edge  trigger 0"])
         if host.shown:
-            self.assertTrue(told.stdout.endswith(host.shown.text + "\n"), told.stdout)
-        return told.stdout
+            self.assertTrue(outcome.stdout.endswith(host.shown.text + "\n"), outcome.stdout)
+        return outcome.stdout
 
     def test_a_c_host_of_mingw(self):
         self.assertTrue(self.capture_with("gcc -Iinclude examples").endswith("captured\n"))

@@ -1,4 +1,4 @@
-"""docs/hardware.md has the wiring of the code's own tables, in its tables and in its drawings."""
+"""The wiring in docs/hardware.md, in its tables and in its drawings, is that of the code's tables."""
 
 import re
 import sys

@@ -4,12 +4,12 @@ import glob
 import re
 import sys
 
-# What is said to WMI and to the compiler.
+# Texts for WMI and for the compiler.
 NOT_LOGGED = re.compile(r'static_assert\([^;]*;|L"[^"]*"|"\[HH:MM:SS\."|"mmm\] "')
 
 
 def texts_of_the_code():
-    """The literals of src/ with letters, adjacent ones as one; names of pins and digits are none."""
+    """The literals of src/ with letters, adjacent ones joined, without names of pins and digits."""
     found = set()
     for path in glob.glob("src/*/**/*.cpp", recursive=True) + glob.glob("src/*/**/*.h", recursive=True):
         with open(path) as file:
@@ -31,7 +31,7 @@ def texts_of_the_legend():
 code = texts_of_the_code()
 legend, spans = texts_of_the_legend()
 missing = sorted(text for text in code if text not in legend)
-# What is written down as one text may be made of several.
+# A text of the document may consist of several.
 invented = sorted({span for span in spans
                    if not any(text in span or span in text for text in code)} -
                   {"..", "[10:25:29.554]", "0x90"})
