@@ -13,7 +13,7 @@
  * 1. One thread at a time. Nothing here is locked: a host calls these functions from one thread,
  *    or makes sure that no two calls overlap. There are two exceptions. The very first call may
  *    come from several threads at once; all but one of them wait until the hardware was looked for.
- *    And timers run on threads of their own, as told with them.
+ *    And timers run on threads of their own (see SolvaneTimerHandle).
  *
  * 2. Every function but those of timers is synchronous: it returns when the lines have their new
  *    levels. The times given below are those of a healthy FT2232H with a 1 ms timer; "ms" are
@@ -42,30 +42,30 @@
  * 6. Lost reads. A question whose line cannot be read still returns 0. Power questions then answer
  *    1 (on), all other questions 0 (not ready, not dark, no flag): a camera whose power is unknown
  *    must be taken as powered. The Super I/O chip is the exception, where unknown camera power
- *    answers 0. Reads of a parallel port cannot be told from lost ones.
+ *    answers 0. On a parallel port lost reads cannot be distinguished from others.
  *
  * 7. Calls from inside. From inside its log function a host may call Solvane_SetLogger, the timer
  *    functions for a timer that does not run, and Solvane_StopTimer for one that does. From inside
  *    a timer's function it may call everything, but for that timer only Solvane_StopTimer. The line
  *    that the log function is given stays as it is until it returns; what is logged from inside it
- *    begins behind that text. The rest is a host's mistake:
+ *    is appended to that text. The rest is a host's mistake:
  *    - A function that needs the hardware, from inside the log function during the first such call
  *      of the process: it waits for that call, for ever.
  *    - Solvane_RecheckStatus and Solvane_EnforceFTDI from inside the log function during a function
- *      of the lines: that function goes on with an object that is gone.
- *    - Other functions of the lines from there: they do what they do, in the middle of that
+ *      of the lines: that function continues with an object that was deleted.
+ *    - Other functions of the lines from there: they take effect in the middle of that
  *      function, which can then fail or find its work undone. Solvane_CloseDevice in a trigger
  *      leaves the trigger line high (the trigger answers SOLVANE_E_WRITE). Two calls that open the
  *      chip at once leave it SOLVANE_E_NO_HARDWARE until Solvane_RecheckStatus.
- *    - Unloading the library: it returns into code that is gone. The hardware is closed.
+ *    - Unloading the library: the hardware is closed, and the call returns into unloaded code.
  *    Timers log on their own threads: with timers in use, several threads can be in the log
  *    function at once.
  *
  * 8. No C++ exception of the library's own crosses this interface, save one: if there is no memory
- *    for the few bytes of a controller object, std::bad_alloc leaves the call that makes it, and
+ *    for the few bytes of a controller object, std::bad_alloc leaves the call that creates it, and
  *    the next call starts afresh. Only the very first call, Solvane_RecheckStatus and
- *    Solvane_EnforceFTDI make one, and no line is in mid-pulse then. Everything else that needs
- *    memory and finds none fails as that step fails otherwise: a search finds no hardware
+ *    Solvane_EnforceFTDI create one, and no line is in mid-pulse then. Every other step that finds
+ *    no memory fails as it fails otherwise: a search finds no hardware
  *    (SOLVANE_E_NO_HARDWARE), a timer function answers SOLVANE_E_UNDETERMINED, a long log line is
  *    cut short. (In a process that gets no memory at all, mingw-w64's run-time library cannot throw
  *    and ends it.)
@@ -119,9 +119,9 @@ extern "C" {
  * The host's log function.
  *
  * Called on the thread that called the library, in the middle of an operation: return quickly, for
- * the lines may wait in mid-pulse for you. Rule 7 says what may be called from here. Let no
+ * a line may be in mid-pulse meanwhile. Rule 7 says what may be called from here. Let no
  * exception out: it passes through the function of the library and leaves the lines where they are,
- * the trigger perhaps high; while hardware is let go of it ends the process. A std::exception ends
+ * the trigger perhaps high; while hardware is released it ends the process. A std::exception ends
  * a timer's run, and turns the answer of Solvane_StopTimer into SOLVANE_E_UNDETERMINED.
  *
  * @param context the pointer given to Solvane_SetLogger, untouched.
@@ -138,8 +138,8 @@ typedef void(SOLVANE_CALL* SolvaneLogCallback)(void* context, const char* line);
  * - Pointers: both are kept until the next call of this function or until the library is
  *   unloaded: the unload itself logs, so keep the function callable until then or remove it first.
  * - Threads: never while another call is in progress.
- * - Time: no waiting. Without a log function nothing is formatted and nothing is kept for later, so
- *   install it before the first other call to see how the hardware was chosen.
+ * - Time: no waiting. Without a log function lines are lost, not kept: install it before the first
+ *   other call to see how the hardware was chosen.
  *
  * @param context handed back with every line and never looked at; may be null.
  * @param callback the host's log function; null stops logging.
@@ -157,7 +157,7 @@ SOLVANE_API void SOLVANE_CALL Solvane_SetLogger(void* context, SolvaneLogCallbac
  * - Time: none when configured already, about 60 ms when it configures.
  *
  * @return SOLVANE_OK, SOLVANE_E_NO_HARDWARE, SOLVANE_E_WRITE (the port driver of a parallel port is
- *     not open; or a mainboard's line could not be set to rest, which is told once).
+ *     not open; or a mainboard's line could not be set to rest, which is reported once).
  */
 SOLVANE_API int16_t SOLVANE_CALL Solvane_CheckAvailable(void);
 
@@ -234,7 +234,7 @@ SOLVANE_API int16_t SOLVANE_CALL Solvane_CheckSystemReady(int16_t* ready);
 SOLVANE_API int16_t SOLVANE_CALL Solvane_CheckAndResetMepFlag(int16_t* flag);
 
 /**
- * Wakes the camera: the dark line is inverted for 10 ms and put back.
+ * Wakes the camera: the dark line is inverted for 10 ms.
  *
  * - Lines: the dark line only, and it ends as it was. There is no wake line of its own: a camera
  *   that shows a picture sees a short dark pulse.
@@ -376,20 +376,20 @@ SOLVANE_API int16_t SOLVANE_CALL Solvane_ResetComPort(void);
  * function is then called from each of them, unsynchronised: let it be able to, or install none.
  * The host orders all else by itself, for instance by joining the run's thread.
  *
- * Mistakes of a host's, which nothing here can notice, and what they come to:
- * - Dispose during a run: the run goes on with memory that is gone and a driver handle that is
- *   closed. It crashes at its next event, or waits for ever for one that no longer comes.
+ * Mistakes of a host, which the library cannot detect, and their consequences:
+ * - Dispose during a run: the run continues with freed memory and a closed driver handle. It
+ *   crashes at its next event, or waits for ever for one that no longer comes.
  * - Stop racing with dispose (a stop that has not returned when the timer is disposed of, or that
- *   comes later): it reads memory that is gone, and may write a 0 into it. Nothing, a damaged heap
+ *   comes later): it reads freed memory, and may write a 0 into it. Nothing, a damaged heap
  *   or a crash.
  * - Two runs of one handle at once: both call the function of the later one and wait for its driver
- *   timer, and the first one's triggers on until the handle is disposed of; one stop is for both.
- *   When one of them returns, the other has no function any more: it crashes at its next event,
+ *   timer, and the first one's timer triggers until the handle is disposed of; one stop is for
+ * both. When one of them returns, the other has no function any more: it crashes at its next event,
  *   unless it was stopped, and may wait for ever for that event.
- * - Unload during a run: the code that the run returns to is gone. It crashes at its next event.
+ * - Unload during a run: the run returns into unloaded code. It crashes at its next event.
  *   An unload disposes of no timer: each keeps its driver handle until the process ends.
- * - A number that is no timer's handle, or no longer: it is taken for an address. Only 0 is told
- *   apart.
+ * - A number that is not, or no longer, a timer's handle: it is taken for an address. Only 0 is
+ *   recognised.
  */
 typedef uint64_t SolvaneTimerHandle;
 
@@ -413,9 +413,9 @@ typedef struct SolvaneTimerEvent {
 /**
  * The host's timer function, called once for every event.
  *
- * Called on the thread in Solvane_RunTimer. The next event is waited for when it has returned. In
+ * Called on the thread in Solvane_RunTimer, which waits for the next event when it has returned. In
  * C++, a std::exception that leaves it ends the run, which then returns SOLVANE_E_UNDETERMINED;
- * whatever else leaves it, leaves the run too.
+ * any other exception passes through the run.
  *
  * @param userContext the value given to Solvane_CreateTimer.
  * @param event valid only during the call.
@@ -424,7 +424,7 @@ typedef void(SOLVANE_CALL* SolvaneTimerCallback)(uint64_t userContext,
                                                  const SolvaneTimerEvent* event);
 
 /**
- * Opens the driver and makes a timer, which does not run yet.
+ * Opens the driver and creates a timer, which does not run yet.
  *
  * @param[out] timer becomes the handle; untouched unless the status is 0.
  * @param userContext handed to the timer's function with every event and never looked at.
@@ -435,9 +435,9 @@ SOLVANE_API int16_t SOLVANE_CALL Solvane_CreateTimer(SolvaneTimerHandle* timer,
                                                      uint64_t userContext);
 
 /**
- * Runs a timer: blocks, and calls `callback` for each event, until somebody stops the timer.
+ * Runs a timer: blocks, and calls `callback` for each event, until the timer is stopped.
  *
- * @param timer what Solvane_CreateTimer made.
+ * @param timer from Solvane_CreateTimer.
  * @param timerParameter passed to the driver as it is; its unit is the driver's.
  * @param callback the host's timer function.
  * @return SOLVANE_OK after a stop; SOLVANE_E_UNDETERMINED when the driver, an event or a wait
@@ -452,24 +452,24 @@ SOLVANE_API int16_t SOLVANE_CALL Solvane_RunTimer(SolvaneTimerHandle timer, uint
  * inside the timer's function the run ends when that returns. From another thread it ends at the
  * driver's next event, which is not delivered any more. A stop that comes while a run is still
  * asking the driver for its timer is lost: stop after the first event, or stop again.
- * A stop that comes just as a run ends is answered with SOLVANE_OK as well. If that timer is run
+ * A stop that comes just as a run ends returns SOLVANE_OK as well. If that timer is run
  * again before the stop has returned, it may end the new run instead: start a run when the stops of
  * the last one have returned.
  *
- * @param timer what Solvane_CreateTimer made.
+ * @param timer from Solvane_CreateTimer.
  * @return SOLVANE_OK; SOLVANE_E_INVALID for a handle of 0 or a timer that does not run.
  */
 SOLVANE_API int16_t SOLVANE_CALL Solvane_StopTimer(SolvaneTimerHandle timer);
 
 /**
  * Deletes a timer and closes its driver handle. Never call it during a run: it does not wait, and
- * the run would go on with memory that is gone. Stop the timer and let Solvane_RunTimer return
+ * the run would continue with freed memory. Stop the timer and let Solvane_RunTimer return
  * first.
  *
  * If the driver refuses to delete a timer that a failed run left behind, the process ends: the
  * driver would go on triggering with nobody to stop it.
  *
- * @param timer what Solvane_CreateTimer made; of no use afterwards.
+ * @param timer from Solvane_CreateTimer; invalid afterwards.
  * @return SOLVANE_OK; SOLVANE_E_INVALID for a handle of 0. The log says that the timer was not
  *     started; that is no error here.
  */
