@@ -109,7 +109,7 @@ class SolvaneLatch final : public SolvaneInterface {
     }
 
     Logger& logger;
-    std::uint8_t latch = 0; ///< what the outputs are set to
+    std::uint8_t latch = 0; ///< the levels of the outputs
 };
 
 } // namespace SLV::Internal
