@@ -1,6 +1,6 @@
 /*
- * A test of a host's own on the rig: what the camera has seen of it. The exit code is 0 if all of
- * it holds.
+ * A host's own test on the rig, which asks what the camera has seen. The exit code is 0 if
+ * everything holds.
  */
 
 #include <stdio.h>

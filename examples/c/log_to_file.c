@@ -1,5 +1,4 @@
-/* Keeps the library's log of how it finds the hardware: log_to_file [file], solvane.log unless
- * told. */
+/* Writes the library's log of how it finds the hardware to a file: log_to_file [solvane.log] */
 
 #include <stdio.h>
 
@@ -28,7 +27,7 @@ int main(int argc, char** argv) {
         perror(path);
         return 1;
     }
-    Solvane_SetLogger(&log, on_line); /* first, for nothing is kept for later */
+    Solvane_SetLogger(&log, on_line); /* first: earlier lines are lost */
     status = Solvane_CheckAvailable();
     Solvane_SetLogger(NULL, NULL); /* before the file closes: the library's unload logs too */
     if (fclose(log.file) != 0) {

@@ -1,4 +1,4 @@
-/* Finds the hardware and prints what every line that can be read says.
+/* Finds the hardware and prints the state of every line that can be read.
  *
  * It asks and switches nothing, but finding the hardware sets trigger and clear-MEP to rest, and on
  * a mainboard switches both powers on and dark off. */
@@ -23,7 +23,7 @@ static int ask(const char* label, Question question, const char* yes, const char
 }
 
 int main(void) {
-    /* The first call looks for the hardware and brings it up; all that follow use what it found. */
+    /* The first call looks for the hardware and configures it; later calls use what it found. */
     const int16_t status = Solvane_CheckAvailable();
     if (status != SOLVANE_OK) {
         fprintf(stderr, "Solvane_CheckAvailable: status %d\n", status);
@@ -33,7 +33,7 @@ int main(void) {
     printf("power control: %s\n",
            Solvane_CheckPowerControlAvailable() == SOLVANE_OK ? "yes" : "no");
 
-    /* Asking for the MEP flag would clear it, so that a probe leaves it alone. */
+    /* Asking for the MEP flag would clear it, so a probe leaves it alone. */
     if (ask("ready", Solvane_CheckSystemReady, "yes", "no") != 0 ||
         ask("dark", Solvane_CheckForcedBlackUpdate, "on", "off") != 0 ||
         ask("camera power", Solvane_CheckCameraPower, "on", "off") != 0 ||

@@ -16,6 +16,6 @@ int main(void) {
         fprintf(stderr, "Solvane_TriggerCapture: status %d\n", status);
         return 1;
     }
-    printf("triggered\n"); /* whether a picture was taken, the MEP flag tells */
+    printf("triggered\n"); /* the MEP flag tells whether a picture was taken */
     return 0;
 }

@@ -1,4 +1,4 @@
-/* Prints "system ready" and each of its changes: watch_ready [seconds], 10 unless told. */
+/* Prints "system ready" and each of its changes: watch_ready [seconds, 10 by default] */
 
 #include <stdio.h>
 #include <stdlib.h>
@@ -21,10 +21,10 @@ int main(int argc, char** argv) {
         }
         if (ready != before) {
             printf("%s\n", ready ? "ready" : "not ready");
-            fflush(stdout); /* shown now, whatever reads it */
+            fflush(stdout); /* visible at once, also in a pipe */
             before = ready;
         }
-        Sleep(20); /* the question takes about 2 ms: leave the rest to others */
+        Sleep(20); /* the question takes about 2 ms */
     }
     return 0;
 }

@@ -1,5 +1,4 @@
-// Keeps the library's log of how it finds the hardware: log_to_file [file], solvane.log unless
-// told.
+// Writes the library's log of how it finds the hardware to a file: log_to_file [solvane.log]
 
 #include <fstream>
 #include <iostream>
@@ -12,8 +11,8 @@ int main(int argc, char** argv) {
     int lines = 0;
     std::error_code error;
     {
-        // Made before the first call, for nothing is kept for later. The function is called in the
-        // middle of operations, so it returns quickly, and it calls nothing of Solvane's.
+        // Before the first call: earlier lines are lost. The function is called in the middle of
+        // operations, so it returns quickly, and it calls nothing of Solvane's.
         const solvane::Logger logger([&](std::string_view line) {
             file << line << '\n';
             ++lines;

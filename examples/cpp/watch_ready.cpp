@@ -1,4 +1,4 @@
-// Prints "system ready" and each of its changes: watch_ready [seconds], 10 unless told.
+// Prints "system ready" and each of its changes: watch_ready [seconds, 10 by default]
 
 #include <chrono>
 #include <cstdlib>
@@ -17,10 +17,10 @@ int main(int argc, char** argv) try {
     while (Clock::now() - begin < watch) {
         const bool ready = solvane::CheckSystemReady();
         if (ready != before) {
-            std::cout << (ready ? "ready" : "not ready") << std::endl; // shown now
+            std::cout << (ready ? "ready" : "not ready") << std::endl; // visible at once
             before = ready;
         }
-        // The question takes about 2 ms: leave the rest to others.
+        // The question takes about 2 ms.
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
     return 0;

@@ -1,4 +1,4 @@
-// Keeps the library's log of how it finds the hardware: log_to_file [file], solvane.log unless told.
+// Writes the library's log of how it finds the hardware to a file: log_to_file [solvane.log]
 
 using System;
 using System.IO;
@@ -14,7 +14,7 @@ static class LogToFile
         try
         {
             using (StreamWriter file = new StreamWriter(path))
-            // Made before the first call, for nothing is kept for later, and gone before the file
+            // Before the first call, because earlier lines are lost, and disposed of before the file
             // closes. The function is called in the middle of operations, so it returns quickly, and
             // it calls nothing of Solvane's.
             using (new Logger(line => { file.WriteLine(line); lines++; }))

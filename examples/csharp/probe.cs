@@ -1,4 +1,4 @@
-// Finds the hardware and prints what every line that can be read says.
+// Finds the hardware and prints the state of every line that can be read.
 //
 // It asks and switches nothing, but finding the hardware sets trigger and clear-MEP to rest, and on a
 // mainboard switches both powers on and dark off.
@@ -12,13 +12,13 @@ static class Probe
     {
         try
         {
-            // The first call looks for the hardware and brings it up; all that follow use what it
-            // found. It throws when there is none.
+            // The first call looks for the hardware and configures it; later calls use what it found.
+            // It throws when there is none.
             Camera.CheckAvailable();
             Console.WriteLine("available: yes");
             Console.WriteLine("power control: " + (CanSwitchPower() ? "yes" : "no"));
 
-            // Asking for the MEP flag would clear it, so that a probe leaves it alone.
+            // Asking for the MEP flag would clear it, so a probe leaves it alone.
             Console.WriteLine("ready: " + (Camera.CheckSystemReady() ? "yes" : "no"));
             Console.WriteLine("dark: " + (Camera.CheckForcedBlackUpdate() ? "on" : "off"));
             Console.WriteLine("camera power: " + (Camera.CheckCameraPower() ? "on" : "off"));
@@ -41,7 +41,7 @@ static class Probe
         }
         catch (SolvaneException)
         {
-            return false; // which is an answer here, no failure
+            return false; // an answer here, not a failure
         }
     }
 }

@@ -12,7 +12,7 @@ static class Trigger
             // One call does it all: it finds the hardware, asks whether the system is ready, clears a
             // latched MEP flag, gives the pulse, and returns when the trigger line is low again.
             Camera.TriggerCapture();
-            Console.WriteLine("triggered"); // whether a picture was taken, the MEP flag tells
+            Console.WriteLine("triggered"); // the MEP flag tells whether a picture was taken
             return 0;
         }
         catch (SolvaneException error)

@@ -1,4 +1,4 @@
-// Prints "system ready" and each of its changes: watch_ready [seconds], 10 unless told.
+// Prints "system ready" and each of its changes: watch_ready [seconds, 10 by default]
 
 using System;
 using System.Diagnostics;
@@ -24,7 +24,7 @@ static class WatchReady
                     Console.WriteLine(ready ? "ready" : "not ready");
                     before = ready;
                 }
-                Thread.Sleep(20); // the question takes about 2 ms: leave the rest to others
+                Thread.Sleep(20); // the question takes about 2 ms
             }
             return 0;
         }

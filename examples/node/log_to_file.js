@@ -1,4 +1,4 @@
-// Keeps the library's log of how it finds the hardware: log_to_file [file], solvane.log unless told.
+// Writes the library's log of how it finds the hardware to a file: log_to_file [solvane.log]
 'use strict';
 
 const fs = require('fs');
@@ -9,7 +9,7 @@ let lines = 0;
 let failure = null;
 try {
   const file = fs.openSync(path, 'w');
-  // Before the first call, for nothing is kept for later. The function is called in the middle of
+  // Before the first call: earlier lines are lost. The function is called in the middle of
   // operations, so it returns quickly, and it calls nothing of Solvane's.
   solvane.setLogger((line) => {
     fs.writeSync(file, `${line}\n`);

@@ -1,4 +1,4 @@
-// Finds the hardware and prints what every line that can be read says.
+// Finds the hardware and prints the state of every line that can be read.
 //
 // It asks and switches nothing, but finding the hardware sets trigger and clear-MEP to rest, and on a
 // mainboard switches both powers on and dark off.
@@ -11,18 +11,18 @@ const canSwitchPower = () => {
     solvane.checkPowerControlAvailable();
     return true;
   } catch (error) {
-    return false; // which is an answer here, no failure
+    return false; // an answer here, not a failure
   }
 };
 
 try {
-  // The first call looks for the hardware and brings it up; all that follow use what it found. It
+  // The first call looks for the hardware and configures it; later calls use what it found. It
   // throws when there is none.
   solvane.checkAvailable();
   console.log('available: yes');
   console.log(`power control: ${canSwitchPower() ? 'yes' : 'no'}`);
 
-  // Asking for the MEP flag would clear it, so that a probe leaves it alone.
+  // Asking for the MEP flag would clear it, so a probe leaves it alone.
   console.log(`ready: ${solvane.checkSystemReady() ? 'yes' : 'no'}`);
   console.log(`dark: ${solvane.checkForcedBlackUpdate() ? 'on' : 'off'}`);
   console.log(`camera power: ${solvane.checkCameraPower() ? 'on' : 'off'}`);

@@ -7,7 +7,7 @@ try {
   // One call does it all: it finds the hardware, asks whether the system is ready, clears a latched MEP
   // flag, gives the pulse, and returns when the trigger line is low again.
   solvane.triggerCapture();
-  console.log('triggered'); // whether a picture was taken, the MEP flag tells
+  console.log('triggered'); // the MEP flag tells whether a picture was taken
 } catch (error) {
   console.error(error.status === solvane.Status.NOT_READY
     ? 'not ready: try again later' // and no line was touched

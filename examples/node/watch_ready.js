@@ -1,4 +1,4 @@
-// Prints "system ready" and each of its changes: watch_ready [seconds], 10 unless told.
+// Prints "system ready" and each of its changes: watch_ready [seconds, 10 by default]
 'use strict';
 
 const solvane = require('../../bindings/node/solvane');
@@ -15,7 +15,7 @@ const look = () => {
   }
 };
 
-const watch = setInterval(() => { // the question takes about 2 ms: leave the rest to others
+const watch = setInterval(() => { // the question takes about 2 ms
   try {
     if (performance.now() < end) {
       look();

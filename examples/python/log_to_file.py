@@ -1,4 +1,4 @@
-"""Keeps the library's log of how it finds the hardware: log_to_file [file], solvane.log unless told."""
+"""Writes the library's log of how it finds the hardware to a file: log_to_file [solvane.log]"""
 
 import sys
 
@@ -18,8 +18,7 @@ def on_line(line):
 failure = None
 try:
     with open(path, "w", encoding="utf-8") as file:
-        # The log begins before the first call, for nothing is kept for later, and ends before the
-        # file closes.
+        # Set before the first call, because earlier lines are lost, and removed before the file closes.
         with solvane.logger(on_line):
             try:
                 solvane.check_available()

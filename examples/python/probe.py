@@ -1,4 +1,4 @@
-"""Finds the hardware and prints what every line that can be read says.
+"""Finds the hardware and prints the state of every line that can be read.
 
 It asks and switches nothing, but finding the hardware sets trigger and clear-MEP to rest, and on a
 mainboard switches both powers on and dark off.
@@ -10,8 +10,8 @@ import solvane
 
 
 def main():
-    # The first call looks for the hardware and brings it up; all that follow use what it found. It
-    # raises solvane.Error when there is none.
+    # The first call looks for the hardware and configures it; later calls use what it found. It raises
+    # solvane.Error when there is none.
     solvane.check_available()
     print("available: yes")
 
@@ -21,7 +21,7 @@ def main():
     except solvane.Error:  # "no" is no failure here
         print("power control: no")
 
-    # Asking for the MEP flag would clear it, so that a probe leaves it alone.
+    # Asking for the MEP flag would clear it, so a probe leaves it alone.
     print("ready:", "yes" if solvane.check_system_ready() else "no")
     print("dark:", "on" if solvane.check_forced_black_update() else "off")
     print("camera power:", "on" if solvane.check_camera_power() else "off")

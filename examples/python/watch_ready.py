@@ -1,4 +1,4 @@
-"""Prints "system ready" and each of its changes: watch_ready [seconds], 10 unless told."""
+"""Prints "system ready" and each of its changes: watch_ready [seconds, 10 by default]"""
 
 import sys
 import time
