@@ -1,5 +1,5 @@
-/// What an exported function adds to the controller's own work, and what a whole operation costs
-/// besides its sleeps and the chip.
+/// The cost of an exported function beside the controller's own work, and of whole operations
+/// without their sleeps and the chip.
 
 #include <benchmark/benchmark.h>
 

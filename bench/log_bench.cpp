@@ -1,4 +1,5 @@
-/// What a log step costs with and without a listener, beside spdlog with the same line format.
+/// The cost of a log step with and without a callback, compared with spdlog and the same line
+/// format.
 
 #include <cstring>
 

@@ -1,5 +1,5 @@
-/// What an operation on the Super I/O chip costs besides its port accesses and sleeps: the ports
-/// answer at once here, and nobody listens to the log.
+/// The cost of operations on the Super I/O chip without port accesses and sleeps: ports answer at
+/// once here, and logging is off.
 
 #include <benchmark/benchmark.h>
 
@@ -11,7 +11,7 @@ namespace {
 using SLV::Internal::Logger;
 using SLV::Internal::SolvaneKontron;
 
-/// The accesses alone: what TriggerCapture() asks of the ports, without the library.
+/// The port accesses of TriggerCapture(), without the library.
 void PortAccessesOfATrigger(benchmark::State& state) {
     for (auto _ : state) {
         for (int read = 0; read < 2; ++read) {

@@ -1,4 +1,4 @@
-# What every target of the project is compiled with: solvane_options.
+# solvane_options: the compile options of every target of the project.
 add_library(solvane_options INTERFACE)
 
 if(MSVC)
@@ -14,8 +14,8 @@ if(WIN32)
     _WIN32_WINNT=0x0A00 WIN32_LEAN_AND_MEAN NOMINMAX UNICODE _UNICODE)
 endif()
 
-# Symbols for the debugger, which name the sources as /solvane/...: the same bytes from every
-# directory. Tests need none.
+# Symbols for the debugger. They name the sources as /solvane/..., so that a build gives the same bytes in
+# every directory. Tests need none.
 define_property(TARGET PROPERTY SOLVANE_NO_SYMBOLS INITIALIZE_FROM_VARIABLE SOLVANE_NO_SYMBOLS)
 add_library(solvane_symbols INTERFACE)
 if(MINGW)
@@ -29,9 +29,9 @@ if(MINGW)
 endif()
 
 if(MINGW)
-  # No run-time library of the compiler's has to be shipped; the same bytes from every build.
+  # Without the compiler's run-time DLLs; the same bytes from every build.
   target_link_libraries(solvane_options INTERFACE solvane_symbols)
-  # Data stay together: in sections of their own, zeros take room in the file.
+  # No -fdata-sections: zeros would then take space in the file.
   target_compile_options(solvane_options INTERFACE -ffunction-sections)
   target_link_options(solvane_options INTERFACE
     -static -Wl,--gc-sections -Wl,--no-insert-timestamp
@@ -49,8 +49,8 @@ if(SOLVANE_COVERAGE AND NOT WIN32) # programs that contain src/
   target_link_options(solvane_options INTERFACE --coverage)
 endif()
 
-# solvane_measured(): the coverage of what is compiled in this directory counts; the rig and hosts are left as
-# they are. Some tests have threads.
+# solvane_measured(): measures the coverage of what is compiled in this directory. Atomically, because some
+# tests have threads.
 macro(solvane_measured)
   if(SOLVANE_COVERAGE)
     add_compile_options(--coverage -fprofile-abs-path -fprofile-update=atomic)
@@ -66,8 +66,8 @@ endif()
 # solvane_room(<name> [SOURCES ...] [SEES <targets this room's headers need>]
 #              [USES <targets its sources need>])
 #
-# One room of the house: a static library whose include path is its own directory and nothing else,
-# so that a room can include exactly the rooms that it is given here.
+# A room (docs/architecture.md): a static library whose include path is its own directory and nothing else,
+# so that it can include exactly the rooms that are given here.
 function(solvane_room name)
   cmake_parse_arguments(ROOM "" "" "SOURCES;SEES;USES" ${ARGN})
   if(ROOM_SOURCES)

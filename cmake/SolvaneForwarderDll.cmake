@@ -39,7 +39,7 @@ function(solvane_vendor_dll name row)
   solvane_forwarder_dll(${name} ${rows})
 endfunction()
 
-# solvane_rig_exports(<target>): exports from <target> what the forwarder DLLs so far forward to.
+# solvane_rig_exports(<target>): has <target> export what all forwarder DLLs defined before forward to.
 function(solvane_rig_exports target)
   get_property(exports GLOBAL PROPERTY SOLVANE_RIG_EXPORTS)
   list(JOIN exports "\n    " exports)

@@ -1,8 +1,8 @@
 # solvane_header_library(<target> <header> <directory>)
 #
-# Makes a header-only library that the system has (CLI11, toml++, ...) usable by every toolchain. A
-# cross-compiler must not be given /usr/include, which holds the host's own C library, so the
-# library's directory alone is linked into the build tree. Several rooms may ask for the same one.
+# Makes a header-only library of the system (CLI11, toml++, ...) usable by every toolchain. A
+# cross-compiler must not see /usr/include, which has the build machine's C library, so only the
+# library's directory is linked into the build tree.
 function(solvane_header_library target header directory)
   if(TARGET ${target})
     return()

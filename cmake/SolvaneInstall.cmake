@@ -1,4 +1,4 @@
-# What `cmake --install` and `cpack` ship: the library for host developers, the rig to run their
+# The content of `cmake --install` and `cpack`: the library for host developers, the rig to run their
 # hosts on, and beside every binary its symbols (<file>.debug).
 
 # solvane_import_library(<name> <file.def>): <build tree>/lib/<name>.lib, an import library that both
@@ -17,7 +17,7 @@ endfunction()
 set(definition "${CMAKE_SOURCE_DIR}/src/api/solvane.def")
 solvane_import_library(Solvane "${definition}")
 
-# What tests of hosts call: the functions of the rig's header.
+# The functions of the rig's header, for hosts' own tests.
 set(rig_header "${CMAKE_SOURCE_DIR}/rig/include/solvane/rig.h")
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${rig_header}")
 file(STRINGS "${rig_header}" functions REGEX "^SOLVANE_RIG_API ")
@@ -27,8 +27,8 @@ file(CONFIGURE OUTPUT "${CMAKE_BINARY_DIR}/lib/solvane_rig.def"
   CONTENT "LIBRARY solvane_rig.dll\nEXPORTS\n${functions}\n" @ONLY)
 solvane_import_library(solvane_rig "${CMAKE_BINARY_DIR}/lib/solvane_rig.def")
 
-# solvane_install_binary(<target> <directory>): stripped, with a link to its symbols. objcopy
-# would put the time of day into it.
+# solvane_install_binary(<target> <directory>): stripped, with a link to its symbols, and without the time
+# that objcopy would write into it.
 function(solvane_install_binary target directory)
   install(PROGRAMS "$<TARGET_FILE:${target}>" DESTINATION ${directory})
   install(CODE "
@@ -69,7 +69,7 @@ install(FILES cmake/install/SolvaneConfig.cmake "${generated}/SolvaneConfigVersi
 configure_file(cmake/install/solvane.pc.in "${generated}/solvane.pc" @ONLY)
 install(FILES "${generated}/solvane.pc" DESTINATION lib/pkgconfig)
 
-# Documents lie as in the source tree, so that their links lead somewhere.
+# The same paths as in the source tree, so that links work.
 install(FILES README.md DESTINATION .)
 install(DIRECTORY docs DESTINATION .
   FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN "*.vcd")

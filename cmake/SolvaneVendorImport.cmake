@@ -1,6 +1,6 @@
 # solvane_vendor_import(<target> <file.def>)
 #
-# An import library for a vendor's DLL, made from the list of the calls that are used.
+# An import library for a vendor's DLL, made from the list of its calls that the library uses.
 function(solvane_vendor_import target def)
   get_filename_component(def "${def}" ABSOLUTE)
   set(library "${CMAKE_CURRENT_BINARY_DIR}/${target}${CMAKE_STATIC_LIBRARY_SUFFIX}")
@@ -8,7 +8,7 @@ function(solvane_vendor_import target def)
     set(command "${CMAKE_AR}" /nologo /machine:x64 "/def:${def}" "/out:${library}")
   else()
     find_program(SOLVANE_DLLTOOL NAMES x86_64-w64-mingw32-dlltool dlltool REQUIRED)
-    # dlltool makes symbols of the library's name: with its path they would be the build tree's.
+    # dlltool derives symbols from the library's name, which must not contain the build tree's path.
     cmake_path(GET library FILENAME name)
     set(command "${SOLVANE_DLLTOOL}" --deterministic-libraries -d "${def}" -l "${name}")
   endif()

@@ -1,5 +1,4 @@
-# find_package(Solvane) makes Solvane::Solvane of the directory that this file lies in, wherever
-# that was unpacked.
+# For find_package(Solvane): the target Solvane::Solvane, from wherever the archive was unpacked.
 get_filename_component(_solvane "${CMAKE_CURRENT_LIST_DIR}/../../.." ABSOLUTE)
 if(NOT TARGET Solvane::Solvane)
   add_library(Solvane::Solvane SHARED IMPORTED)

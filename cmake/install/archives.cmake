@@ -1,6 +1,6 @@
-# Makes the two archives of what CPack has installed: everything but the symbols, and the symbols,
-# which unpack into the same directory. The same files give the same bytes: the names are sorted,
-# and every time is that of the commit.
+# Makes two archives of CPack's staged files: everything but the symbols, and the symbols, which unpack
+# into the same directory. The same files give the same bytes: the names are sorted, and every time is
+# that of the commit.
 set(root "${CPACK_TEMPORARY_DIRECTORY}")
 cmake_path(GET root PARENT_PATH directory)
 set(name "${CPACK_PACKAGE_FILE_NAME}")
