@@ -1,0 +1,104 @@
+/// Guests that a bench would rather not have: very many, some that send noise, one that stalls.
+#include <cstdint>
+#include <cstdio>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <windows.h>
+
+#include "frames.h"
+#include "pipe.h"
+
+namespace {
+
+using namespace rig::bench;
+
+constexpr int kCrowd = 100;
+constexpr int kNoises = 1000;
+
+HANDLE OpenRaw(const std::string& name) {
+    const std::string path = "\\\\.\\pipe\\solvane-rig-" + name;
+    for (;;) {
+        const HANDLE pipe = CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+                                        OPEN_EXISTING, 0, nullptr);
+        if (pipe != INVALID_HANDLE_VALUE || GetLastError() != ERROR_PIPE_BUSY) {
+            return pipe;
+        }
+        WaitNamedPipeA(path.c_str(), 5000);
+    }
+}
+
+void SendRaw(HANDLE pipe, const std::string& bytes) {
+    DWORD written = 0;
+    WriteFile(pipe, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
+}
+
+/// Whether a question is answered; the connection stays open.
+bool IsAnswered(Connection& connection) {
+    return DecodedReply(connection.Exchange(Encoded(Command{{"captures"}, false}))).text == "0";
+}
+
+std::unique_ptr<Connection> Join(const std::string& name, bool isHost) {
+    auto connection = ConnectPipe(name);
+    DecodedHostNumber(connection->Exchange(Encoded(ThisProcess(isHost))));
+    return connection;
+}
+
+void Crowd(const std::string& name) {
+    std::vector<std::unique_ptr<Connection>> all;
+    int answered = 0;
+    for (int i = 0; i < kCrowd; ++i) {
+        all.push_back(Join(name, i % 2 == 0));
+    }
+    for (const auto& each : all) {
+        answered += IsAnswered(*each) ? 1 : 0;
+    }
+    std::printf("%d of %d connections were answered\n", answered, kCrowd);
+}
+
+/// Each connection ends by an answer or by itself: a read comes back, and the next is served.
+void Noise(const std::string& name) {
+    std::mt19937 random{7};
+    int ended = 0;
+    for (int i = 0; i < kNoises; ++i) {
+        std::string noise(random() % 200, '\0');
+        for (char& c : noise) {
+            c = static_cast<char>(random());
+        }
+        const HANDLE pipe = OpenRaw(name);
+        SendRaw(pipe, i % 2 == 0 ? noise : Framed(noise));
+        // A message that is announced and does not come is given up by its sender.
+        if (i % 2 != 0) {
+            char answer[512];
+            DWORD size = 0;
+            ended += ReadFile(pipe, answer, sizeof answer, &size, nullptr) && size > 0 ? 1 : 0;
+        } else {
+            ++ended;
+        }
+        CloseHandle(pipe);
+    }
+    std::printf("%d of %d messages of noise ended their connection alone\n", ended, kNoises);
+}
+
+void Stall(const std::string& name) {
+    const HANDLE stalling = OpenRaw(name);
+    SendRaw(stalling, Framed(std::string(100, 'x')).substr(0, 50));
+    const bool isAnswered = IsAnswered(*Join(name, true));
+    std::printf("others are %s beside one that stalls in mid-message\n",
+                isAnswered ? "answered" : "not answered");
+    CloseHandle(stalling);
+}
+
+} // namespace
+
+int main(int count, char** arguments) {
+    if (count != 2) {
+        return 2;
+    }
+    const std::string name = arguments[1];
+    Crowd(name);
+    Noise(name);
+    Stall(name);
+    return 0;
+}

@@ -1,0 +1,228 @@
+"""Hosts on a bench: processes of their own, which come, go and die while others look on."""
+
+import argparse
+import json
+import os
+import shutil
+import signal
+import subprocess
+import tempfile
+import time
+import unittest
+from pathlib import Path
+
+DONE, FAILED, USAGE, NOT_STARTED = 0, 1, 2, 125
+
+
+class Bench(unittest.TestCase):
+    """A bench of a name of its own for every test."""
+
+    scenario = ()
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory(prefix="solvane bench ü ")
+        self.addCleanup(folder.cleanup)
+        self.folder = Path(folder.name)
+        self.name = f"test-{os.getpid()}-{self.id().rsplit('.')[-1]}"[:60]
+        self.bench = self.start(OPTIONS.tool, "bench", "--name", self.name, *self.scenario)
+        self.assertIn(f'The bench "{self.name}" runs.', self.bench.stdout.readline())
+        self.addCleanup(self.end)
+
+    def end(self):
+        if self.bench.poll() is None:
+            self.command("stop")
+        self.bench.communicate(timeout=60)
+
+    def start(self, program, *arguments, **variables):
+        environment = dict(os.environ, LC_ALL="C.UTF-8", **variables)
+        return subprocess.Popen([OPTIONS.wine, program, *arguments], env=environment, text=True,
+                                stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                                stderr=subprocess.PIPE)
+
+    def run_to_end(self, program, *arguments, **variables):
+        process = self.start(program, *arguments, **variables)
+        out, err = process.communicate(timeout=120)
+        return process.returncode, out, err
+
+    def command(self, *words):
+        return self.run_to_end(OPTIONS.tool, words[0], "--bench", self.name, *words[1:])
+
+    def answer(self, *words):
+        code, out, err = self.command(*words, "--json")
+        self.assertIn(code, (DONE, FAILED), err)
+        return json.loads(out)
+
+    def host(self, *arguments, bench=None):
+        """solvane.exe on the bench."""
+        return self.run_to_end(OPTIONS.host, *arguments, SOLVANE_RIG=f"bench:{bench or self.name}")
+
+    def journal(self):
+        return [entry["text"] for entry in self.answer("journal")["entries"]]
+
+    def wait_until(self, is_so, what):
+        end = time.monotonic() + 60
+        while not is_so():
+            self.assertLess(time.monotonic(), end, what)
+            time.sleep(0.05)
+
+
+class Hosts(Bench):
+    def test_one_after_the_other_see_one_camera(self):
+        self.assertEqual(self.host("trigger")[0], DONE)
+        self.assertEqual(self.host("trigger")[0], DONE)
+        self.assertEqual(self.answer("captures"), {"captures": 2})
+        events = [line for line in self.journal() if line.startswith("host ")]
+        self.assertEqual([line.split(":")[0] for line in events],
+                         ["host 1 joins", "host 1 leaves", "host 2 joins", "host 2 leaves"])
+
+    def test_a_channel_that_another_host_has_open_does_not_open(self):
+        first = self.start(OPTIONS.host, "hold", "dark", "--for", "30", SOLVANE_RIG=f"bench:{self.name}")
+        try:
+            self.assertEqual(self.command("wait-edge", "dark 1", "--within", "60000")[0], DONE)
+            code, _, err = self.host("ready")
+            self.assertEqual(code, FAILED, err)
+            self.assertEqual(self.answer("levels")["dark"], 1)
+        finally:
+            # The Linux process of a Windows program: it dies without a word to anybody.
+            victim = subprocess.run(["pgrep", "-f", "solvane.exe hold dark --for 30"], text=True,
+                                    stdout=subprocess.PIPE, check=False).stdout.split()
+            for process in victim:
+                os.kill(int(process), signal.SIGKILL)
+            first.communicate(timeout=60)
+        self.wait_until(lambda: "host 1 leaves" in self.journal(), "the host left")
+        self.assertEqual(self.answer("levels")["dark"], 1, "a chip keeps its levels")
+        self.assertEqual(self.host("ready")[0], DONE)
+
+    def test_the_camera_gets_busy_while_a_host_runs(self):
+        watch = self.start(OPTIONS.host, "watch", SOLVANE_RIG=f"bench:{self.name}")
+        try:
+            self.assertRegex(watch.stdout.readline(), "ready")
+            self.assertRegex(watch.stdout.readline(), " ms +yes ")
+            self.assertEqual(self.command("ready", "off")[0], DONE)
+            self.assertRegex(watch.stdout.readline(), " ms +no ")
+        finally:
+            watch.terminate()
+            watch.communicate(timeout=60)
+
+    def test_a_host_without_its_bench_is_told_why(self):
+        code, _, err = self.host("ready", bench="nobody")
+        self.assertEqual(code, FAILED)
+        self.assertIn('there is no bench "nobody": `solvane-rig bench --name nobody` starts it', err)
+        self.assertIn("there is no hardware", err)
+        _, out, _ = self.run_to_end(OPTIONS.tool, "status")
+        self.assertIn('there is no bench "nobody"', out)
+        self.assertIn(f'Bench "{self.name}"', out)
+        _, _, err = self.host("ready", bench="a b")
+        self.assertIn('"a b" is no name for a bench', err)
+
+    def test_a_name_is_taken_once(self):
+        code, _, err = self.run_to_end(OPTIONS.tool, "bench", "--name", self.name)
+        self.assertEqual(code, FAILED)
+        self.assertIn(f'a bench "{self.name}" runs already', err)
+
+
+class Commands(Bench):
+    def test_waits_end_with_what_they_wait_for(self):
+        wait = self.start(OPTIONS.tool, "expect-pulse", "--bench", self.name, "trigger", "5..60",
+                          "--within", "60000")
+        self.wait_until(lambda: wait.poll() is not None or self.host("trigger")[0] != DONE,
+                        "a pulse was seen")
+        out, err = wait.communicate(timeout=60)
+        self.assertEqual(wait.returncode, DONE, out + err)
+        self.assertEqual(self.command("wait-edge", "ready 0", "--within", "50")[0], FAILED)
+
+    def test_words_that_are_none_are_told_what_there_is(self):
+        code, _, err = self.command("fault", "FT_Wrte", "status=4")
+        self.assertEqual(code, USAGE)
+        self.assertIn("FT_Write", err)
+        code, _, err = self.command("unplugg")
+        self.assertEqual(code, USAGE)
+        self.assertIn("'unplugg' is no command; there are ", err)
+        self.assertIn("unplug", err)
+
+    def test_a_session_is_kept_and_runs_again(self):
+        self.assertEqual(self.host("trigger")[0], DONE)
+        self.assertEqual(self.command("unplug", "0")[0], DONE)
+        self.assertEqual(self.host("ready")[0], FAILED)
+        kept = self.folder / "größer kept.toml"
+        code, out, err = self.command("keep", kept)
+        self.assertEqual(code, DONE, out + err)
+        self.assertIn("unplug 0", kept.read_text())
+        scenario = self.folder / "port.toml"
+        scenario.write_text("[superio]\n")
+        self.assertEqual(self.command("scenario", scenario)[0], DONE)
+        self.assertEqual(self.host("ready")[0], DONE)
+
+    def test_the_journal_is_followed_until_the_bench_ends(self):
+        follow = self.start(OPTIONS.tool, "journal", "--bench", self.name, "--follow")
+        self.assertEqual(self.command("note", "a", "word")[0], DONE)
+        self.assertIn("note  a word", follow.stdout.readline())
+        self.command("stop")
+        follow.communicate(timeout=60)
+        self.assertEqual(self.bench.wait(timeout=60), DONE)
+
+
+class Run(unittest.TestCase):
+    run_to_end = Bench.run_to_end
+    start = Bench.start
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory(prefix="solvane run ü ")
+        self.addCleanup(folder.cleanup)
+        self.place = Path(folder.name, "a host's, Größe 3")
+        self.place.mkdir()
+        for name in ("Solvane.dll", "solvane.exe"):
+            shutil.copy(Path(OPTIONS.host).parent / name, self.place)
+        self.before = sorted(path.name for path in self.place.iterdir())
+
+    def test_places_runs_and_takes_away(self):
+        for words, code in ((("trigger",), DONE), (("nothing",), USAGE)):
+            done, out, err = self.run_to_end(OPTIONS.tool, "run", "--", self.place / "solvane.exe",
+                                             *words, WINEPATH="")
+            self.assertEqual(done, code, out + err)
+            self.assertEqual(sorted(path.name for path in self.place.iterdir()), self.before)
+
+    def test_a_scenario_can_be_named(self):
+        scenario = self.place / "none.toml"
+        scenario.write_text("")
+        code, _, err = self.run_to_end(OPTIONS.tool, "run", scenario, "--",
+                                       self.place / "solvane.exe", "ready", WINEPATH="")
+        self.assertEqual(code, FAILED, err)
+
+    def test_what_cannot_be_started_is_told(self):
+        for host, reason in ((self.place / "nobody.exe", "there is no such program"),
+                             (self.bits_32(), "is a 32-bit program")):
+            code, _, err = self.run_to_end(OPTIONS.tool, "run", "--", host, WINEPATH="")
+            self.assertEqual(code, NOT_STARTED, err)
+            self.assertIn(reason, err)
+        self.assertEqual(self.run_to_end(OPTIONS.tool, "run")[0], USAGE)
+
+    def bits_32(self):
+        """A program whose header says that it is for another processor."""
+        content = bytearray(Path(OPTIONS.host).read_bytes())
+        header = int.from_bytes(content[0x3C:0x40], "little")
+        content[header + 4:header + 6] = (0x14C).to_bytes(2, "little")
+        content[header + 24:header + 26] = (0x10B).to_bytes(2, "little")  # PE32
+        path = self.place / "old.exe"
+        path.write_bytes(content)
+        self.before.append("old.exe")
+        return path
+
+
+class Crowd(Bench):
+    def test_nobody_hangs_whatever_others_send(self):
+        probe = self.run_to_end(OPTIONS.probe, self.name)
+        self.assertEqual(probe[0], DONE, probe)
+        self.assertEqual(probe[1].splitlines(),
+                         ["100 of 100 connections were answered",
+                          "1000 of 1000 messages of noise ended their connection alone",
+                          "others are answered beside one that stalls in mid-message"])
+        self.assertEqual(self.host("trigger")[0], DONE)
+
+
+if __name__ == "__main__":
+    PARSER = argparse.ArgumentParser()
+    for option in ("wine", "tool", "host", "probe"):
+        PARSER.add_argument("--" + option, required=True)
+    OPTIONS, REST = PARSER.parse_known_args()
+    unittest.main(argv=[__file__, *REST])
