@@ -204,7 +204,7 @@ void Rig::Sleep(std::uint64_t duration) {
     if (resumesAt) {
         return;
     }
-    const auto setAsleep = [this](bool asleep) {
+    const auto setAsleep = [](bool asleep) {
         for (const Front& front : Fronts()) {
             front.setAsleep(asleep);
         }

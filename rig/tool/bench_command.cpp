@@ -168,8 +168,10 @@ int Follow(bench::Connection& connection, bench::Command command, std::ostream& 
 /// program's, with the paths of whoever typed them.
 int Command(const std::string& name, bench::Command command, std::ostream& out, std::ostream& err) {
     Texts& words = command.words;
-    if (words == Texts{"help"}) { // which no bench is needed for
-        out << Perform(words, command.json).text << "\nstop\n    ends the bench\n";
+    const bool wantsHelp = std::find(words.begin(), words.end(), "--help") != words.end();
+    if (wantsHelp || words == Texts{"help"}) { // which no bench is needed for
+        out << Perform({"help"}, command.json).text << "\nstop\n    ends the bench\n"
+            << "\nEach has --bench NAME and --json; journal has --follow, too.\n";
         return kSuccess;
     }
     const auto connection = Join(name);

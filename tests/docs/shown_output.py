@@ -21,6 +21,11 @@ def without_runs(line):
     return re.sub(r"([ _─])\1+", r"\1", line)
 
 
+def between(lane):
+    """What has no line between two blocks has blanks."""
+    return " " if lane.startswith("events") else ""
+
+
 def unfolded(lines):
     """With each waveform in one row: a long one continues in the row below."""
     parts = []
@@ -29,7 +34,8 @@ def unfolded(lines):
             times, *lanes = zip(parts[-1].split("\n"), part.split("\n"))
             parts[-1] = "\n".join(
                 [times[0] + times[1].removeprefix("ms")] +
-                [without_runs(lane + rest.partition(" ")[2]) for lane, rest in lanes])
+                [without_runs(lane + between(lane) + rest.partition(" ")[2]).rstrip()
+                 for lane, rest in lanes])
         else:
             parts.append(part)
     return "\n\n".join(parts).split("\n")
