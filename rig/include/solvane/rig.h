@@ -7,6 +7,7 @@
  *
  *     SOLVANE_RIG=<file>      a scenario (TOML) that says which hardware there is, how the camera
  *                             behaves and what goes wrong; without it: one FT2232H, one camera
+ *     SOLVANE_RIG=bench       the hardware is another process, `solvane-rig bench`
  *     SOLVANE_RIG_VCD=<file>  write the lines as a waveform (VCD) for GTKWave, PulseView, sigrok
  *     SOLVANE_RIG_JOURNAL=<file>  write every call, edge and event as a line of text
  *
@@ -16,7 +17,8 @@
  *
  * Rules of the whole interface
  *
- * 1. One installation a process. All vendor stand-ins of a process drive the same camera.
+ * 1. One installation a process. All vendor stand-ins of a process drive the same camera. On a bench
+ *    (SOLVANE_RIG=bench) it is one for all hosts there, and the functions below are about that.
  * 2. Any thread may call anything here at any time; the rig locks itself.
  * 3. Times are nanoseconds since the scenario was loaded.
  * 4. Levels are logical: 1 means "active" (triggered, ready, flag latched, clearing, dark,
