@@ -17,8 +17,8 @@
  *
  * Rules of the whole interface
  *
- * 1. One installation a process. All vendor stand-ins of a process drive the same camera. On a bench
- *    (SOLVANE_RIG=bench) it is one for all hosts there, and the functions below are about that.
+ * 1. One installation a process. All vendor stand-ins of a process drive the same camera. On a
+ * bench (SOLVANE_RIG=bench) it is one for all hosts there, and the functions below are about that.
  * 2. Any thread may call anything here at any time; the rig locks itself.
  * 3. Times are nanoseconds since the scenario was loaded.
  * 4. Levels are logical: 1 means "active" (triggered, ready, flag latched, clearing, dark,
