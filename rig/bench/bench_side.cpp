@@ -77,7 +77,7 @@ std::string BenchSide::AnswerTo(Topic topic, Reader& reader) {
 std::string BenchSide::AnswerToIntroduction(const Introduction& who) {
     if (who.protocol != kProtocol) {
         isOver = true;
-        return Refusal("it speaks protocol " + std::to_string(kProtocol) +
+        return Refusal("the bench speaks protocol " + std::to_string(kProtocol) +
                        ", and who asks speaks " + std::to_string(who.protocol) +
                        ": take solvane-rig and the DLLs of one release");
     }

@@ -141,7 +141,7 @@ void ServeConnection(HANDLE pipe, Hosts& hosts, Perform perform) {
 }
 
 Handle MakePipe(const std::string& name, bool isFirst) {
-    static OwnersAlone owners;
+    static OwnersAlone& owners = *new OwnersAlone; // threads go on while the process ends
     const DWORD first = isFirst ? FILE_FLAG_FIRST_PIPE_INSTANCE : 0;
     const HANDLE pipe =
         CreateNamedPipeW(PathOfPipe(name).c_str(), PIPE_ACCESS_DUPLEX | first,
@@ -174,7 +174,7 @@ Handle NextPipe(const std::string& name) {
             continue;
         }
         if (connections >= kMostConnections) {
-            Send(opened.get(), Refusal("it has " + std::to_string(kMostConnections) +
+            Send(opened.get(), Refusal("the bench has " + std::to_string(kMostConnections) +
                                        " connections, and takes no more"));
             continue;
         }

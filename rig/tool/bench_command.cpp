@@ -51,8 +51,8 @@ Reply Obey(const bench::Command& command) {
 
 /// The hardware of this process, for everybody who asks for it.
 void StartBench(const Request& request) {
-    static bench::Hosts hosts;
-    SetVariable(kRigVariable, std::nullopt); // a bench for others is none for itself
+    static bench::Hosts& hosts = *new bench::Hosts; // threads go on while the process ends
+    SetVariable(kRigVariable, std::nullopt);        // a bench for others is none for itself
     {
         Access rig;
         if (request.scenario.empty()) {

@@ -69,7 +69,7 @@ TEST_F(BenchMessages, OfAnotherProtocolAreRefusedWithASentence) {
     who.protocol = 999;
     BenchSide bench(HostsOfTheBench(), PerformNothing);
     EXPECT_EQ(RefusalIn(bench.Answer(Encoded(who))),
-              "it speaks protocol " + std::to_string(kProtocol) +
+              "the bench speaks protocol " + std::to_string(kProtocol) +
                   ", and who asks speaks 999: take solvane-rig and the DLLs of one release");
     EXPECT_TRUE(bench.IsOver());
 }
