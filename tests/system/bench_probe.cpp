@@ -1,4 +1,9 @@
 /// Guests that a bench would rather not have: very many, some that send noise, one that stalls.
+///
+///     bench_probe NAME         visits the bench
+///     bench_probe NAME cost    measures what a vendor call costs there, and in this process
+#include <algorithm>
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <random>
@@ -7,7 +12,9 @@
 
 #include <windows.h>
 
+#include "call.h"
 #include "frames.h"
+#include "inpout.h"
 #include "pipe.h"
 
 namespace {
@@ -90,13 +97,43 @@ void Stall(const std::string& name) {
     CloseHandle(stalling);
 }
 
+/// The median of many calls, in us.
+double CostOfACall() {
+    constexpr int kCalls = 5001;
+    std::vector<double> costs;
+    for (int i = 0; i < kCalls; ++i) {
+        const auto begin = std::chrono::steady_clock::now();
+        IsInpOutDriverOpen();
+        const std::chrono::duration<double, std::micro> cost =
+            std::chrono::steady_clock::now() - begin;
+        costs.push_back(cost.count());
+    }
+    std::nth_element(costs.begin(), costs.begin() + kCalls / 2, costs.end());
+    return costs[kCalls / 2];
+}
+
+HostSide* side = nullptr;
+
+void Cost(const std::string& name) {
+    const double here = CostOfACall();
+    HostSide bench([&] { return ConnectPipe(name); }, ThisProcess(true), [](const std::string&) {});
+    side = &bench;
+    rig::answerer = [](rig::Call& call) { side->Answer(call); };
+    std::printf("a vendor call: %.1f us in the host's process, %.1f us on a bench\n", here,
+                CostOfACall());
+}
+
 } // namespace
 
 int main(int count, char** arguments) {
-    if (count != 2) {
+    if (count < 2) {
         return 2;
     }
     const std::string name = arguments[1];
+    if (count > 2) {
+        Cost(name);
+        return 0;
+    }
     Crowd(name);
     Noise(name);
     Stall(name);
