@@ -10,6 +10,7 @@ namespace rig {
 
 namespace {
 
+constexpr std::ptrdiff_t kMaxDotsInLine = 64;
 constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
 
 [[noreturn]] void FailAtLine(std::size_t line, std::string_view message) {
@@ -23,7 +24,12 @@ std::string ToAscii(std::string_view text) {
     std::size_t line = 1;
     char inside = '\n'; // the quote of a string, '#' in a comment, '\n' in neither
     bool isEscaped = false;
+    std::ptrdiff_t dots = 0; // each makes a table in a table, and the stack is not endless
     for (char& c : ascii) {
+        dots = c == '\n' ? 0 : dots + (c == '.' ? 1 : 0);
+        if (dots > kMaxDotsInLine) {
+            FailAtLine(line, "too many dots");
+        }
         const bool isBeyondAscii = static_cast<unsigned char>(c) >= 0x80;
         if (isBeyondAscii && inside != '#') {
             FailAtLine(line, "only comments can have characters beyond ASCII");

@@ -150,6 +150,13 @@ TEST_F(ScenarioTest, HasCommentsInAnyLanguage) {
 TEST_F(ScenarioTest, RefusesWhatNestsDeeply) {
     EXPECT_EQ(rig_load(("x = " + std::string(100'000, '[')).c_str()), -1);
     EXPECT_EQ(std::string(rig_error()).substr(0, 8), "line 1: ");
+    std::string dots = "a";
+    for (int i = 0; i < 100'000; ++i) {
+        dots += ".a";
+    }
+    EXPECT_EQ(rig_load(("\n[" + dots + "]\n").c_str()), -1);
+    EXPECT_STREQ(rig_error(), "line 2: too many dots");
+    EXPECT_EQ(rig_load((dots + " = 1").c_str()), -1);
 }
 
 TEST_F(ScenarioTest, SurvivesEveryMutilation) {
