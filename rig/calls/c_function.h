@@ -1,4 +1,4 @@
-/// C functions made of their rows: each asks for what its host asks for.
+/// Defines the exported C functions from the rows of vendor_functions.inc: each forwards to Ask().
 #pragma once
 
 #include "call.h"
@@ -6,7 +6,8 @@
 #define VENDOR_C_SIGNATURE(convention, name, result, parameters)                                   \
     rig::kinds::result::Host convention name(C_JOIN(C_PARAMETERS_, C_COUNT parameters) parameters)
 
-// A status becomes a wider result as a negative number: INVALID_HANDLE_VALUE is -1.
+// The cast to int32_t sign-extends the status where the result is wider: INVALID_HANDLE_VALUE is
+// -1.
 #define VENDOR_C_FUNCTION(convention, name, result, parameters)                                    \
     VENDOR_C_SIGNATURE(convention, name, result, parameters) {                                     \
         return static_cast<rig::kinds::result::Host>(static_cast<std::int32_t>(                    \

@@ -12,7 +12,7 @@ T* At(std::uint64_t address) {
     return reinterpret_cast<T*>(static_cast<std::uintptr_t>(address));
 }
 
-/// Each half of a surrogate pair by itself: nothing is lost of a malformed text.
+/// Encodes each half of a surrogate pair by itself, so that a malformed text loses nothing.
 std::string Utf8(const wchar_t* text) {
     std::string utf8;
     for (; *text != 0; ++text) {
@@ -27,7 +27,7 @@ std::string Utf8(const wchar_t* text) {
     return utf8;
 }
 
-/// What goes in as an argument; `next` is the number in the one behind it.
+/// The input that an argument passes; `next` is the number in the argument after it.
 Value Take(const Parameter& parameter, std::uint64_t argument, std::uint64_t next) {
     const bool isNull = argument == 0;
     switch (parameter.passing) {
@@ -57,7 +57,7 @@ Value Take(const Parameter& parameter, std::uint64_t argument, std::uint64_t nex
     }
 }
 
-/// Characters, and a zero behind them.
+/// Copies the text with a terminating zero, cut to fit.
 void GiveText(const std::string& text, std::size_t room, char* place) {
     const std::size_t size = std::min(text.size(), room - 1);
     *std::copy_n(text.begin(), size, place) = '\0';
@@ -71,7 +71,7 @@ void Give(const Parameter& parameter, const Value& value, std::uint64_t argument
     if (parameter.passing == Passing::OwnOut) {
         *At<Value>(argument) = value;
     } else if (isEither && texts != nullptr) {
-        char* const* place = At<char* const>(argument); // the host has a null pointer at the end
+        char* const* place = At<char* const>(argument); // the host ends it with a null pointer
         for (auto text = texts->begin(); text != texts->end() && *place != nullptr; ++text) {
             GiveText(*text, kTextRoom, *place++);
         }
@@ -82,7 +82,7 @@ void Give(const Parameter& parameter, const Value& value, std::uint64_t argument
         const std::size_t room = (isMany ? static_cast<std::size_t>(next) : 1) * parameter.size;
         std::copy_n(bytes->begin(), std::min(bytes->size(), room), At<char>(argument));
     } else {
-        const std::uint64_t number = Number(value); // of which the low bytes stand first
+        const std::uint64_t number = Number(value); // little-endian: the low bytes first
         const std::size_t size = isEither ? sizeof(std::uint32_t) : parameter.size;
         std::memcpy(At<void>(argument), &number, std::min(size, sizeof number));
     }
@@ -98,12 +98,12 @@ std::uint32_t Ask(const VendorFunction& function, std::initializer_list<std::uin
         const auto next = [&](std::size_t i) {
             return i + 1 < arguments.size() ? Number(call.inputs[i + 1]) : 0;
         };
-        // The last one first: the length of a buffer stands behind it.
+        // From the last to the first: a buffer's length is the parameter after it.
         for (std::size_t i = arguments.size(); i-- > 0;) {
             call.inputs[i] = Take(function.parameters[i], arguments.begin()[i], next(i));
         }
         answerer(call);
-        call.outputs.resize(arguments.size()); // whoever answered
+        call.outputs.resize(arguments.size()); // it may have none
         for (std::size_t i = 0; i < arguments.size(); ++i) {
             if (IsThere(call.outputs[i]) && arguments.begin()[i] != 0) {
                 Give(function.parameters[i], call.outputs[i], arguments.begin()[i], next(i));

@@ -1,4 +1,4 @@
-/// A vendor call as a message: which function, what goes in, what comes out.
+/// A vendor call as a message: the function, its inputs and its outputs.
 #pragma once
 
 #include <initializer_list>
@@ -11,19 +11,19 @@ namespace rig {
 
 struct Call {
     const VendorFunction& function;
-    std::vector<Value> inputs;  ///< one a parameter; of a place, whether there is one
-    std::vector<Value> outputs; ///< one a parameter; none at all when nothing came out
+    std::vector<Value> inputs;  ///< one per parameter; an output pointer is empty if null, else 1
+    std::vector<Value> outputs; ///< one per parameter, or empty when the call has no output
     std::uint32_t status = 0;
-    std::uint32_t host = 0; ///< who calls: of several processes on one hardware
+    std::uint32_t host = 0; ///< the calling process, when several share one hardware
 };
 
-/// Who answers the calls of this process: fills in what comes out, and the status. The fronts
-/// choose the simulated hardware of the process itself.
+/// Answers every call of this process: fills in the outputs and the status. Linking a front sets it
+/// to rig::Answer.
 using Answerer = void (*)(Call&);
 extern Answerer answerer;
 
-/// Has a call of these arguments answered, writes to where they point, and returns its status. No
-/// exception leaves a vendor function.
+/// Packs the arguments into a Call, has it answered, writes the outputs through the pointers and
+/// returns the status. Never throws: hosts call the vendor functions from C.
 std::uint32_t Ask(const VendorFunction& function, std::initializer_list<std::uint64_t> arguments);
 
 template <class... Arguments>
@@ -31,7 +31,7 @@ std::uint32_t Ask(Function function, Arguments... arguments) {
     return Ask(VendorFunctions()[static_cast<std::size_t>(function)], {AsNumber(arguments)...});
 }
 
-/// What a journal shows for a handle.
+/// Gives the text by which the journal shows a handle.
 using NameOf = std::string (*)(std::uint64_t handle);
 
 /// "FT_Write(SLV1B, [83])"

@@ -1,4 +1,4 @@
-/// The numbers of D2XX that the stand-in gives and takes besides those that d2xx.h names.
+/// D2XX statuses and flags that the stand-in uses and d2xx.h does not name.
 #pragma once
 
 #include "d2xx.h"
@@ -13,17 +13,17 @@ inline constexpr FT_STATUS kInvalidParameter = 6;
 inline constexpr FT_STATUS kInvalidBaudRate = 7;
 inline constexpr FT_STATUS kNotSupported = 17;
 
-// What FT_OpenEx and FT_ListDevices know a device by.
+// How FT_OpenEx and FT_ListDevices identify a device.
 inline constexpr std::uint32_t kBySerialNumber = 1;
 inline constexpr std::uint32_t kByDescription = 2;
 inline constexpr std::uint32_t kByLocation = 4;
 
-// What FT_ListDevices is asked for.
+// What FT_ListDevices is to return.
 inline constexpr std::uint32_t kListNumberOnly = 0x8000'0000;
 inline constexpr std::uint32_t kListByIndex = 0x4000'0000;
 inline constexpr std::uint32_t kListAll = 0x2000'0000;
 
-// What functions with the names of Windows' own fail with.
+// How the FT_W32_ functions, which imitate those of Windows, report failure.
 inline constexpr std::uint32_t kFalse = 0;
 inline constexpr std::uint32_t kErrorNotSupported = 50;     ///< ERROR_NOT_SUPPORTED
 inline constexpr std::uint32_t kNoFileHandle = 0xFFFF'FFFF; ///< INVALID_HANDLE_VALUE

@@ -1,4 +1,4 @@
-/// Statuses of the published EAPI that the library needs no names for.
+/// Statuses of the published EAPI that eapi.h does not name because the library does not use them.
 #pragma once
 
 #include "eapi.h"

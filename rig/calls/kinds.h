@@ -11,38 +11,38 @@ namespace rig {
 /// How a host passes a parameter.
 enum class Passing : std::uint8_t {
     Number,
-    Bytes,        ///< as many as the parameter behind it says
-    Text,         ///< wide characters with a zero behind them
-    TextOrNumber, ///< a number, unless the one behind it says that it points to characters
-    Presence,     ///< a pointer behind which nobody looks
-    Out,          ///< a place for a number, or for characters with a zero behind them
-    InOut,        ///< a number that may change
-    Things,       ///< room for as many as the parameter behind it says
-    Either,       ///< a number; or a place for a number, for bytes, or for texts, one a pointer
-    Own,          ///< a value of the rig's own code
-    OwnOut        ///< a place for one
+    Bytes,        ///< their number is the next parameter
+    Text,         ///< zero-terminated wide characters
+    TextOrNumber, ///< a number or a pointer to characters, as the next parameter says
+    Presence,     ///< a pointer that is only compared with null
+    Out,          ///< points to where a number or zero-terminated characters go
+    InOut,        ///< points to a number that the call may change
+    Things,       ///< points to an array; the next parameter is its length
+    Either,       ///< a number, or points to a number, bytes, or an array of pointers to texts
+    Own,          ///< points to a Value, passed by the rig's own code
+    OwnOut        ///< points to where the rig's own code wants a Value
 };
 
 /// How a parameter is passed, shown, and changed by faults.
 struct Parameter {
     Passing passing = Passing::Number;
-    Show in = Show::No;      ///< what goes in
-    Show out = Show::No;     ///< what comes out
-    unsigned size = 0;       ///< of what comes out, in bytes, at most; of several things, of each
-    bool isOptional = false; ///< a null pointer is as good; else it refuses the call
-    bool isCut = false;      ///< bytes, or room for them: a fault's count is the most of it
-    bool isReported = false; ///< what comes out is a fault's count, if there is one
-    bool continues = false;  ///< comes out as a part of what stands before it, after a full stop
+    Show in = Show::No;      ///< how the journal shows the input
+    Show out = Show::No;     ///< how it shows the output
+    unsigned size = 0;       ///< largest output in bytes; of an array, the size of one element
+    bool isOptional = false; ///< null is allowed; otherwise it makes the call fail
+    bool isCut = false;      ///< bytes or a buffer size that a fault's count limits
+    bool isReported = false; ///< if there is a fault with a count, the output is that count
+    bool continues = false;  ///< shown after the previous output and a full stop, as in "1.2"
 };
 
-/// What a host has to have room for where it does not say for how much it has.
+/// The buffer size that D2XX expects of a host where no parameter gives one.
 inline constexpr unsigned kTextRoom = sizeof(FT_DEVICE_LIST_INFO_NODE::Description);
 
 namespace kinds {
 
 template <class T, Parameter parameter>
 struct Kind {
-    using Host = T; ///< what a host of a C function passes
+    using Host = T; ///< the C type of the parameter
     static constexpr Parameter kParameter = parameter;
 };
 
@@ -55,8 +55,8 @@ using Word = In<std::uint16_t, Show::Hexadecimal>;
 using PaddedWord = In<std::uint16_t, Show::Word>;
 using Flags = In<std::uint32_t, Show::Hexadecimal>;
 using ComStatus = In<std::uint32_t, Show::Status>;
-using Length = In<std::uint32_t, Show::No>; ///< of the bytes before it
-using Left = Length;                        ///< in the object that is asked for more
+using Length = In<std::uint32_t, Show::No>; ///< of the bytes that the previous parameter points to
+using Left = Length;                        ///< how many objects an enumerator still has
 using Nothing = In<void, Show::No>;
 using Room = Kind<std::uint32_t, Parameter{.in = Show::Decimal, .isCut = true}>;
 using Handle = Kind<FT_HANDLE, Parameter{.in = Show::Handle}>;
@@ -98,7 +98,7 @@ using TextOut =
 using SerialOut = TextOut<sizeof(FT_DEVICE_LIST_INFO_NODE::SerialNumber)>;
 using DescriptionOut = TextOut<sizeof(FT_DEVICE_LIST_INFO_NODE::Description)>;
 using Reserved =
-    Kind<void*, Parameter{.passing = Passing::Presence, .isOptional = true}>; ///< for the vendor
+    Kind<void*, Parameter{.passing = Passing::Presence, .isOptional = true}>; ///< by the vendor
 
 using TextOrNumber = Kind<void*, Parameter{.passing = Passing::TextOrNumber, .in = Show::Text}>;
 using ListOrIndex =
@@ -114,7 +114,7 @@ using ThingsOut =
 using BytesOut = ThingsOut<void*, std::uint8_t, Show::Bytes>;
 using Nodes = ThingsOut<FT_DEVICE_LIST_INFO_NODE*, FT_DEVICE_LIST_INFO_NODE, Show::No>;
 
-// Of methods of COM objects, which are no C functions.
+// Parameters of COM methods. They have no C type: the objects pack their calls themselves.
 template <Parameter parameter>
 using Of = Kind<void, parameter>;
 using Pointer =

@@ -24,7 +24,7 @@ std::string List(const std::string& bytes) {
 std::string Printable(const std::string& utf8) {
     std::string text;
     for (const char c : utf8) {
-        if ((static_cast<unsigned char>(c) & 0xC0) != 0x80) { // which continues a character
+        if ((static_cast<unsigned char>(c) & 0xC0) != 0x80) { // skip UTF-8 continuation bytes
             text += c >= ' ' && c <= '~' ? c : '?';
         }
     }

@@ -1,5 +1,5 @@
-/// What goes into a vendor call and what comes out of it, in values that can be kept, compared and
-/// sent; and how a journal shows them.
+/// Inputs and outputs of vendor calls as values that can be stored, compared and sent, and how the
+/// journal shows them.
 #pragma once
 
 #include <cstdint>
@@ -13,21 +13,21 @@ namespace rig {
 
 using Texts = std::vector<std::string>;
 
-/// Nothing (a null pointer, or an output that was not written); a number, of which negative ones
-/// are in two's complement; bytes, or a text in UTF-8; several texts.
+/// In order: nothing (a null pointer, or an output that was not written); a number, negative ones
+/// in two's complement; bytes or a UTF-8 text; several texts.
 using Value = std::variant<std::monostate, std::uint64_t, std::string, Texts>;
 
 inline bool IsThere(const Value& value) {
     return value.index() != 0;
 }
 
-/// 0 for a value that is none.
+/// 0 if the value is not a number.
 inline std::uint64_t Number(const Value& value) {
     const auto* const number = std::get_if<std::uint64_t>(&value);
     return number != nullptr ? *number : 0;
 }
 
-/// What a host passes, a number or a pointer.
+/// An argument, number or pointer, as the host passed it.
 template <class T>
 std::uint64_t AsNumber(T host) {
     if constexpr (std::is_pointer_v<T>) {
@@ -37,7 +37,7 @@ std::uint64_t AsNumber(T host) {
     }
 }
 
-/// "null" and "" of "null", "string" and "LPT 1" of "string LPT 1".
+/// Splits at the first blank: "string LPT 1" into "string" and "LPT 1", "null" into "null" and "".
 std::pair<std::string, std::string> WordAndRest(const std::string& text);
 
 /// How a journal shows a value.
@@ -47,11 +47,11 @@ enum class Show : std::uint8_t {
     Hexadecimal, ///< "0x2e"
     Word,        ///< "0x0100"
     Status,      ///< "0x80041017"
-    Handle,      ///< by the name of what it stands for
-    Bytes,       ///< "[82 f1 4f]", of many the first 16; texts in their place as "[SLV1A, SLV1B]"
-    Text,        ///< with "?" for what is not printable ASCII; a number in its place in decimal
-    Presence,    ///< "?" or "null"
-    Property     ///< "string LPT1": its text, or what stands in the place of one
+    Handle,      ///< the name of the device it is open for
+    Bytes,       ///< "[82 f1 4f]", at most 16 of them; a list of texts as "[SLV1A, SLV1B]"
+    Text,        ///< with "?" for what is not printable ASCII; a number in decimal
+    Presence,    ///< "?" if the pointer is not null, else "null"
+    Property     ///< of "string LPT1" the text; "null" or "no value" without one
 };
 
 std::string Shown(Show show, const Value& value);

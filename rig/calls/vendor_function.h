@@ -18,13 +18,13 @@ enum class Function {
 
 struct Library {
     const char* name;
-    std::uint32_t nullPointer; ///< what its functions answer to one
+    std::uint32_t nullPointer; ///< the status for a null pointer that is not allowed
     std::uint32_t outOfMemory;
 };
 inline constexpr Library kFtd2xx{"FTD2XX.dll", usb::kInvalidParameter, FT_INSUFFICIENT_RESOURCES};
 inline constexpr Library kEapi{"EAPI_Library.dll", eapi::kInvalidParameter, eapi::kAllocationError};
 inline constexpr Library kInpout{"inpoutx64.dll", 0, 0};
-inline constexpr Library kWmi{"", 0x8004'1008, 0x8004'1006}; ///< methods of objects, of no DLL
+inline constexpr Library kWmi{"", 0x8004'1008, 0x8004'1006}; ///< COM methods, not exported by name
 
 struct VendorFunction {
     Function id;
@@ -36,7 +36,7 @@ struct VendorFunction {
     std::span<const Way> ways;
 };
 
-/// All of them, in the order of their ids.
+/// Indexed by Function.
 std::span<const VendorFunction> VendorFunctions();
 
 } // namespace rig

@@ -9,7 +9,7 @@ namespace rig {
 
 inline constexpr std::uint32_t kEverything = 0xFFFF'FFFF;
 
-/// A rig_fault without its place.
+/// A rig_fault without the function and the call at which it happens.
 struct Way {
     std::uint32_t kind;
     std::uint32_t status = 0;
@@ -20,7 +20,7 @@ constexpr Way Fails(std::uint32_t status) {
     return {RIG_FAULT_STATUS, status};
 }
 
-/// Success is reported, and nothing was done: no bytes, no handle, an empty answer.
+/// The call reports success and does nothing: it moves no bytes, gives no handle, answers nothing.
 constexpr Way Silent() {
     return {RIG_FAULT_SILENT};
 }
@@ -29,7 +29,7 @@ constexpr Way Counts(std::uint32_t count) {
     return {RIG_FAULT_COUNT, 0, count};
 }
 
-/// The work was done all the same, or so much of it.
+/// The call does its work, or `count` of it, but reports a failure.
 constexpr Way DoneButFails(std::uint32_t status, std::uint32_t count = kEverything) {
     return {RIG_FAULT_STATUS | RIG_FAULT_COUNT, status, count};
 }
