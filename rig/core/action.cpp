@@ -29,7 +29,7 @@ std::string Listed(std::span<const std::string> names) {
     return list;
 }
 
-/// Refuses to have fewer or more words than an action takes.
+/// Throws UsageError unless the number of words is within the limits.
 void ExpectWords(const Words& words, std::size_t fewest, std::size_t most) {
     if (words.size() < fewest || words.size() > most) {
         throw UsageError();
@@ -65,7 +65,7 @@ void Insert(toml::table& table, const std::string& key, const std::string& word)
     }
 }
 
-/// Reads words that stand for a table of a scenario as that is read, with the same complaints.
+/// Reads words as the table of a scenario that they stand for, with the same error messages.
 template <class Read>
 auto ReadTable(const toml::table& source, const char* name, Read read) {
     try {

@@ -1,5 +1,4 @@
-/// What can be done to a running rig: one vocabulary for commands, the events of scenarios and the
-/// journal.
+/// The actions on a running rig. Commands, events in scenarios and the journal use the same words.
 #pragma once
 
 #include <cstddef>
@@ -16,9 +15,9 @@ namespace rig {
 class Rig;
 
 struct Action {
-    std::string text;                         ///< in its own words: "set exposure_ms 80"
-    std::optional<std::string> scenario = {}; ///< of the new hardware, where it replaces it
-    bool isTold = true;                       ///< whether the journal tells of it in these words
+    std::string text;                         ///< as one writes it: "set exposure_ms 80"
+    std::optional<std::string> scenario = {}; ///< the new hardware, for kReplace
+    bool isTold = true;                       ///< whether `text` goes into the journal
     std::function<void(Rig&)> work;
 };
 
@@ -28,32 +27,32 @@ struct ActionKind {
     std::string_view name;
     std::string_view arguments; ///< "KEY VALUE"
     std::string_view meaning;
-    /// Reads the words behind the name, or throws ActionError. `chips` are the USB chips there are.
+    /// Reads the words after the name, or throws ActionError. `chips` is the number of USB chips.
     Action (*read)(const Words& words, std::size_t chips);
 };
 
 std::span<const ActionKind> ActionKinds();
 
-/// The action that replaces the whole hardware: its words are this, a name, and a scenario.
+/// The action that replaces the whole hardware. Its words: "scenario", a name, the scenario's text.
 inline constexpr std::string_view kReplace = "scenario";
-/// The action whose words are text of any kind.
+/// The action that takes free text.
 inline constexpr std::string_view kNote = "note";
 
-/// Words that are no action, and what there is instead.
+/// Words that are no action. The message lists what would be.
 struct ActionError : std::runtime_error {
     using runtime_error::runtime_error;
 };
 
-/// Reads the name of an action and what is behind it, or throws ActionError.
+/// Reads an action from its name and arguments, or throws ActionError.
 Action ReadAction(Words words, std::size_t chips);
 
-/// "fault FT_Write status=4" in words.
+/// Splits "fault FT_Write status=4" at blanks.
 Words WordsOf(std::string_view text);
 
-/// The words in one line.
+/// Joins the words with blanks.
 std::string Line(const Words& words);
 
-/// "'trigge' is no line; there are trigger, ready": for a name that is none of those.
+/// The message for an unknown name: "'trigge' is no line; there are trigger, ready".
 std::string NoSuch(std::string_view what, std::string_view name,
                    std::span<const std::string> names);
 

@@ -38,9 +38,9 @@ std::uint32_t DoWork(const Front& front, Call& call) {
     return front.works.at(call.function.id)(call);
 }
 
-/// Moves no more than the count, and reports it.
+/// Does the work for at most `count` items and reports exactly `count`.
 std::uint32_t DoWorkWithCount(const Front& front, Call& call, std::uint32_t count) {
-    Call cut = call; // what the host asked for stays in the call
+    Call cut = call; // the journal shows what the host asked for
     const auto& parameters = call.function.parameters;
     for (std::size_t i = 0; i < parameters.size(); ++i) {
         if (auto* bytes = std::get_if<std::string>(&cut.inputs[i]); parameters[i].isCut && bytes) {
@@ -53,7 +53,7 @@ std::uint32_t DoWorkWithCount(const Front& front, Call& call, std::uint32_t coun
     for (std::size_t i = 0; i < cut.outputs.size(); ++i) {
         if (parameters[i].isReported && IsThere(cut.outputs[i])) {
             cut.outputs[i] = std::uint64_t{count};
-            status = 0; // a count is told with success
+            status = 0; // a host reads a count only on success
         }
     }
     call.outputs = std::move(cut.outputs);

@@ -27,7 +27,7 @@ void Set(std::uint32_t& levels, std::uint8_t bit, bool level) {
     levels = level ? levels | mask : levels & ~mask;
 }
 
-/// What becomes of a wire; nothing if it leads nowhere any more.
+/// Adds a wire as its fault leaves it; a broken or stuck wire is not added.
 void Lay(const Wire& wire, const WireFault* fault, const Wire* other, LaidWires& laid) {
     using Kind = WireFault::Kind;
     if (fault == nullptr || (fault->HasOther() && other == nullptr)) {
@@ -38,7 +38,7 @@ void Lay(const Wire& wire, const WireFault* fault, const Wire* other, LaidWires&
     case Kind::Broken:
         break;
     case Kind::StuckAt0:
-    case Kind::StuckAt1: // of a line that the chip drives, the line's rest tells the rest
+    case Kind::StuckAt1: // a stuck driven line gets its level in Pull()
         if (!wire.isDrivenByChip) {
             Set(laid.open, wire.bit, (fault->kind == Kind::StuckAt1) == wire.activeLevel);
         }
@@ -79,7 +79,7 @@ LaidWires LayWires(std::span<const Wire> group, std::uint32_t open, Groups chip,
     LaidWires laid{{}, open, {}};
     for (const Wire& wire : group) {
         const std::string name = WireName(wire);
-        // A fault of two wires is one of either.
+        // A fault that names two wires applies to both.
         const auto fault = std::ranges::find_if(faults, [&](const WireFault& each) {
             return each.wire == name || (each.HasOther() && each.other == name);
         });

@@ -1,4 +1,4 @@
-/// What is wrong with the wires between a chip and the camera.
+/// The wires between a chip and the camera, and their faults.
 #pragma once
 
 #include <cstdint>
@@ -17,14 +17,13 @@ struct Wire {
     bool isDrivenByChip; ///< else the chip can only read it
 };
 
-/// The name of a wire: that of its line, or with "_back" behind it where it leads back to the chip
-/// what the chip drives by another wire.
+/// The name of a wire: that of its line; with "_back" appended for a wire on which the chip reads
+/// back a line that it drives by another wire.
 std::string WireName(const Wire& wire);
 
 /// Every name that a wire can have on some kind of hardware.
 std::vector<std::string> WireNames();
 
-/// A wire that is not as it should be.
 struct WireFault {
     enum class Kind { Broken, StuckAt0, StuckAt1, Inverted, SwappedWith, ShortedTo };
 
@@ -41,14 +40,15 @@ struct Short {
     Wire other;
 };
 
-/// The wires of a group of pins as they lie, and the levels of the pins that none of them reaches.
+/// The wires of a group of pins after all faults, and the levels of the pins left without a wire.
 struct LaidWires {
     std::vector<Wire> wires;
     std::uint32_t open;
-    std::vector<Short> shorts; ///< of its wires with any of the chip's
+    std::vector<Short> shorts; ///< between its wires and any wire of the chip
 };
 
-/// `chip` are all groups of the chip, for a fault may join two of them.
+/// Applies the faults to a group. `chip` holds all groups of the chip: a fault may join two of
+/// them.
 LaidWires LayWires(std::span<const Wire> group, std::uint32_t open,
                    std::span<const std::span<const Wire>> chip, std::span<const WireFault> faults);
 

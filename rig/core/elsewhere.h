@@ -1,5 +1,5 @@
-/// The hardware of this process may be elsewhere: with another process, which many share. Calls of
-/// the vendor functions, and of those of solvane/rig.h, go there as messages then.
+/// The hardware may be in another process, a bench, which many hosts share. Calls of the vendor
+/// functions and of those in solvane/rig.h then go there as messages.
 #pragma once
 
 #include <array>
@@ -32,7 +32,7 @@ enum class RigFunction : std::uint8_t {
     WriteVcd
 };
 
-/// A call of one of them: its numbers in their order, and its text, where a null pointer is none.
+/// A call of one of them: its numbers in order, and its text unless that is a null pointer.
 struct RigQuestion {
     RigFunction function;
     std::array<std::uint64_t, 5> numbers{};
@@ -40,20 +40,20 @@ struct RigQuestion {
 };
 
 struct RigAnswer {
-    std::int64_t number = 0; ///< what the function returns, or the kind of a journal's entry
+    std::int64_t number = 0; ///< what the function returns, or the kind of a journal entry
     std::uint64_t time = 0;  ///< ns
     std::string text;
 };
 
-/// What this process's own hardware answers.
+/// Answers with the hardware of this process.
 RigAnswer AnswerHere(const RigQuestion& question);
 void AnswerHere(Call& call);
 
-/// What came of a command: lines of text, or one JSON object without a line break at its end.
+/// The result of a command: lines of text, or one JSON object without a final line break.
 struct Reply {
-    int exitCode = 0; ///< 1: it came to nothing; 2: words that are no command
+    int exitCode = 0; ///< 1: the command failed; 2: unknown command or wrong arguments
     std::string text;
-    std::uint64_t next = 0; ///< of `journal`: the number of the entry to go on with
+    std::uint64_t next = 0; ///< after `journal`: the number of the entry to continue with
 };
 
 struct Elsewhere {
@@ -62,17 +62,17 @@ struct Elsewhere {
     Reply (*command)(const Texts& words, bool json);
 };
 
-/// The name of a bench that has been given none.
+/// The name of a bench that was started without one.
 inline constexpr const char* kDefaultBench = "default";
 
-/// The name in SOLVANE_RIG when it says so: "bench", or "bench:NAME".
+/// The bench that SOLVANE_RIG names: "bench" for the default one, or "bench:NAME".
 std::optional<std::string> BenchInEnvironment();
 
-/// The way to a bench. Whoever is linked in that knows one sets it.
+/// Connects to a bench. Null unless a transport that is linked in has set it.
 inline const Elsewhere* (*wayToBench)(const std::string& name) = nullptr;
 
-/// Where the hardware of this process is, as its environment said at the first question; null:
-/// here.
+/// The bench that has the hardware, or null if this process has it. The environment is read once,
+/// at the first call.
 const Elsewhere* WhereTheHardwareIs();
 
 } // namespace rig

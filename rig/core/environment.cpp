@@ -10,7 +10,7 @@ namespace rig {
 
 #if defined(_WIN32)
 // Asks the system, not the C library: a host may have set the variable after its start, and the
-// path may hold characters that the C library's code page has not.
+// path may contain characters that the C library's code page lacks.
 std::filesystem::path PathFromEnvironment(const char* variable) {
     const std::wstring name(variable, variable + std::char_traits<char>::length(variable));
     std::wstring value(GetEnvironmentVariableW(name.c_str(), nullptr, 0), L'\0');

@@ -6,13 +6,13 @@
 
 namespace rig {
 
-/// The path that a variable holds; empty when it is unset or empty.
+/// The path in a variable; empty when the variable is unset or empty.
 std::filesystem::path PathFromEnvironment(const char* variable);
 
 /// A path from UTF-8, the encoding of the rig's interface on every system.
 std::filesystem::path PathFromUtf8(const char* path);
 
-/// A path in that encoding, for messages.
+/// A path as UTF-8, for messages.
 std::string Utf8FromPath(const std::filesystem::path& path);
 
 } // namespace rig

@@ -1,4 +1,4 @@
-/// How often each vendor call was made, and which calls go wrong.
+/// Counts the vendor calls and plans their faults.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +13,7 @@ namespace rig {
 /// Stands for any function.
 inline constexpr std::string_view kAnyFunction = "*";
 
-/// Of every vendor function, and "*".
+/// The names of all vendor functions, and "*".
 std::vector<std::string> FunctionNames();
 
 /// See rig_fault.
@@ -32,10 +32,10 @@ class FaultPlan {
     void Declare(std::string_view function) { counts.emplace(function, 0); }
     bool Knows(std::string_view function) const { return counts.contains(function); }
 
-    /// No call was made and no fault is planned.
+    /// Sets all call counts to 0 and drops all faults.
     void Restart();
 
-    /// False for a function that no front has, or a fault that says nothing sensible.
+    /// False for an unknown function, for call 0 and for an invalid kind.
     bool Add(Fault fault);
     void Clear() { faults.clear(); }
     void Clear(std::string_view function);
@@ -44,7 +44,7 @@ class FaultPlan {
     void CountCall(std::string_view function);
     std::uint32_t Calls(std::string_view function) const;
 
-    /// The fault of the call counted last, or null; the one that was planned first counts.
+    /// The fault of the call counted last, or null. Of several, the one planned first.
     const Fault* Find(std::string_view function) const;
 
   private:

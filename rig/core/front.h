@@ -1,5 +1,4 @@
-/// A vendor interface of the rig, as its core sees it. Being linked in is what makes its hardware
-/// available.
+/// A vendor interface of the rig, as the core sees it. Linking one in makes its hardware available.
 #pragma once
 
 #include <map>
@@ -16,48 +15,48 @@
 
 namespace rig {
 
-/// Does what a call asks for: fills in what comes out, and returns the vendor's status.
+/// Carries out a call: fills in its outputs and returns the vendor's status.
 using Work = std::uint32_t (*)(Call&);
 
 struct Front {
-    const Library& library; ///< whose functions it answers
+    const Library& library; ///< the vendor DLL that it stands in for
     std::map<Function, Work> works;
 
     /// Replaces its hardware by that of a new scenario.
     void (*build)(const Scenario&, const Surroundings&);
 
-    /// Why a call cannot be about its hardware, in the vendor's status; 0 if it can.
+    /// The vendor's status if the call cannot reach its hardware, as with a closed handle; else 0.
     std::uint32_t (*refusal)(const Call&) = [](const Call&) { return std::uint32_t{0}; };
 
     NameOf nameOf = [](std::uint64_t) { return std::string("?"); };
 
-    /// Lets go of what a host holds that has left.
+    /// Frees what a host held that has ended.
     void (*release)(HostNumber host) = [](HostNumber) {};
 
-    /// Pulls or puts back the plug of a USB chip, one of those that the scenario has.
+    /// Unplugs one of the scenario's USB chips or plugs it in again.
     void (*setPlugged)(unsigned chip, bool plugged) = [](unsigned, bool) {};
 
-    /// Takes the PC's power away from its hardware or gives it back, as sleep and resume do.
+    /// Switches its power off or on, as when the PC sleeps and resumes.
     void (*setAsleep)(bool) = [](bool) {};
 
     /// Opens InpOut's kernel driver.
     void (*openDriver)() = [] {};
 };
 
-/// Those that are linked in.
+/// All fronts that are linked in.
 inline std::vector<Front>& Fronts() {
     static std::vector<Front> fronts;
     return fronts;
 }
 
-/// Answers a call where the hardware is: here, counted, at fault if that is planned, and
-/// journalled.
+/// Answers a call where the hardware is. In this process, that counts the call, applies a planned
+/// fault and writes the journal.
 void Answer(Call& call);
 
-/// Answers a call with their hardware and does nothing else.
+/// Answers a call with the hardware of this process, without counting, faults or journal.
 void AnswerPlainly(Call& call);
 
-/// A front as a static object.
+/// Registers a front. Each front has one as a static object.
 struct Linked {
     explicit Linked(Front front) {
         Fronts().push_back(std::move(front));
@@ -67,8 +66,8 @@ struct Linked {
 
 using Bytes = std::span<const std::uint8_t>;
 
-/// A parameter as the function behind it receives it: what went in as a number, bytes, a text or
-/// texts; const Value& for what may be several of these; Value& for what comes out.
+/// A parameter as the type that the function takes: an input as a number, bytes, a text or texts,
+/// or as const Value& if it may be several of these; an output as Value&.
 template <class T>
 T Argument(const Value& input, Value& output) {
     if constexpr (std::is_same_v<T, Value&>) {
@@ -85,8 +84,7 @@ T Argument(const Value& input, Value& output) {
     }
 }
 
-/// Has a function do the work of a call, with as many of the call's parameters as it has. One that
-/// returns nothing succeeds.
+/// Calls `work` with as many of the call's parameters as it takes. A void function always succeeds.
 template <class Status, class... Arguments>
 std::uint32_t Do(Status (*work)(Arguments...), Call& call) {
     return [&]<std::size_t... i>(std::index_sequence<i...>) {

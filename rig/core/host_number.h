@@ -1,11 +1,12 @@
-/// The processes that use one hardware.
+/// Numbers for the processes that share one hardware.
 #pragma once
 
 #include <cstdint>
 
 namespace rig {
 
-/// A host, counted from 1 as they come; 0 is the process that has the hardware.
+/// Hosts are numbered from 1 in the order in which they connect; 0 is the process that has the
+/// hardware.
 using HostNumber = std::uint32_t;
 inline constexpr HostNumber kThisProcess = 0;
 

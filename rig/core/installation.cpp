@@ -34,7 +34,7 @@ void Installation::Drive(rig_line line, bool level, const void* driver) {
     std::vector<Driver>& drivers = lines[line].drivers;
     const auto same = std::ranges::find(drivers, driver, &Driver::who);
     if (isRewiring && same != drivers.end()) {
-        same->level = level; // laying wires puts nobody before the others
+        same->level = level; // rewiring keeps the order of the drivers
         return;
     }
     std::erase_if(drivers, [&](const Driver& other) { return other.who == driver; });
@@ -49,7 +49,7 @@ void Installation::Release(rig_line line, const void* driver) {
         return;
     }
     if (isRewiring) {
-        same->level.reset(); // it keeps its place among the others until its wire is mended
+        same->level.reset(); // keeps its rank for when the wire is repaired
     } else {
         drivers.erase(same);
     }
@@ -61,7 +61,7 @@ void Installation::Rest(rig_line line, bool level) {
     Update(line);
 }
 
-/// The level of a line that nobody drives: its pull, or that of a wire that is stuck.
+/// The level of a line that nothing drives: its pull, or the level at which its wire is stuck.
 bool Installation::Pull(rig_line line) const {
     bool level = setup.pulls[line];
     for (const WireFault& fault : setup.wiring) {
@@ -84,7 +84,7 @@ void Installation::Rewire(const std::string& wire, const std::optional<WireFault
     if (fault) {
         setup.wiring.push_back(*fault);
     }
-    // All wires first, then the levels: no line is to show what is half done.
+    // All wires first, then the levels, so that no line shows an intermediate state.
     isRewiring = true;
     shorts.clear();
     for (const auto& layWires : chips) {
@@ -109,7 +109,7 @@ void Installation::Connect(const Short& wires) {
     }
 }
 
-/// What somebody gives a line, or its pull.
+/// The level from the line's driver or its rest level, without shorts.
 bool Installation::Given(rig_line line) const {
     const Line& it = lines[line];
     const auto last =
@@ -118,7 +118,7 @@ bool Installation::Given(rig_line line) const {
     return last == it.drivers.rend() ? it.rest : *last->level;
 }
 
-/// The same, unless a line that touches it is low.
+/// The level with shorts: a wire that is low pulls down those that it touches.
 bool Installation::Effective(rig_line line) const {
     bool level = Given(line);
     for (const Short& wires : shorts) {
@@ -137,7 +137,7 @@ void Installation::Update(rig_line line) {
         return;
     }
     SetLevel(line, Effective(line));
-    for (std::size_t i = 0; i < shorts.size(); ++i) { // the camera may answer with another edge
+    for (std::size_t i = 0; i < shorts.size(); ++i) { // re-entered if the camera reacts
         const rig_line one = shorts[i].one.line;
         const rig_line other = shorts[i].other.line;
         if (one == line || other == line) {
@@ -178,7 +178,7 @@ void Installation::React(rig_line line) {
     case RIG_CAMERA_POWER:
         SwitchPower(active);
         break;
-    default: // nothing listens to the other lines
+    default: // the camera ignores the other lines
         break;
     }
 }
@@ -207,8 +207,8 @@ void Installation::EndExposure() {
 }
 
 void Installation::LatchMep() {
-    // The latch is the interface electronics' own: it needs no camera power, and a clear that is
-    // still held wins.
+    // The latch is in the interface electronics: it works without camera power, and a clear that is
+    // still active wins.
     if (!Level(RIG_CLEAR_MEP) || setup.behaviour.mep == Mep::Stuck) {
         Rest(RIG_MEP, true);
     }

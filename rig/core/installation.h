@@ -1,4 +1,4 @@
-/// The truth about the camera's lines, and what the camera does with them.
+/// The actual levels of the camera's lines, and how the camera reacts to them.
 #pragma once
 
 #include <array>
@@ -15,14 +15,14 @@
 
 namespace rig {
 
-/// What becomes of the MEP flag.
+/// How the MEP flag behaves.
 enum class Mep {
     Latch, ///< latched at the end of an exposure, released by clear_mep
     Never, ///< never latched
-    Stuck  ///< once latched, latched for good
+    Stuck  ///< once latched, never released
 };
 
-/// What of a camera can change while it runs. Times are nanoseconds.
+/// The settings of a camera that can change while it runs. Times are nanoseconds.
 struct CameraBehaviour {
     Mep mep = Mep::Latch;
     std::uint64_t exposure = 25 * kNanosecondsPerMillisecond;
@@ -35,7 +35,7 @@ struct CameraSetup {
     bool ready = true;
     bool mepLatched = false;
     CameraBehaviour behaviour;
-    /// What the lines to the camera are while no chip drives them; a camera is powered by default.
+    /// The levels of the lines while no chip drives them. By default the camera has power.
     Levels pulls = {false, false, false, false, false, true, true};
     std::vector<WireFault> wiring; ///< what is wrong with the wires to the chips
 };
@@ -50,30 +50,29 @@ class Installation {
 
     std::span<const WireFault> WireFaults() const { return setup.wiring; }
 
-    /// From now on the low one wins of the levels of two lines, whoever gives them.
+    /// Shorts two wires: from now on, if either is low, both are.
     void Connect(const Short& wires);
 
-    /// What lays a chip's wires, to be called again whenever one of them changes.
+    /// Registers a function that lays a chip's wires; called again whenever a wire fault changes.
     void Attach(std::function<void()> layWires) { chips.push_back(std::move(layWires)); }
 
-    /// Gives a wire this fault in place of any that it has; none mends it.
+    /// Replaces the faults of a wire by this one; nullopt repairs the wire.
     void Rewire(const std::string& wire, const std::optional<WireFault>& fault);
 
-    /// Gives a line a level of a driver's, until the driver lets go of it. Of several drivers the
-    /// one that drove last has the line.
+    /// Drives a line until Release(). Of several drivers, the one that called this last wins.
     void Drive(rig_line line, bool level, const void* driver);
     void Release(rig_line line, const void* driver);
 
-    /// What scenarios and commands make the camera do.
+    // Changes of the camera that scenarios and commands ask for.
     void BecomeReady();
     void BecomeBusy();
     void SetAsleep(bool asleep);
     void LatchMep();
 
-    /// Holds a line that the camera gives at a level, whatever it does; none lets go of the line.
+    /// Holds an output of the camera at a level, whatever the camera does; nullopt ends that.
     void Force(rig_line line, std::optional<bool> level);
 
-    /// How it behaves from now on; what is going on already ends as it began.
+    /// Changes apply to what starts from now on; an exposure that is running keeps its duration.
     CameraBehaviour& Behaviour() { return setup.behaviour; }
 
     std::uint32_t Captures() const { return captures; }
@@ -83,13 +82,13 @@ class Installation {
 
     struct Driver {
         const void* who;
-        std::optional<bool> level; ///< none behind a wire that is broken
+        std::optional<bool> level; ///< none while its wire is broken
     };
 
     struct Line {
         bool level;
-        bool rest;                   ///< its pull, or what the camera gives
-        std::vector<Driver> drivers; ///< what stands against that, the last one before all
+        bool rest; ///< its level without drivers: its pull, or what the camera outputs
+        std::vector<Driver> drivers; ///< they override `rest`; the last one wins
     };
 
     void Rest(rig_line line, bool level);
@@ -109,8 +108,8 @@ class Installation {
     Trace& trace;
     std::array<Line, RIG_LINE_COUNT> lines{};
     std::vector<Short> shorts;
-    std::vector<std::function<void()>> chips; ///< what lays the wires of each
-    bool isRewiring = false;                  ///< levels wait until all wires are laid
+    std::vector<std::function<void()>> chips; ///< one function per chip: lays its wires
+    bool isRewiring = false;                  ///< no level changes until all wires are laid
     Activity activity;
     Timeline::Ticket pending; ///< the end of Starting or Exposing
     std::uint32_t captures = 0;

@@ -1,4 +1,4 @@
-/// What happened, in order: kept in memory for the program that asks, and in a file for people.
+/// The log of what happened: in memory for programs, and in a file for people.
 #pragma once
 
 #include <cstddef>
@@ -26,7 +26,7 @@ class Journal {
     void Add(Entry entry);
     void Clear();
 
-    // Entries have numbers that are never given again: those that are kept are from Begin() on.
+    // Entry numbers are never reused. The entries kept are those from Begin() on.
     std::uint64_t Begin() const { return forgotten; }
     std::uint64_t End() const { return forgotten + entries.size(); }
 
@@ -36,7 +36,7 @@ class Journal {
     /// Writes every later entry to a file as well. False when it cannot be opened.
     bool CopyTo(const std::filesystem::path& path);
 
-    /// Tells the reader of the file that times start again.
+    /// Marks in the file that times start again from 0.
     void MarkStart();
 
   private:

@@ -13,7 +13,8 @@ bool Bit(std::uint32_t word, std::uint8_t bit) {
 
 } // namespace
 
-/// As the installation's faults are now. Lines that the chip does not reach any more are let go of.
+/// Lays the wires again with the current faults. Releases the lines that the chip no longer
+/// reaches.
 void PinGroup::LayAgain() {
     const LaidWires old =
         std::exchange(laid, LayWires(group, open, groups, installation.WireFaults()));

@@ -15,7 +15,7 @@ class PinGroup {
     /// Pins without a wire have the level of their bit in `openLevels`.
     PinGroup(Installation& camera, std::span<const Wire> wires, std::uint32_t openLevels)
         : PinGroup(camera, wires, openLevels, {&wires, 1}) {}
-    /// A group of a chip that has several.
+    /// For a chip with several groups.
     PinGroup(Installation& camera, std::span<const Wire> wires, std::uint32_t openLevels,
              std::span<const std::span<const Wire>> chip)
         : installation(camera), group(wires), groups(chip.begin(), chip.end()), open(openLevels) {
@@ -28,7 +28,8 @@ class PinGroup {
     /// Sets the levels, and which of the pins the chip drives (1 = output).
     void Set(std::uint32_t value, std::uint32_t outputs);
 
-    /// The levels of the pins now: an output has what it was set to, another pin that of its line.
+    /// The levels of the pins now: an output has the level it was set to, an input that of its
+    /// line.
     std::uint32_t Read() const;
 
     /// The levels that the lines give the pins, whatever the chip drives.

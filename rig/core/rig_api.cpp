@@ -12,7 +12,7 @@ namespace {
 
 using Function = rig::RigFunction;
 
-/// No exception leaves the interface: memory that ran out is a failure like any other.
+/// Never throws: the callers are C functions. Running out of memory is a failure like any other.
 rig::RigAnswer Ask(std::int64_t failure, const rig::RigQuestion& question) {
     try {
         const rig::Elsewhere* const elsewhere = rig::WhereTheHardwareIs();
@@ -27,7 +27,7 @@ rig::RigQuestion About(Function function, Numbers... numbers) {
     return {function, {static_cast<std::uint64_t>(numbers)...}, std::nullopt};
 }
 
-/// With a text of the host, which may be none; nothing when there is no memory for it.
+/// A question with a text, which may be null. Returns nullopt when there is no memory for it.
 std::optional<rig::RigQuestion> WithText(Function function, const char* text) {
     try {
         rig::RigQuestion question{function, {}, std::nullopt};
@@ -45,7 +45,7 @@ std::int64_t AskWithText(std::int64_t failure, Function function, const char* te
     return question ? Ask(failure, *question).number : failure;
 }
 
-/// A text that stays valid until the next call with the same question.
+/// The text stays valid until the next call with the same `function`.
 template <Function function>
 const char* AskForText() {
     thread_local std::string text;

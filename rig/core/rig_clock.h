@@ -1,5 +1,5 @@
-/// The rig's notion of time: the wall on Windows, a virtual clock in native tests. Whoever links
-/// the rig supplies the two functions (core/windows_clock.cpp on Windows).
+/// The rig's clock: real time on Windows, virtual time in native tests. The program that links the
+/// rig defines these two functions (on Windows, windows_clock.cpp does).
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-/// What the functions of solvane/rig.h do with the hardware of this process.
+/// The functions of solvane/rig.h on the hardware of this process.
 #include "elsewhere.h"
 #include "environment.h"
 #include "rig_state.h"

@@ -17,11 +17,11 @@
 namespace rig {
 
 Rig& Rig::Instance() {
-    // Never destroyed: static objects of the host may still use the hardware when they go.
+    // Never destroyed: destructors of the host's static objects may still use the hardware.
     static Rig& rig = *new Rig;
 
-    // The waveform ends with the process, and so does what the camera is doing. A thread that the
-    // system has ended in mid-call keeps the lock for ever, so nobody waits for it here.
+    // Completes the waveform when the process ends. Must not wait for the lock: a thread that the
+    // system ended within a call never releases it.
     static const struct Ending {
         ~Ending() {
             const std::unique_lock lock(rig.mutex, std::try_to_lock);
@@ -49,7 +49,7 @@ void Rig::LoadFromEnvironment() {
         complain(Utf8FromPath(path) + ": cannot be written");
     };
 
-    if (BenchInEnvironment()) { // which has the hardware, and writes what happens
+    if (BenchInEnvironment()) { // the bench has the hardware, and writes the files
         Load({}, "", "none");
         return;
     }
@@ -77,7 +77,7 @@ bool Rig::LoadText(std::string_view toml) {
 bool Rig::Parse(std::string_view toml, std::string called) {
     error.clear();
     try {
-        if (toml != parsedText) { // tests load the same one over and over
+        if (toml != parsedText) { // tests load the same text again and again
             parsed = ParseScenario(toml);
             parsedText = toml;
         }
@@ -141,8 +141,8 @@ void Rig::Replace(const Scenario& scenario, std::string called) {
     }
 }
 
-/// Wires the hardware to a camera that is new. What the scenario plans for its first calls is for
-/// the next ones.
+/// Builds the hardware of a scenario. Faults and events planned for its first calls apply to the
+/// next calls, however many were counted before.
 void Rig::Build(const Scenario& scenario, std::string called) {
     name = std::move(called);
     chips = scenario.usb.size();
@@ -178,7 +178,7 @@ std::optional<Fault> Rig::BeginCall(std::string_view function) {
         const bool isMeant = event.before == function || event.before == kAnyFunction;
         return isMeant && faults.Calls(event.before) == event.call;
     };
-    // A copy: one of them may replace the hardware with all its events.
+    // A copy: an action may replace the hardware and clear eventsBeforeCalls.
     std::vector<ScenarioEvent> events;
     std::ranges::copy_if(eventsBeforeCalls, std::back_inserter(events), happensNow);
     for (const ScenarioEvent& event : events) {

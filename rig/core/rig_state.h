@@ -1,4 +1,4 @@
-/// The rig of the process: one installation, everything that is wired to it, and one lock.
+/// The rig of the process: the installation, everything wired to it, and the lock for all of it.
 #pragma once
 
 #include <cstdint>
@@ -21,7 +21,7 @@ namespace rig {
 
 class Rig {
   public:
-    /// Makes the rig that the environment describes at the first call.
+    /// The first call builds the rig that the environment describes.
     static Rig& Instance();
 
     /// Replaces the virtual hardware. False when the text is no scenario: nothing has changed then.
@@ -32,46 +32,46 @@ class Rig {
     /// What was wrong with the last scenario.
     const std::string& Error() const { return error; }
 
-    /// What the scenario is called: its file, or how else it came.
+    /// The scenario's file, or where else it came from.
     const std::string& ScenarioName() const { return name; }
 
-    /// Counts a vendor call and has the events happen that precede it; its fault, if one is
-    /// planned. While the PC sleeps no call is made: it waits, and other threads have the rig.
+    /// Counts a vendor call, performs the events planned before it and returns its fault, if any.
+    /// While the PC sleeps this waits, with the rig unlocked for other threads.
     std::optional<Fault> BeginCall(std::string_view function);
 
-    /// USB chips of the scenario, plugged in or not.
+    /// The number of USB chips in the scenario, plugged in or not.
     std::size_t Chips() const { return chips; }
 
-    /// Does something to it from outside: the journal tells of it, and a kept session knows it.
+    /// Performs an action from outside: it goes into the journal and into the recorded session.
     void Do(const Action& action);
 
-    /// The scenario that it began with, as text, and what happened since.
+    /// The text of the scenario that was loaded, and the recording of what happened since.
     const std::string& Text() const { return text; }
     const SessionRecorder& Recorder() const { return recorder; }
 
-    // What actions do.
+    // For actions.
     void SetPlugged(unsigned chip, bool plugged);
     void Replace(const Scenario& scenario, std::string called);
     void OpenDriver();
     void Sleep(std::uint64_t duration);
 
-    /// Lets go of what a host holds that has left.
+    /// Frees what a host held that has ended.
     void Release(HostNumber left);
 
-    /// A line of the host's own.
+    /// Writes a line of the host's into the journal.
     void Note(std::string text);
 
-    /// Lets time pass in a call that has locked the rig; other threads have it meanwhile. It takes
-    /// longer when the PC falls asleep.
+    /// Lets time pass inside a call, with the rig unlocked for other threads. Takes longer if the
+    /// PC goes to sleep.
     void Wait(std::uint64_t nanoseconds);
-    /// The same for somebody who is no host.
+    /// The same outside a vendor call: not a step of the session, and not prolonged by sleep.
     void Pause(std::uint64_t nanoseconds);
 
     Timeline timeline;
     Trace trace{timeline};
     FaultPlan faults;
     std::optional<Installation> installation;
-    HostNumber host = kThisProcess; ///< whose call is being answered
+    HostNumber host = kThisProcess; ///< the caller of the call being answered
 
   private:
     friend class Access;
@@ -89,7 +89,7 @@ class Rig {
     std::mutex mutex;
     std::string error;
     std::string parsedText; ///< the last text that was a scenario
-    Scenario parsed;        ///< which is this; of an empty text at first
+    Scenario parsed;        ///< the result of parsing parsedText
     std::string name;
     std::string text;
     std::size_t chips = 0;
@@ -99,7 +99,7 @@ class Rig {
     std::optional<std::uint64_t> resumesAt; ///< while the PC sleeps, ns
 };
 
-/// The rig, locked and brought up to now.
+/// Locks the rig and performs what has become due.
 class Access {
   public:
     Access() : lock(rig.mutex) { rig.timeline.CatchUp(); }

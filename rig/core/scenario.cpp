@@ -125,7 +125,8 @@ UsbChipSetup ReadUsbChip(TableReader& table, std::size_t index) {
     return chip;
 }
 
-/// The camera hangs on the chip that says so, else on the first FT2232H that does not say no.
+/// Connects the camera to the chip with camera = true, else to the first FT2232H without
+/// camera = false.
 void WireCamera(std::vector<UsbChipSetup>& chips, std::vector<TableReader>& tables) {
     std::optional<std::size_t> carrier;
     bool isChosen = false;
@@ -193,7 +194,7 @@ LptSetup ReadLpt(TableReader table) {
     return port;
 }
 
-/// Whoever has something behind I/O ports has InpOut installed, unless the scenario says no.
+/// By default the driver is open where the scenario has hardware behind I/O ports.
 bool ReadInpoutDriver(TableReader table, bool otherwise) {
     const bool isOpen = table.Boolean("driver_open").value_or(otherwise);
     table.RefuseOtherKeys();
@@ -237,18 +238,19 @@ Fault ReadFault(TableReader& table) {
 
 namespace {
 
-/// An action in the words of a command; of those that have more to say than fits there, the rest.
+/// Reads the action of an event. It is written as a command; the action that replaces the hardware
+/// has its scenario in a key of its own.
 Action ReadEventAction(TableReader& table, std::size_t chips) {
     const std::string text = table.Lines("action").value_or("");
     const std::string name = text.substr(0, text.find(' '));
     Words words = WordsOf(text);
-    if (text == "not-ready") { // an older word, and the next one
+    if (text == "not-ready") { // kept for older scenarios, as is the next one
         words = {"ready", "off"};
     } else if (text == "latch-mep") {
         words = {"mep", "latch"};
     } else if (text == "unplug" || text == "plug") {
         words.push_back(std::to_string(table.Integer("chip", 0, kMaxUint32).value_or(0)));
-    } else if (name == kNote || name == kReplace) { // whose text may have blanks in it
+    } else if (name == kNote || name == kReplace) { // their text may contain blanks
         words = {name, text.substr(std::min(name.size() + 1, text.size()))};
     }
     if (name == kReplace) {
@@ -318,8 +320,7 @@ Session ReadSession(TableReader table, std::size_t chips) {
     return session;
 }
 
-/// Where the line begins that has the table of the session; there must be nothing else from there
-/// on.
+/// Where the [session] table begins. It must be the last part of the scenario.
 std::size_t TextBeforeSession(std::string_view text, const TableReader& root) {
     std::size_t begin = 0;
     for (std::size_t line = root.LineOf("session"); line > 1; --line) {
@@ -352,7 +353,7 @@ Scenario ParseScenario(std::string_view text) {
     }
     if (root.Has("lpt")) {
         scenario.lpt = ReadLpt(root.Table("lpt"));
-        // Windows knows the port, unless the scenario says what it knows.
+        // By default Windows reports the port.
         scenario.wmi.ports.push_back({{"LPT1"}, {{std::to_string(scenario.lpt->base)}}});
     }
     if (root.Has("parallel_port")) {

@@ -1,5 +1,5 @@
-/// What a scenario says: which hardware there is, how the camera behaves and what goes wrong. The
-/// keys, their units and defaults are described in the rig's README.
+/// A scenario: the hardware, the camera's behaviour and the faults. The rig's README describes the
+/// keys with their units and defaults.
 #pragma once
 
 #include <cstdint>
@@ -23,15 +23,15 @@ struct UsbChipSetup {
 
     Type type = Type::FT2232H;
     std::string serial;
-    std::string letters = "AB"; ///< what ends the serial numbers of the channels of an FT2232H
+    std::string letters = "AB"; ///< appended to the serial number for each channel of an FT2232H
     std::string description;
     bool camera = false; ///< carries the camera's lines
     bool plugged = true;
     bool openElsewhere = false;             ///< another program has all of its channels open
     std::optional<std::uint64_t> resetPort; ///< how long FT_ResetPort takes, ns; none = for ever
-    // How long after it was attached, ns:
-    std::uint64_t namedAfter = 0; ///< the list has its serial number and description
-    std::uint64_t opensAfter = 0; ///< FT_Open opens it
+    // Delays after the chip was attached, ns:
+    std::uint64_t namedAfter = 0; ///< until the list has its serial number and description
+    std::uint64_t opensAfter = 0; ///< until FT_Open succeeds
 };
 
 /// A mainboard with the Embedded API.
@@ -43,7 +43,7 @@ struct EapiSetup {
 struct SuperIoSetup {
     std::uint16_t id = 0xC452;
     std::uint8_t activeBanks = 0xFF;
-    std::optional<std::uint8_t> data; ///< what its outputs are set to; none = what the lines are at
+    std::optional<std::uint8_t> data; ///< the output latch; none = the levels of the lines
 };
 
 /// A parallel port.
@@ -53,7 +53,7 @@ struct LptSetup {
     bool powerWire = true;    ///< control bit 2 to status bit 4
 };
 
-/// Something that happens of its own accord, at a moment or just before a vendor call.
+/// An action planned for a time, or for just before a vendor call.
 struct ScenarioEvent {
     Action action;
     std::uint64_t at = 0; ///< ns, when `before` is empty
@@ -68,14 +68,14 @@ struct Scenario {
     std::optional<SuperIoSetup> superIo;
     std::optional<LptSetup> lpt;
     WmiSetup wmi;              ///< the parallel ports that Windows knows
-    bool inpoutDriver = false; ///< whether InpOut's kernel driver is open
+    bool inpoutDriver = false; ///< InpOut's kernel driver is open
     std::vector<Fault> faults;
     std::vector<ScenarioEvent> events;
-    std::optional<Session> session;                    ///< that is to happen again
-    std::size_t textBeforeSession = std::string::npos; ///< how much of the text is the rest
+    std::optional<Session> session;                    ///< a recorded session to be replayed
+    std::size_t textBeforeSession = std::string::npos; ///< the length of the text before it
 };
 
-/// What is wrong with a scenario, and where.
+/// The message says what is wrong with a scenario, and in which line.
 struct ScenarioError : std::runtime_error {
     using runtime_error::runtime_error;
 };

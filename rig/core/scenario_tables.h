@@ -1,4 +1,4 @@
-/// The tables of a scenario that commands can write, too.
+/// Readers for the tables of a scenario whose keys commands accept too.
 #pragma once
 
 #include "fault_plan.h"
@@ -7,7 +7,7 @@
 
 namespace rig {
 
-// Each throws ScenarioError for what is wrong, and leaves it to the caller to refuse other keys.
+// Each throws ScenarioError for a wrong value. Refusing unknown keys is left to the caller.
 void ReadBehaviour(TableReader& table, CameraBehaviour& behaviour);
 std::vector<WireFault> ReadWiring(TableReader& table);
 Fault ReadFault(TableReader& table);

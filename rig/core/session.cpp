@@ -18,7 +18,7 @@ void SessionRecorder::NextStep(std::uint64_t now) {
     }
     session.calls.back().push_back(now);
     if (++times > kMostTimes) {
-        session = {}; // of no use any more
+        session = {}; // an incomplete recording is useless
     }
 }
 

@@ -1,5 +1,4 @@
-/// A session of a running rig: when each call of a host came, and what was done to the rig
-/// meanwhile.
+/// A recorded session: the time of each host call, and the actions performed on the rig meanwhile.
 #pragma once
 
 #include <compare>
@@ -13,17 +12,17 @@
 
 namespace rig {
 
-/// A moment in the order of things, whatever the clock says: just before a call begins, or before a
-/// later step of it. A step is the end of a wait for a slice of time, or a note of the host's.
+/// A position in the sequence of calls, independent of the clock: just before a call begins, or
+/// before a later step. A step is the end of a wait within the call, or a note by the host.
 struct Moment {
-    std::uint32_t call = 0; ///< counted from 1 since the scenario began; 0 is the beginning
+    std::uint32_t call = 0; ///< counted from 1; 0 is the time before the first call
     std::uint32_t step = 0; ///< 0: the call begins
     auto operator<=>(const Moment&) const = default;
 };
 
 /// Times are ns since the scenario began.
 struct Session {
-    /// Of a call its beginning, then its later steps until the next call.
+    /// When a call began, then when each later step came, until the next call.
     using CallTimes = std::vector<std::uint64_t>;
 
     struct Event {
@@ -32,14 +31,14 @@ struct Session {
         Action action;
     };
 
-    std::vector<CallTimes> calls; ///< the first one stands for the beginning
+    std::vector<CallTimes> calls; ///< the first element is the time before any call
     std::vector<Event> events;    ///< in their order
 };
 
-/// Writes a session down while it happens.
+/// Records a session.
 class SessionRecorder {
   public:
-    /// More steps than this are not kept; a scenario file has no room for them.
+    /// A longer session is dropped: its scenario file would be too large.
     static constexpr std::size_t kMostTimes = 100'000;
 
     void Restart() { *this = {}; }
@@ -51,7 +50,7 @@ class SessionRecorder {
     const Session& Recorded() const { return session; }
     bool IsWhole() const { return times <= kMostTimes; }
 
-    /// The next step of the last call; or, if none comes, of the next one.
+    /// The position of the next step of the last call. If no step comes, it means the next call.
     Moment Next() const;
 
   private:
@@ -59,17 +58,18 @@ class SessionRecorder {
     std::size_t times = 0;
 };
 
-/// Has the rig do again what it did in a session, each thing before the same call. Until the last
-/// call has come, time goes by calls alone; so the camera, too, does everything before the same
-/// call. Then it goes by the clock.
+/// Replays a session: performs each action before the same call as when it was recorded. Until the
+/// last recorded call, the rig's time follows the calls and not the clock, so that the camera too
+/// reacts before the same calls. After that, time follows the clock.
 class Rerun {
   public:
     Rerun(const Session& again, Timeline& time, std::function<void(const Action&)> whatToDo);
 
-    /// Comes to a step; `length` is what it takes when the session has no such step.
+    /// Moves time to a step; by `length` if the recording has no such step.
     void Come(const Moment& moment, std::uint64_t length);
 
-    /// Lets the clock bring about what is left; to be called again when the timeline was cleared.
+    /// After the last call, schedules the remaining events by the clock. Call it again when the
+    /// timeline was cleared.
     void Schedule();
 
   private:
@@ -78,8 +78,8 @@ class Rerun {
     const Session session;
     Timeline& timeline;
     std::function<void(const Action&)> perform;
-    std::size_t next = 0; ///< the event that is due next
-    bool isOver = false;  ///< its calls have all come
+    std::size_t next = 0; ///< index of the next event
+    bool isOver = false;  ///< all recorded calls have come
     Timeline::Ticket scheduled;
 };
 

@@ -1,4 +1,4 @@
-/// What hardware is wired to. All of it outlives the hardware.
+/// What the hardware is wired to. All of it outlives the hardware.
 #pragma once
 
 #include "installation.h"

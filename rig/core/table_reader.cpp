@@ -10,7 +10,7 @@ namespace rig {
 namespace {
 
 [[noreturn]] void FailAt(const toml::source_region& where, const std::string& message) {
-    // A table that was made of a command's words has no lines.
+    // A table built from a command's words has no line numbers.
     const auto line = where.begin.line;
     throw ScenarioError((line != 0 ? "line " + std::to_string(line) + ": " : "") + message);
 }

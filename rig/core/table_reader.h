@@ -1,5 +1,4 @@
-/// Strict reading of one TOML table: every key that is there must be one that was asked for, of the
-/// right type and within its range.
+/// Strict reading of one TOML table: every key in it must be known, of the right type and in range.
 #pragma once
 
 #include <cstdint>
@@ -15,36 +14,36 @@ namespace rig {
 
 class TableReader {
   public:
-    /// `name` is what messages call the table.
+    /// `name` is the table's name in messages.
     TableReader(const toml::table& source, std::string name);
 
-    // Each answers nothing when the key is absent, and throws ScenarioError when it is wrong.
+    // Each returns nullopt when the key is absent, and throws ScenarioError when its value is
+    // wrong.
     std::optional<bool> Boolean(std::string_view key);
     std::optional<std::int64_t> Integer(std::string_view key, std::int64_t lowest,
                                         std::int64_t highest);
     std::optional<std::string> Text(std::string_view key);
     std::optional<std::string>
-    Lines(std::string_view key); ///< a text with line breaks and the like
+    Lines(std::string_view key); ///< a text that may have control characters
 
-    /// An array of numbers from 0 on, and of lists of such numbers; a number stands for a list of
-    /// one.
+    /// An array of non-negative numbers or lists of them; a single number is a list of one.
     std::vector<std::vector<std::int64_t>> NumberLists(std::string_view key);
 
     /// The index of the text among the choices.
     std::optional<std::size_t> Choice(std::string_view key,
                                       const std::vector<std::string_view>& choices);
 
-    /// The reader of a table within this one; of an empty table when there is none.
+    /// A reader for a table within this one, or for an empty table when there is none.
     TableReader Table(std::string_view key);
-    /// The readers of an array of tables.
+    /// Readers for an array of tables.
     std::vector<TableReader> Tables(std::string_view key);
 
     bool Has(std::string_view key) const { return table->contains(key); }
 
-    /// The line of a key that is there.
+    /// The line of a key; the key must be there.
     std::size_t LineOf(std::string_view key) const { return table->get(key)->source().begin.line; }
 
-    /// Throws when the table has keys that nobody asked for. To be called last.
+    /// Throws when the table has keys that none of the readers above asked for. Call it last.
     void RefuseOtherKeys() const;
 
     /// Throws ScenarioError, at the line of a key or, when it is absent, of the table.

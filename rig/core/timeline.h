@@ -1,5 +1,5 @@
-/// The rig's time: what is due in it happens lazily, each thing at its own exact moment, whenever
-/// somebody next looks.
+/// The rig's time. What is due happens lazily, at the next call, but each action sees its own exact
+/// time.
 #pragma once
 
 #include <cstdint>
@@ -13,37 +13,37 @@ inline constexpr std::uint64_t kNanosecondsPerMillisecond = 1'000'000;
 
 class Timeline {
   public:
-    /// Something that is due: its moment, and a number that keeps equal moments in order.
+    /// A scheduled action: its time, and a number that keeps actions of the same time in order.
     using Ticket = std::pair<std::uint64_t, std::uint64_t>;
 
     /// Starts time at 0, with nothing due.
     void Restart();
 
-    /// Has nothing due any more.
+    /// Cancels everything.
     void Clear() { due.clear(); }
 
-    /// Lets everything happen that is due by now, in its order.
+    /// Performs everything that is due by now, in order.
     void CatchUp();
 
-    /// Has time stand still but for MoveTo(), until LetGo(): from that moment on it goes by the
-    /// clock again.
+    /// Hold() stops time, so that only MoveTo() advances it; LetGo() lets it follow the clock again
+    /// from where it is.
     void Hold() { isHeld = true; }
     void LetGo();
 
-    /// Lets everything happen that is due until then. Does nothing unless time is held.
+    /// Advances time and performs everything that is due until then. Ignored unless time is held.
     void MoveTo(std::uint64_t then);
 
-    /// Nanoseconds since Restart(): the moment of what is happening, else that of the last
+    /// Nanoseconds since Restart(). Within an action its own time, otherwise that of the last
     /// CatchUp().
     std::uint64_t Now() const { return moment; }
 
-    /// The same moment on rig::clock, which goes on across restarts.
+    /// The same on rig::clock, which restarts do not reset.
     std::uint64_t AbsoluteNow() const { return origin + moment; }
 
-    /// Has something happen later; never before the next CatchUp().
+    /// Schedules an action. It runs within a later CatchUp(), even without a delay.
     Ticket After(std::uint64_t delay, std::function<void()> action);
 
-    /// Takes back what is still due; does nothing once it has happened.
+    /// Cancels an action; ignored once it has run.
     void Cancel(const Ticket& ticket) { due.erase(ticket); }
 
   private:

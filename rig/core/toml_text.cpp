@@ -17,8 +17,8 @@ constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
     throw ScenarioError(("line " + std::to_string(line) + ": ").append(message));
 }
 
-/// The text with comments in plain ASCII: toml++ runs into undefined behaviour where it asks
-/// whether a character beyond that is white space.
+/// Replaces characters beyond ASCII in comments. toml++ has undefined behaviour where it checks
+/// whether such a character is white space.
 std::string ToAscii(std::string_view text) {
     std::string ascii(text);
     std::size_t line = 1;
@@ -60,7 +60,8 @@ bool Surprises(std::string_view text) {
     return false;
 }
 
-/// toml++ does not say where it was surprised: at the last line of the shortest text that does it.
+/// A failed assertion of toml++ has no line number. Finds the shortest beginning of the text that
+/// fails; its last line is at fault.
 std::size_t LineOfSurprise(std::string_view text) {
     std::vector<std::size_t> ends;
     for (std::size_t end = text.find('\n'); end != text.npos; end = text.find('\n', end + 1)) {

@@ -1,5 +1,5 @@
-/// From text of any kind to a TOML document. The parser is toml++, and some of its assertions are
-/// all that stands between malformed text and undefined behaviour: they stay in every build, as
+/// Parses text that may be malformed as TOML. The parser is toml++. For some malformed texts only
+/// its assertions prevent undefined behaviour, so they stay enabled in every build and throw
 /// exceptions.
 #pragma once
 
@@ -8,7 +8,7 @@
 
 namespace rig {
 
-/// Text that toml++ takes for impossible.
+/// An assertion of toml++ failed.
 struct ImpossibleToml : std::logic_error {
     using logic_error::logic_error;
 };
@@ -30,8 +30,8 @@ struct ImpossibleToml : std::logic_error {
 
 namespace rig {
 
-/// Throws ScenarioError, with the line, for whatever is no TOML. Characters beyond ASCII are
-/// refused outside comments.
+/// Throws ScenarioError, with the line, if the text is not TOML or has characters beyond ASCII
+/// outside comments.
 toml::table ParseToml(std::string_view text);
 
 } // namespace rig

@@ -1,4 +1,4 @@
-/// Everything the rig has to tell about what happened: the journal and the waveform.
+/// The records of what happened: the journal and the waveform.
 #pragma once
 
 #include <filesystem>
@@ -15,7 +15,7 @@ class Trace {
   public:
     explicit Trace(const Timeline& time) : timeline(time) {}
 
-    /// A new scenario: an empty journal. A waveform that is being written goes on.
+    /// Empties the journal for a new scenario. A waveform that is being written continues.
     void Restart(const Levels& levels);
 
     void Call(std::string text) { Add(RIG_CALL, std::move(text)); }

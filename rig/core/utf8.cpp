@@ -12,11 +12,11 @@ std::uint8_t Byte(std::string_view text, std::size_t index) {
     return index < text.size() ? static_cast<std::uint8_t>(text[index]) : std::uint8_t{0};
 }
 
-/// How many bytes the character at the front takes; 0 for bytes that are none.
+/// The length of the first character in bytes; 0 if it is not valid UTF-8.
 std::size_t LengthOfFirst(std::string_view text) {
     struct Form {
         std::uint8_t first, last;     ///< of its first byte
-        std::uint8_t lowest, highest; ///< of its second one: no shorter form, no surrogate
+        std::uint8_t lowest, highest; ///< of its second; excludes overlong forms and surrogates
         std::size_t length;
     };
     static constexpr Form kForms[] = {

@@ -1,4 +1,4 @@
-/// Text that anybody may have written, made fit for journals, scenarios and JSON.
+/// Makes text from outside fit for journals, scenarios and JSON.
 #pragma once
 
 #include <string>
@@ -9,7 +9,7 @@ namespace rig {
 /// The text with "?" for each byte that is not UTF-8.
 std::string ValidUtf8(std::string_view text);
 
-/// The same in one line: with a blank for each control character.
+/// The same, and with a blank for each control character, so that it is one line.
 std::string PlainLine(std::string_view text);
 
 } // namespace rig

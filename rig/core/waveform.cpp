@@ -13,12 +13,12 @@ constexpr const char* kHeader = "$version Solvane rig $end\n"
                                 "$timescale 1 us $end\n"
                                 "$scope module camera $end\n";
 
-/// What leaves a mark: a pulse that was cut short looks like any other without it.
+/// The events that get a mark. Without one, a pulse that an unplugged cable cut short looks normal.
 constexpr std::array<std::string_view, 7> kMarks = {"capture", "ignored", "unplug", "plug",
                                                     "sleep",   "resume",  "fault"};
 
-/// The short name that a VCD gives a wire, or an event behind them: printable characters from '!'
-/// on.
+/// The short name of a variable in the VCD, a printable character from '!' on. Events come after
+/// the lines.
 char CodeOf(std::size_t line) {
     return static_cast<char>('!' + line);
 }
@@ -54,7 +54,7 @@ Waveform::Waveform(const std::filesystem::path& path, const Levels& start, std::
 }
 
 Waveform::~Waveform() {
-    // A last time stamp gives the last levels a width.
+    // Without a final time stamp, the last levels would have no duration.
     MoveTo(clock::Now());
 }
 

@@ -1,5 +1,5 @@
-/// The lines as a value change dump (VCD), the waveform format that logic-analyser programs read,
-/// and what happened to them, as its event variables.
+/// Writes a value change dump (VCD), the waveform format that logic-analyser programs read: the
+/// lines as wires, and what happened to the rig as event variables.
 #pragma once
 
 #include <array>
@@ -16,8 +16,7 @@ using Levels = std::array<bool, RIG_LINE_COUNT>;
 
 const char* LineName(rig_line line);
 
-/// One file from its construction to its destruction. Times are those of rig::clock; the file
-/// counts from its own beginning.
+/// Times are those of rig::clock; in the file they count from its beginning.
 class Waveform {
   public:
     Waveform(const std::filesystem::path& path, const Levels& start, std::uint64_t begin);
@@ -27,10 +26,10 @@ class Waveform {
 
     bool IsOpen() const { return file.is_open(); }
 
-    /// A line's level from `time` on. A moment before the last written one counts as that one.
+    /// Sets a line's level from `time` on. A time before the last written one counts as that one.
     void Set(rig_line line, bool level, std::uint64_t time);
 
-    /// Marks an event, if the file has marks of its kind: that is its first word.
+    /// Marks an event if the file has a mark for its kind, which is the event's first word.
     void Mark(std::string_view event, std::uint64_t time);
 
   private:
@@ -39,7 +38,7 @@ class Waveform {
     std::ofstream file;
     Levels levels;
     std::uint64_t origin;
-    std::uint64_t written = 0; ///< the last time stamp, in units of the file
+    std::uint64_t written = 0; ///< the last time stamp, in the file's unit
 };
 
 } // namespace rig

@@ -1,4 +1,4 @@
-/// The rig's clock on Windows is the wall's.
+/// The rig's clock on Windows: real time.
 #include "rig_clock.h"
 
 #include <windows.h>

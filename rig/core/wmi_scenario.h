@@ -1,4 +1,4 @@
-/// What Windows knows of the parallel ports of a scenario, through its management interface.
+/// The parallel ports that Windows reports through WMI.
 #pragma once
 
 #include <string>
@@ -8,10 +8,10 @@ namespace rig {
 
 class TableReader;
 
-/// A property as a client gets it: a text, or the wrong thing in the place of one.
+/// A property as a client gets it: a text or, to test clients, a value of a wrong type.
 struct WmiText {
     std::string text;
-    std::string type = "string"; ///< in the words of the scenario
+    std::string type = "string"; ///< the type, as a scenario names it
 };
 
 /// An instance of Win32_ParallelPort with its Win32_PortResources.
