@@ -35,7 +35,7 @@ BenchSide::~BenchSide() {
     if (host != kThisProcess) {
         try {
             hosts.Leave(*key);
-        } catch (...) { // no memory for the journal's line
+        } catch (...) { // no memory for the journal entry
         }
     }
 }
@@ -52,7 +52,7 @@ std::string BenchSide::Answer(std::string_view message) {
         isOver = true;
         return Refusal(std::string("a message that is none: ") + reason.what());
     } catch (const std::exception& reason) {
-        return Refusal(reason.what()); // values of other kinds than go into the function
+        return Refusal(reason.what()); // inputs of the wrong kind for the function
     }
 }
 

@@ -1,4 +1,4 @@
-/// A bench's side of one connection.
+/// The bench's end of a connection.
 #pragma once
 
 #include <cstdint>
@@ -12,17 +12,16 @@
 
 namespace rig::bench {
 
-/// Does a command, for somebody who may leave meanwhile.
+/// Carries out a command. The connection may end meanwhile.
 using Perform = Reply (*)(const Command& command);
 
-/// Who uses the hardware of this process: a host may have several connections, one a thread.
+/// The hosts that use the hardware of this process. A host may have a connection per thread.
 class Hosts {
   public:
-    /// A host's number; one that comes first joins.
+    /// Counts a connection and returns its host's number, a new one for a new host.
     HostNumber Join(const Introduction& who);
 
-    /// A connection of a host has ended. With the last one the host has left, and what it held is
-    /// let go of.
+    /// Ends a connection of a host. With the last one, everything that the host held is freed.
     void Leave(std::uint64_t key);
 
   private:
@@ -32,7 +31,7 @@ class Hosts {
     };
 
     std::mutex mutex;
-    std::map<std::uint64_t, Known> known; ///< by the keys of the processes
+    std::map<std::uint64_t, Known> known; ///< by Introduction::key
     HostNumber last = 0;
 };
 
@@ -44,10 +43,10 @@ class BenchSide {
     BenchSide(const BenchSide&) = delete;
     BenchSide& operator=(const BenchSide&) = delete;
 
-    /// What is said to a message. Never throws, but for want of memory.
+    /// The answer to a message. Throws only when memory runs out.
     std::string Answer(std::string_view message);
 
-    /// Nothing more is to be answered: somebody who does not speak as we do.
+    /// The connection is to be closed, because the other end does not speak our protocol.
     bool IsOver() const { return isOver; }
 
   private:
@@ -56,7 +55,7 @@ class BenchSide {
 
     Hosts& hosts;
     const Perform perform;
-    std::optional<std::uint64_t> key; ///< once somebody has joined; 0: who is no host
+    std::optional<std::uint64_t> key; ///< from the introduction; 0: not a host
     HostNumber host = kThisProcess;
     bool isOver = false;
 };

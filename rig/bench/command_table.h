@@ -1,4 +1,4 @@
-/// The commands besides actions: what one can ask, and what one can wait for.
+/// The commands that are not actions: questions and waits.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +13,7 @@
 
 namespace rig {
 
-/// A reply both as people and as programs read it.
+/// A reply, as text for people and as JSON for programs.
 struct Told {
     int exitCode = 0;
     std::string text = {};
@@ -21,19 +21,19 @@ struct Told {
     std::uint64_t next = 0;
 };
 
-/// A command's words behind its name, of which each can be used once.
+/// The arguments of a command. Reading one consumes it.
 class Arguments {
   public:
     explicit Arguments(std::span<const std::string> given);
 
-    /// The next word; empty when there is none.
+    /// The next argument; empty when there is none.
     std::string Word();
-    /// The milliseconds behind an option such as --within, in ns.
+    /// The value of an option such as --within, which is in milliseconds; returned in ns.
     std::uint64_t Milliseconds(std::string_view option, std::uint64_t otherwise);
     std::uint64_t Number(std::string_view option, std::uint64_t otherwise);
     bool Has(std::string_view option) const;
 
-    /// Throws ActionError when words are left.
+    /// Throws ActionError when arguments are left.
     void RefuseOthers() const;
 
   private:
@@ -46,11 +46,11 @@ struct CommandKind {
     std::string_view name;
     std::string_view arguments;
     std::string_view meaning;
-    /// Throws ActionError for words that make no sense.
+    /// Throws ActionError for wrong arguments.
     Told (*perform)(Arguments arguments, const std::stop_token& stop);
 };
 
-// The questions.
+// Questions.
 Told TellLevels(Arguments arguments, const std::stop_token& stop);
 Told TellCaptures(Arguments arguments, const std::stop_token& stop);
 Told TellCalls(Arguments arguments, const std::stop_token& stop);
@@ -59,18 +59,18 @@ Told TellStatus(Arguments arguments, const std::stop_token& stop);
 
 Told Keep(Arguments arguments, const std::stop_token& stop);
 
-// What waits.
+// Waits.
 Told WaitEdge(Arguments arguments, const std::stop_token& stop);
 Told ExpectPulse(Arguments arguments, const std::stop_token& stop);
 
-/// Has time pass, with the rig free for others meanwhile, until something is so. False when the
-/// time is over before, or somebody wants an end.
+/// Waits until the condition holds, with the rig unlocked for others meanwhile. False when the time
+/// is over or `stop` is requested first.
 bool WaitUntil(const Access& rig, std::uint64_t within, const std::stop_token& stop,
                const std::function<bool()>& isSo);
 
-/// "2000" or "9.5", in ns; throws ActionError for anything else.
+/// Reads milliseconds such as "2000" or "9.5" and returns ns; throws ActionError for anything else.
 std::uint64_t ReadMilliseconds(std::string_view text);
-/// "61.1744" for ns.
+/// Nanoseconds as text in milliseconds: "61.1744".
 std::string Milliseconds(std::uint64_t nanoseconds);
 
 /// A line by its name, or throws ActionError.

@@ -1,4 +1,4 @@
-/// What can be asked of the rig of this process and done to it, in words.
+/// The commands for the rig of this process.
 #pragma once
 
 #include <cstdint>
@@ -10,12 +10,12 @@
 
 namespace rig {
 
-/// What words begin with that are commands.
+/// The names of all commands.
 std::vector<std::string> CommandNames();
 
-/// Does what the words say: {"fault", "FT_Write", "status=4"}. The commands that wait block until
-/// it came to pass, their time is over or somebody wants them to stop. Any thread may call it.
-/// `scenario` takes a file's name and then its text, `keep` answers the text for a file.
+/// Carries out a command such as {"fault", "FT_Write", "status=4"}. A command that waits blocks
+/// until its condition holds, its time is over or `stop` is requested. Any thread may call this.
+/// `scenario` takes a file's name and its text; `keep` returns the text of the scenario file.
 Reply Perform(const std::vector<std::string>& words, bool json, const std::stop_token& stop = {});
 
 } // namespace rig

@@ -1,4 +1,4 @@
-/// Messages on a stream of bytes: each has its length before it.
+/// Messages on a stream of bytes, each preceded by its length.
 #pragma once
 
 #include <optional>
@@ -7,10 +7,10 @@
 
 namespace rig::bench {
 
-/// As it is sent.
+/// The message with its length in front.
 std::string Framed(std::string_view message);
 
-/// What has come of a stream, in pieces of any size.
+/// Reassembles messages from a stream that arrives in pieces of any size.
 class Frames {
   public:
     void Add(std::string_view bytes) { waiting += bytes; }

@@ -17,7 +17,7 @@ void HostSide::Answer(Call& call) {
         AnswerHere(call);
         const auto& parameters = call.function.parameters;
         if (!parameters.empty() && parameters.front().in == Show::Handle) {
-            call.status = usb::kIoError; // its device has left with the bench
+            call.status = usb::kIoError; // the open device is gone with the bench
         }
     }
 }
@@ -25,7 +25,7 @@ void HostSide::Answer(Call& call) {
 RigAnswer HostSide::Answer(const RigQuestion& question) {
     RigQuestion asked = question;
     if (question.function == RigFunction::LoadFile || question.function == RigFunction::WriteVcd) {
-        if (question.text && !question.text->empty()) { // the bench runs in another directory
+        if (question.text && !question.text->empty()) { // the bench has another working directory
             const auto path = std::filesystem::absolute(PathFromUtf8(question.text->c_str()));
             asked.text = Utf8FromPath(path);
         }
@@ -35,7 +35,7 @@ RigAnswer HostSide::Answer(const RigQuestion& question) {
     } catch (const std::runtime_error& why) {
         Complain(why.what());
         switch (question.function) {
-        case RigFunction::Load: // hardware of this process alone is not what was meant
+        case RigFunction::Load: // loading it into this process would not help
         case RigFunction::LoadFile:
             return {-1, 0, {}};
         case RigFunction::Error:
@@ -92,7 +92,7 @@ void HostSide::PutBack(std::unique_ptr<Connection> connection) {
 void HostSide::Complain(const std::string& why) {
     {
         const std::lock_guard lock(mutex);
-        idle.clear(); // when one is broken, so are the others
+        idle.clear(); // the bench is gone: none of them works
         if (std::exchange(reason, why) == why) {
             return;
         }

@@ -1,4 +1,4 @@
-/// A host's side: the vendor functions and those of solvane/rig.h, answered by a bench.
+/// The host's end: has a bench answer the vendor functions and those of solvane/rig.h.
 #pragma once
 
 #include <functional>
@@ -13,12 +13,12 @@
 
 namespace rig::bench {
 
-/// There is no bench, or there is no more; with a sentence for people.
+/// The bench is not there or has ended. The message is a sentence for people.
 struct NoBench : std::runtime_error {
     using runtime_error::runtime_error;
 };
 
-/// A connection with a bench, for one question at a time. Either may throw NoBench.
+/// A connection with a bench, for one question at a time. Connect and Exchange() may throw NoBench.
 class Connection {
   public:
     virtual ~Connection() = default;
@@ -26,21 +26,20 @@ class Connection {
 };
 using Connect = std::function<std::unique_ptr<Connection>()>;
 
-/// Asks a bench, over as many connections as threads ask at the same time.
+/// Asks a bench, over one connection for each thread that asks at the same time.
 class HostSide {
   public:
-    /// `who` says of itself who it is. `complain` is given a reason why there is no hardware, once
-    /// for each new one.
+    /// `who` introduces this process. `complain` gets the reason why there is no hardware, and only
+    /// when it differs from the last one.
     HostSide(Connect connect, Introduction who, std::function<void(const std::string&)> complain);
 
-    /// Without a bench: as of a process without any hardware, in which devices that were open are
-    /// gone.
+    // Without a bench these answer as if there were no hardware, and calls on open devices fail.
     void Answer(Call& call);
     RigAnswer Answer(const RigQuestion& question);
     Reply Answer(const Command& command);
 
-    /// Ends the connections that are not in use: with the last one the host has left, until it asks
-    /// again.
+    /// Closes the connections that are not in use. After the last one the bench frees what the host
+    /// held. The next call connects again.
     void Leave();
 
   private:

@@ -1,4 +1,4 @@
-/// Hosts whose environment says so find their hardware on a bench.
+/// Connects this process to a bench if SOLVANE_RIG names one.
 #include <cstdio>
 #include <string>
 
@@ -10,7 +10,7 @@ namespace rig::bench {
 
 namespace {
 
-/// For a host at a console, for one in a debugger, and for `solvane-rig status`.
+/// Tells the reason on the console, to a debugger, and to `solvane-rig status`.
 void Complain(const std::string& reason) {
     const std::string line = "solvane_rig: " + reason + "; there is no hardware\n";
     std::fputs(line.c_str(), stderr);
@@ -31,10 +31,10 @@ constexpr Elsewhere kBench{
 
 const bool isKnown = [] {
     wayToBench = [](const std::string& name) -> const Elsewhere* {
-        // Never destroyed: static objects of the host may still use the hardware when they go.
+        // Never destroyed: destructors of the host's static objects may still use the hardware.
         side = new HostSide([name] { return ConnectPipe(name); }, ThisProcess(true), Complain);
         static const struct Ending {
-            ~Ending() { side->Leave(); } // a host may go on without the library
+            ~Ending() { side->Leave(); } // the library may be unloaded before the host ends
         } ending;
         return &kBench;
     };

@@ -21,7 +21,7 @@ class Json {
     }
     Json& Add(std::string_view key, const Json& object) { return AddRaw(key, object.Text()); }
 
-    /// What is JSON already: a number, an array.
+    /// Adds a value that is already JSON, such as a number or an array.
     Json& AddRaw(std::string_view key, std::string_view value);
 
     std::string Text() const { return "{" + members + "}"; }

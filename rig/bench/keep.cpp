@@ -1,4 +1,4 @@
-/// A session as a scenario.
+/// Writes the recorded session as a scenario.
 #include "command_table.h"
 #include "utf8.h"
 
@@ -6,10 +6,10 @@ namespace rig {
 
 namespace {
 
-/// Longer scenarios are not for people any more.
+/// Nobody would read a longer scenario.
 constexpr std::size_t kMaxScenarioSize = 1'048'576;
 
-/// A character of UTF-8 at the front, by its number.
+/// The code point of a UTF-8 character.
 char32_t Decoded(std::string_view character) {
     const auto first = static_cast<unsigned char>(character[0]);
     if (character.size() == 1) {
@@ -31,7 +31,7 @@ std::string Escaped(char32_t character) {
     return escaped;
 }
 
-/// The inside of a text of TOML, in ASCII as all of a scenario; with or without its line breaks.
+/// A text escaped for a TOML string. Scenarios are ASCII, so all other characters are escaped.
 std::string Inside(std::string_view text, bool escapesLineBreaks) {
     const std::string valid = ValidUtf8(text);
     std::string inside;
@@ -52,7 +52,7 @@ std::string Inside(std::string_view text, bool escapesLineBreaks) {
     return inside;
 }
 
-/// "[12000, 500, [300, 1000000, 1000000],": each time since the one before.
+/// "[12000, 500, [300, 1000000, 1000000],": each number is the time since the one before it.
 std::string CallTimesText(const std::vector<Session::CallTimes>& calls) {
     constexpr std::size_t kCallsInALine = 10;
     std::string text;
@@ -72,7 +72,7 @@ std::string CallTimesText(const std::vector<Session::CallTimes>& calls) {
 
 std::string EventText(const Session::Event& event, const std::vector<Session::CallTimes>& calls) {
     Moment moment = event.moment;
-    if (moment.step == calls[moment.call].size()) { // which never came
+    if (moment.step == calls[moment.call].size()) { // that step never came
         moment = {moment.call + 1, 0};
     }
     std::string text = "\n[[session.event]]\ncall = " + std::to_string(moment.call) + "\n";
@@ -90,7 +90,7 @@ std::string EventText(const Session::Event& event, const std::vector<Session::Ca
 } // namespace
 
 Told Keep(Arguments arguments, const std::stop_token&) {
-    arguments.Word(); // the file, which is for whoever asked
+    arguments.Word(); // the file's name; the caller writes the file
     arguments.RefuseOthers();
     const Access rig;
     const Session& session = rig->Recorder().Recorded();

@@ -146,7 +146,7 @@ std::string Encoded(const Introduction& who) {
 Introduction DecodedIntroduction(Reader& reader) {
     Introduction who;
     who.protocol = reader.Number();
-    if (who.protocol == kProtocol) { // nothing is known of what another one has behind it
+    if (who.protocol == kProtocol) { // other versions may have other fields
         who.key = reader.Number();
         who.process = reader.Number();
         who.program = reader.Text();

@@ -1,5 +1,5 @@
-/// What hosts and a bench say to each other, as bytes: numbers of eight bytes, the low one first,
-/// and texts with their length before them.
+/// The messages between hosts and a bench, as bytes: numbers take eight bytes, little-endian, and
+/// texts are preceded by their length.
 #pragma once
 
 #include <cstdint>
@@ -13,13 +13,13 @@
 
 namespace rig::bench {
 
-/// Changed with every change of what is said here, or of the rows of vendor functions.
+/// Increase it whenever the messages or vendor_functions.inc change.
 inline constexpr std::uint64_t kProtocol = 1;
 
-/// No message is longer: a host that announces more is none of ours.
+/// Limits the memory that a length from a foreign program can ask for.
 inline constexpr std::size_t kLongestMessage = std::size_t{1} << 24;
 
-/// Bytes that are no message, or not the one that is due.
+/// The bytes are no message, or not the expected one.
 struct Malformed : std::runtime_error {
     using runtime_error::runtime_error;
 };
@@ -35,7 +35,7 @@ class Writer {
     std::string bytes;
 };
 
-/// Throws Malformed where the bytes end too early, or hold something else.
+/// Reads a message. Throws Malformed if it ends too early or holds something else.
 class Reader {
   public:
     explicit Reader(std::string_view message) : rest(message) {}
@@ -46,17 +46,17 @@ class Reader {
     std::vector<Value> Values();
     Texts AllTexts();
 
-    /// Nothing may be left when everything has been read.
+    /// Throws Malformed if bytes are left.
     void End() const;
 
   private:
-    /// A count of things that follow, each of which takes at least so many bytes.
+    /// Reads a count of elements. Checks that enough bytes follow for as many.
     std::size_t Count(std::size_t leastBytes);
 
     std::string_view rest;
 };
 
-// Questions: what is asked comes first.
+// Questions. Each begins with its Topic.
 
 enum class Topic : std::uint8_t {
     Introduction, ///< the first message of every connection
@@ -65,10 +65,10 @@ enum class Topic : std::uint8_t {
     Command,      ///< as it is typed
 };
 
-/// Who comes.
+/// Who opens the connection.
 struct Introduction {
     std::uint64_t protocol = kProtocol;
-    std::uint64_t key = 0; ///< of the process, the same in all of its connections; 0: no host
+    std::uint64_t key = 0; ///< identifies the process on all of its connections; 0: not a host
     std::uint64_t process = 0;
     std::string program;
 };
@@ -83,14 +83,14 @@ std::string Encoded(const Call& call);
 std::string Encoded(const RigQuestion& question);
 std::string Encoded(const Command& command);
 
-// Each behind the Topic.
+// Each reads what follows the Topic.
 Introduction DecodedIntroduction(Reader& reader);
 RigQuestion DecodedRigQuestion(Reader& reader);
 Command DecodedCommand(Reader& reader);
-/// Of a function that there is, with as many inputs as it has.
+/// Accepts only a known function with the right number of inputs.
 Call DecodedCall(Reader& reader);
 
-// Answers: 0 and what was asked for, or 1 and a sentence why there is nothing.
+// Answers: 0 and the result, or 1 and a sentence why there is none.
 
 std::string Refusal(std::string_view sentence);
 std::string AnswerTo(const Introduction& who, HostNumber host);
@@ -98,7 +98,7 @@ std::string AnswerTo(const Call& call);
 std::string Encoded(const RigAnswer& answer);
 std::string Encoded(const Reply& answer);
 
-/// The bench said no.
+/// The bench refused the question.
 struct Refused : std::runtime_error {
     using runtime_error::runtime_error;
 };

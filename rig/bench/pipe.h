@@ -1,4 +1,4 @@
-/// A bench and its hosts over a named pipe: for the same user, from this machine alone.
+/// Connects a bench and its hosts by a named pipe, for the same user on the same machine only.
 #pragma once
 
 #include <memory>
@@ -11,23 +11,24 @@
 
 namespace rig::bench {
 
-/// Letters, digits, full stops, hyphens and low lines, 60 at most.
+/// Names have letters, digits, full stops, hyphens and underscores, at most 60 in all.
 bool IsBenchName(std::string_view name);
 
-/// Serves whoever comes until the process ends, each connection in a thread of its own; returns
-/// once the bench can be found. Throws std::runtime_error when one of the name runs already.
+/// Serves connections until the process ends, each in a thread of its own. Returns as soon as hosts
+/// can connect. Throws std::runtime_error if a bench of this name is running.
 void ServePipe(const std::string& name, Hosts& hosts, Perform perform);
 
-/// Throws NoBench, with the reason.
+/// Throws NoBench with the reason when it cannot connect.
 std::unique_ptr<Connection> ConnectPipe(const std::string& name);
 
-/// How this process introduces itself: as a host, or as somebody who only gives commands.
+/// The introduction of this process, as a host or as a program that only sends commands.
 Introduction ThisProcess(bool isHost);
 
-/// The names of this user's benches.
+/// The names of this user's running benches.
 std::vector<std::string> BenchesThatRun();
 
-/// Why a host of this user last found no hardware, as it has left it for people; empty if none has.
+/// Keeps the reason why a host found no hardware, for `solvane-rig status`. KeptReason() is empty
+/// if there is none.
 void KeepReason(const std::string& reason);
 std::string KeptReason();
 

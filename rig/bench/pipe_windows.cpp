@@ -38,7 +38,7 @@ struct LocalMemory {
 
 constexpr std::size_t kLongestName = 60;
 constexpr DWORD kPipeBytes = 65'536;
-/// Connections at the same time; a host has as many as threads call at the same time.
+/// Simultaneous connections. A host needs one for each thread that calls at the same time.
 constexpr int kMostConnections = 250;
 
 std::wstring Wide(const std::string& ascii) {
@@ -49,7 +49,8 @@ std::wstring PathOfPipe(const std::string& name) {
     return L"\\\\.\\pipe\\solvane-rig-" + Wide(name);
 }
 
-/// What runs as long as the bench does: not every system refuses a second pipe of the same name.
+/// The mutex that exists while the bench runs: FILE_FLAG_FIRST_PIPE_INSTANCE does not refuse a
+/// second bench on every system.
 std::wstring NameOfMutex(const std::string& name) {
     return L"Local\\solvane-rig-" + Wide(name);
 }
@@ -64,7 +65,7 @@ std::string NoName(const std::string& name) {
            "lines make one";
 }
 
-/// A pipe that nobody but the user who made it may open.
+/// Security attributes that let only the current user open the pipe.
 class OwnersAlone {
   public:
     OwnersAlone() {
@@ -101,12 +102,12 @@ class OwnersAlone {
 
 bool Send(HANDLE pipe, std::string_view message) {
     const std::string bytes = Framed(message);
-    DWORD written = 0; // a pipe of bytes takes all of them, however long that takes
+    DWORD written = 0; // WriteFile blocks until all bytes are written
     return WriteFile(pipe, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) &&
            written == bytes.size();
 }
 
-/// Nothing when the other end has gone. May throw Malformed.
+/// Returns nullopt when the other end has closed. May throw Malformed.
 std::optional<std::string> Receive(HANDLE pipe, Frames& frames) {
     std::array<char, 4096> piece;
     for (;;) {
@@ -136,12 +137,12 @@ void ServeConnection(HANDLE pipe, Hosts& hosts, Perform perform) {
             break;
         }
     }
-    FlushFileBuffers(pipe); // or a last answer is lost with the pipe
+    FlushFileBuffers(pipe); // disconnecting discards unread data
     DisconnectNamedPipe(pipe);
 }
 
 Handle MakePipe(const std::string& name, bool isFirst) {
-    static OwnersAlone& owners = *new OwnersAlone; // threads go on while the process ends
+    static OwnersAlone& owners = *new OwnersAlone; // never destroyed: threads still use it at exit
     const DWORD first = isFirst ? FILE_FLAG_FIRST_PIPE_INSTANCE : 0;
     const HANDLE pipe =
         CreateNamedPipeW(PathOfPipe(name).c_str(), PIPE_ACCESS_DUPLEX | first,
@@ -157,13 +158,14 @@ Handle NextPipe(const std::string& name) {
     for (;;) {
         try {
             return MakePipe(name, false);
-        } catch (const std::runtime_error&) { // too many handles: some will be given back
+        } catch (const std::runtime_error&) { // too many handles: retry until some are closed
             Sleep(10);
         }
     }
 }
 
-/// Each in turn: the next pipe is there before the one that somebody has opened is served.
+/// Accepts connections. Creates the next pipe before serving an opened one, so that a host always
+/// finds a pipe.
 [[noreturn]] void Accept(const std::string& name, Handle pipe, Hosts& hosts, Perform perform) {
     static std::atomic<int> connections{0};
     for (;;) {
@@ -183,7 +185,7 @@ Handle NextPipe(const std::string& name) {
             std::thread([opened = std::shared_ptr<void>(std::move(opened)), &hosts, perform] {
                 try {
                     ServeConnection(opened.get(), hosts, perform);
-                } catch (...) { // no memory: this connection ends, the others go on
+                } catch (...) { // no memory: only this connection ends
                 }
                 --connections;
             }).detach();
@@ -193,7 +195,7 @@ Handle NextPipe(const std::string& name) {
     }
 }
 
-/// Where the names of benches are kept, and a last reason.
+/// The directory for the names of the benches and the last reason.
 fs::path Notes() {
     std::array<wchar_t, MAX_PATH + 1> folder{};
     GetTempPathW(static_cast<DWORD>(folder.size()), folder.data());
@@ -261,7 +263,7 @@ std::unique_ptr<Connection> ConnectPipe(const std::string& name) {
         throw NoBench(NoName(name));
     }
     for (;;) {
-        // The bench learns who comes, but cannot act in the user's name.
+        // SECURITY_IDENTIFICATION: the bench can identify the user but not impersonate them.
         const HANDLE pipe =
             CreateFileW(PathOfPipe(name).c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
                         OPEN_EXISTING, SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION, nullptr);

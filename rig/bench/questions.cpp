@@ -1,4 +1,4 @@
-/// What can be asked of the rig.
+/// The commands that ask.
 #include <algorithm>
 #include <array>
 #include <vector>

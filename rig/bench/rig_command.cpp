@@ -1,4 +1,4 @@
-/// Commands, for programs.
+/// The commands as a function of solvane/rig.h.
 #include <solvane/rig.h>
 
 #include <string>
@@ -8,7 +8,7 @@
 
 namespace {
 
-/// As a shell takes them apart: quotes of one kind hold those of the other, and blanks.
+/// Splits a line as a shell does: a quoted part may contain blanks and quotes of the other kind.
 rig::Words Split(const std::string& line) {
     rig::Words words;
     bool isInWord = false;

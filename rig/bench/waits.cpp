@@ -1,4 +1,4 @@
-/// What waits for something to happen on the lines.
+/// The commands that wait for something on the lines.
 #include <algorithm>
 #include <optional>
 
@@ -11,12 +11,12 @@ namespace {
 
 constexpr std::uint64_t kWithin = 5'000 * kNanosecondsPerMillisecond;
 
-/// The edges of the journal, each once.
+/// Reads the edges in the journal, each once.
 class Edges {
   public:
     explicit Edges(const Journal& source) : journal(source), next(source.End()) {}
 
-    /// The next edge that happened since the beginning; null when there is none yet.
+    /// The next edge since construction; null when there is none yet.
     const Journal::Entry* Next() {
         for (next = std::max(next, journal.Begin()); next < journal.End();) {
             const auto& entry = journal[static_cast<std::size_t>(next++ - journal.Begin())];
@@ -29,7 +29,7 @@ class Edges {
 
   private:
     const Journal& journal;
-    std::uint64_t next; ///< the number of the next entry to be looked at
+    std::uint64_t next; ///< the number of the next entry to look at
 };
 
 std::string EdgeText(rig_line line, bool level) {
@@ -44,7 +44,7 @@ Told Failed(const std::string& why, Json json) {
 
 bool WaitUntil(const Access& rig, std::uint64_t within, const std::stop_token& stop,
                const std::function<bool()>& isSo) {
-    // By the clock itself: the rig's time can stand still between calls.
+    // Not the rig's time, which a replayed session stops between calls.
     const std::uint64_t start = clock::Now();
     while (!isSo()) {
         const std::uint64_t passed = clock::Now() - start;
