@@ -17,21 +17,20 @@ using namespace rig::eapi;
 
 namespace {
 
-// The version that the stand-in says it has; four different parts, so that a host that mixes them
-// up sees it.
+// The version that the stand-in reports. Four different numbers, so that mixing them up shows.
 constexpr std::uint8_t kMajor = 1;
 constexpr std::uint8_t kMinor = 2;
 constexpr std::uint8_t kPatch = 3;
 constexpr std::uint16_t kBuild = 4;
 
 std::optional<GpioBoard> board;
-std::set<rig::HostNumber> initialised; ///< hosts: the library is each one's own
+std::set<rig::HostNumber> initialised; ///< by host: each process has its own library
 
 bool IsInitialised() {
     return initialised.contains(rig::Rig::Instance().host);
 }
 
-/// What each function does, by its name: a parameter stands for a parameter of the function.
+/// The work of each vendor function, under its name and with its parameters.
 namespace work {
 
 EApiStatus_t EApiLibInitialize() {
@@ -42,7 +41,7 @@ EApiStatus_t EApiLibInitialize() {
     return isFirst ? EAPI_STATUS_SUCCESS : EAPI_STATUS_INITIALIZED;
 }
 
-/// What the pins were set to, they stay at.
+/// The pins keep their levels.
 void EApiLibUnInitialize() {
     initialised.erase(rig::Rig::Instance().host);
 }

@@ -1,4 +1,4 @@
-/// A mainboard with GPIO pins of its own, the first eight of them wired to the camera.
+/// A mainboard with GPIO pins. The first eight are wired to the camera.
 #pragma once
 
 #include <array>
@@ -9,7 +9,7 @@
 
 namespace rig::eapi {
 
-/// The power pins are power-down lines.
+/// The power pins switch power off, so they are active low.
 inline constexpr std::array kBoardWires = {
     Wire{0, RIG_TRIGGER, true, true},       Wire{1, RIG_READY, true, false},
     Wire{2, RIG_MEP, false, false},         Wire{3, RIG_CLEAR_MEP, false, true},
@@ -23,12 +23,12 @@ class GpioBoard {
 
     std::uint32_t Count() const { return setup.gpios; }
 
-    // Each answers with the status of the vendor function of its name.
+    // Each returns the status of the vendor function of the same name.
     EApiStatus_t SetDirection(EApiId_t id, std::uint32_t mask, std::uint32_t direction);
     EApiStatus_t GetLevel(EApiId_t id, std::uint32_t mask, std::uint32_t& level) const;
     EApiStatus_t SetLevel(EApiId_t id, std::uint32_t mask, std::uint32_t level);
 
-    /// Back to what the pins are after power-on: inputs.
+    /// Makes the pins inputs, as after power-on.
     void LosePower();
 
   private:
@@ -37,7 +37,7 @@ class GpioBoard {
 
     const EapiSetup setup;
     PinGroup pins;
-    std::uint32_t latch = 0; ///< what the outputs are set to, or would be
+    std::uint32_t latch = 0; ///< the levels of pins that are outputs, or become outputs
     std::uint32_t outputs = 0;
 };
 

@@ -1,4 +1,4 @@
-/// One channel of a chip: a serial port that can become sixteen pins.
+/// One channel of a chip: a serial port, or sixteen pins in MPSSE mode.
 #pragma once
 
 #include <algorithm>
@@ -23,13 +23,13 @@ class Channel {
 
     enum class Mode { Uart, Mpsse };
 
-    /// Also the way to start a mode afresh. Any change lets go of the pins.
+    /// Enters a mode, or restarts the current one. Either way all pins become inputs first.
     void Enter(Mode next);
 
-    /// Bytes from the host. A UART has nothing at its other end: they are lost.
+    /// Takes bytes from the host. In UART mode they are lost, as nothing is connected.
     void Write(std::span<const std::uint8_t> bytes);
 
-    /// What the driver sets up for a new handle.
+    /// Resets the settings that the driver keeps, as it does for a new handle.
     void ResetDriver();
 
     void SetLatency(std::uint8_t milliseconds) { latency = milliseconds; }
@@ -38,12 +38,12 @@ class Channel {
     /// In milliseconds; 0 waits for ever.
     std::uint32_t ReadTimeout() const { return readTimeout; }
 
-    /// The driver takes nothing from the chip until it is told to go on.
+    /// Makes the driver stop fetching bytes from the chip.
     void Stop() { stoppedAt = timeline.Now(); }
     void GoOn() { stoppedAt = kNever; }
     bool IsStopped() const { return stoppedAt != kNever; }
 
-    /// How many bytes the host can have by now.
+    /// How many bytes the host can read now.
     std::size_t Visible() const { return received.Visible(LastLook()); }
     std::vector<std::uint8_t> Take(std::size_t count) { return received.Take(count, LastLook()); }
 

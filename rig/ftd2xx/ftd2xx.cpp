@@ -33,7 +33,7 @@ FT_HANDLE rig::Argument<FT_HANDLE>(const Value& handle, Value&) {
     return HandleIn(Number(handle));
 }
 
-/// The channel that a handle stands for; there is one, or the call was refused.
+/// The channel of a handle. It exists, because Refusal() has checked the handle.
 template <>
 Channel& rig::Argument<Channel&>(const Value& handle, Value&) {
     FT_STATUS status = FT_OK;
@@ -42,15 +42,15 @@ Channel& rig::Argument<Channel&>(const Value& handle, Value&) {
 
 namespace {
 
-/// How often a waiting read looks whether something has changed: bytes, or the plug.
+/// How often a waiting read checks for new bytes or an unplugged chip.
 constexpr std::uint64_t kReadSlice = rig::kNanosecondsPerMillisecond;
 
-/// Reads up to `count` bytes, waiting for them as long as the channel's time-out says.
+/// Reads up to `count` bytes and waits for them until the channel's read time-out.
 FT_STATUS ReadBytes(FT_HANDLE handle, std::size_t count, std::vector<std::uint8_t>& bytes) {
     rig::Rig& rig = rig::Rig::Instance();
     const std::uint64_t start = rig.timeline.Now();
     FT_STATUS status = FT_OK;
-    // Looked up anew after each wait: the chip may have left.
+    // Looked up again after each wait, as the chip may have been unplugged.
     while (Channel* channel = bus->Find(handle, status)) {
         const std::uint64_t timeout = channel->ReadTimeout() * rig::kNanosecondsPerMillisecond;
         const std::size_t visible = channel->Visible();
@@ -70,7 +70,7 @@ FT_STATUS ReadBytes(FT_HANDLE handle, std::size_t count, std::vector<std::uint8_
     return status;
 }
 
-/// What a device is known by, as a list shows it: a text, or the number of its place.
+/// What identifies a device in a list: its serial number, description or location.
 Value Identity(const FT_DEVICE_LIST_INFO_NODE& node, std::uint32_t by) {
     switch (by) {
     case kByLocation:
@@ -82,7 +82,7 @@ Value Identity(const FT_DEVICE_LIST_INFO_NODE& node, std::uint32_t by) {
     }
 }
 
-/// The same of all devices: texts, or the numbers one after the other.
+/// The same for all devices: texts, or the locations as consecutive numbers.
 Value Identities(const std::vector<FT_DEVICE_LIST_INFO_NODE>& nodes, std::uint32_t by) {
     std::string places;
     rig::Texts texts;
@@ -96,7 +96,7 @@ Value Identities(const std::vector<FT_DEVICE_LIST_INFO_NODE>& nodes, std::uint32
     return by == kByLocation ? Value(places) : Value(texts);
 }
 
-/// What each function does, by its name: a parameter stands for a parameter of the function.
+/// The work of each vendor function, under its name and with its parameters.
 namespace work {
 
 void FT_CreateDeviceInfoList(Value& count) {
@@ -136,7 +136,7 @@ void FT_GetDeviceInfo(FT_HANDLE handle, Value& type, Value& id, Value& serial, V
     description = std::string(node.Description);
 }
 
-/// What the first two are depends on the flags: an index, or places for what comes out.
+/// The flags decide whether the first two parameters are inputs or outputs.
 FT_STATUS FT_ListDevices(Value& first, Value& second, std::uint32_t flags) {
     const std::uint64_t one = rig::Number(std::exchange(first, {}));
     const std::uint64_t other = rig::Number(std::exchange(second, {}));
@@ -174,7 +174,7 @@ FT_STATUS FT_OpenEx(const Value& which, std::uint32_t by, Value& handle) {
     const auto nodes = bus->PresentNodes();
     const auto found = std::find_if(nodes.begin(), nodes.end(),
                                     [&](const auto& node) { return Identity(node, by) == which; });
-    return FT_Open(static_cast<int>(found - nodes.begin()), handle); // of none behind the last one
+    return FT_Open(static_cast<int>(found - nodes.begin()), handle); // if not found, FT_Open fails
 }
 
 FT_STATUS FT_Close(FT_HANDLE handle) {
@@ -204,7 +204,7 @@ void FT_GetQueueStatusEx(Channel& channel, Value& bytes) {
     FT_GetQueueStatus(channel, bytes);
 }
 
-/// What was written is on its way at once, and nobody is notified of events.
+/// Nothing waits to be sent, as writes take effect at once, and no events are reported.
 void FT_GetStatus(Channel& channel, Value& received, Value& sent, Value& events) {
     received = channel.Visible();
     sent = std::uint64_t{0};
@@ -236,7 +236,7 @@ FT_STATUS FT_ResetPort(FT_HANDLE handle) {
     return bus->ResetPort(handle);
 }
 
-/// To the host both look as if the chip were unplugged and plugged in again.
+/// To a host this looks as FT_ResetPort does: the chip is unplugged and plugged in again.
 FT_STATUS FT_CyclePort(FT_HANDLE handle) {
     return bus->ResetPort(handle);
 }
@@ -256,12 +256,12 @@ FT_STATUS FT_SetBitMode(Channel& channel, std::uint8_t, std::uint8_t mode) {
     return FT_OK;
 }
 
-/// The levels of the data pins at this moment, whatever the mode.
+/// The current levels of the data pins, in every mode.
 void FT_GetBitMode(Channel& channel, Value& pins) {
     pins = std::uint64_t{channel.DataPins()};
 }
 
-/// The same pins are the inputs of a modem's lines, active low.
+/// The modem inputs are on the data pins, active low.
 void FT_GetModemStatus(Channel& channel, Value& lines) {
     constexpr unsigned kCts = 0x10;
     constexpr unsigned kDsr = 0x20;
@@ -299,7 +299,7 @@ void FT_SetTimeouts(Channel& channel, std::uint32_t readTimeout) {
     channel.SetReadTimeout(readTimeout);
 }
 
-/// The rig's chips have no COM ports.
+/// Reports that there is no COM port: the rig simulates none.
 void FT_GetComPortNumber(Channel&, Value& port) {
     port = ~std::uint64_t{0}; // -1
 }
@@ -312,7 +312,7 @@ void FT_GetLibraryVersion(Value& version) {
     version = std::uint64_t{0x03'02'16};
 }
 
-// What these set up has no effect on the lines: they succeed on any channel.
+// These settings have no effect on the lines, so they always succeed.
 void FT_SetFlowControl(Channel&) {}
 void FT_SetChars(Channel&) {}
 void FT_SetUSBParameters(Channel&) {}
@@ -326,14 +326,14 @@ void FT_SetBreakOff(Channel&) {}
 void FT_SetResetPipeRetryCount(Channel&) {}
 void FT_SetDeadmanTimeout(Channel&) {}
 
-// A chip that is plugged in is seen at once, and there is nothing to set up or take down.
+// Nothing to do: chips are seen as soon as they are plugged in, and the library needs no setup.
 void FT_Rescan() {}
 void FT_Initialise() {}
 void FT_Finalise() {}
 
 } // namespace work
 
-/// Of a handle that is not open, or whose chip has left; which can still be closed.
+/// Refuses a handle that is not open or whose chip is gone. FT_Close may still close the latter.
 std::uint32_t Refusal(const Call& call) {
     FT_STATUS status = FT_OK;
     const auto& parameters = call.function.parameters;

@@ -11,7 +11,7 @@ enum Opcode : std::uint8_t {
     kReadHighByte = 0x83
 };
 
-/// What a bad command is answered with, before its opcode.
+/// The answer to an unknown command; its opcode follows.
 constexpr std::uint8_t kBadCommand = 0xfa;
 
 std::size_t LengthOf(std::uint8_t opcode) {

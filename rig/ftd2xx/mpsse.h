@@ -13,18 +13,18 @@ class Mpsse {
   public:
     explicit Mpsse(Pins& channelPins) : pins(channelPins) {}
 
-    /// Executes a piece of the command stream and returns the answers. A command whose end is still
-    /// missing waits for it.
+    /// Executes a piece of the command stream and returns the answers. An incomplete command is
+    /// kept until the rest of it comes.
     std::vector<std::uint8_t> Execute(std::span<const std::uint8_t> stream);
 
-    /// Forgets the beginning of a command.
+    /// Drops an incomplete command.
     void Restart() { command.clear(); }
 
   private:
     void ExecuteCommand(std::vector<std::uint8_t>& answers);
 
     Pins& pins;
-    std::vector<std::uint8_t> command; ///< what has come of it so far
+    std::vector<std::uint8_t> command; ///< incomplete so far
 };
 
 } // namespace rig::usb

@@ -11,7 +11,8 @@ void ReceiveQueue::Add(std::span<const std::uint8_t> bytes, std::uint64_t visibl
 }
 
 std::size_t ReceiveQueue::Visible(std::uint64_t now) const {
-    // A shorter latency set in between lets no byte overtake another.
+    // Stops at the first byte that is not due: after the latency was shortened, later bytes may be
+    // due before it, but must not overtake it.
     const auto invisible = std::find_if(pending.begin(), pending.end(),
                                         [&](const Byte& byte) { return byte.visibleAt > now; });
     return static_cast<std::size_t>(invisible - pending.begin());

@@ -9,7 +9,7 @@
 
 namespace rig::usb {
 
-/// Bytes wait in the chip until its latency timer sends them; only then does the host see them.
+/// Bytes wait in the chip until its latency timer expires; only then can the host see them.
 class ReceiveQueue {
   public:
     void Add(std::span<const std::uint8_t> bytes, std::uint64_t visibleAt);

@@ -15,13 +15,13 @@ constexpr std::uint32_t kChipsApartOnTheBus = 0x10;
 
 constexpr std::uint32_t kTypeUnknown = 3; // FT_DEVICE_UNKNOWN
 
-/// Cuts a text to its field and ends it there.
+/// Copies a text into a field, cut to fit and zero-terminated.
 template <std::size_t size>
 void Fill(char (&field)[size], const std::string& text) {
     field[text.copy(field, size - 1)] = '\0';
 }
 
-/// Handles are numbers that no earlier scenario has given out either.
+/// Never returns a number twice, not even after a new scenario, so that old handles stay invalid.
 FT_HANDLE NextHandle() {
     static std::uintptr_t last = 0x1000;
     last += 0x10;
@@ -71,7 +71,7 @@ FT_STATUS UsbBus::Open(int index, FT_HANDLE& handle) {
 }
 
 FT_STATUS UsbBus::Close(FT_HANDLE handle) {
-    // The chip keeps its mode and its levels: closing concerns the driver alone.
+    // Closing affects the driver only: the chip keeps its mode and its levels.
     const OpenHandle* const found = OwnHandle(handle);
     if (found == nullptr) {
         return kInvalidHandle;
@@ -158,7 +158,7 @@ FT_DEVICE_LIST_INFO_NODE UsbBus::NodeAt(const Place& place) const {
     FT_DEVICE_LIST_INFO_NODE node{};
     const auto* const open = OpenAt(place);
     if (chip.isOpenElsewhere || (open != nullptr && open->second.host != Host())) {
-        // The driver lets one program ask a device who it is: the one that has it open.
+        // The driver shows the details of an open device only to the program that opened it.
         node.Flags = kFlagOpen;
         node.Type = kTypeUnknown;
         return node;
@@ -168,7 +168,7 @@ FT_DEVICE_LIST_INFO_NODE UsbBus::NodeAt(const Place& place) const {
     node.Flags = (model.isHighSpeed ? kFlagHighSpeed : 0) | (isOpen ? kFlagOpen : 0);
     node.Type = model.type;
     node.ID = model.id;
-    // A channel in use does not tell where it is.
+    // The driver reports no location for an open channel.
     node.LocId = isOpen ? 0
                         : static_cast<std::uint32_t>((place.chip + 1) * kChipsApartOnTheBus +
                                                      place.channel + 1);
@@ -200,7 +200,7 @@ void UsbBus::Attach(std::size_t chip) {
 }
 
 void UsbBus::Detach(std::size_t chip) {
-    chips[chip].isOpenElsewhere = false; // another program's handles are of no use any more either
+    chips[chip].isOpenElsewhere = false; // the other program's handles are invalid too
     chips[chip].LosePower();
     for (auto& [handle, open] : handles) {
         open.isStale |= open.place.chip == chip;

@@ -1,4 +1,4 @@
-/// The USB with its chips, and the handles that the driver has given out for them.
+/// The USB bus with its chips, and the driver's open handles to them.
 #pragma once
 
 #include <compare>
@@ -19,44 +19,44 @@ class UsbBus {
   public:
     UsbBus(const std::vector<UsbChipSetup>& setups, const Surroundings& surroundings);
 
-    // Handles and lists are each host's own: all of these are about those of the host whose call is
-    // being answered.
+    // Each host has its own handles and device list. These functions use those of the host whose
+    // call is being answered.
 
     using Nodes = std::vector<FT_DEVICE_LIST_INFO_NODE>;
 
     Nodes PresentNodes() const;
 
-    /// The list that FT_CreateDeviceInfoList takes, and FT_GetDeviceInfoList copies.
+    /// Takes the list for FT_CreateDeviceInfoList; FT_GetDeviceInfoList copies it.
     const Nodes& TakeSnapshot();
     const Nodes& Snapshot() { return snapshots[Host()]; }
 
     FT_STATUS Open(int index, FT_HANDLE& handle);
     FT_STATUS Close(FT_HANDLE handle);
 
-    /// The chip leaves at once and comes back by itself. The handle is of no use any more.
+    /// The chip leaves the bus at once and comes back by itself. The handle becomes invalid.
     FT_STATUS ResetPort(FT_HANDLE handle);
 
-    /// The same for all chips of an id, or for all; no handle to them is of use any more.
+    /// The same for all chips of an id, or for all chips. All handles to them become invalid.
     void Reload(std::uint32_t id);
 
-    /// The channel behind a handle. Null, with the status why, when it is unknown or its chip has
-    /// left since it was opened.
+    /// The channel of a handle. Null, with the reason in `status`, when the handle is unknown or
+    /// its chip has left the bus since it was opened.
     Channel* Find(FT_HANDLE handle, FT_STATUS& status);
 
-    /// The device behind an open handle, as a list shows it.
+    /// The device of an open handle, as in a list.
     FT_DEVICE_LIST_INFO_NODE NodeOf(FT_HANDLE handle) const {
         return NodeAt(handles.at(handle).place);
     }
 
-    /// The serial number behind a handle, "?" when it is unknown.
+    /// The serial number for a handle; "?" when the handle is unknown.
     std::string NameOf(FT_HANDLE handle) const;
 
     void SetPlugged(unsigned chip, bool plugged);
 
-    /// Closes what a host has open that has left.
+    /// Closes the handles of a host that has ended.
     void Release(HostNumber host);
 
-    /// The hub loses its power, or gets it back: to its chips that is like a plug.
+    /// Switches the hub's power off or on. For its chips that is like being unplugged.
     void SetAsleep(bool asleep);
 
   private:
@@ -69,13 +69,13 @@ class UsbBus {
         Place place;
         HostNumber host;
         bool isStale = false;
-        bool closesCleanly = false; ///< stale by the host's own doing
+        bool closesCleanly = false; ///< stale because the host itself reset the port
     };
 
     static HostNumber Host();
     std::vector<Place> PresentPlaces() const;
     const std::pair<const FT_HANDLE, OpenHandle>* OpenAt(const Place& place) const;
-    /// Of the host's own; null when it is none.
+    /// Null when the handle is not one of the calling host's.
     const OpenHandle* OwnHandle(FT_HANDLE handle) const;
     FT_DEVICE_LIST_INFO_NODE NodeAt(const Place& place) const;
     void Leave(std::size_t chip);

@@ -8,12 +8,11 @@ namespace {
 
 constexpr std::size_t kCameraChannel = 1; // B
 
-// Of the UARTs, from the chips' data sheets.
+// The highest UART baud rates, from the data sheets.
 constexpr std::uint32_t kMostHighSpeedBaud = 12'000'000;
 constexpr std::uint32_t kMostFullSpeedBaud = 3'000'000;
 
-/// In the order of UsbChipSetup::Type. An FT2232D has the id of an FT2232H: its type tells them
-/// apart.
+/// In the order of UsbChipSetup::Type. FT2232D and FT2232H have the same id and differ in type.
 constexpr UsbModel kModels[] = {{FT_DEVICE_2232H, 0x0403'6010, true, 2, 2},
                                 {5, 0x0403'6001, false, 1, 0},
                                 {4, 0x0403'6010, false, 2, 1},

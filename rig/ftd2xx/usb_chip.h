@@ -1,4 +1,4 @@
-/// A chip on the USB: what it is, its channels, and whether it is there.
+/// A chip on the USB bus: its model, its channels, and whether it is plugged in.
 #pragma once
 
 #include <cstddef>
@@ -12,13 +12,13 @@
 
 namespace rig::usb {
 
-/// What kind of chip it is, as its driver tells.
+/// A chip model, as the driver reports it.
 struct UsbModel {
     std::uint32_t type;
     std::uint32_t id;
     bool isHighSpeed;
     std::size_t channels;
-    std::size_t mpsseChannels; ///< the first ones
+    std::size_t mpsseChannels; ///< how many channels, from the first on, have an MPSSE
 };
 const UsbModel& ModelOf(const UsbChipSetup& setup);
 
@@ -30,19 +30,19 @@ class UsbChip {
     bool isPlugged;
     bool isOpenElsewhere;                    ///< by another program, until the chip leaves
     Timeline::Ticket comeback;               ///< due while a port reset keeps the chip away
-    std::optional<std::uint64_t> attachedAt; ///< when it came to the bus, ns; none: long ago
+    std::optional<std::uint64_t> attachedAt; ///< when attached, ns; none: before the start
     std::deque<Channel> channels;
 
-    /// Whether it has been on the bus for so long.
+    /// Whether it has been on the bus for at least this long.
     bool IsThereFor(std::uint64_t nanoseconds) const {
         return !attachedAt || timeline.Now() >= *attachedAt + nanoseconds;
     }
 
-    /// As the driver names the channel, if the field had room enough.
+    /// The driver's serial number of a channel, not yet cut to the field.
     std::string SerialOf(std::size_t channel) const;
     std::string DescriptionOf(std::size_t channel) const;
 
-    /// Without power the mode is forgotten and every pin let go of.
+    /// Resets the modes and makes every pin an input.
     void LosePower();
 
   private:

@@ -1,4 +1,4 @@
-/// How the camera hangs on channel B of an FT2232H.
+/// How the camera is wired to channel B of an FT2232H.
 #pragma once
 
 #include <array>
@@ -8,8 +8,8 @@
 
 namespace rig::usb {
 
-/// The wires of the two groups of eight pins of a channel in MPSSE mode: xDBUS and xCBUS. Pins
-/// without a wire hang in the air; the chip's own pull-ups make them read 1.
+/// The wires of a channel's two groups of eight pins in MPSSE mode, xDBUS (low) and xCBUS (high).
+/// Pins without a wire read 1 because of the chip's pull-ups.
 struct Wiring {
     std::span<const Wire> low;
     std::span<const Wire> high;

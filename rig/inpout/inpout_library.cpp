@@ -14,7 +14,7 @@ using namespace rig::io;
 
 namespace {
 
-// Who answers in the machine's I/O space, as far as somebody is there.
+// The devices in the machine's I/O space, if the scenario has them.
 std::optional<SuperIo> superIo;
 std::optional<ParallelPort> lpt;
 bool isDriverOpen = false;
@@ -38,7 +38,7 @@ void Write(std::uint16_t port, std::uint8_t value) {
     }
 }
 
-/// What each function does, by its name: a parameter stands for a parameter of the function.
+/// The work of each vendor function, under its name and with its parameters.
 namespace work {
 
 std::uint32_t Inp32(std::uint16_t port) {

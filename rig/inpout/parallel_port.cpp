@@ -6,7 +6,7 @@ namespace {
 
 enum Offset : std::uint16_t { kData, kStatus, kControl, kRegisters };
 
-/// The port drives all of its data and control lines, and from the start on.
+/// The port always drives all of its data and control lines.
 constexpr std::uint32_t kAllOutputs = 0xFF;
 
 constexpr std::array<std::span<const Wire>, 3> kGroups{kDataWires, kStatusWires, kControlWires};
@@ -25,7 +25,7 @@ void ParallelPort::LosePower() {
     control.Release();
 }
 
-/// Addresses wrap at 16 bits, as the bus does.
+/// Addresses wrap at 16 bits, as on the bus.
 std::uint16_t ParallelPort::OffsetOf(std::uint16_t port) const {
     return static_cast<std::uint16_t>(port - setup.base);
 }
@@ -53,7 +53,7 @@ void ParallelPort::Write(std::uint16_t port, std::uint8_t value) {
     case kControl:
         control.Set(value, kAllOutputs);
         break;
-    default: // the status register cannot be written
+    default: // the status register is read-only
         break;
     }
 }

@@ -1,4 +1,4 @@
-/// A parallel port with the camera on its plug: the data, the status and the control register.
+/// A parallel port with the camera connected: its data, status and control registers.
 #pragma once
 
 #include <array>
@@ -9,7 +9,7 @@
 
 namespace rig::io {
 
-// Bits are as a program sees them in the registers; the port inverts some of them on the wire.
+// Bits as a program sees them in the registers. The port inverts some of them on the connector.
 
 inline constexpr std::array kDataWires = {
     Wire{0, RIG_DARK, true, true},
@@ -25,7 +25,7 @@ inline constexpr std::array kControlWires = {
     Wire{0, RIG_CLEAR_MEP, true, true},
 };
 
-/// A control output that is wired back to a status input.
+/// A wire from a control output back to a status input.
 struct Loopback {
     std::uint8_t control;
     std::uint8_t status;
@@ -42,7 +42,7 @@ class ParallelPort {
     std::uint8_t Read(std::uint16_t port) const;
     void Write(std::uint16_t port, std::uint8_t value);
 
-    /// Afterwards its outputs are at what the lines rest at.
+    /// Afterwards the outputs have the levels at which the lines rest.
     void LosePower();
 
   private:

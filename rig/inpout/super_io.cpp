@@ -19,7 +19,7 @@ constexpr std::uint8_t kOpeningKey = 0x87;
 constexpr unsigned kOpeningKeys = 2;
 constexpr std::uint8_t kClosingKey = 0xAA;
 constexpr std::uint8_t kGpioDevice = 7;
-constexpr std::uint8_t kNothing = 0xFF; ///< what an address reads at which nobody answers
+constexpr std::uint8_t kNothing = 0xFF; ///< what a read returns where no device answers
 
 } // namespace
 

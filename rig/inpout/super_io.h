@@ -1,4 +1,4 @@
-/// A mainboard's Super I/O chip: an index port, a data port, and registers behind them, one set a
+/// A mainboard's Super I/O chip: an index and a data port give access to its registers, one set per
 /// logical device. Its GPIO bank is wired to the camera.
 #pragma once
 
@@ -27,7 +27,7 @@ class SuperIo {
     std::uint8_t Read(std::uint16_t port) const;
     void Write(std::uint16_t port, std::uint8_t value);
 
-    /// Back to what the firmware sets it to at every start.
+    /// Restores the state in which the firmware leaves the chip at every start.
     void LosePower();
 
     static constexpr std::uint16_t kIndexPort = 0x2E;
@@ -40,12 +40,12 @@ class SuperIo {
     bool IsGpioSelected() const;
 
     struct Registers {
-        bool isConfiguring = false; ///< extended function mode: the registers answer
-        unsigned keys = 0;          ///< how many of the keys that open it came in a row
+        bool isConfiguring = false; ///< extended function mode: registers are accessible
+        unsigned keys = 0;          ///< how many unlock keys in a row were written
         std::uint8_t index = 0;
         std::uint8_t logicalDevice = 0;
-        std::uint8_t directions = 0xFF; ///< a 1 is an input; so they all are after power-on
-        std::uint8_t latch = 0;         ///< what the outputs are set to, or would be
+        std::uint8_t directions = 0xFF; ///< 1 = input; all pins are inputs after power-on
+        std::uint8_t latch = 0;         ///< the levels of pins that are outputs, or become outputs
         std::uint8_t third = 0;
         std::uint8_t fourth = 0;
     };
