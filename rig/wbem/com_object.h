@@ -1,4 +1,4 @@
-/// What the objects of the rig's WMI have in common: they live as long as somebody holds them.
+/// The common base of the rig's WMI objects: IUnknown with reference counting.
 #pragma once
 
 #include <atomic>
@@ -12,7 +12,7 @@
 
 #include "value.h"
 
-/// A method that no host of the rig uses.
+/// A method that the rig does not implement.
 #define NOT_THERE(method, ...)                                                                     \
     HRESULT STDMETHODCALLTYPE method(__VA_ARGS__) override {                                       \
         return E_NOTIMPL;                                                                          \
@@ -20,11 +20,11 @@
 
 namespace rig::wbem {
 
-/// References to all objects that hosts hold.
+/// The number of references that hosts hold, over all objects.
 inline std::atomic<int> heldReferences{0};
 
-/// An object with these interfaces, the first of which is also what it is as an IUnknown. It is
-/// made with one reference.
+/// An object with these interfaces; the first one also serves as its IUnknown. Starts with one
+/// reference.
 template <class Main, class... Others>
 class ComObject : public Main, public Others... {
   public:
@@ -60,19 +60,20 @@ class ComObject : public Main, public Others... {
     }
 
   private:
-    /// Its interface of that name, or null.
+    /// The object's interface with this id, or null.
     virtual void* Find(REFIID id) = 0;
 
     std::atomic<ULONG> references{1};
 };
 
-/// Whether a text is one of COM's, which know their length; a null pointer is none, and as good.
+/// Whether a text is a BSTR, by comparing its stored length; a plain wide text has none. Null is
+/// valid.
 inline bool IsBstr(BSTR text) {
     return text == nullptr || SysStringLen(text) == std::wcslen(text);
 }
 
-/// Hands out the object that a call was granted, or a null pointer if it was refused; nothing at
-/// all if the call was at fault.
+/// Creates the object for a call that succeeded, or sets *place to null if the call was refused.
+/// Leaves *place alone if a fault replaced the call.
 template <class Object, class Interface, class... Arguments>
 HRESULT HandOut(std::uint32_t status, const Value& granted, Interface** place,
                 Arguments&&... arguments) {

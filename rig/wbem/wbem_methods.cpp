@@ -1,5 +1,5 @@
-/// What the methods of WMI do: they answer questions from the scenario. The objects that carry the
-/// answers are made by who asked.
+/// The work of the WMI methods, which answer from the scenario. The caller makes the COM objects
+/// for the answers, since it may be in another process.
 #include <algorithm>
 #include <cstdlib>
 #include <limits>
@@ -19,14 +19,14 @@ namespace {
 
 std::vector<WmiPort> ports;
 
-/// The namespace of the hardware, of this computer by its short name or by none.
+/// Whether the path is root\cimv2 on this computer, with or without the computer name "\\.".
 bool IsCimv2(std::string path) {
     std::replace(path.begin(), path.end(), '/', '\\');
     return EqualsIgnoringCase(path, R"(root\cimv2)") ||
            EqualsIgnoringCase(path, R"(\\.\root\cimv2)");
 }
 
-/// The instances that a query is about: "DeviceID string LPT1".
+/// The instances that a query selects, each as its property: "DeviceID string LPT1".
 Texts Find(const Query& query) {
     Texts found;
     const auto add = [&](const char* property, const WmiText& value) {

@@ -1,5 +1,5 @@
-/// The objects of the rig's WMI, each handed out by the one below it, and its COM entry points:
-/// what rig_wbem.dll forwards to, and the rig's own question about it.
+/// The COM objects of the rig's WMI, each created by the one below it in this file; the entry
+/// points to which rig_wbem.dll forwards; and the function of solvane/rig.h about them.
 #include <solvane/rig.h>
 
 #include <algorithm>
@@ -42,10 +42,10 @@ bool Fill(VARIANT& value, const std::string& property) {
     return true;
 }
 
-/// An instance of a class of WMI.
+/// An instance of a WMI class.
 class WbemObject final : public ComObject<IWbemClassObject> {
   public:
-    /// The one property that anybody asks for, its type and its text: "DeviceID string LPT1".
+    /// `source` is its only property, with type and text: "DeviceID string LPT1".
     explicit WbemObject(std::string source) : instance(std::move(source)) {}
 
     HRESULT STDMETHODCALLTYPE Get(LPCWSTR name, LONG flags, VARIANT* value, CIMTYPE* type,
@@ -63,7 +63,7 @@ class WbemObject final : public ComObject<IWbemClassObject> {
             *type = value->vt == VT_I4 ? CIM_SINT32 : CIM_STRING;
         }
         if (flavor != nullptr) {
-            *flavor = 0; // of the class itself
+            *flavor = 0; // defined by the class itself
         }
         return static_cast<HRESULT>(status);
     } catch (...) {
@@ -107,7 +107,7 @@ struct ReleaseObject {
 };
 using ObjectPointer = std::unique_ptr<IWbemClassObject, ReleaseObject>;
 
-/// The answer to a query.
+/// The result of a query.
 class WbemEnumerator final : public ComObject<IEnumWbemClassObject> {
   public:
     explicit WbemEnumerator(Value&& found) noexcept
@@ -122,8 +122,8 @@ class WbemEnumerator final : public ComObject<IEnumWbemClassObject> {
         if (!IsThere(reported)) {
             return status;
         }
-        // A count that lies changes nothing of the objects: there may be one without a count, and a
-        // count without one.
+        // A fault changes only the reported count, not the objects: there may be an object with a
+        // count of 0, or a count without objects.
         try {
             std::vector<ObjectPointer> made(std::min<std::size_t>(count, left));
             for (ObjectPointer& object : made) {
@@ -152,7 +152,7 @@ class WbemEnumerator final : public ComObject<IEnumWbemClassObject> {
     std::size_t position = 0;
 };
 
-/// A connection with WMI.
+/// A connection to a WMI namespace.
 class WbemServices final : public ComObject<IWbemServices, IClientSecurity> {
   public:
     HRESULT STDMETHODCALLTYPE ExecQuery(BSTR language, BSTR query, LONG flags,
@@ -279,7 +279,7 @@ HRESULT STDMETHODCALLTYPE solvane_wbem_get_class_object(REFCLSID classId, REFIID
     return status;
 }
 
-/// Hardware does not vanish while nobody talks to it: the answer is no.
+/// Never: unloading the DLL would reset the simulated hardware.
 HRESULT STDMETHODCALLTYPE solvane_wbem_can_unload_now() {
     return S_FALSE;
 }

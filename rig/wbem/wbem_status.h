@@ -1,4 +1,4 @@
-/// The answers of WMI that the stand-in gives.
+/// The WMI statuses that the stand-in returns.
 #pragma once
 
 #include <unknwn.h>
@@ -13,7 +13,7 @@ inline constexpr auto kInvalidNamespace = static_cast<HRESULT>(0x8004100E);
 inline constexpr auto kInvalidQuery = static_cast<HRESULT>(0x80041017);
 inline constexpr auto kInvalidQueryType = static_cast<HRESULT>(0x80041018);
 
-/// The name of an interface that the rig's objects have not.
+/// Stands for an interface that the rig's objects do not have.
 inline constexpr const char* kUnknownInterface = "?";
 
 } // namespace rig::wbem

@@ -15,7 +15,7 @@ char Lower(char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
-/// What stands for a quoted text in a pattern.
+/// Stands for any quoted text in a pattern.
 constexpr std::string_view kQuoted = "''";
 
 struct Token {
@@ -23,8 +23,8 @@ struct Token {
     bool isQuoted;
 };
 
-/// Takes a text in quotes of either kind from the front of the rest; a backslash takes away the
-/// meaning of the character behind it. Nothing when the text has no end.
+/// Takes a text in single or double quotes from the front of the rest; a backslash escapes the next
+/// character. Returns nullopt when the closing quote is missing.
 std::optional<Token> TakeQuoted(std::string_view& rest) {
     const char quote = rest.front();
     Token token{{}, true};

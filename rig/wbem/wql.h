@@ -1,4 +1,4 @@
-/// The two queries that the rig's WMI understands, and how it compares.
+/// The two WQL queries that the rig's WMI understands, and its comparison of names.
 #pragma once
 
 #include <optional>
@@ -11,13 +11,13 @@ struct Query {
     enum class About { Ports, ResourcesOfPort };
 
     About about;
-    std::string deviceId; ///< the port whose resources are asked for
+    std::string deviceId; ///< the port whose resources the query selects
 };
 
-/// As names and keys of WMI are compared.
+/// Names and keys in WMI are compared without regard to case.
 bool EqualsIgnoringCase(std::string_view text, std::string_view ascii);
 
-/// Empty if the text is not one of these two queries.
+/// Returns nullopt if the text is not one of the two queries.
 std::optional<Query> ParseQuery(std::string_view text);
 
 } // namespace rig::wbem
