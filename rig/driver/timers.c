@@ -10,8 +10,8 @@ struct timer {
     LONGLONG period; /* 100 ns */
     HANDLE thread;
     KEVENT stop;
-    IRP* waiting;       /* the one request that waits for the next event */
-    ULONG undelivered;  /* events that were due while nobody waited */
+    IRP* waiting;       /* the pending wait for the next event; NULL: none */
+    ULONG undelivered;  /* events that came due while no wait was pending */
     USHORT event_count; /* events delivered */
 };
 
@@ -65,7 +65,7 @@ static timer* find(FILE_OBJECT* owner, ULONGLONG id) {
     return NULL;
 }
 
-/* Under the lock: the timer's next event into a request's buffer. */
+/* Writes the timer's next event into a request's buffer. The caller holds the lock. */
 static void fill_event(timer* of, IRP* irp) {
     solvane_timer_event* event = irp->AssociatedIrp.SystemBuffer;
     RtlZeroMemory(event, sizeof *event);
@@ -102,7 +102,7 @@ static void make_event(timer* due) {
     }
 }
 
-/* Each event is due one period after the one before was due, however late that was made. */
+/* An event is due one period after the previous one was due, so delays do not add up. */
 static void NTAPI run(void* context) {
     timer* self = context;
     LARGE_INTEGER due;
@@ -156,7 +156,7 @@ NTSTATUS timers_create(FILE_OBJECT* owner, ULONG microseconds, solvane_timer_cre
     return status;
 }
 
-/* The timer is off the list: nobody can find it any more but its own thread. */
+/* The timer must be off the list already, so that only its own thread still uses it. */
 static void destroy(timer* gone) {
     KeSetEvent(&gone->stop, IO_NO_INCREMENT, FALSE);
     ZwWaitForSingleObject(gone->thread, FALSE, NULL);

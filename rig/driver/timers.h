@@ -1,4 +1,4 @@
-/* Timers of the rig's kernel driver: each has a thread that makes its events when they are due. */
+/* Timers of the rig's kernel driver. Each has a thread that generates its events. */
 #ifndef SOLVANE_TIMERS_H
 #define SOLVANE_TIMERS_H
 
@@ -10,10 +10,10 @@ typedef struct timer timer;
 
 void timers_init(void);
 
-/* Replaces what the next requests and events report. */
+/* Sets what the next requests and events report. */
 void timers_script(const solvane_device_script* script);
 
-/* Whether the script makes this request fail; takes that failure out of the script. */
+/* Whether the script makes this request fail. A scripted failure happens only once. */
 BOOLEAN timers_take_failure(ULONG code, NTSTATUS* status);
 
 NTSTATUS timers_create(FILE_OBJECT* owner, ULONG microseconds, solvane_timer_created* created);
