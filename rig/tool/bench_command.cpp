@@ -30,7 +30,7 @@ namespace {
 
 constexpr const char* kRigVariable = "SOLVANE_RIG";
 
-/// What is asked for on the command line.
+/// The options of the command line.
 struct Request {
     std::string scenario;
     std::string name = kDefaultBench;
@@ -40,7 +40,7 @@ struct Request {
 
 std::atomic<bool> isToStop{false};
 
-/// `stop` ends the process, all other commands are about its hardware.
+/// Carries out a command. `stop` ends this process; all others concern the hardware.
 Reply Obey(const bench::Command& command) {
     if (command.words == Texts{"stop"}) {
         isToStop = true;
@@ -49,10 +49,10 @@ Reply Obey(const bench::Command& command) {
     return Perform(command.words, command.json);
 }
 
-/// The hardware of this process, for everybody who asks for it.
+/// Offers the hardware of this process to all hosts.
 void StartBench(const Request& request) {
-    static bench::Hosts& hosts = *new bench::Hosts; // threads go on while the process ends
-    SetVariable(kRigVariable, std::nullopt);        // a bench for others is none for itself
+    static bench::Hosts& hosts = *new bench::Hosts; // threads still use it at exit
+    SetVariable(kRigVariable, std::nullopt);        // the bench itself uses its own hardware
     {
         Access rig;
         if (request.scenario.empty()) {
@@ -64,7 +64,7 @@ void StartBench(const Request& request) {
     bench::ServePipe(request.name, hosts, Obey);
 }
 
-/// What the camera has done by now stands in the files that are written.
+/// Brings the journal and the waveform up to date before the process ends.
 void EndBench() {
     Access rig;
     rig->trace.EndWaveform();
@@ -84,14 +84,14 @@ void RunBench(const Request& request, std::ostream& out) {
         next = journal.next;
         if (!request.isQuiet && !journal.text.empty()) {
             out << journal.text << '\n' << std::flush;
-            isToStop = isToStop || !out; // nobody looks any more
+            isToStop = isToStop || !out; // nobody reads the output any more
         }
         std::this_thread::sleep_for(isLast ? std::chrono::milliseconds{0} : kGlance);
     }
     EndBench();
 }
 
-/// The rig's DLLs in a host's folder as long as this lives; those that are there already stay.
+/// Keeps the rig's DLLs in a host's folder during its lifetime. DLLs placed before stay there.
 class Placed {
   public:
     explicit Placed(std::filesystem::path place) : folder(std::move(place)) {
@@ -101,7 +101,7 @@ class Placed {
                  !std::filesystem::equivalent(rig / kHostDlls.front(), folder / kHostDlls.front(),
                                               ignored);
         if (isOurs) {
-            std::ostringstream unheard; // the host's output is the host's
+            std::ostringstream unheard; // only the host's output is to be shown
             Place(rig, folder, false, unheard);
         }
     }
@@ -110,7 +110,7 @@ class Placed {
             try {
                 std::ostringstream unheard;
                 Unplace(folder, unheard);
-            } catch (const std::exception&) { // the record in the folder tells what is left
+            } catch (const std::exception&) { // the record in the folder lists what is left
             }
         }
     }
@@ -151,7 +151,7 @@ std::unique_ptr<bench::Connection> Join(const std::string& name) {
     return connection;
 }
 
-/// The journal as it grows, until the bench ends or nobody looks any more.
+/// Prints the journal as it grows, until the bench ends or nobody reads the output any more.
 int Follow(bench::Connection& connection, bench::Command command, std::ostream& out) {
     command.words = {"journal", "--since", "0", "--within", "1000"};
     while (out) {
@@ -164,12 +164,12 @@ int Follow(bench::Connection& connection, bench::Command command, std::ostream& 
     return kSuccess;
 }
 
-/// A scenario goes to the bench as its text, and a session comes from it as one: files are this
-/// program's, with the paths of whoever typed them.
+/// Sends a command to a bench. Scenarios are sent and received as text: this program reads and
+/// writes the files, so that paths are relative to the user's directory and not to the bench's.
 int Command(const std::string& name, bench::Command command, std::ostream& out, std::ostream& err) {
     Texts& words = command.words;
     const bool wantsHelp = std::find(words.begin(), words.end(), "--help") != words.end();
-    if (wantsHelp || words == Texts{"help"}) { // which no bench is needed for
+    if (wantsHelp || words == Texts{"help"}) { // needs no bench
         out << Perform({"help"}, command.json).text << "\nstop\n    ends the bench\n"
             << "\nEach has --bench NAME and --json; journal has --follow, too.\n";
         return kSuccess;
@@ -267,7 +267,7 @@ void AddBenchCommands(CLI::App& app, std::ostream& out, std::ostream& err,
     run.callback([request, &host, &exitCode] { exitCode = RunHost(*request, host); });
 
     for (const std::string& verb : CommandNames()) {
-        if (verb != "status") { // which tells of the whole virtual PC
+        if (verb != "status") { // `status` shows the whole virtual PC
             AddCommand(app, verb, out, err, exitCode);
         }
     }

@@ -1,4 +1,4 @@
-/// What solvane-rig can do, as commands of its command line.
+/// The commands of solvane-rig.
 #pragma once
 
 #include <ostream>
@@ -9,25 +9,26 @@
 
 namespace rig {
 
-// Each adds its commands to `app`. What they tell goes to `out`, and beside it to `err`; both
-// streams outlive the application. A failure is a std::runtime_error with a sentence.
+// Each adds its commands to `app`. They write results to `out` and messages to `err`; both streams
+// must outlive `app`. A command that fails throws std::runtime_error with a sentence.
 
 /// `wave`: shows a recording of the lines.
 void AddWaveCommand(CLI::App& app, std::ostream& out, std::ostream& err);
 
-/// `install`, `remove` and `status`: the parts of the virtual PC that Windows must know of before a
-/// host runs. When several fail, all reasons but the last one go to `err`.
+/// `install`, `remove` and `status`: the parts of the virtual PC that must be registered with
+/// Windows before a host runs. If several parts fail, the last reason is thrown and the others go
+/// to `err`.
 void AddPcCommands(CLI::App& app, std::ostream& out, std::ostream& err);
 
-/// `place`, `unplace` and `guard`: hosts on the rig, and not on real hardware. `hostExit` gets the
-/// exit code of a host.
+/// `place`, `unplace` and `guard`: they make a host use the rig and not real hardware. `hostExit`
+/// is set to the exit code of the host.
 void AddHostCommands(CLI::App& app, std::ostream& out, int& hostExit);
 
-/// The benches that run, and why a host last found none.
+/// Prints the running benches, and why a host last found no hardware.
 void TellBenches(std::ostream& out);
 
-/// `bench`, `run`, and what can be done to a bench that runs. `host` is what stands behind `--`.
-/// `exitCode` gets a host's, or a command's own.
+/// `bench`, `run`, and the commands for a running bench. `host` is the command line after `--`.
+/// `exitCode` is set to that of the host or of the command.
 void AddBenchCommands(CLI::App& app, std::ostream& out, std::ostream& err,
                       const std::vector<std::string>& host, int& exitCode);
 

@@ -36,7 +36,7 @@ DWORD StateOf(SC_HANDLE service) {
     return QueryServiceStatus(service, &status) ? status.dwCurrentState : SERVICE_STOPPED;
 }
 
-/// `what` is what the manager is opened for.
+/// `what` is the purpose, for the error message.
 ServiceHandle OpenManager(const std::string& what) {
     ServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
     if (!manager) {
@@ -49,8 +49,8 @@ ServiceHandle OpenDriver(SC_HANDLE manager) {
     return ServiceHandle(OpenServiceW(manager, kService, SERVICE_ALL_ACCESS));
 }
 
-/// Starts a service. The system refuses for some seconds after its own start, while it starts its
-/// services; that refusal is waited out.
+/// Starts a service. For some seconds after its own start the system refuses, because it is
+/// starting other services; then this tries again.
 bool Start(SC_HANDLE service) {
     for (int i = 0; i < 100; ++i) {
         if (StartServiceW(service, 0, nullptr)) {

@@ -91,7 +91,8 @@ std::string Sha256(const std::string& bytes) {
     for (std::size_t i = 0; i < whole; i += kBlock) {
         Add(state, bytes.data() + i);
     }
-    // What is left, a 1 bit, and the length in bits at the end of a block.
+    // The padding: the remaining bytes, a 1 bit, zeros, and the length in bits at the end of a
+    // block.
     std::string last = bytes.substr(whole) + '\x80';
     last.resize(last.size() <= kBlock - 8 ? kBlock - 8 : 2 * kBlock - 8);
     const std::uint64_t bits = 8 * static_cast<std::uint64_t>(bytes.size());

@@ -1,4 +1,4 @@
-/// Files by what is in them.
+/// The contents of files, and checksums of them.
 #pragma once
 
 #include <filesystem>

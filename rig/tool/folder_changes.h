@@ -1,4 +1,4 @@
-/// What placing changes in a folder, step by step.
+/// The single steps of placing DLLs in a folder.
 #pragma once
 
 #include <filesystem>
@@ -6,18 +6,18 @@
 
 namespace rig {
 
-// No step ever touches a file that is in its way. One that cannot be done has done nothing, and
-// throws std::runtime_error with the reason.
+// No step replaces a file that exists. A step that fails changes nothing and throws
+// std::runtime_error with the reason.
 
-/// Makes a file, which is on the disk when this returns. After a crash it may be there in part.
+/// Creates a file and flushes it to the disk. After a crash it may be incomplete.
 void CreateNewFile(const std::filesystem::path& path, std::string_view bytes);
 
-/// Gives a file another name in its folder.
+/// Renames a file within its folder.
 void RenameFile(const std::filesystem::path& from, const std::filesystem::path& to);
 
 void RemoveFile(const std::filesystem::path& path);
 
-/// Whether a folder belongs to the system, so that more than one program loads from it.
+/// Whether a folder belongs to the system, from which every program may load DLLs.
 bool IsOfTheSystem(const std::filesystem::path& folder);
 
 } // namespace rig

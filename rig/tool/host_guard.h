@@ -6,10 +6,10 @@
 
 namespace rig {
 
-/// Runs a host, given as its program and arguments, and every program that it starts, and gives the
-/// host's exit code. One that loads a DLL by the name of one of the rig's, whose content is not
-/// that of the DLL beside this program, is ended with all the others before any code of that DLL
-/// has run; that, and a host that cannot be started, is a std::runtime_error with the reason.
+/// Runs a host, given as program and arguments, and returns its exit code. If the host, or a
+/// program that it starts, loads a DLL with the name of one of the rig's but other content than the
+/// DLL beside this program, all of them are ended before any code of that DLL runs. In that case,
+/// and if the host cannot be started, throws std::runtime_error with the reason.
 int RunGuarded(const std::vector<std::string>& command);
 
 } // namespace rig

@@ -27,8 +27,8 @@ struct HandleCloser {
 };
 using Handle = std::unique_ptr<std::remove_pointer_t<HANDLE>, HandleCloser>;
 
-/// An argument as CommandLineToArgvW() takes it apart again. Some programs know theirs without
-/// quotes only, such as cmd its /c.
+/// Quotes an argument for CommandLineToArgvW(), but only if necessary: some programs, such as cmd
+/// with /c, do not recognise a quoted option.
 std::wstring Quoted(const std::wstring& argument) {
     if (!argument.empty() && argument.find_first_of(L" \t\"") == std::wstring::npos) {
         return argument;
@@ -36,7 +36,7 @@ std::wstring Quoted(const std::wstring& argument) {
     std::wstring quoted = L"\"";
     std::size_t backslashes = 0;
     for (const wchar_t letter : argument) {
-        if (letter == L'"') { // those before it count, and so does it
+        if (letter == L'"') { // escape it and the backslashes before it
             quoted.append(backslashes + 1, L'\\');
         }
         backslashes = letter == L'\\' ? backslashes + 1 : 0;
@@ -47,7 +47,7 @@ std::wstring Quoted(const std::wstring& argument) {
 
 std::wstring CommandLineOf(const std::vector<std::string>& command) {
     fs::path program = PathOf(command.front());
-    if (program.has_parent_path()) { // a bare name is looked for
+    if (program.has_parent_path()) { // a bare name is searched for instead
         program = fs::absolute(program);
     }
     std::wstring line = Quoted(program.make_preferred().wstring());
@@ -57,8 +57,9 @@ std::wstring CommandLineOf(const std::vector<std::string>& command) {
     return line;
 }
 
-/// Ctrl-C is for the host, and this program ends with it. When Windows ends both, the host has as
-/// long to put its lines to rest as it would have alone: this program ends when a routine returns.
+/// Leaves Ctrl-C to the host; this program ends after it. At the end of the session Windows ends
+/// this program, and with it the host, as soon as this routine returns. It does not return, so that
+/// the host has the usual time to set its lines to rest.
 BOOL WINAPI LeaveToHost(DWORD event) {
     if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) {
         Sleep(INFINITE);
@@ -66,10 +67,10 @@ BOOL WINAPI LeaveToHost(DWORD event) {
     return TRUE;
 }
 
-/// A program that knows of its debugger does not behave as without: it has another heap, and C++
-/// exceptions of GNU's compiler end it in Wine.
+/// Hides the debugger, because programs that detect one behave differently: they use another heap,
+/// and in Wine an exception in a program compiled by GCC ends it.
 void HideDebugger(HANDLE process) {
-    constexpr std::size_t kBeingDebugged = 2; // within the process environment block
+    constexpr std::size_t kBeingDebugged = 2; // offset in the process environment block
     PROCESS_BASIC_INFORMATION information{};
     if (NtQueryInformationProcess(process, ProcessBasicInformation, &information,
                                   sizeof information, nullptr) == 0) {
@@ -99,7 +100,7 @@ class Guard {
         }
     }
 
-    /// Serves what the programs report until the host has ended, and gives its exit code.
+    /// Handles the programs' debug events until the host has ended, and returns its exit code.
     int Watch(DWORD host) const {
         for (;;) {
             DEBUG_EVENT event{};
@@ -129,7 +130,7 @@ class Guard {
             return DBG_CONTINUE;
         }
         case EXCEPTION_DEBUG_EVENT: {
-            // The system has these two for debuggers alone; all others are the program's.
+            // These two exceptions are meant for debuggers; the program handles all others.
             const DWORD code = event.u.Exception.ExceptionRecord.ExceptionCode;
             const bool isForDebuggers =
                 code == EXCEPTION_BREAKPOINT || code == EXCEPTION_INVALID_HANDLE;
@@ -176,7 +177,7 @@ int RunGuarded(const std::vector<std::string>& command) {
     try {
         return guard.Watch(host.dwProcessId);
     } catch (const std::runtime_error&) {
-        // The programs that it has started end with this one, their debugger.
+        // Programs that the host started end with this program, their debugger.
         TerminateProcess(host.hProcess, kGuardFailure);
         throw;
     }

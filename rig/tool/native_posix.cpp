@@ -1,4 +1,4 @@
-// Elsewhere than on Windows, the tool shows waveforms and places DLLs; the rest belongs into Wine.
+// Natively the tool can only show waveforms and place DLLs. For everything else run it in Wine.
 
 #include <cerrno>
 #include <stdexcept>
@@ -64,7 +64,7 @@ std::filesystem::path PathBesideThisProgram(const char* file) {
 
 void TellBenches(std::ostream&) {}
 
-/// A bench is reached over Windows' pipes.
+/// There are no benches: they need Windows' named pipes.
 void AddBenchCommands(CLI::App&, std::ostream&, std::ostream&, const std::vector<std::string>&,
                       int&) {}
 

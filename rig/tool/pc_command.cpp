@@ -15,10 +15,10 @@ namespace rig {
 
 namespace {
 
-/// What is done to a part of the virtual PC.
+/// What a command does to one part of the virtual PC.
 using Action = void (*)(std::ostream& out);
 
-/// Which parts are meant; none of them stands for all.
+/// The parts selected by options. No option selects all parts.
 struct Choice {
     bool driver = false;
     bool wmi = false;
@@ -43,7 +43,8 @@ void DoEach(const std::vector<Action>& actions, std::ostream& out, std::ostream&
     }
 }
 
-/// The vendors' DLLs need no installation: a host finds them in its folder or on its search path.
+/// Prints what needs no installation: the vendor DLLs, which a host finds in its folder or on its
+/// search path, and the benches.
 void TellTheRest(std::ostream& out) {
     std::string found;
     for (const char* file : kVendorDlls) {
@@ -56,7 +57,7 @@ void TellTheRest(std::ostream& out) {
     TellBenches(out);
 }
 
-/// `about` completes the help of a command that does things to parts.
+/// Adds a command whose options select parts.
 CLI::App& AddCommand(CLI::App& app, const char* name, const std::string& about,
                      const std::shared_ptr<Choice>& choice) {
     CLI::App& command = *app.add_subcommand(name, about);

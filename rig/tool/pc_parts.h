@@ -1,30 +1,30 @@
-/// The parts of the virtual PC that Windows must know of: the kernel driver of the rig as a
-/// service, and the rig's WMI as a registered class.
+/// The parts of the virtual PC that must be registered with Windows: the kernel driver as a
+/// service, and the rig's WMI as a COM class.
 #pragma once
 
 #include <ostream>
 
 namespace rig {
 
-// Each tells in a sentence what is, or throws std::runtime_error with the reason why it is not.
+// Each prints the result as a sentence, or throws std::runtime_error with the reason for a failure.
 
 /// Installs and starts the driver that lies beside this program; does nothing when it runs.
 void InstallDriver(std::ostream& out);
 
-/// Stops and removes it; does nothing when there is none.
+/// Stops and removes the driver; does nothing when there is none.
 void RemoveDriver(std::ostream& out);
 
-/// Whether it runs. That it does not is an exception too.
+/// Prints that the driver runs; throws if it does not.
 void TellDriver(std::ostream& out);
 
-/// Registers the rig_wbem.dll that lies beside this program in the place of the system's own class,
-/// which is remembered; does nothing more when that was done before.
+/// Registers the rig_wbem.dll beside this program in place of the system's own class, whose
+/// registration it saves. Does not save it again if the rig's class is registered already.
 void InstallWmiClass(std::ostream& out);
 
-/// Gives the system its own class back; does nothing when it has it.
+/// Restores the system's own class; does nothing if that is registered.
 void RemoveWmiClass(std::ostream& out);
 
-/// Whether it is registered. That it is not is an exception too.
+/// Prints that the rig's class is registered; throws if it is not.
 void TellWmiClass(std::ostream& out);
 
 } // namespace rig

@@ -20,8 +20,8 @@ namespace rig {
 
 namespace {
 
-// Everything in a host's folder that is the rig's has one of these names, or the sum that is
-// recorded of it. The record comes before, and goes after, everything else.
+// A file in a host's folder belongs to the rig if it has one of these names, or the checksum in the
+// record. The record is written before and removed after all other files.
 constexpr const char* kRecord = kPlacementRecord;
 constexpr const char* kAside = ".set-aside-by-solvane-rig";
 constexpr const char* kUnfinished = ".unfinished-by-solvane-rig";
@@ -64,7 +64,7 @@ class HostFolder {
 
     fs::path operator/(const std::string& name) const { return path / name; }
 
-    /// How a name is written in the folder; empty when there is none.
+    /// The file's name as spelled in the folder; empty when there is no such file.
     std::string Find(std::string_view name) const {
         std::error_code failure;
         for (const fs::directory_entry& entry : fs::directory_iterator(path, failure)) {
@@ -77,7 +77,7 @@ class HostFolder {
 
     bool Has(std::string_view name) const { return !Find(name).empty(); }
 
-    /// Empty when there is no such file, or none that can be read.
+    /// The checksum of a file; empty when it does not exist or cannot be read.
     std::string SumOf(std::string_view name) const {
         const std::string found = Find(name);
         const std::optional<std::string> bytes =
@@ -85,7 +85,7 @@ class HostFolder {
         return bytes ? Sha256(*bytes) : std::string();
     }
 
-    /// Files that only placing makes, other than the record.
+    /// Temporary and set-aside files of a placement.
     std::vector<std::string> Leavings() const {
         std::vector<std::string> names;
         for (const std::string name : kHostDlls) {
@@ -109,7 +109,8 @@ class HostFolder {
         ". Rename what belongs to you, and remove the rest and the record.");
 }
 
-/// None without a record, of which a crash may have left a beginning: before anything was changed.
+/// Reads the record; empty without one. Removes an incomplete record, which a crash left before any
+/// other change.
 std::vector<PlacedDll> TakeRecord(const HostFolder& folder) {
     if (folder.Has(std::string(kRecord) + kUnfinished)) {
         RemoveFile(folder / (std::string(kRecord) + kUnfinished));
@@ -133,7 +134,7 @@ std::vector<PlacedDll> TakeRecord(const HostFolder& folder) {
     return *record;
 }
 
-/// Undoes what was done for one DLL. Gives what cannot be undone in a sentence, else nothing.
+/// Undoes the placement of one DLL. Returns a sentence about what cannot be undone, or "".
 std::string TakeAway(const HostFolder& folder, const PlacedDll& dll, std::ostream& out) {
     if (folder.Has(dll.name + kUnfinished)) {
         RemoveFile(folder / (dll.name + kUnfinished));
@@ -149,7 +150,7 @@ std::string TakeAway(const HostFolder& folder, const PlacedDll& dll, std::ostrea
             return dll.name + " has been changed since, and stays. What was there before it is " +
                    aside + ".";
         }
-        // Not yet set aside, or back already.
+        // With an original, this file is it: not yet set aside, or already restored.
         return dll.original.empty() ? dll.name + " has been changed since, and stays." : "";
     }
     if (isSetAside) {
@@ -189,7 +190,7 @@ bool IsPlaced(const HostFolder& folder, const std::vector<RigDll>& dlls) {
     });
 }
 
-/// What is to be placed: all that is not there already.
+/// The DLLs to be placed: those that are not in the folder yet.
 std::vector<PlacedDll> Plan(const HostFolder& folder, const std::vector<RigDll>& dlls,
                             bool setAside) {
     std::vector<PlacedDll> plan;
@@ -211,7 +212,8 @@ std::vector<PlacedDll> Plan(const HostFolder& folder, const std::vector<RigDll>&
     return plan;
 }
 
-/// The record, then what takes long and may find the disk full, and last what a host could notice.
+/// Writes the record first. Copying takes long and may fill the disk, so it is done under temporary
+/// names; the renames, which affect a host, come last.
 void Carry(const HostFolder& folder, const std::vector<RigDll>& dlls,
            const std::vector<PlacedDll>& plan, std::ostream& out) {
     const std::string unfinished = std::string(kRecord) + kUnfinished;
@@ -252,7 +254,7 @@ void Place(const fs::path& rig, const fs::path& hostFolder, bool setAside, std::
         out << "The rig's DLLs are in " << Utf8(folder.path) << " already.\n";
         return;
     }
-    if (!record.empty()) { // a placing was cut short, or was of another rig
+    if (!record.empty()) { // a placement was interrupted, or of another rig
         setAside |= std::any_of(record.begin(), record.end(),
                                 [](const PlacedDll& dll) { return !dll.original.empty(); });
         TakeAway(folder, record, out);

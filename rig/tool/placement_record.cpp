@@ -9,7 +9,7 @@ namespace rig {
 
 namespace {
 
-// Lines of a sum and a name are those of sha256sum; it takes the others for comments.
+// Lines with a checksum and a name are as sha256sum writes them; it ignores the others.
 constexpr std::string_view kHead = "# The virtual rig is in this folder: programs that start here "
                                    "meet a simulated camera, and no\n"
                                    "# real one. `solvane-rig unplace` with this folder takes the "
@@ -23,7 +23,7 @@ bool IsKnown(std::string_view name) {
     return std::find(kHostDlls.begin(), kHostDlls.end(), name) != kHostDlls.end();
 }
 
-/// Adds what a line says; false when it is none of a record.
+/// Reads a line into `dlls`; false when it does not belong in a record.
 bool Add(const std::string& line, std::vector<PlacedDll>& dlls) {
     if (line.starts_with(kOriginal)) {
         const std::string name = line.substr(kOriginal.size());
@@ -62,7 +62,7 @@ std::optional<std::vector<PlacedDll>> ReadRecord(std::string_view text) {
     std::istringstream lines{std::string(text)};
     std::vector<PlacedDll> dlls;
     for (std::string line; std::getline(lines, line);) {
-        if (line.ends_with('\r')) { // of an editor
+        if (line.ends_with('\r')) { // an editor may have added it
             line.pop_back();
         }
         if (!Add(line, dlls)) {

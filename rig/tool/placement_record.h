@@ -1,5 +1,5 @@
-/// What a folder is told of the rig's DLLs in it: a text for whoever finds them there, and for
-/// taking them away.
+/// The record in a folder of the rig's DLLs in it: a text that explains them to people, and from
+/// which they are removed again.
 #pragma once
 
 #include <optional>
@@ -9,16 +9,16 @@
 
 namespace rig {
 
-/// A DLL of the rig's in a host's folder.
+/// A DLL of the rig in a host's folder.
 struct PlacedDll {
     std::string name;
     std::string sum;      ///< the SHA-256 sum of the copy
-    std::string original; ///< how the file is written that it takes the place of; empty: none
+    std::string original; ///< the name, as spelled, of the file it replaces; empty: none
 };
 
 std::string WriteRecord(const std::vector<PlacedDll>& dlls);
 
-/// None of a text that is no record. All names are those of the rig's DLLs.
+/// Returns nullopt if the text is not a record. All names in a result are names of the rig's DLLs.
 std::optional<std::vector<PlacedDll>> ReadRecord(std::string_view text);
 
 } // namespace rig

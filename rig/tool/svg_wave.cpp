@@ -13,18 +13,18 @@ namespace {
 constexpr std::size_t kColumns = 100;
 constexpr std::size_t kMostNameColumns = 20;
 
-// Pixels. A character of the lettering is 7.2 wide.
+// Pixels. A character of the font is 7.2 wide.
 constexpr std::size_t kColumn = 8;
 constexpr std::size_t kMargin = 16;
-constexpr std::size_t kAxis = 24;    ///< the row of the times, above the axis
-constexpr std::size_t kMarkRow = 20; ///< below it, if something happened
+constexpr std::size_t kAxis = 24;    ///< the row with the times, above the axis
+constexpr std::size_t kMarkRow = 20; ///< the row below it with marks, if there are any
 constexpr std::size_t kRow = 36;
 constexpr std::size_t kHighInRow = 9;
 constexpr std::size_t kLowInRow = 29;
 constexpr std::size_t kMiddleInRow = (kHighInRow + kLowInRow) / 2;
 constexpr std::size_t kNoteGap = 4;
 constexpr std::size_t kTextLine = 20;
-constexpr std::size_t kBaseline = 4; ///< of letters, below the middle of their line
+constexpr std::size_t kBaseline = 4; ///< from the middle of a line of text down to its baseline
 
 constexpr std::string_view kStyle = R"(<style>
 text{font:12px ui-monospace,SFMono-Regular,Menlo,Consolas,"Liberation Mono",monospace;fill:#1f2328}
@@ -103,7 +103,7 @@ std::string InWords(const Picture& picture) {
     return text;
 }
 
-/// Adds a list in as many rows as it takes.
+/// Adds a list, broken into rows of at most `columns`.
 void AddRows(std::string list, std::size_t columns, std::vector<std::string>& notes) {
     while (list.size() > columns) {
         const std::size_t comma = list.rfind(',', columns - 1);
@@ -116,7 +116,7 @@ void AddRows(std::string list, std::size_t columns, std::vector<std::string>& no
     }
 }
 
-/// What stands below the lines, or in their place.
+/// The sentences below the lines, or instead of them.
 std::vector<std::string> Notes(const Picture& picture, std::size_t columns) {
     std::vector<std::string> notes;
     if (picture.lanes.empty()) {
@@ -171,7 +171,7 @@ struct SvgBlock {
     std::size_t Right() const { return XOf(block.Width()); }
     std::size_t Bottom() const { return TopOf(picture.lanes.size()); }
 
-    /// What lies above hides what lies below it.
+    /// Draws from back to front.
     void Draw() const {
         DrawTimes();
         for (std::size_t i = 0; i < picture.lanes.size(); ++i) {
@@ -202,7 +202,7 @@ struct SvgBlock {
         Path(svg, "axis", ticks);
     }
 
-    /// What happened, beside its moment. What went wrong strikes through all lines.
+    /// Draws each mark beside its moment. Marks of disturbances cross all lines.
     void DrawMarks() const {
         std::string marks;
         std::string hits;
@@ -218,8 +218,8 @@ struct SvgBlock {
         Path(svg, "hit", hits);
     }
 
-    /// The name of a line and its levels. Low and high are one stroke with its corners; what is
-    /// neither interrupts it.
+    /// Draws the name of a line and its levels. Low and high are one connected stroke; a level that
+    /// is neither interrupts it.
     void DrawLine(const Lane& lane, std::size_t y) const {
         Text(svg, "name", kMargin, y + kMiddleInRow, CutTo(kMostNameColumns, lane.name));
         std::string line;
@@ -249,7 +249,7 @@ struct SvgBlock {
         Path(svg, "line", line);
     }
 
-    /// A tear from top to bottom near the end of an interval, where no time stands.
+    /// Draws a tear from top to bottom near the end of an interval, where there is no time text.
     void DrawCut(std::size_t end) const {
         constexpr std::size_t kTooth = 8;
         std::string down;
@@ -261,7 +261,7 @@ struct SvgBlock {
         Path(svg, "cut", Point(end - 18, Axis() - kTooth / 2) + down + "h5" + up + 'z');
     }
 
-    /// The widths of pulses, each in the middle of what is here of it, if there is room.
+    /// Writes the width of each pulse in the middle of its part in this block, if there is room.
     void WriteWidths(const Lane& lane, std::size_t y) const {
         for (const Stretch& stretch : lane.stretches) {
             const std::size_t begin = block.ColumnOf(stretch.first);

@@ -13,8 +13,8 @@ constexpr std::string_view kGap = "  "; ///< between the names and the picture
 /// Names are cut rather than take more than this share of a row.
 constexpr std::size_t kNameShare = 3;
 
-/// What a line is drawn with. A high line runs at half the height of its row and a low one at its
-/// foot, so that the corners join them.
+/// The characters for drawing a line. A high level is at half the height of the row and a low one
+/// at its bottom, so that the corners connect them.
 struct Pen {
     std::array<const char*, 4> levels;
     const char *rise, *fall;
@@ -35,10 +35,10 @@ const char* CornerOf(const Pen& pen, Level before, Level after) {
     return pen.otherwise;
 }
 
-/// One row of the picture, a character a column.
+/// One row of the picture, one UTF-8 character per column.
 using Row = std::vector<std::string>;
 
-/// Writes over a row from a column on.
+/// Overwrites a row from a column on.
 void Write(Row& row, std::size_t column, const std::string& utf8) {
     for (std::size_t i = 0; i < utf8.size(); ++column) {
         const std::size_t begin = i++;
@@ -57,7 +57,7 @@ Row Texts(const Block& block, const std::vector<Block::Time>& times) {
     return row;
 }
 
-/// The width of a pulse is in the middle of what the block shows of it, if there is room with a
+/// The width of a pulse is in the middle of its part in this block, if there is room for it with a
 /// blank on each side.
 Row Line(const Block& block, const Lane& lane, const Pen& pen) {
     Row row;

@@ -1,5 +1,5 @@
-/// This program on its system: its command line, which is UTF-8 everywhere, and what lies beside
-/// it.
+/// What depends on the system for this program: its command line, which is UTF-8 everywhere, its
+/// environment, and the files beside it.
 #pragma once
 
 #include <atomic>
@@ -12,7 +12,7 @@ namespace rig {
 
 using Program = int (*)(std::vector<std::string> arguments);
 
-/// Runs a program with the arguments of main(), and with a console that takes UTF-8 meanwhile.
+/// Runs a program with the arguments of main() as UTF-8, with the console set to UTF-8 meanwhile.
 int RunInUtf8(int count, char** values, Program program);
 
 inline std::filesystem::path PathOf(const std::string& utf8) {
@@ -26,20 +26,20 @@ inline std::string Utf8(const std::filesystem::path& path) {
 
 bool RunsInWine();
 
-/// Of its process, so that no other one has it.
+/// A name with the process id, so that it is unique among running processes.
 std::string NameOfThisProcess();
 
-/// The program that a command line's first word names. Throws std::runtime_error when there is
-/// none, or one that cannot have the rig's DLLs.
+/// The program that the first word of a command line names. Throws std::runtime_error when there is
+/// none, or when it cannot load the rig's DLLs.
 std::filesystem::path FindProgram(const std::string& name);
 
-/// What programs that this one starts find as a variable; nothing takes it away.
+/// Sets an environment variable for this program and those that it starts; nullopt removes it.
 void SetVariable(const char* name, const std::optional<std::string>& value);
 
-/// Ctrl-C, or the end of the session, sets it.
+/// Makes Ctrl-C and the end of the session set the flag.
 void StopWhenInterrupted(std::atomic<bool>& isToStop);
 
-/// Where a file is, or would be, that lies in the directory of this program.
+/// The path of a file in the directory of this program; the file need not exist.
 std::filesystem::path PathBesideThisProgram(const char* file);
 
 } // namespace rig

@@ -8,7 +8,7 @@
 
 namespace rig {
 
-/// main() gets the arguments in the system's code page, which has not every character.
+/// Ignores main()'s arguments: they are in the system's code page, which lacks many characters.
 int RunInUtf8(int, char**, Program program) {
     const host::Utf8Console console;
     return program(host::Arguments());

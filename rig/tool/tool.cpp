@@ -26,7 +26,7 @@ int Run(CLI::App& app, std::vector<std::string> arguments, std::ostream& out, st
     }
 }
 
-/// What stands behind `--`: a host and what is its own.
+/// Takes the host and its arguments, which follow `--`, out of the arguments.
 std::vector<std::string> TakeHost(std::vector<std::string>& arguments) {
     const bool isRun = arguments.size() > 1 && arguments[1] == "run";
     const auto dashes = std::find(arguments.begin(), arguments.end(), "--");
@@ -75,7 +75,7 @@ int RunTool(std::vector<std::string> arguments, std::ostream& out, std::ostream&
         err << '\n';
         return kUsageError;
     }
-    std::reverse(arguments.begin(), arguments.end()); // as CLI11 takes them
+    std::reverse(arguments.begin(), arguments.end()); // CLI11 expects them so
     const int code = Run(app, std::move(arguments), out, err);
     if (!out.flush()) {
         err << "solvane-rig: the output could not be written.\n";

@@ -12,7 +12,7 @@ namespace rig::wave {
 
 namespace {
 
-/// A whole word that is one number.
+/// The number, if the whole text is one.
 std::optional<std::uint64_t> Number(std::string_view text) {
     std::uint64_t value = 0;
     const char* const end = text.data() + text.size();
@@ -26,7 +26,7 @@ std::optional<Level> LevelOf(char digit) {
     return level < kLevelDigits.size() ? std::optional(Level{level}) : std::nullopt;
 }
 
-/// "10us" as 10^-2 ms, of which this is the exponent.
+/// The exponent of a time scale in ms: -2 for "10us", which is 10^-2 ms.
 std::optional<int> TimescaleOf(std::string_view text) {
     static const std::unordered_map<std::string_view, int> counts = {
         {"1", 0}, {"10", 1}, {"100", 2}};
@@ -64,9 +64,9 @@ class VcdReader {
     }
 
   private:
-    // Words, which are all that the grammar knows.
+    // Words. The VCD grammar has no other tokens.
 
-    /// Whether there is another word.
+    /// Reads the next word; false at the end of the file.
     bool Next() {
         constexpr std::string_view kBlanks = " \t\n\v\f\r";
         const auto read = static_cast<std::size_t>(word.data() + word.size() - text.data());
@@ -76,7 +76,7 @@ class VcdReader {
         return !word.empty();
     }
 
-    /// The words behind a command, which was read last, up to $end.
+    /// The words after the command that was just read, up to $end.
     std::vector<std::string_view> Arguments() {
         const std::string_view command = word;
         std::vector<std::string_view> arguments;
@@ -90,7 +90,7 @@ class VcdReader {
         Fail(Quoted(command) + " is not closed by $end.");
     }
 
-    /// In the line of the last word.
+    /// Throws VcdError with the line of the last word.
     [[noreturn]] void Fail(const std::string& sentence) const {
         const auto line = 1 + std::count(text.data(), word.data(), '\n');
         throw VcdError("line " + std::to_string(line) + ": " + sentence);
@@ -107,7 +107,7 @@ class VcdReader {
                 ReadVariable();
             } else if (command.front() != '$') {
                 Fail(Quoted(command) + " is not a command of a VCD header.");
-            } else { // or $date, $version, $comment and what programs add of their own
+            } else { // $date, $version, $comment and extensions of programs
                 const std::vector<std::string_view> arguments = Arguments();
                 if (command == "$scope" && arguments.size() != 2) {
                     Fail("$scope takes a kind and a name.");
@@ -184,7 +184,7 @@ class VcdReader {
             } else if (word.front() != '$') {
                 ReadValue();
             } else if (word != "$end" &&
-                       !word.starts_with("$dump")) { // whose values are like others
+                       !word.starts_with("$dump")) { // their values are ordinary ones
                 Arguments();
             }
         }
@@ -200,7 +200,7 @@ class VcdReader {
                  std::to_string(*time) + '.');
         }
         ticks = *time;
-        // Dividing by a whole power of ten is exact where multiplying with its inverse is not.
+        // Divide instead of multiplying by a negative power, which a double cannot hold exactly.
         const double power = std::pow(10.0, std::abs(*exponent));
         const auto count = static_cast<double>(ticks);
         recording.end = *exponent < 0 ? count / power : count * power;
@@ -208,8 +208,8 @@ class VcdReader {
         hasBegun = true;
     }
 
-    /// "1!" is a value of a wire, and so is "b1 !". "b01 !", "r1.5 !" and "sIDLE !" are of other
-    /// things.
+    /// "1!" and "b1 !" are values of a single wire. "b01 !", "r1.5 !" and "sIDLE !" belong to
+    /// variables that are not drawn.
     void ReadValue() {
         const std::string_view value = word;
         const bool isVector =
@@ -241,7 +241,7 @@ class VcdReader {
         }
     }
 
-    /// Of several values in one moment only the last can be seen.
+    /// Of several values at the same time only the last is kept.
     void Set(std::vector<Change>& changes, Level level) const {
         if (!changes.empty() && changes.back().time == recording.end) {
             changes.pop_back();
@@ -262,12 +262,12 @@ class VcdReader {
     }
 
     const std::string_view text;
-    std::string_view word; ///< of the text, read last; empty at its end
+    std::string_view word; ///< the word read last; empty at the end of the file
     Recording recording;
     std::optional<int> exponent; ///< a tick is 10^exponent ms
     std::vector<std::string> scopes;
-    /// Which signals a short name stands for: several when one wire is seen in several scopes, none
-    /// when it is not drawn.
+    /// The signals for each short name: several if a wire is in several scopes, none if it is not
+    /// drawn.
     std::unordered_map<std::string_view, std::vector<std::size_t>> signalsOfCode;
     std::unordered_map<std::string_view, std::string> eventOfCode;
     std::uint64_t ticks = 0;

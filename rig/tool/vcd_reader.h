@@ -8,7 +8,7 @@
 
 namespace rig::wave {
 
-/// In the order of kLevelDigits, which are those of the file.
+/// In the order of kLevelDigits, the characters for them in the file.
 enum class Level : std::size_t { low, high, unknown, floating };
 inline constexpr std::string_view kLevelDigits = "01xz";
 
@@ -18,9 +18,9 @@ struct Change {
 };
 
 struct Signal {
-    std::string name;            ///< its own name; with the scopes when another signal has the same
+    std::string name;            ///< its name, with scopes if another signal has the same
     std::string path;            ///< with the scopes: "camera.trigger"
-    std::vector<Change> changes; ///< real changes only, in order of time, one a moment
+    std::vector<Change> changes; ///< in order of time; each has a new time and a new level
 };
 
 /// Something that happened at a moment: an event variable of the file.
@@ -37,13 +37,13 @@ struct Recording {
     std::vector<std::string> notes; ///< sentences about what was left out
 };
 
-/// What is wrong with a file, beginning with the line: "line 12: the time goes back ...".
+/// The message says what is wrong, and begins with the line: "line 12: the time goes back ...".
 struct VcdError : std::runtime_error {
     using runtime_error::runtime_error;
 };
 
-/// Single wires and events are kept, wider ones left out with a note. Names are printable ASCII,
-/// with '?' for every other byte, so that each of their characters is one column wide. Throws
+/// Reads single wires and events; wider variables are left out with a note. In names, every byte
+/// that is not printable ASCII becomes '?', so that each character is one column wide. Throws
 /// VcdError.
 Recording ReadVcd(std::string_view file);
 

@@ -39,7 +39,7 @@ Recording Read(const std::string& name) {
         return ReadVcd(std::string(std::istreambuf_iterator<char>(stream), {}));
     } catch (const VcdError& mistake) {
         throw std::runtime_error(name + ", " + mistake.what());
-    } catch (const std::ios_base::failure&) { // a directory opens, but does not read
+    } catch (const std::ios_base::failure&) { // such as a directory, which opens
         throw std::runtime_error(name + " cannot be read.");
     }
 }

@@ -8,15 +8,15 @@ namespace rig::wave {
 
 namespace {
 
-/// Between a time and the next one.
+/// Blanks between a time and the next one.
 constexpr std::size_t kBlanksAfterTime = 2;
-/// What is seen of a broken interval at the beginning of the next block.
+/// The columns of a broken interval that the next block shows at its beginning.
 constexpr std::size_t kLeadIn = 4;
 
 struct Interval {
     std::size_t least = 0;  ///< the fewest columns
-    std::size_t pulses = 0; ///< how many a break here would cut
-    double weight = 0;      ///< the share of the spare room: 0 for none, or at least 1
+    std::size_t pulses = 0; ///< the number of pulses that a break here would cut
+    double weight = 0;      ///< its share of the spare columns: 0 for none, or at least 1
     bool isCut = false;
 };
 
@@ -25,12 +25,12 @@ std::string TimeAt(const Picture& picture, std::size_t moment) {
     return moment > 0 && picture.times[moment - 1] == time ? "" : time;
 }
 
-/// The end has a tick of its own if the last interval has a duration.
+/// Whether the end has a tick of its own: only if the last interval has a duration.
 bool ShowsEnd(const Picture& picture) {
     return picture.Duration(picture.Intervals() - 1) > 0;
 }
 
-/// What a pulse lacks is given to its first interval.
+/// Widens the first interval of a pulse until the text of its width fits.
 void MakeRoomFor(const Stretch& pulse, std::vector<Interval>& intervals, Form form) {
     constexpr std::size_t kInText = 5; // "┌─ 10 ms ─"
     constexpr std::size_t kInDrawing = 2;
@@ -42,7 +42,7 @@ void MakeRoomFor(const Stretch& pulse, std::vector<Interval>& intervals, Form fo
     intervals[pulse.first].least += lacking;
 }
 
-/// The median duration of those that are long enough to be seen beside the longest.
+/// The median duration, without those too short to be visible beside the longest.
 double UsualDuration(std::vector<double> durations) {
     constexpr double kUnseen = 0.001;
     const double least = kUnseen * *std::max_element(durations.begin(), durations.end());
@@ -52,8 +52,8 @@ double UsualDuration(std::vector<double> durations) {
 }
 
 void Weigh(std::vector<Interval>& intervals, const Picture& picture) {
-    constexpr double kFarLonger = 4; // than usual: it is cut,
-    constexpr double kCutLength = 2; // and then looks so long
+    constexpr double kFarLonger = 4; // than usual: an interval is cut
+    constexpr double kCutLength = 2; // the length drawn then
     std::vector<double> durations;
     double shortest = std::numeric_limits<double>::infinity();
     for (std::size_t i = 0; i < intervals.size(); ++i) {
@@ -77,7 +77,7 @@ void Weigh(std::vector<Interval>& intervals, const Picture& picture) {
     }
 }
 
-/// Behind the last interval of the block that begins with `first`.
+/// The index after the last interval of the block that begins with `first`.
 std::size_t EndOfBlock(std::size_t first, const std::vector<Interval>& intervals,
                        std::size_t columns) {
     std::size_t end = first + 1;
@@ -90,7 +90,7 @@ std::size_t EndOfBlock(std::size_t first, const std::vector<Interval>& intervals
     if (end == intervals.size()) {
         return end;
     }
-    // Rather where fewer pulses are cut, as long as half of the block is left.
+    // Prefer a break that cuts fewer pulses, but keep at least half of the block.
     std::size_t best = end;
     for (std::size_t i = end - 1; i >= std::max(atLeast, first + (end - first) / 2); --i) {
         best = intervals[i - 1].pulses < intervals[best - 1].pulses ? i : best;
@@ -98,8 +98,8 @@ std::size_t EndOfBlock(std::size_t first, const std::vector<Interval>& intervals
     return best;
 }
 
-/// The intervals are widened until the block is full: to one multiple of their weights, but for
-/// those that are wider already.
+/// Widens the intervals until the block is full, all to the same multiple of their weights;
+/// intervals that are wider than that keep their width.
 Block LayOutBlock(std::size_t first, const std::vector<Interval>& intervals, std::size_t columns,
                   const Picture& picture) {
     const auto endsAt = [&](double scale) {
@@ -144,7 +144,7 @@ std::size_t Block::ColumnOf(std::size_t moment) const {
 
 std::size_t ColumnsOf(const std::string& text) {
     return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) {
-        return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U; // not a byte that continues
+        return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U; // not a continuation byte
     }));
 }
 

@@ -14,7 +14,7 @@ constexpr int kMostDecimals = 12; // fs
 
 // ---- Numbers as people read them ---------------------------------------------------------------
 
-/// The digits that a time needs: "66.4", "150.004", "200".
+/// A time without trailing zeros: "66.4", "150.004", "200".
 std::string TimeText(double milliseconds, int mostDecimals = 3) {
     std::array<char, 400> digits{}; // the largest double has 309 before its point
     const auto [end, error] = std::to_chars(digits.data(), digits.data() + digits.size(),
@@ -27,7 +27,7 @@ std::string TimeText(double milliseconds, int mostDecimals = 3) {
     return text;
 }
 
-/// In the largest unit of which there is at least one: "10.06 ms", "4 µs", "500 ns".
+/// A duration in the largest unit in which it is at least 1: "10.06 ms", "4 µs", "500 ns".
 std::string WidthText(double milliseconds, Form form) {
     constexpr std::array<const char*, 5> kUnits = {" ms", " µs", " ns", " ps", " fs"};
     if (form == Form::drawing) {
@@ -42,7 +42,7 @@ std::string WidthText(double milliseconds, Form form) {
     return TimeText(milliseconds) + kUnits[unit];
 }
 
-/// To about a thousandth of the time that is shown: from 50 to 500 ms, tenths of a millisecond.
+/// Decimals for a resolution of about a thousandth of the time shown: 1 from 50 to 500 ms.
 int RoundDecimals(double milliseconds) {
     int decimals = 0;
     for (; decimals < kMostDecimals && milliseconds < 500; ++decimals) {
@@ -59,7 +59,7 @@ std::vector<std::string> TimesOf(const std::vector<double>& moments, Form form) 
         for (const double moment : moments) {
             times.push_back(TimeText(moment, decimals));
         }
-        // As many as it takes to tell all moments apart, but for two ends that are one moment.
+        // Enough decimals to distinguish all moments; the last two may be equal.
         const bool isOne = moments.back() == moments[moments.size() - 2];
         const auto end = times.end() - (isOne ? 1 : 0);
         if (isRound || decimals == kMostDecimals || std::adjacent_find(times.begin(), end) == end) {
@@ -101,14 +101,14 @@ std::vector<const Signal*> Choose(const Recording& recording,
 
 // ---- What the lines do -------------------------------------------------------------------------
 
-/// How many changes there are up to a time.
+/// The number of changes up to and including a time.
 std::ptrdiff_t ChangesUpTo(double time, const Signal& signal) {
     const auto end = std::partition_point(signal.changes.begin(), signal.changes.end(),
                                           [=](const Change& each) { return each.time <= time; });
     return end - signal.changes.begin();
 }
 
-/// Unknown before the first change.
+/// The level at a time; unknown before the first change.
 Level LevelAt(double time, const Signal& signal) {
     const std::ptrdiff_t changes = ChangesUpTo(time, signal);
     return changes > 0 ? signal.changes[static_cast<std::size_t>(changes - 1)].level
@@ -143,7 +143,7 @@ Lane LaneOf(const Signal& signal, const Picture& picture) {
 
 // ---- What happened beside them -----------------------------------------------------------------
 
-/// The same mark again and again, with no change of the lines in between.
+/// Repetitions of a mark, without a change of the lines in between.
 struct Run {
     Mark first;
     double last;
@@ -189,7 +189,7 @@ Picture TakePicture(const Recording& recording, const Excerpt& excerpt, Form for
     Picture picture{form, {begin}, {}, {}, {}, {}};
     const std::vector<const Signal*> chosen = Choose(recording, excerpt.signals);
     std::vector<double>& moments = picture.moments;
-    for (const Signal* signal : chosen) { // what is at the beginning is no change
+    for (const Signal* signal : chosen) { // the level at the beginning is not a change
         const auto changes = signal->changes.begin();
         std::transform(changes + ChangesUpTo(begin, *signal), changes + ChangesUpTo(end, *signal),
                        std::back_inserter(moments), [](const Change& each) { return each.time; });

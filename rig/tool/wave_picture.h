@@ -11,11 +11,11 @@
 
 namespace rig::wave {
 
-/// A text is to be measured: it has times to the µs at least. A drawing is to be read at a glance:
-/// it has rounded times.
+/// A text is for measuring, with times to at least 1 µs. A drawing is for a quick look, with
+/// rounded times.
 enum class Form { text, drawing };
 
-/// What of a recording is wanted.
+/// The part of a recording to be shown.
 struct Excerpt {
     std::vector<std::string> signals; ///< names or paths, in the order to be shown; none: all
     double from = 0;                  ///< ms
@@ -27,8 +27,8 @@ struct Stretch {
     Level level;
     std::size_t first;
     std::size_t last;
-    /// "10.06 ms" for a pulse, which is a stretch away from the level that the line has first, and
-    /// begins and ends within the picture; else empty.
+    /// "10.06 ms" for a pulse, else empty. A pulse is a stretch at another level than the
+    /// line's first known one that begins and ends within the picture.
     std::string width;
 };
 
@@ -54,18 +54,18 @@ struct Picture {
     }
 };
 
-/// Why there is no such picture, in a sentence.
+/// The message says in a sentence why there is no such picture.
 struct ExcerptError : std::runtime_error {
     using runtime_error::runtime_error;
 };
 
-/// Throws ExcerptError.
+/// Throws ExcerptError if the excerpt cannot be shown.
 Picture TakePicture(const Recording& recording, const Excerpt& excerpt, Form form);
 
 /// "Events: capture at 66.4, unplug at 70", or empty without any.
 std::string MarksText(const Picture& picture);
 
-/// Whether a mark is one of something that went wrong.
+/// Whether a mark is of something that went wrong, such as a fault or an ignored trigger.
 bool IsDisturbance(const std::string& mark);
 
 /// "Nothing changes from 0 to 50 ms.", for a picture without lanes.
@@ -74,15 +74,14 @@ std::string NothingChanges(const Picture& picture);
 /// "Unchanged: dark 0, camera_power 1", or empty when every line changes.
 std::string SteadyText(const Picture& picture, std::size_t mostNameColumns);
 
-/// A name, or as much of its end as there is room for: the end of a path tells more than its
-/// beginning.
+/// A name cut to `columns`. The end is kept, since the end of a path says more than its beginning.
 std::string CutTo(std::size_t columns, const std::string& name);
 
-/// The picture as rows of text, none wider than `columns`, which are 40 at least.
+/// The picture as rows of text, none wider than `columns`, which must be at least 40.
 std::string DrawText(const Picture& picture, std::size_t columns = 100, bool ascii = false);
 
-/// The picture as an SVG file, for documents and browsers. It needs nothing but itself, has a dark
-/// and a light form, and tells its content in words too.
+/// The picture as a self-contained SVG file, for documents and browsers. It adapts to dark and
+/// light themes, and describes its content in words for screen readers.
 std::string DrawSvg(const Picture& picture);
 
 } // namespace rig::wave

@@ -19,7 +19,7 @@ namespace rig {
 
 namespace {
 
-/// The in-process server of WbemLocator, through which every client of WMI begins.
+/// The registry key of WbemLocator's in-process server. Every WMI client starts with WbemLocator.
 constexpr const wchar_t* kServer =
     L"Software\\Classes\\CLSID\\{4590F811-1D3A-11D0-891F-00AA004B2E24}\\InprocServer32";
 constexpr const char* kFile = "rig_wbem.dll";
@@ -29,13 +29,14 @@ struct KeyCloser {
 };
 using Key = std::unique_ptr<std::remove_pointer_t<HKEY>, KeyCloser>;
 
-/// What a key holds under a name; the type REG_NONE when that is nothing.
+/// A registry value; type REG_NONE if it does not exist.
 struct Value {
     DWORD type = REG_NONE;
     std::vector<BYTE> data;
 };
 
-/// A value of the server's key that the rig replaces, and where the old one is kept meanwhile.
+/// A value of the server's key that the rig replaces, and the name under which it saves the old
+/// one.
 struct Place {
     const wchar_t* name; ///< null: the unnamed value, which is the path of the DLL
     const wchar_t* before;
