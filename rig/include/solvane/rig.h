@@ -12,13 +12,13 @@
  *     SOLVANE_RIG_JOURNAL=<file>  write every call, edge and event as a line of text
  *
  * and has the rig's DLLs put into its folder by `solvane-rig place`: on Windows the search path
- * comes after System32, where a vendor's DLL for real hardware may be. Tests use the functions
- * below besides.
+ * comes after System32, where a vendor's DLL for real hardware may be. The functions below are for
+ * tests.
  *
  * Rules of the whole interface
  *
- * 1. One installation a process. All vendor stand-ins of a process drive the same camera. On a
- * bench (SOLVANE_RIG=bench) it is one for all hosts there, and the functions below are about that.
+ * 1. One installation per process. All vendor stand-ins of a process drive the same camera. All
+ *    hosts on a bench (SOLVANE_RIG=bench) share one installation, and these functions concern it.
  * 2. Any thread may call anything here at any time; the rig locks itself.
  * 3. Times are nanoseconds since the scenario was loaded.
  * 4. Levels are logical: 1 means "active" (triggered, ready, flag latched, clearing, dark,
@@ -165,7 +165,7 @@ SOLVANE_RIG_API int rig_wbem_interfaces(void);
  *
  * RIG_FAULT_STATUS | RIG_FAULT_COUNT does what RIG_FAULT_COUNT does and returns `status`; a call
  * that moves or reports no number of anything works then, but returns `status`. RIG_FAULT_SILENT
- * stands alone. When several faults apply to a call, the one that was added first is meant.
+ * cannot be combined. When several faults apply to a call, the one that was added first counts.
  */
 enum {
     RIG_FAULT_STATUS = 1, /**< return `status`; nothing else happens, out-values stay untouched */
@@ -232,7 +232,7 @@ SOLVANE_RIG_API size_t rig_journal_size(void);
  * Reads an entry of the journal.
  *
  * @param index counted from 0.
- * @param[out] entry what it tells.
+ * @param[out] entry the entry.
  * @return 0, or -1 when there is none.
  */
 SOLVANE_RIG_API int rig_journal_entry(size_t index, rig_entry* entry);
@@ -252,17 +252,18 @@ SOLVANE_RIG_API void rig_note(const char* text);
 /**
  * Does a command of solvane-rig, in the same words: "unplug 0", "set exposure_ms 80",
  * "fault FT_Write status=4", "levels", "wait-edge 'ready 1' --within 5000". "help" lists them.
- * Those that wait return when it came to pass or their time is over; other threads go on meanwhile.
+ * Commands that wait return when their condition holds or their time is over; the rig is unlocked
+ * for other threads meanwhile.
  *
- * @param words the command; quotes, single or double, hold words together. The files of "scenario
- *     NAME TEXT" and "keep" are the caller's to read and write: the one takes a scenario's text,
- * and the answer of the other is one.
+ * @param words the command; quotes, single or double, hold words together. The caller reads and
+ *     writes the files: "scenario NAME TEXT" takes the text of a scenario, and the answer to "keep"
+ *     is the text of one.
  * @param json not 0: the answer is one JSON object.
  * @param[out] answer lines of text, until the next call on the same thread; NULL when nobody wants
  *     it.
- * @return 0; 1 when it came to nothing (no edge within the time, a pulse of another width, no
- * memory, a bench that is gone); 2 for words that are no command, and the answer then tells what
- * there is.
+ * @return 0; 1 when the command failed (no edge within the time, a pulse of another width, no
+ *     memory, a bench that is gone); 2 for an unknown command or wrong arguments, and the answer
+ *     then says what is allowed.
  */
 SOLVANE_RIG_API int rig_command(const char* words, int json, const char** answer);
 
