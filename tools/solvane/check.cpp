@@ -15,7 +15,7 @@ struct Step {
     const char* done;
     const char* expected;
     Needs needs;
-    const char* question; ///< of a person, before it does something
+    const char* question; ///< asked of the user before the step runs
     void (Run::*perform)(StepResult& step);
 };
 
@@ -65,7 +65,7 @@ const char* WhyNothing(int availability) {
     return availability == 0 ? "" : "No hardware serves the camera.";
 }
 
-/// What a program cannot see of these lines.
+/// What no program can verify on these lines; a technician has to measure it.
 std::vector<std::string> ListUnseen(const Observations& seen) {
     const KindOfWires& wires = WiresOf(seen.kind);
     const auto at = [](const char* line, std::string_view pin) {
@@ -105,8 +105,8 @@ double Run::Since(Moment begin) const {
     return Milliseconds(SteadyNow() - begin).count();
 }
 
-/// A chip that answers no more is reset and opened again by the library itself: the operation only
-/// takes longer.
+/// When a chip stops answering, the library itself resets and reopens it. The operation succeeds
+/// and only takes longer, so the log is the one place where this shows.
 void Run::SeeComeback(StepResult& step) {
     const std::vector<std::string> lines = host.log.Lines();
     const auto begin = lines.begin() + static_cast<std::ptrdiff_t>(linesSeen);

@@ -1,4 +1,4 @@
-/// An installation, proved step by step.
+/// Checks an installation step by step.
 #pragma once
 
 #include <chrono>
@@ -19,8 +19,8 @@ namespace host {
 enum class Outcome {
     ok,
     failed,
-    notTested, ///< no fault of it could have been seen, or nobody allowed it
-    told       ///< a fact that is neither right nor wrong
+    notTested, ///< a fault could not have been detected, or the step was not allowed
+    told       ///< for information; neither right nor wrong
 };
 
 /// "ok", "FAIL", "not tested", "note".
@@ -31,13 +31,12 @@ struct StepResult {
     const char* title = "";
     const char* done = "";
     const char* expected = "";
-    int status = 0; ///< of the library, when the check began
+    int status = 0; ///< of the library's availability check, when the check began
     Outcome outcome = Outcome::ok;
-    std::vector<std::string> seen; ///< a line each
-    std::string advice;            ///< what to do, or why it was not tested; may be empty
+    std::vector<std::string> seen; ///< observations, one line each
+    std::string advice;            ///< what to do, or why the step was not tested; may be empty
     double milliseconds = 0;
-    nlohmann::ordered_json facts =
-        nlohmann::ordered_json::object(); ///< stay while the installation does
+    nlohmann::ordered_json facts = nlohmann::ordered_json::object(); ///< equal from run to run
     nlohmann::ordered_json times = nlohmann::ordered_json::object(); ///< differ from run to run
 
     void Fail(std::string whatToDo = "") {
@@ -50,35 +49,35 @@ struct StepResult {
     }
 };
 
-/// What a step does that somebody has to allow.
+/// What a step touches, which the user has to allow.
 enum class Needs { nothing, hardware, lines, power, timer };
 
 struct CheckHost {
     const Functions& library;
     LibraryLog& log;
     std::function<Machine()> lookAtMachine;
-    /// Why something must not be done; empty if it may be. The question asks a person.
+    /// Why a step must not be run; empty if it may. `question` is put to the user.
     std::function<std::string(Needs needs, const char* question)> whyNot;
     std::function<void(const StepResult&)> tell;
     unsigned captures = 1;
     std::optional<std::uint32_t> timerParameter;
-    std::chrono::seconds timerLimit{30}; ///< until the timer's events must have come
+    std::chrono::seconds timerLimit{30}; ///< to wait for the timer's events
 };
 
 struct CheckResult {
     std::vector<StepResult> steps;
     Machine machine;
-    int status = 0; ///< of the library, when the check began
+    int status = 0; ///< of the library's availability check, when the check began
     bool hasFailed = false;
     bool isComplete = true;
-    Cause cause;                      ///< when it has failed
-    std::vector<std::string> notSeen; ///< what no program can see of these lines, and a meter can
+    Cause cause;                      ///< set when the check has failed
+    std::vector<std::string> notSeen; ///< what only a technician with a meter can verify
 
     /// "PASS", "FAIL", "INCOMPLETE PASS", "INCOMPLETE FAIL".
     std::string Verdict() const;
 };
 
-/// Goes through all steps. Dark and the powers are afterwards as they were found, also if it
+/// Runs all steps. Restores dark and both powers to the levels found at the start, also when it
 /// throws.
 CheckResult RunCheck(const CheckHost& host);
 

@@ -1,4 +1,4 @@
-/// The steps that take pictures.
+/// The steps of a check that trigger captures.
 
 #include <algorithm>
 #include <cmath>
@@ -13,13 +13,13 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto kReadyAgain = 2s;
-constexpr auto kExposure = 2s; // from the trigger until the flag and ready, at the longest
-constexpr auto kBetween = 1ms; // two rounds of questions
-/// The trigger call returns this long after the edge, at the least: the pulse is a Sleep(10), which
-/// with a resolution of 1 ms may end 1 ms early.
+constexpr auto kExposure = 2s; // longest wait after the trigger for the flag and ready
+constexpr auto kBetween = 1ms; // pause between two rounds of reading ready and the flag
+/// The trigger call returns at least this long after the edge: the pulse is a Sleep(10), which may
+/// end 1 ms early at a timer resolution of 1 ms.
 constexpr auto kPulse = 9ms;
 
-/// "38 to 42 ms"; "within 21 ms" where it begins with the edge.
+/// "38 to 42 ms", or "within 21 ms" when the interval begins with the edge.
 std::string Text(const Interval& interval) {
     const auto whole = [](double ms) { return std::to_string(static_cast<long>(ms)); };
     const std::string to = whole(interval.to + 0.999);
@@ -34,7 +34,7 @@ nlohmann::ordered_json ToJson(const std::optional<Interval>& interval) {
     return interval ? nlohmann::ordered_json{interval->from, interval->to} : nullptr;
 }
 
-/// What a row of eight columns looks like, from the least to the greatest.
+/// A histogram in eight columns, from the least value to the greatest.
 std::string Histogram(const std::vector<double>& values) {
     constexpr const char* kBars[] = {" ", "▁", "▂", "▃", "▄", "▅", "▆", "▇", "█"};
     constexpr std::size_t kColumns = 8;
@@ -52,8 +52,8 @@ std::string Histogram(const std::vector<double>& values) {
     return text;
 }
 
-/// An event between the last answer without it and the first with it, after an edge that is itself
-/// known to lie between two moments.
+/// When an event happened after the trigger edge: between the last answer without it and the first
+/// with it. The edge itself is known only to lie between two moments.
 Interval AfterEdge(Moment without, Moment with, Moment earliestEdge, Moment latestEdge) {
     return {std::max(0.0, Milliseconds(without - latestEdge).count()),
             Milliseconds(with - earliestEdge).count()};
@@ -61,7 +61,7 @@ Interval AfterEdge(Moment without, Moment with, Moment earliestEdge, Moment late
 
 } // namespace
 
-/// Asks in turn for ready and the flag, until both have told what they have to.
+/// Polls ready and the flag until both have changed as a capture requires, or time is up.
 void Run::Watch(Capture& capture, Moment earliestEdge, Moment latestEdge) {
     const Moment deadline = SteadyNow() + kExposure;
     Moment readyAsked = earliestEdge;

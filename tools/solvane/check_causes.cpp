@@ -1,4 +1,5 @@
-/// Which cause the observations speak for. A row stands above those that are true of it, too.
+/// Finds the cause that fits the observations. The first matching row counts, so a cause stands
+/// above the more general ones that its observations match as well.
 
 #include <algorithm>
 #include <array>
@@ -17,12 +18,12 @@ bool IsUp(Flag flag) {
     return flag == Flag::stuck;
 }
 
-/// It did the opposite of what it was told.
+/// The line reads back the opposite of what was set.
 bool IsInverted(const Switched& line, ReadBack back) {
     return back == ReadBack::wire && Reads(line.whenOn, false) && Reads(line.whenOff, true);
 }
 
-/// It reads so, whatever it is told.
+/// The line reads back this level, whatever was set.
 bool IsStuck(const Switched& line, ReadBack back, bool level) {
     return back == ReadBack::wire && Reads(line.whenOn, level) && Reads(line.whenOff, level);
 }
@@ -39,7 +40,7 @@ ReadBack PowerBack(const Seen& seen) {
     return Wires(seen).cameraPowerBack;
 }
 
-/// Camera power was switched, and ready did not care.
+/// Ready stayed high while camera power was switched off and on.
 bool ReadyIgnoresPower(const Seen& seen) {
     return Reads(seen.readyWithoutPower, true) && Reads(seen.readyWithPower, true);
 }
@@ -56,8 +57,8 @@ struct Row {
     const char* tellApart;
 };
 
-// In the texts, %trigger and the like stand for the line's pin on the kind that serves, %crossed
-// for the lines that were seen to be crossed.
+// In the texts, %trigger and the like stand for the line's pin on the serving kind of hardware,
+// %crossed for the lines that were found crossed.
 constexpr std::array kRows{
     Row{"no_camera", [](const Seen& seen) { return seen.isBare; },
         "The chip answers, but no camera is wired to it: all of its pins read 1.",

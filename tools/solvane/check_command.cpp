@@ -30,7 +30,7 @@ void PrintText(const std::string& text) {
     FlushAnswer();
 }
 
-/// Whether somebody can be asked, and what was answered.
+/// What the user has allowed, by options or by answering on the console.
 class Permissions {
   public:
     explicit Permissions(const Session& ofSession) : session(ofSession) {}
@@ -45,7 +45,7 @@ class Permissions {
         if (!IsConsole(STD_INPUT_HANDLE) || !IsConsole(STD_ERROR_HANDLE)) {
             return "Nobody could be asked: --yes allows it.";
         }
-        session.progress.End(); // its words would stand in the answer
+        session.progress.End(); // or its text would mix with the user's answer
         std::cerr << question << " [y/n] " << std::flush;
         std::string answer;
         while (std::getline(std::cin, answer) && answer.empty()) {
@@ -59,7 +59,7 @@ class Permissions {
     const Session& session;
 };
 
-/// The whole check of this process, told step by step.
+/// Prints the check while it runs, and collects it for the report.
 class Telling {
   public:
     Telling(const Session& ofSession, const std::vector<Json>& ofBaseline)
@@ -84,7 +84,7 @@ class Telling {
         Print(steps.back(), StepText(steps.back(), static_cast<unsigned>(steps.size())));
     }
 
-    /// The last object, which was printed.
+    /// Prints the last object, which has the verdict, and returns it.
     Json Conclude(const CheckResult& result) const {
         Json verdict = ToJson(result);
         if (!baseline.empty()) {
@@ -123,9 +123,9 @@ class Telling {
 
     const Session& session;
     const std::vector<Json>& baseline;
-    std::optional<Anonymiser> anonymiser; ///< as soon as it is known whom to leave out
+    std::optional<Anonymiser> anonymiser; ///< set once the machine is known
     std::vector<Json> all;
-    std::vector<Json> steps; ///< what of them is told
+    std::vector<Json> steps; ///< as printed
 };
 
 std::vector<Json> LoadBaseline(const std::string& path) {
@@ -151,7 +151,7 @@ ExitCode CheckInstallation(const Session& session) {
         PrintError(request.command, request.baseline + ": " + error.what() + ".", request.json);
         return kUsageError;
     }
-    // A page that cannot be written is told of before the camera is set to work.
+    // Opened before the check: the user learns early that the page cannot be written.
     std::ofstream page;
     if (!request.report.empty()) {
         page.open(std::filesystem::path(Wide(request.report)), std::ios::binary);

@@ -11,11 +11,11 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto kPoll = 5ms;
-constexpr auto kReadyAgain = 2s; // from one picture until it is ready again, at the longest
-constexpr auto kStarting = 10s;  // from power on until it is ready, at the longest
-constexpr auto kPowerShows = 1s; // from switching the power until ready tells, at the longest
-constexpr auto kUnaskedPicture = 100ms; // from an edge until ready or the flag tells of a picture
-constexpr auto kExposure = 2s;          // from the trigger until the flag, at the longest
+constexpr auto kReadyAgain = 2s; // longest wait after a picture until the camera is ready again
+constexpr auto kStarting = 10s;  // longest wait after power on until the camera is ready
+constexpr auto kPowerShows = 1s; // longest wait after a switch of the power until ready follows
+constexpr auto kUnaskedPicture = 100ms; // from an edge until ready or the flag shows a picture
+constexpr auto kExposure = 2s;          // longest wait after the trigger for the flag
 
 const char* OnOff(const std::optional<bool>& answer) {
     return !answer ? "?" : *answer ? "on" : "off";
@@ -25,7 +25,7 @@ const char* YesNo(const std::optional<bool>& answer) {
     return !answer ? "?" : *answer ? "yes" : "no";
 }
 
-/// Why what is read back proves nothing.
+/// Why reading back a latch or a remembered level does not prove the level on the line.
 std::string WhyBlind(ReadBack back, const std::string& kind) {
     return back == ReadBack::latch
                ? "The " + kind + " reads back its own output, whatever hangs on it."
@@ -39,7 +39,7 @@ struct Run::Switch {
     decltype(Functions::EnableCameraPower) Functions::*on;
     decltype(Functions::EnableCameraPower) Functions::*off;
     std::size_t question; ///< in kQuestions
-    bool rest;            ///< its level while nothing is done
+    bool rest;            ///< level at rest
 };
 
 namespace {
@@ -48,7 +48,7 @@ constexpr std::size_t kDark = 1;
 constexpr std::size_t kCameraPower = 2;
 constexpr std::size_t kAccessories = 3;
 
-/// Puts a line where it was found, also when the program was told to stop.
+/// Restores the level that was found, also after the program was asked to stop.
 void PutBack(const Functions& library, decltype(Functions::EnableCameraPower) Functions::*on,
              decltype(Functions::EnableCameraPower) Functions::*off, const Switched& line) {
     if (line.wasTried && line.found) {
@@ -112,7 +112,7 @@ std::optional<bool> Run::WaitForReady(bool wanted, std::chrono::milliseconds mos
 
 bool Run::SeesPicture() {
     if (seen.flagAtRest == Flag::stuck) {
-        return false; // it would say so of everything
+        return false; // a stuck flag says nothing about pictures
     }
     Moment deadline = SteadyNow() + kUnaskedPicture;
     const Moment last = SteadyNow() + kExposure;
@@ -124,14 +124,14 @@ bool Run::SeesPicture() {
         flag = AskFlag().value_or(false);
         SleepUntil(SteadyNow() + kPoll);
     }
-    if (flag && AskFlag().value_or(false)) { // it is no picture's, which asking would have cleared
+    if (flag && AskFlag().value_or(false)) { // reading would have cleared a picture's flag
         seen.flagFollows = true;
         return false;
     }
     return flag;
 }
 
-/// What the other lines read.
+/// Reads every line but this one.
 Answers Run::Others(const Switch& line) {
     Answers answers;
     for (std::size_t i = kDark; i < kQuestions.size(); ++i) {
@@ -167,7 +167,8 @@ void Run::SwitchBothWays(const Switch& line, Switched& switched, StepResult& ste
             if (level) {
                 ready = WaitForReady(true, kStarting);
                 const double ms = Since(begin);
-                if (ready == true) { // an inverted line says so at first only
+                if (ready ==
+                    true) { // right after power on an inverted line reads ready, too: ask again
                     step.times["ready_after_power_ms"] = ms;
                     SleepUntil(SteadyNow() + kPowerShows);
                     ready = AskReady();
@@ -253,7 +254,8 @@ void Run::Ready(StepResult& step) {
     const Moment begin = SteadyNow();
     seen.readyAtRest = WaitForReady(true, kReadyAgain);
     step.times["waited_ms"] = Since(begin);
-    // Nobody has triggered since the flag was down, so this one came of setting the lines to rest.
+    // Nothing was triggered since the flag was cleared, so setting the lines to rest took a
+    // picture.
     const Flag flag = seen.flagAtRest == Flag::stuck ? Flag::down : TakeFlagDown();
     if (flag == Flag::cleared || flag == Flag::stuck) {
         seen.pictureAtOpening = true;
@@ -310,7 +312,8 @@ void Run::CameraPower(StepResult& step) {
         return;
     }
     if (seen.readyWithPower == true && seen.readyWithoutPower == false) {
-        step.outcome = Outcome::ok; // ready tells, whether it is read back or not
+        step.outcome =
+            Outcome::ok; // ready follows the power, which proves it even without a read-back
         step.advice = "";
     } else if (seen.readyWithoutPower == true || seen.readyWithPower != true) {
         step.Fail();

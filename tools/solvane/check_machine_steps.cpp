@@ -1,4 +1,4 @@
-/// The steps that look at the machine.
+/// The steps of a check that inspect the PC.
 
 #include <algorithm>
 #include <array>
@@ -24,7 +24,7 @@ bool IsSame(const DllFile& file, const DllFile& other) {
     return !file.sha256.empty() && file.sha256 == other.sha256;
 }
 
-/// What another file of a loaded DLL's name means.
+/// What a second file with the name of a loaded DLL means for the installation.
 const char* MeaningOf(const DllFile& other, const DllFile& loaded) {
     if (IsSame(other, loaded)) {
         return "the same again: ";
@@ -49,7 +49,7 @@ void AddDll(StepResult& step, const LoadedDll& dll) {
     }
 }
 
-/// The most that a sleep of 10 ms may take with the resolution that the library asks for.
+/// Longest Sleep(10), in ms, that is fine at the timer resolution that the library requests.
 constexpr double kFineSleep = 12.5;
 
 constexpr unsigned kTimerEvents = 3;
@@ -59,8 +59,9 @@ std::string Rounded(double milliseconds) {
            std::to_string(std::lround(milliseconds * 10) % 10) + " ms";
 }
 
-/// A driver that gives no events cannot be told from a parameter that asks for later ones: its
-/// unit is the driver's. Once one came, the next can be expected after as long again.
+/// Without any event, a dead driver looks the same as a parameter that asks for a longer interval,
+/// because the driver alone defines the parameter's unit. After one event the interval is known,
+/// and a much longer silence is a fault.
 void JudgeTooFew(const TimerRunResult& run, std::chrono::seconds limit, StepResult& step) {
     constexpr const char* kRestart =
         "start it again as an administrator with \"sc stop SolvaneDevice\" and \"sc start "

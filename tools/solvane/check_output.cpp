@@ -34,7 +34,7 @@ bool IsWordPart(char letter) {
     return std::isalnum(static_cast<unsigned char>(letter)) != 0;
 }
 
-/// Whether a word, or a part of a path, may begin there.
+/// Whether a word, or a component of a path, may begin at this position.
 bool MayBegin(const std::string& text, std::size_t at, bool isInPaths) {
     return isInPaths ? at > 0 && (text[at - 1] == '\\' || text[at - 1] == '/')
                      : at == 0 || !IsWordPart(text[at - 1]);
@@ -130,7 +130,7 @@ Anonymiser::Anonymiser(const Machine& machine, const std::vector<std::string>& l
         const Json value = object.is_object() ? object.value(key, Json()) : Json();
         return value.is_string() ? value.get<std::string>() : "";
     };
-    for (const Json& object : baseline) { // it may be of another machine
+    for (const Json& object : baseline) { // the baseline may come from another machine
         add(textOf(object, "user"), kSomeUser, true);
         add(textOf(object, "machine"), kSomeMachine, true);
         addSerial(textOf(object.value("facts", Json()), "serial"));
@@ -245,7 +245,7 @@ std::vector<Json> ReadBaseline(std::string_view text) {
 
 namespace {
 
-/// Two intervals that have nothing in common.
+/// Whether two intervals [from, to] do not overlap.
 bool AreApart(const Json& then, const Json& now) {
     const auto isInterval = [](const Json& value) {
         return value.is_array() && value.size() == 2 && value[0].is_number() &&

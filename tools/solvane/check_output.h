@@ -1,4 +1,4 @@
-/// What a check tells, in all its forms. Every form is made of the same objects.
+/// The output of a check. Text, JSON and report are made of the same JSON objects.
 #pragma once
 
 #include <stdexcept>
@@ -14,20 +14,21 @@ namespace host {
 
 using Json = nlohmann::ordered_json;
 
-/// A step, as a program reads it.
+/// One step's result.
 Json ToJson(const StepResult& step);
 
-/// The last object, which has the verdict.
+/// The last object of the output, with the verdict.
 Json ToJson(const CheckResult& result);
 
-/// Leaves out who and where: the user, the machine, and serial numbers but for their last letter;
-/// those of a baseline, too.
+/// Replaces the names of user and machine, and serial numbers except for their last letter, which
+/// is the channel. Covers those in a baseline as well.
 class Anonymiser {
   public:
     Anonymiser(const Machine& machine, const std::vector<std::string>& log,
                const std::vector<Json>& baseline);
 
-    /// Users and machines may be called as any word is: of them it knows parts of paths.
+    /// The text with names replaced. The name of a user or a machine may be an ordinary word, so it
+    /// is replaced only where it is a component of a path.
     std::string operator()(const std::string& text) const;
     Json operator()(const Json& object) const;
 
@@ -35,23 +36,23 @@ class Anonymiser {
     struct Secret {
         std::string text;
         std::string inItsPlace;
-        bool isInPaths; ///< it is one only where it is a part of a path
+        bool isInPaths; ///< replaced only as a component of a path
     };
     std::vector<Secret> secrets;
 };
 
-/// How long a step took; empty where it was nothing.
+/// How long a step took, as text; empty if it took no time worth showing.
 std::string Took(const Json& step);
 
-/// For people: a step's lines, and those of the end.
+/// The lines for people: of a step, and of the verdict.
 std::string StepText(const Json& step, unsigned number);
 std::string VerdictText(const Json& verdict);
 
-/// One page that needs nothing but itself.
+/// The report as one HTML page without references to other files.
 std::string ReportPage(const std::vector<Json>& steps, const Json& verdict,
                        const std::vector<std::string>& log);
 
-/// A file that is no check's.
+/// A baseline file that is not the output of a check.
 struct BaselineError : std::runtime_error {
     using runtime_error::runtime_error;
 };
@@ -59,7 +60,7 @@ struct BaselineError : std::runtime_error {
 /// The objects that an earlier check printed with --json. Throws BaselineError.
 std::vector<Json> ReadBaseline(std::string_view text);
 
-/// What is otherwise than then, a sentence each.
+/// What differs from the baseline, one sentence each.
 std::vector<std::string> Changes(const std::vector<Json>& baseline, const std::vector<Json>& steps);
 
 } // namespace host

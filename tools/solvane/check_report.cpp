@@ -1,4 +1,4 @@
-/// The report of a check: one page for the technician's file, and for whoever is asked for help.
+/// The report of a check: one HTML page for the technician's records and for support.
 
 #include "check_output.h"
 

@@ -1,4 +1,4 @@
-/// The steps of a check, which work on one another's observations.
+/// The steps of a check. They share their observations.
 #pragma once
 
 #include <chrono>
@@ -44,15 +44,15 @@ class Run {
 
     std::optional<bool> Answered(const AskLine& ask);
     std::optional<bool> AskReady();
-    /// Whether the flag is up; asking clears it.
+    /// Whether the flag is up. Reading it clears it.
     std::optional<bool> AskFlag();
-    /// A command; one that is refused is a loss.
+    /// Whether a command succeeded; a refusal counts as lost hardware.
     bool Done(int status);
 
     Flag TakeFlagDown();
-    /// The last answer, when it is the wanted one or time is up.
+    /// Polls ready until it is as wanted or time is up; the last answer.
     std::optional<bool> WaitForReady(bool wanted, std::chrono::milliseconds most);
-    /// Whether a picture is taken that nobody asked for.
+    /// Whether the camera takes a picture without a trigger.
     bool SeesPicture();
     Answers Others(const Switch& line);
     void SwitchBothWays(const Switch& line, Switched& seen, StepResult& step);
@@ -66,9 +66,9 @@ class Run {
     Observations seen;
     CheckResult result;
     int availability = 0;
-    std::size_t linesSeen = 0; ///< of the log
-    const char* illness = "";  ///< a sentence of the steps about the machine, when they failed
-    double findingMs = 0;      ///< what it took to find the hardware
+    std::size_t linesSeen = 0; ///< lines of the log that were processed
+    const char* illness = "";  ///< sentence about a failed step of the PC; empty: none
+    double findingMs = 0;      ///< time it took to find the hardware
 };
 
 } // namespace host

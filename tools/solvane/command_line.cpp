@@ -110,7 +110,8 @@ void AddTriggerArguments(CLI::App& app, Request& request) {
                  "lost, too");
 }
 
-/// Why a text is no number of 64 bits, if it is none; CLI11 would take -1 and 2^64 for the largest.
+/// Why a text is not an unsigned 64-bit number; empty if it is one. CLI11 would accept -1 and 2^64
+/// as the largest number.
 std::string WhyNotUnsigned64(const std::string& text) {
     errno = 0;
     std::strtoull(text.c_str(), nullptr, 0);
@@ -210,7 +211,7 @@ void AddOptions(CLI::App& app, Request& request) {
     app.set_version_flag("--version", "solvane " SOLVANE_VERSION, "Print the version and exit");
 }
 
-/// For people as CLI11 tells it, and in an object if one was asked for.
+/// Prints a mistake for people as CLI11 words it, and as a JSON object if --json was given.
 void TellMistake(const CLI::App& app, const CLI::ParseError& mistake, bool json) {
     app.exit(mistake, std::cerr, std::cerr);
     if (json) {
@@ -230,7 +231,7 @@ std::variant<Request, ExitCode> ReadCommandLine(std::vector<std::string> argumen
     app.footer(kFooter);
     app.get_formatter()->label("SUBCOMMAND", "COMMAND");
     app.require_subcommand(1);
-    app.fallthrough(); // options of every command may stand before or behind it
+    app.fallthrough(); // accept the common options before and after the command
     AddOptions(app, request);
     for (const Command& command : Commands()) {
         CLI::App* part = app.add_subcommand(command.name, command.help);
@@ -244,12 +245,12 @@ std::variant<Request, ExitCode> ReadCommandLine(std::vector<std::string> argumen
         arguments.erase(arguments.begin());
     }
     const bool json = std::find(arguments.begin(), arguments.end(), "--json") != arguments.end();
-    std::reverse(arguments.begin(), arguments.end()); // as CLI11 takes them
+    std::reverse(arguments.begin(), arguments.end()); // CLI11 expects them reversed
     try {
         app.parse(std::move(arguments));
     } catch (const CLI::ParseError& stopped) {
-        // An unknown command CLI11 forgives when help is asked for, and else tells only that a
-        // command is missing.
+        // CLI11 ignores an unknown command when help is asked for, and otherwise reports only that
+        // a command is missing.
         if (const std::vector<std::string> unknown = app.remaining(); !unknown.empty()) {
             TellMistake(app, CLI::ExtrasError(unknown), json);
             return kUsageError;

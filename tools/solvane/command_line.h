@@ -1,4 +1,4 @@
-/// What the user asked for.
+/// The command line: what the user asked for.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@ namespace host {
 
 struct Request {
     std::string command;
-    std::string library; ///< path; empty: beside this program
+    std::string library; ///< path; empty: Solvane.dll beside this program
     bool log = false;
     bool json = false;
 
@@ -30,11 +30,11 @@ struct Request {
     unsigned captures = 5;
     std::optional<std::uint32_t> checkTimer;
     unsigned timerLimitSeconds = 30;
-    std::string report;   ///< a file to be written; empty: none
-    std::string baseline; ///< a file of an earlier check; empty: none
+    std::string report;   ///< file to write; empty: none
+    std::string baseline; ///< file with an earlier check; empty: none
     bool anonymous = false;
 
-    std::string line; ///< to be held
+    std::string line; ///< the line to hold
     unsigned holdSeconds = 0;
 
     std::uint32_t timerParameter = 0;
@@ -42,18 +42,18 @@ struct Request {
     unsigned events = 0; ///< 0: until Ctrl-C
 };
 
-/// The codes with which the program ends.
+/// Exit codes of the program.
 enum ExitCode {
     kSuccess = 0,
     kFailedStatus = 1,
     kUsageError = 2,
     kNoLibrary = 3,
     kAnswerLost = 4,
-    kStopped = 130 ///< as shells have it
+    kStopped = 130 ///< 128 + SIGINT, as shells use it
 };
 
-/// Reads the arguments, the program's name first. When there is nothing to do, because of a mistake
-/// or because help was asked for, that was told and the exit code is the result.
+/// Reads the arguments, the program's name first. On a mistake or a request for help it prints the
+/// text and returns the exit code.
 std::variant<Request, ExitCode> ReadCommandLine(std::vector<std::string> arguments);
 
 } // namespace host

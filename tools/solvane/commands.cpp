@@ -24,7 +24,7 @@ void AddRig(Report& report) {
 
 void AddController(Report& report, const LibraryLog& log) {
     using Json = nlohmann::ordered_json;
-    // The last kind stays when none answers, and may answer the next call.
+    // When no kind answers, the library keeps the last one it tried, which may answer later.
     const auto kind = report.Status() == SOLVANE_OK ? log.LastTried() : log.Answered();
     report.Add("controller", kind ? Json(*kind) : Json(), "controller",
                std::string(kind.value_or("none")));
@@ -32,7 +32,7 @@ void AddController(Report& report, const LibraryLog& log) {
 
 namespace {
 
-/// For commands of whose success there is nothing more to tell.
+/// For commands whose success needs no further output.
 ExitCode FinishDone(const Session& session, int status) {
     Report report(session.request.command, status);
     if (status == SOLVANE_OK) {
@@ -41,7 +41,7 @@ ExitCode FinishDone(const Session& session, int status) {
     return Finish(report, session);
 }
 
-/// A question of yes or no; `key` is both its key and its label.
+/// Asks for the state of a line and prints it; `key` is both its key and its label.
 ExitCode Tell(const Session& session, const AskLine& ask, std::string_view key) {
     const Answer answer = Ask(ask, session.log);
     Report report(session.request.command, answer.status);
@@ -127,7 +127,7 @@ ExitCode ResetCom(const Session& session) {
 
 using enum CommandArguments;
 
-// What a second Ctrl-C says. Every first use looks for the hardware and configures it.
+// What a second Ctrl-C prints. The first use of the library finds and configures the hardware.
 constexpr const char* kAtConfiguration =
     "Trigger and clear-MEP may not be at rest yet: any next command sets them to rest.";
 constexpr const char* kAtTrigger =

@@ -26,16 +26,16 @@ struct Command {
     const char* name;
     const char* help;
     CommandArguments arguments;
-    ExitCode (*run)(const Session& session); ///< prints its report
-    const char* linesAfterEnd; ///< what a process that ends in its midst may leave; a sentence
+    ExitCode (*run)(const Session& session); ///< runs the command and prints its report
+    const char* linesAfterEnd;               ///< sentence: levels an aborted process may leave
 };
 
 std::span<const Command> Commands();
 
-/// The command of that name, which the command line has made sure of.
+/// The command of that name. The command line accepts no other names.
 const Command& FindCommand(const std::string& name);
 
-// The longer commands have files of their own; these are the pieces that all of them share.
+// Shared by the commands that have files of their own.
 
 ExitCode CheckInstallation(const Session& session);
 ExitCode Doctor(const Session& session);
@@ -45,13 +45,13 @@ ExitCode Trigger(const Session& session);
 ExitCode RunTimer(const Session& session);
 ExitCode Watch(const Session& session);
 
-/// Completes the report with what to do when there is no hardware, and prints it; its exit code.
+/// Adds advice when there is no hardware, prints the report, and returns its exit code.
 ExitCode Finish(Report report, const Session& session);
 
-/// Says so above everything else when the hardware is virtual.
+/// Adds a heading when the hardware is virtual.
 void AddRig(Report& report);
 
-/// Adds the kind of hardware that the library settled on.
+/// Adds the kind of hardware that the library chose.
 void AddController(Report& report, const LibraryLog& log);
 
 } // namespace host

@@ -12,7 +12,7 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-/// The first line that has the words; null if none has.
+/// The first line that contains the words; null if there is none.
 const std::string* FindLine(const Lines& lines, std::string_view words) {
     const auto found = std::find_if(lines.begin(), lines.end(), [&](const std::string& line) {
         return line.find(words) != line.npos;
@@ -20,7 +20,7 @@ const std::string* FindLine(const Lines& lines, std::string_view words) {
     return found != lines.end() ? &*found : nullptr;
 }
 
-/// What stands behind the words in a line, up to the first blank, closing parenthesis or dot.
+/// The text after the words in a line, up to the first blank, closing parenthesis or dot.
 std::string Detail(std::string_view line, std::string_view words) {
     const std::string_view rest = line.substr(line.find(words) + words.size());
     return std::string(rest.substr(0, rest.find_first_of(" ).")));
@@ -34,7 +34,7 @@ std::string Filled(std::string_view sentence, const std::string& detail) {
     return text;
 }
 
-/// By the first symptom that is in the log; false if none is.
+/// Explains by the first symptom found in the log; false if there is none.
 bool ExplainedBy(std::span<const Symptom> symptoms, const Lines& lines, const Facts& facts,
                  Diagnosis& diagnosis) {
     for (const Symptom& symptom : symptoms) {
@@ -65,15 +65,15 @@ void ExplainRefusal(const KindSymptoms& kind, const Candidate& candidate, const 
 
 constexpr std::string_view kDevices = "Total FTDI devices available:  ";
 
-/// The library takes the first FT2232H, and cannot see whether the camera hangs on it.
+/// The library takes the first FT2232H, and cannot know whether the camera is connected to it.
 void DoubtChip(const Lines& lines, Diagnosis& diagnosis) {
-    // A pin to which nothing is wired reads 1, and a line of the camera's that rests does not.
+    // An unconnected pin reads 1; with a camera connected, some lines at rest read 0.
     const bool isBare =
         FindLine(lines, ">>> read bits:  High Byte (BC)CLR-MEP-RDY-APW-CPW-DRK-TRG-") &&
         FindLine(lines, ">>> read bits:  Low Byte (BD): APW-CPW-DRK-");
     const std::string* line = FindLine(lines, kDevices);
     const std::string devices = line != nullptr ? Detail(*line, kDevices) : "";
-    const bool mayBeSeveral = devices.size() > 1 || devices > "3"; // each is two devices
+    const bool mayBeSeveral = devices.size() > 1 || devices > "3"; // each FT2232H counts as two
     if (isBare) {
         diagnosis.found = "It answers, but all of its pins read 1: no camera is wired to it.";
         diagnosis.isIll = true;
@@ -103,7 +103,7 @@ void ExplainService(const KindSymptoms& kind, const Candidate& candidate, const 
     }
 }
 
-/// Which piece of hardware was tried; empty if that is not known.
+/// Which device was tried; empty if unknown.
 std::string Tried(std::string_view kind, const Lines& lines, const Facts& facts) {
     constexpr std::string_view kOpening = "Open device #";
     if (kind == kParallelPort && facts.port) {
@@ -145,7 +145,7 @@ Diagnosis NotAsked(const KindSymptoms& kind) {
 std::vector<Diagnosis> Diagnose(const LibraryLog& log, const Facts& facts) {
     std::vector<Diagnosis> diagnoses;
     for (const KindSymptoms& kind : Symptoms()) {
-        // The last of its kind: a library may have looked several times.
+        // The last candidate of each kind: the library may have looked several times.
         const auto& candidates = log.Candidates();
         const auto found =
             std::find_if(candidates.rbegin(), candidates.rend(),

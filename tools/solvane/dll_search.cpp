@@ -10,7 +10,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// A folder that one of Windows' functions tells.
+/// A folder, as returned by one of Windows' functions.
 template <typename Get>
 fs::path SystemFolder(Get get) {
     std::array<wchar_t, MAX_PATH> path{};
@@ -23,7 +23,7 @@ std::wstring SearchPath() {
     return path;
 }
 
-/// All zero where the file has nothing.
+/// A value from a file; all zero where the file ends before.
 template <typename Value>
 Value ReadAt(std::ifstream& stream, std::streamoff offset) {
     Value value{};
@@ -38,7 +38,7 @@ fs::path PathOf(HMODULE module) {
     std::wstring path(MAX_PATH, L'\0');
     DWORD length = 0;
     while ((length = GetModuleFileNameW(module, path.data(), static_cast<DWORD>(path.size()))) ==
-           path.size()) { // cut off
+           path.size()) { // the buffer was too small
         path.resize(2 * path.size());
     }
     path.resize(length);

@@ -1,4 +1,4 @@
-/// Where Windows looks for the DLLs that a library imports, and what lies there.
+/// The folders where Windows searches for a library's imported DLLs, and the files in them.
 #pragma once
 
 #include <filesystem>
@@ -14,15 +14,15 @@ namespace host {
 /// The file of a loaded DLL, or of this program (null).
 std::filesystem::path PathOf(HMODULE module);
 
-/// The folders in which the loader looks for what a library that it was given by its path imports,
-/// in its order, once Library has named the program's own.
+/// The folders that the loader searches for the imports of a library loaded by its path, in order.
+/// They include the program's own folder, which Library adds with SetDllDirectory.
 std::vector<std::filesystem::path> LoaderFolders(const std::filesystem::path& library);
 
-/// The files of that name in the folders, in their order, each once.
+/// The files of that name, in the order of the folders, without duplicates.
 std::vector<std::filesystem::path> FindFiles(const std::vector<std::filesystem::path>& folders,
                                              const std::filesystem::path& name);
 
-/// The processor that a DLL is for.
+/// The processor that a DLL was built for.
 Processor ProcessorOf(const std::filesystem::path& dll);
 
 } // namespace host

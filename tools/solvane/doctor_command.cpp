@@ -22,7 +22,8 @@ Json ToJson(const Diagnosis& diagnosis) {
             {"advice", TextOrNull(diagnosis.advice)}};
 }
 
-/// That the hardware was configured does not say that its lines can be read; the first that cannot.
+/// The first line that cannot be read; empty if all can. Hardware that was configured successfully
+/// may still fail to read its lines.
 std::string FindUnreadLine(const Session& session) {
     for (const Question& question : kQuestions) {
         if (!Ask(session.library.*question.ask, session.log).value) {
@@ -42,7 +43,8 @@ void AddKind(Report& report, const Diagnosis& diagnosis, bool isConcern) {
     }
 }
 
-/// Timers have nothing to do with the kinds, so this is no illness: hosts may have no use for them.
+/// A missing timer driver is reported but is no fault: timers work without the camera's lines, and
+/// not every host uses them.
 void AddTimerDriver(Report& report) {
     const DriverState state = FindDriver(kTimerService);
     const std::string advice = AdviceOnTimerDriver(state);
@@ -72,7 +74,7 @@ ExitCode Doctor(const Session& session) {
     Json list = Json::array();
     for (const Diagnosis& diagnosis : Diagnose(session.log, facts)) {
         list.push_back(ToJson(diagnosis));
-        // While something serves, what else is not there is nobody's concern.
+        // While one kind serves, it does not matter why the others were not found.
         AddKind(report, diagnosis, status != SOLVANE_OK || diagnosis.serves);
         if (diagnosis.isIll) {
             report.Fail();

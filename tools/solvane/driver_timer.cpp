@@ -9,12 +9,12 @@ namespace host {
 
 namespace {
 
-/// A run on a thread of its own, which may outlive whoever waits for it.
+/// A timer run on its own thread, which may outlive the caller that waits for it.
 class TimerRun {
   public:
     TimerRun(const Functions& ofLibrary, unsigned mostEvents)
         : library(ofLibrary), most(mostEvents) {
-        result.events.reserve(most); // an event's function must not throw
+        result.events.reserve(most); // the callback must not throw, so it must not allocate
         result.status = library.CreateTimer(
             &handle, static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(this)));
         isOver = result.status != SOLVANE_OK;
@@ -25,7 +25,7 @@ class TimerRun {
         return isOver;
     }
 
-    /// On its thread.
+    /// Runs on the thread of the run.
     void Perform(std::uint32_t parameter) {
         const int status = library.RunTimer.EvenIfStopped(handle, parameter, OnEvent);
         {
@@ -36,11 +36,11 @@ class TimerRun {
         library.DisposeTimer(handle);
     }
 
-    /// What has become of it; from then on it ends at the next event, if it is not over.
+    /// The result so far. A run still in progress ends at the driver's next event.
     TimerRunResult End() {
         const std::lock_guard lock(mutex);
         if (!isOver) {
-            library.SetLogger(nullptr, nullptr); // the log goes before the library now
+            library.SetLogger(nullptr, nullptr); // the log object may be gone before the run ends
             library.StopTimer(handle);
             KeepLoaded(library);
         }
@@ -66,10 +66,11 @@ class TimerRun {
         }
     }
 
-    const Functions library; ///< its functions, which stay when the program lets go of the library
+    const Functions library; ///< copied: stays valid after the program releases the library
     const unsigned most;
     SolvaneTimerHandle handle = 0;
-    std::chrono::steady_clock::time_point last = SteadyNow(); ///< event, or when the run began
+    std::chrono::steady_clock::time_point last =
+        SteadyNow(); ///< time of the last event, or of the beginning
 
     mutable std::mutex mutex;
     bool isOver = false;

@@ -1,5 +1,4 @@
-/// A timer of the driver's, for as long as its owner lives; and a run of one that is not waited for
-/// for ever.
+/// A timer of the kernel driver, disposed of with its owner; and a timer run with a time limit.
 #pragma once
 
 #include <chrono>
@@ -32,13 +31,13 @@ class DriverTimer {
 
   private:
     const Functions& library;
-    SolvaneTimerHandle handle = 0; // before the status, whose call sets it
+    SolvaneTimerHandle handle = 0; // declared before `status`, whose initialiser sets it
     const int status;
 };
 
 struct TimerRunResult {
     struct Event {
-        double afterMs; ///< since the last one, or since the run began
+        double afterMs; ///< since the previous event, or the beginning of the run
         int status;     ///< of the driver's trigger
     };
 
@@ -46,9 +45,9 @@ struct TimerRunResult {
     std::vector<Event> events;
 };
 
-/// Runs a timer until so many events came, or until time is up. Nothing but an event of the
-/// driver's ends a run: one that is given up stays in the library, which is then kept loaded and
-/// logs no more. Throws Stopped when the program was told to stop meanwhile.
+/// Runs a timer for a number of events, or until time is up. Only a driver event can end a run in
+/// the library, so a run that times out stays in there: the library is then kept loaded, without
+/// log. Throws Stopped when the program was asked to stop meanwhile.
 TimerRunResult RunTimerFor(const Functions& library, std::uint32_t parameter, unsigned events,
                            std::chrono::milliseconds most);
 

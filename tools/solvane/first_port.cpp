@@ -19,7 +19,7 @@ namespace {
 using Microsoft::WRL::ComPtr;
 using Object = ComPtr<IWbemClassObject>;
 
-/// The use of COM by this thread.
+/// Initialises COM on this thread, and uninitialises it at the end.
 struct ComSession {
     const bool isBegun = SUCCEEDED(CoInitializeEx(nullptr, COINIT_MULTITHREADED));
 
@@ -42,7 +42,7 @@ struct Text {
     Text& operator=(const Text&) = delete;
 };
 
-/// The namespace that describes the machine; null if it cannot be reached.
+/// The WMI namespace root\cimv2; null if it cannot be reached.
 ComPtr<IWbemServices> Connect() {
     ComPtr<IWbemLocator> locator;
     ComPtr<IWbemServices> services;
@@ -77,7 +77,7 @@ std::vector<Object> Query(IWbemServices& services, const std::wstring& query) {
     return objects;
 }
 
-/// A property that is a text; empty if it is none.
+/// A text property; empty if it is missing or of another type.
 std::wstring Property(IWbemClassObject& object, const wchar_t* name) {
     VARIANT value;
     VariantInit(&value);

@@ -1,4 +1,4 @@
-/// Which parallel port the library looks at: the log does not tell.
+/// Finds out which parallel port the library uses, because its log does not say.
 #pragma once
 
 #include <cstdint>
@@ -7,17 +7,17 @@
 
 namespace host {
 
-/// The first parallel port that Windows lists, which is the only one that is ever used.
+/// The first parallel port that Windows lists. The library never uses another one.
 struct FirstPort {
     std::string name;                     ///< "LPT1"
-    std::optional<std::uint16_t> address; ///< where its first I/O range begins, if it has one
+    std::optional<std::uint16_t> address; ///< start of its first I/O range, if any
     unsigned ports = 1;                   ///< how many Windows lists
 
     /// "LPT1 at 0x378, the first of 2 parallel ports; the others are never used"
     std::string Description() const;
 };
 
-/// Asks Windows, as the library does; empty when there is none, or Windows cannot be asked.
+/// Asks WMI, as the library does; empty when there is no port or WMI fails.
 std::optional<FirstPort> FindFirstPort();
 
 } // namespace host

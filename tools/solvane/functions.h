@@ -10,8 +10,8 @@ namespace host {
 template <typename Function>
 class Operation;
 
-/// A function of the library that is not begun any more once the program was told to stop: it
-/// throws Stopped then.
+/// A function of the library that throws Stopped, instead of calling it, once the program was asked
+/// to stop.
 template <typename Result, typename... Arguments>
 class Operation<Result(SOLVANE_CALL*)(Arguments...)> {
   public:
@@ -22,7 +22,7 @@ class Operation<Result(SOLVANE_CALL*)(Arguments...)> {
         return function(arguments...);
     }
 
-    /// What ends something is done all the same.
+    /// For calls that restore a line: they must happen even after a stop.
     Result EvenIfStopped(Arguments... arguments) const { return function(arguments...); }
 
     Function function = nullptr;
@@ -52,7 +52,7 @@ struct Functions {
     Operation<decltype(&Solvane_ResetComPort)> ResetComPort;
     Operation<decltype(&Solvane_CreateTimer)> CreateTimer;
     Operation<decltype(&Solvane_RunTimer)> RunTimer;
-    // What ends something is done all the same.
+    // Plain pointers: these end something, and must work after a stop as well.
     decltype(&Solvane_StopTimer) StopTimer;
     decltype(&Solvane_DisposeTimer) DisposeTimer;
 };

@@ -8,7 +8,7 @@ namespace host {
 
 namespace {
 
-/// A line, and the level at which it is held.
+/// A line, its functions, and the level at which it is held.
 struct HeldLine {
     std::string_view name;
     AskLine Functions::*ask;
@@ -28,7 +28,7 @@ constexpr std::array kLines{
              &F::DisableAccessoriesPower, false},
 };
 
-/// Switches the line back, also when the program is told to stop.
+/// Restores the line, also when the program is asked to stop.
 class Back {
   public:
     Back(const Functions& ofLibrary, const HeldLine& ofLine, bool toLevel)
@@ -62,8 +62,7 @@ ExitCode Hold(const Session& session) {
     if (found.status != SOLVANE_OK) {
         return Finish(Report(request.command, found.status), session);
     }
-    const bool before =
-        found.value.value_or(!line->level); // of a line that cannot be read: its rest
+    const bool before = found.value.value_or(!line->level); // at rest if it cannot be read
     Back back(session.library, *line, before);
     int status = (session.library.*(line->level ? line->on : line->off))();
     Answer held{status, {}};

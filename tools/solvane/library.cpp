@@ -11,7 +11,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Sentences about every DLL in the way; empty when there is none.
+/// One sentence for each DLL that keeps the library from loading; empty when there is none.
 std::string DescribeMissingImports(const fs::path& path) {
     std::string sentences;
     int absent = 0;
@@ -36,7 +36,8 @@ std::string DescribeFailure(const fs::path& path, DWORD error) {
     if (fs::is_directory(path, ignored)) {
         return text + " is a directory, not a DLL.";
     }
-    // Imports first: Windows reports a 32-bit DLL among them as if the library itself were one.
+    // Check the imports first: if one of them is a 32-bit DLL, Windows reports the library itself
+    // as not valid.
     if (std::string missing = DescribeMissingImports(path); !missing.empty()) {
         return missing;
     }
@@ -48,8 +49,8 @@ std::string DescribeFailure(const fs::path& path, DWORD error) {
 
 Module Load(const fs::path& given) {
     const fs::path programDirectory = PathOf(nullptr).parent_path();
-    // Vendor DLLs are found beside this program too, wherever the library itself lies, and not in
-    // the current directory, where they would be by accident or worse.
+    // Adds the program's folder to the search for vendor DLLs and removes the current directory, in
+    // which anybody could have put a DLL.
     SetDllDirectoryW(programDirectory.c_str());
 
     const fs::path path = given.empty() ? programDirectory / L"Solvane.dll" : fs::absolute(given);

@@ -9,7 +9,7 @@
 
 namespace host {
 
-/// Why the library cannot be used, as sentences for the user.
+/// The library cannot be used; what() explains why in sentences for the user.
 class LoadFailure : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
@@ -17,7 +17,7 @@ class LoadFailure : public std::runtime_error {
 
 class Library : public Functions {
   public:
-    /// Loads the library from a path, or with an empty path from beside this program. Throws
+    /// Loads the library from a path; an empty path means Solvane.dll beside this program. Throws
     /// LoadFailure.
     explicit Library(const std::filesystem::path& path);
 

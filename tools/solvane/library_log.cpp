@@ -13,8 +13,8 @@ constexpr std::string_view kTrying = "Controller candidate been created.";
 constexpr std::string_view kSucceeded = "... succeeded!";
 constexpr std::string_view kFailed = "... not available. Error ";
 
-/// Words that only one kind of hardware logs while it is looked for, or when it is made just
-/// before.
+/// Words that only one kind of hardware logs, while it is looked for or just before, when its
+/// controller is constructed.
 struct Mark {
     std::string_view words;
     std::string_view kind;
@@ -31,7 +31,7 @@ constexpr std::array kMarksBefore{
     Mark{"[EAPI]: GPIO control v", "Embedded API"},
 };
 
-/// Of the FT2232H a read is lost when the one after its recovery is lost too.
+/// On the FT2232H a read is lost only when its repetition after the recovery fails as well.
 constexpr std::string_view kReadAgain = "ReadBits status (after restore): ";
 constexpr std::array kLostReads{
     std::string_view("GetBitsValue: RestoreAvailability() failed"),
@@ -72,7 +72,7 @@ void SOLVANE_CALL LibraryLog::Receive(void* context, const char* line) noexcept 
         }
         log.Read(line);
     } catch (const std::bad_alloc&) {
-        // The library is in the midst of an operation, which has to end well.
+        // Drop the line: the library called this in the middle of an operation, which must go on.
     }
 }
 
@@ -100,7 +100,7 @@ void LibraryLog::Read(std::string_view line) {
         candidates.push_back({std::exchange(announced, kUnknownKind), std::nullopt, {}});
         return;
     }
-    if (candidates.empty() || candidates.back().status) { // nothing is being looked for
+    if (candidates.empty() || candidates.back().status) { // no candidate is being tried
         announced = KindOf(line, kMarksBefore, announced);
         return;
     }

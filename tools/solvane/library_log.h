@@ -1,4 +1,4 @@
-/// What the library writes into its log, and what can be learnt from it alone: which kinds of
+/// Receives the library's log and extracts what no function of the library returns: which kinds of
 /// hardware were tried, which one answered, and whether a line could be read at all.
 #pragma once
 
@@ -16,44 +16,44 @@ namespace host {
 
 /// One kind of hardware that the library looked for.
 struct Candidate {
-    std::string_view kind;     ///< by the marks that it leaves in the log
+    std::string_view kind;     ///< recognised by words in the log
     std::optional<int> status; ///< of its availability check, 0 if it answered; empty until known
-    std::vector<std::string> lines; ///< what was logged while it was asked
+    std::vector<std::string> lines; ///< logged while it was tried
 };
 
 class LibraryLog {
   public:
-    /// With `echoLines` every line goes to standard error, too.
+    /// With `echoLines` every line is also written to standard error.
     explicit LibraryLog(bool echoLines) {
         if (echoLines) {
             echo.emplace();
         }
     }
 
-    /// The log function for the library; the context is the LibraryLog. Timers call it from other
-    /// threads too, but only when no hardware is looked for: nothing is kept of those lines.
+    /// The log function for the library; the context is the LibraryLog. Timers call it on other
+    /// threads, but never while the library looks for hardware, so those lines change no candidate.
     static void SOLVANE_CALL Receive(void* context, const char* line) noexcept;
 
-    /// In the order in which they were tried, several times if the library looked several times.
+    /// In the order of the tries; a kind appears again each time the library looks again.
     const std::vector<Candidate>& Candidates() const { return candidates; }
 
-    /// Has every line kept from now on.
+    /// Keeps every line from now on.
     void KeepLines() { keepsLines = true; }
 
-    /// What was logged since then.
+    /// The lines logged since KeepLines().
     std::vector<std::string> Lines() const;
 
-    /// Forgets that a line could not be read. Before one is asked for.
+    /// Forgets earlier failures to read a line. To be called before reading one.
     void ForgetLostRead() { lostRead.clear(); }
 
-    /// What the log tells of a line that could not be read since then; empty if each could. The
-    /// library itself answers such a question with what does least harm, and with status 0.
+    /// The log's message about a line that could not be read since ForgetLostRead(); empty if there
+    /// was none. The library itself returns the safe level and status 0 then.
     const std::string& LostRead() const { return lostRead; }
 
-    /// The kind that the library settled on; empty when none answered.
+    /// The kind that the library chose; empty when none answered.
     std::optional<std::string_view> Answered() const;
 
-    /// The kind that the library tried last, which serves if any does; empty before the first.
+    /// The kind tried last. If any kind serves, it is this one. Empty before the first try.
     std::optional<std::string_view> LastTried() const;
 
   private:
@@ -62,11 +62,11 @@ class LibraryLog {
     static constexpr std::string_view kUnknownKind = "unknown hardware";
 
     std::optional<LogEcho> echo;
-    std::string_view announced = kUnknownKind; ///< of the candidate that comes next
+    std::string_view announced = kUnknownKind; ///< kind of the next candidate
     std::vector<Candidate> candidates;
     std::string lostRead;
     bool keepsLines = false;
-    mutable std::mutex keeping; ///< timers log on threads of their own
+    mutable std::mutex keeping; ///< guards `lines`: timers log on threads of their own
     std::vector<std::string> lines;
 };
 

@@ -7,7 +7,7 @@ namespace host {
 
 namespace {
 
-/// The one echo of the program, if it has one.
+/// The program's only echo; null if there is none.
 LogEcho* present = nullptr;
 
 } // namespace

@@ -1,6 +1,6 @@
-/// Log lines on standard error, written by a thread of their own. A console whose text is being
-/// selected, or a pipe that nobody reads, holds its writer up for as long as it likes, and the
-/// library logs in the midst of pulses.
+/// Writes log lines to standard error on a thread of its own. The library logs in the middle of
+/// pulses, and a console in which text is being selected, or a pipe that nobody reads, can block a
+/// writer for any time.
 #pragma once
 
 #include <condition_variable>
@@ -15,16 +15,16 @@ namespace host {
 class LogEcho {
   public:
     LogEcho();
-    /// Writes what is left.
+    /// Writes the remaining lines.
     ~LogEcho();
     LogEcho(const LogEcho&) = delete;
     LogEcho& operator=(const LogEcho&) = delete;
 
-    /// Never waits for the one who reads.
+    /// Never blocks on the console or pipe.
     void Add(std::string line);
 
-    /// Waits until everything is written that was added before, by whichever echo there is: what
-    /// the program itself prints comes behind it.
+    /// Waits until the program's echo, if any, has written all its lines, so that output of the
+    /// program itself comes after them.
     static void WaitUntilWritten();
 
   private:

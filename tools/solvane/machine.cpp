@@ -23,8 +23,8 @@ std::string FirstPort::Description() const {
 DriverState StateOfService(unsigned long state, unsigned long exitCode) {
     constexpr unsigned long kStopped = 1;
     constexpr unsigned long kRunning = 4;
-    // Access denied, a signature that does not hold, and drivers on Windows' list of those that it
-    // blocks: memory integrity says no in these words.
+    // The errors with which memory integrity refuses a driver: access denied, invalid signature,
+    // and driver blocked.
     constexpr unsigned long kDenied[] = {5, 577, 1275};
     if (state == kRunning) {
         return DriverState::running;

@@ -1,5 +1,5 @@
-/// What the machine tells of an installation, apart from the camera's lines: plain facts, so that
-/// check and doctor can be tried on machines that nobody has.
+/// Facts about the PC of an installation, apart from the camera's lines. Plain data, so that tests
+/// can make up any PC for check and doctor.
 #pragma once
 
 #include <optional>
@@ -13,55 +13,55 @@ namespace host {
 
 /// What a DLL was built for.
 enum class Processor {
-    x64, ///< the library's own
+    x64, ///< as the library itself
     x86,
     other,
-    none ///< it is no DLL
+    none ///< the file is not a DLL
 };
 
-/// A file of a DLL's name, where Windows looks for it.
+/// A file with the name of a DLL, in a folder where Windows searches for it.
 struct DllFile {
     std::string path;
-    std::string version; ///< as its version resource has it; empty if it has none
-    std::string sha256;  ///< of the file; empty if it could not be read
+    std::string version; ///< from its version resource; empty if it has none
+    std::string sha256;  ///< empty if the file could not be read
     Processor processor = Processor::x64;
-    bool isBefore = false; ///< Windows looks there before it comes to the one that is loaded
+    bool isBefore = false; ///< its folder is searched before that of the loaded DLL
 };
 
-/// A DLL of this process.
+/// A DLL loaded in this process.
 struct LoadedDll {
     std::string name;
     DllFile file;
-    std::vector<DllFile> others; ///< in the order in which Windows would find them
+    std::vector<DllFile> others; ///< other files of its name, in search order
 };
 
 /// The service of a kernel driver.
 enum class DriverState {
-    unknown, ///< Windows does not say
+    unknown, ///< Windows could not be asked
     absent,  ///< there is no such service
     stopped,
     refused, ///< Windows did not let it start
     running
 };
 
-/// What Windows' service manager tells of a driver: the state of its service, and the error with
-/// which it stopped.
+/// The state of a driver from what Windows' service manager reports: the state of its service, and
+/// the exit code with which it stopped.
 DriverState StateOfService(unsigned long state, unsigned long exitCode);
 
-/// What Sleep(10) takes, in milliseconds, the median of several.
+/// How long Sleep(10) takes, in milliseconds; the median of several.
 struct SleepTimes {
-    double raised = 0; ///< with the timer resolution of 1 ms that the library asks for
+    double raised = 0; ///< at the timer resolution of 1 ms that the library requests
     double plain = 0;
-    double measuringMs = 0; ///< what it took to find that out
+    double measuringMs = 0; ///< duration of the measurement
 };
 
 /// A device that D2XX lists.
 struct UsbDevice {
-    std::string serial; ///< of the channel, its letter last
+    std::string serial; ///< of the channel, with the channel's letter at the end
     std::string description;
-    bool isFt2232h; ///< by its type and its identifiers, as the library tells
+    bool isFt2232h; ///< by the same type and identifiers as in the library
 
-    /// Whether it is a channel with the lines.
+    /// Whether it is channel B, to which the lines are wired.
     bool HasLines() const { return isFt2232h && (serial.ends_with('B') || serial.ends_with('b')); }
 };
 
@@ -69,32 +69,34 @@ struct Machine {
     std::string system; ///< "Windows 10.0.22631"
     std::string computer;
     std::string user;
-    std::string time;               ///< of the day, local
-    std::optional<std::string> rig; ///< the vendors' DLLs are virtual
+    std::string time; ///< local date and time
+    std::optional<std::string>
+        rig; ///< description of the virtual rig, if the vendors' DLLs are virtual
     LoadedDll library;
     std::vector<LoadedDll> vendorDlls;
-    double dllsMs = 0;             ///< what it took to look at them
+    double dllsMs = 0;             ///< time it took to inspect the DLLs
     std::vector<UsbDevice> usb;    ///< in D2XX's order
     std::optional<FirstPort> port; ///< the parallel port, if Windows knows one
     DriverState inpout = DriverState::unknown;
     DriverState timerDriver = DriverState::unknown;
-    std::optional<bool> memoryIntegrity; ///< whether core isolation keeps drivers out
+    std::optional<bool> memoryIntegrity; ///< whether core isolation may block drivers
     std::optional<bool> usbSuspend; ///< whether Windows may suspend a USB device that is in use
     SleepTimes sleep;
 };
 
-/// Asks Windows. After the library was used for the first time: who asks first sets COM up.
+/// Asks Windows. To be called after the first use of the library, which must be the first to
+/// initialise COM security in the process.
 Machine LookAtMachine(const Functions& library);
 
-// What doctor needs of it.
+// The parts that doctor needs.
 DriverState FindDriver(const wchar_t* service);
 std::optional<bool> FindMemoryIntegrity();
 
 inline constexpr const wchar_t* kInpoutService = L"inpoutx64";
 inline constexpr const wchar_t* kTimerService = L"SolvaneDevice";
 
-/// What to do about a driver that does not run; empty if nothing is to be done. InpOut's is one
-/// that its own DLL installs.
+/// What to do about InpOut's driver when it does not run; empty if nothing. InpOut's own DLL
+/// installs that driver.
 std::string AdviceOnInpout(DriverState state, std::optional<bool> memoryIntegrity);
 std::string AdviceOnTimerDriver(DriverState state);
 

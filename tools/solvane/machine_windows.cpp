@@ -113,7 +113,7 @@ std::vector<LoadedDll> FindVendorDlls(const std::vector<fs::path>& folders) {
     return dlls;
 }
 
-/// What D2XX lists, by the functions of the DLL that the library has loaded.
+/// The devices that D2XX lists, asked through the DLL that the library has loaded.
 std::vector<UsbDevice> FindUsb() {
     struct Node { // FT_DEVICE_LIST_INFO_NODE
         std::uint32_t flags;
@@ -157,7 +157,7 @@ std::vector<UsbDevice> FindUsb() {
 
 std::string SystemText() {
     using GetVersion = LONG(WINAPI*)(OSVERSIONINFOW*);
-    // The usual function answers what the program's manifest says it knows.
+    // GetVersionEx() would report the version in the program's manifest instead of the real one.
     const auto get = reinterpret_cast<GetVersion>(
         reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "RtlGetVersion")));
     OSVERSIONINFOW version{};
@@ -165,7 +165,7 @@ std::string SystemText() {
     if (get == nullptr || get(&version) != 0) {
         return "Windows";
     }
-    constexpr DWORD kFirstOfWindows11 = 22000; // which still calls itself 10.0
+    constexpr DWORD kFirstOfWindows11 = 22000; // whose version number is still 10.0
     const std::string number = std::to_string(version.dwMajorVersion) + "." +
                                std::to_string(version.dwMinorVersion) + "." +
                                std::to_string(version.dwBuildNumber);
@@ -198,7 +198,7 @@ std::optional<DWORD> RegistryNumber(const wchar_t* key, const wchar_t* value) {
     return status == ERROR_SUCCESS ? std::optional(number) : std::nullopt;
 }
 
-/// In the power plan that is in use, on mains.
+/// USB selective suspend in the active power plan, on mains power.
 std::optional<bool> FindUsbSuspend() {
     constexpr GUID kUsb{
         0x2a737441, 0x1930, 0x4402, {0x8d, 0x77, 0xb2, 0xbe, 0xbb, 0xa3, 0x08, 0xa3}};
@@ -214,7 +214,7 @@ std::optional<bool> FindUsbSuspend() {
     return status == ERROR_SUCCESS ? std::optional(value != 0) : std::nullopt;
 }
 
-/// What something takes, in milliseconds.
+/// How long some work takes, in milliseconds.
 template <typename Work>
 double Measured(Work work) {
     const auto begin = SteadyNow();
@@ -279,7 +279,8 @@ Machine LookAtMachine(const Functions& library) {
     machine.time = LocalTime();
     machine.rig = DescribeVirtualRig();
     machine.dllsMs = Measured([&] {
-        machine.library = LookAt(module, "Solvane.dll", {}); // it was loaded by its path
+        machine.library =
+            LookAt(module, "Solvane.dll", {}); // loaded by its path, so there is no search order
         machine.vendorDlls = FindVendorDlls(LoaderFolders(PathOf(module)));
     });
     machine.usb = FindUsb();

@@ -1,4 +1,4 @@
-/// solvane: drives the lines round a camera from the command line.
+/// solvane: drives the control lines of a camera from the command line.
 
 #include <exception>
 #include <iostream>
@@ -16,7 +16,7 @@ using namespace host;
 ExitCode Run(const Request& request) {
     const Command& command = FindCommand(request.command);
     SetLinesAfterEnd(command.linesAfterEnd);
-    LibraryLog log(request.log); // outlives the library, which logs while it is unloaded
+    LibraryLog log(request.log); // must outlive the library, which still logs during its unload
     try {
         const Library library(Wide(request.library));
         library.SetLogger(&log, LibraryLog::Receive);
@@ -47,7 +47,7 @@ ExitCode RunCommandLine() {
 } // namespace
 
 int main() {
-    // What is wrong with a DLL is told in words, not in a box that waits for a click.
+    // Report DLL errors as text instead of a message box that waits for a click.
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX);
     ListenForStop();
     const Utf8Console console;

@@ -28,8 +28,8 @@ std::vector<std::string> ImportsOf(const fs::path& path) {
     return ImportedDlls(std::as_bytes(std::span(content)));
 }
 
-/// The file that the loader takes or stops at. It passes over those for other processors, and takes
-/// the first of them for the reason when there is nothing else.
+/// The file that the loader takes or fails on. It skips files for other processors, but if there
+/// are no others it fails on the first of these.
 std::optional<fs::path> Locate(const std::vector<fs::path>& folders, const std::wstring& dll) {
     const std::vector<fs::path> files = FindFiles(folders, dll);
     const auto isLookedAt = [](const fs::path& file) {
@@ -59,7 +59,7 @@ class Search {
   private:
     void Try(const std::string& importer, const std::string& dll) {
         const std::optional<fs::path> path = Locate(folders, Wide(dll));
-        // A DLL without a file may still be one that Windows makes up, so loading it decides.
+        // Windows may supply a DLL that has no file of this name, so try to load it.
         const Module module = path ? Module::LoadPath(*path) : Module::LoadName(Wide(dll));
         if (module) {
             return;
@@ -81,7 +81,7 @@ class Search {
     }
 
     const std::vector<fs::path> folders;
-    std::set<std::string> tried; ///< DLLs may import one another in a circle
+    std::set<std::string> tried; ///< DLLs may import each other in a cycle
 };
 
 } // namespace

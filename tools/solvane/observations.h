@@ -1,4 +1,4 @@
-/// What check has seen of the lines, from which it concludes what is wrong.
+/// What a check has observed on the lines. FindCause() concludes from it what is wrong.
 #pragma once
 
 #include <optional>
@@ -9,7 +9,7 @@
 
 namespace host {
 
-/// When something happened, in milliseconds: between two moments, for a question takes its time.
+/// When something happened, in milliseconds. An interval, because a line is only read now and then.
 struct Interval {
     double from = 0;
     double to = 0;
@@ -18,33 +18,33 @@ struct Interval {
 enum class Flag {
     unknown,
     down,
-    cleared, ///< it was up, and asking has cleared it
-    stuck    ///< it was up, and asking does not clear it
+    cleared, ///< it was up, and reading cleared it
+    stuck    ///< it was up, and reading does not clear it
 };
 
 /// A line that was switched on and off.
 struct Switched {
     bool wasTried = false;
-    std::optional<bool> found; ///< what it read before
+    std::optional<bool> found; ///< level before the switching
     std::optional<bool> whenOn;
     std::optional<bool> whenOff;
     bool tookPicture = false;
-    std::vector<std::string> moved; ///< other lines that read otherwise meanwhile
+    std::vector<std::string> moved; ///< other lines that changed meanwhile
 };
 
-/// One trigger, and what became of it. Times count from the edge.
+/// One trigger and its result. Times count from the trigger edge.
 struct Capture {
     int status = 0;
     double callMs = 0; ///< how long the call took
     bool flag = false;
-    bool flagAgain = false; ///< it was up when it was asked for once more
-    bool flagAtEnd = false; ///< the last answer, when it should have been cleared
+    bool flagAgain = false; ///< up again after it had been read as up
+    bool flagAtEnd = false; ///< last answer, which should be down
     std::optional<Interval> readyFell;
     std::optional<Interval> readyReturned;
     std::optional<Interval> flagRose;
 };
 
-/// Several of them.
+/// The results of several triggers.
 struct Captures {
     unsigned given = 0;
     unsigned refused = 0;
@@ -56,12 +56,12 @@ struct Captures {
 struct Observations {
     std::string kind;
     bool isAvailable = false;
-    bool isBare = false; ///< all pins read as if nothing were wired to them
-    bool isLost = false; ///< a question was refused or could not be read, a command refused
+    bool isBare = false; ///< all pins read as if unconnected
+    bool isLost = false; ///< a line could not be read, or a call was refused
 
-    bool hasComeBack = false; ///< the library reset the chip's port, and opened it again
+    bool hasComeBack = false; ///< the library reset the chip's port and reopened it
 
-    std::optional<bool> readyAtRest; ///< when it had had time
+    std::optional<bool> readyAtRest; ///< after the time it needs to become ready
     bool readySeenYes = false;
     bool readySeenNo = false;
     Flag flagAtRest = Flag::unknown;
@@ -70,23 +70,23 @@ struct Observations {
     Switched cameraPower;
     Switched accessoriesPower;
     std::optional<bool> readyWithoutPower; ///< after camera power was switched off
-    std::optional<bool> readyWithPower;    ///< when it was on again, and the camera had had time
+    std::optional<bool> readyWithPower; ///< after power returned and the camera had time to start
 
-    bool pictureAtOpening = false; ///< setting the lines to rest took one
-    bool flagFollows = false;      ///< the flag was up for as long as a line was switched
+    bool pictureAtOpening = false; ///< setting the lines to rest took a picture
+    bool flagFollows = false;      ///< the flag line follows a line that is switched
     std::optional<Capture> capture;
     Captures captures;
 };
 
-/// What is wrong, and how to tell it from what looks alike.
+/// What is wrong, and how to distinguish it from faults that look alike.
 struct Cause {
     std::string id;
     std::string says;      ///< one sentence
-    std::string likely;    ///< what it can be
-    std::string tellApart; ///< what a technician measures or does
+    std::string likely;    ///< likely reasons
+    std::string tellApart; ///< what a technician should measure or do
 };
 
-/// The cause that the observations speak for; empty if none is known.
+/// The cause that fits the observations; empty if none does.
 std::optional<Cause> FindCause(const Observations& seen);
 
 } // namespace host

@@ -12,7 +12,7 @@ namespace host {
 
 namespace {
 
-/// File names and log lines need not be valid UTF-8; a JSON object has to be.
+/// Replaces invalid UTF-8, which file names and log lines may contain but JSON must not.
 void PrintObject(const nlohmann::ordered_json& object) {
     LogEcho::WaitUntilWritten();
     std::cout << object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';

@@ -1,4 +1,4 @@
-/// What a command tells the user: aligned lines for people, or one JSON object for programs.
+/// The output of a command: aligned lines for people, or one JSON object for programs.
 #pragma once
 
 #include <string>
@@ -13,36 +13,36 @@
 
 namespace host {
 
-/// The result of one command, filled in once for both forms.
+/// The result of one command; serves both forms of output.
 class Report {
   public:
     /// Begins with the keys that every object has: command, status and, unless that is 0, meaning.
     Report(std::string_view command, int status);
 
-    /// With a meaning of the status other than the command's own.
+    /// With another meaning of the status than the command's usual one.
     Report(std::string_view command, int status, std::string_view meaning);
 
-    /// A value: under its key for programs, as text behind its label for people.
+    /// Adds a value: under its key for programs, as text after its label for people.
     void Add(std::string_view key, nlohmann::ordered_json value, std::string_view label,
              std::string text);
 
-    /// A value for programs alone.
+    /// Adds a value for programs only.
     void Add(std::string_view key, nlohmann::ordered_json value);
 
-    /// Text for people alone.
+    /// Adds text for people only.
     void Remark(std::string_view label, std::string text);
 
-    /// A line of its own for people, above all others.
+    /// Sets a first line, for people only.
     void Head(std::string text) { heading = std::move(text); }
 
-    /// What became of a question; a line that could not be read makes the command fail.
+    /// Adds the state of a line; a line that could not be read makes the command fail.
     void AddAnswer(std::string_view key, std::string_view label, const Answer& answer,
                    const char* yes, const char* no);
 
-    /// What to do about a status other than 0; a sentence.
+    /// Adds advice about a status other than 0; a sentence.
     void Advise(std::string_view text);
 
-    /// Something is wrong although the status is 0.
+    /// Makes the command fail although the status is 0.
     void Fail() { failed = true; }
 
     /// Prints to standard output; in human form a failure goes to standard error.
@@ -53,7 +53,7 @@ class Report {
 
     int Status() const { return status; }
 
-    /// With which the program ends.
+    /// The program's exit code.
     ExitCode Code() const { return status == SOLVANE_OK && !failed ? kSuccess : kFailedStatus; }
 
   private:
@@ -69,19 +69,19 @@ class Report {
     std::vector<std::pair<std::string, std::string>> lines;
 };
 
-/// Prints why a command could not be carried out at all.
+/// Prints why a command could not be run at all.
 void PrintError(std::string_view command, std::string_view sentence, bool json);
 
-/// The part of it for programs; an empty command is none.
+/// Prints only the JSON object of that error; an empty command is left out.
 void PrintErrorObject(std::string_view command, std::string_view sentence);
 
-/// What was printed to standard output could not be written.
+/// Thrown when standard output could not be written.
 struct AnswerLost {};
 
-/// Writes what was printed to standard output until now. Throws AnswerLost.
+/// Flushes standard output. Throws AnswerLost.
 void FlushAnswer();
 
-/// Milliseconds as people and programs get them: with one decimal.
+/// Milliseconds rounded to the one decimal that is printed.
 double Rounded(double milliseconds);
 std::string Text(double milliseconds);
 

@@ -37,7 +37,7 @@ std::optional<std::string> TextAt(Bytes file, std::size_t offset) {
                        static_cast<std::size_t>(end - rest.begin()));
 }
 
-/// Where the sections of a file, as it lies on the disk, will be in memory.
+/// Maps addresses in memory to positions in the file, by the table of sections.
 struct SectionTable {
     Bytes file;
     std::size_t offset;

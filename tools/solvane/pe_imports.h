@@ -1,4 +1,4 @@
-/// The list of DLLs that a program file wants loaded with it.
+/// Reads the import table of a PE file.
 #pragma once
 
 #include <cstddef>
@@ -8,8 +8,8 @@
 
 namespace host {
 
-/// The imported DLLs of a 64-bit program file, in the file's order. A file that is damaged or no
-/// such program ends the list early; nothing outside the bytes is read.
+/// The DLLs that a 64-bit PE file imports, in the file's order. The list ends early when the file
+/// is damaged or of another type; nothing outside `file` is read.
 std::vector<std::string> ImportedDlls(std::span<const std::byte> file);
 
 } // namespace host

@@ -40,8 +40,8 @@ ExitCode Probe(const Session& session) {
     const int availability = library.CheckAvailable();
     const bool isAvailable = availability == SOLVANE_OK;
     const bool hasPowerControl = isAvailable && library.CheckPowerControlAvailable() == SOLVANE_OK;
-    // Without hardware nothing more is asked: each question would look for the hardware once more,
-    // only to answer the same.
+    // Without hardware no line is read: every call would search for the hardware again, with the
+    // same result.
     Answers answers;
     answers.fill({availability, {}});
     if (isAvailable) {

@@ -1,4 +1,4 @@
-/// A sign of life on a console, for commands that take their time.
+/// A progress message on the console, for commands that take long.
 #pragma once
 
 #include <chrono>
@@ -9,21 +9,20 @@
 
 namespace host {
 
-/// Whether what is written there is seen at once: in a file a sign of life would be noise.
+/// Whether a standard handle is a console; a progress message in a file would be noise.
 bool IsConsole(unsigned long standardHandle);
 
-/// Tells on the console of standard error that a command is at work and for how long, from its
-/// second second on.
+/// Shows on the console of standard error that a command is running and for how long, once it has
+/// taken a second.
 class Progress {
   public:
-    /// Without a console, or if it is not wanted, it never says anything.
+    /// Shows nothing if `isWanted` is false or standard error is not a console.
     Progress(std::string command, bool isWanted);
 
-    /// Clears the message from the console, so that other output can be printed there, and starts
-    /// counting again.
+    /// Clears the message, so that other output can be printed, and restarts the count.
     void Restart();
 
-    /// For commands that show themselves that they are alive.
+    /// Clears the message for good, for commands whose own output shows progress.
     void End();
 
   private:
@@ -31,11 +30,11 @@ class Progress {
     void Erase();
 
     std::string words;
-    std::size_t shown = 0; ///< characters that stand on the console
+    std::size_t shown = 0; ///< characters of the message on the console
     std::chrono::steady_clock::time_point begin = std::chrono::steady_clock::now();
     std::mutex mutex;
     std::condition_variable_any ending;
-    std::jthread thread; ///< ends before what it uses
+    std::jthread thread; ///< last member: ends before the members that it uses
 };
 
 } // namespace host

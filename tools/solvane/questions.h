@@ -1,4 +1,4 @@
-/// The lines that can be asked for their state without changing anything.
+/// The lines whose state can be read without changing anything.
 #pragma once
 
 #include <array>
@@ -11,10 +11,10 @@ namespace host {
 
 using AskLine = decltype(Functions::CheckSystemReady);
 
-/// What became of a question.
+/// The result of reading a line.
 struct Answer {
     int status = SOLVANE_OK;
-    std::optional<bool> value; ///< empty when it was refused, or the line could not be read
+    std::optional<bool> value; ///< empty when the call failed or the line could not be read
 
     bool IsLost() const { return status == SOLVANE_OK && !value; }
     bool operator==(const Answer&) const = default;
@@ -22,10 +22,11 @@ struct Answer {
 
 inline constexpr const char* kLostAnswer = "could not be read";
 
-/// Asks, and finds out from the log whether the answer was read or is only what does least harm.
+/// Reads a line, and finds out from the log whether the answer is its level or only the safe
+/// default.
 Answer Ask(const AskLine& ask, LibraryLog& log);
 
-/// A line that is asked for its state.
+/// A line whose state can be read.
 struct Question {
     const char* key;
     const char* label;
@@ -34,7 +35,7 @@ struct Question {
     const char* no;
 };
 
-// The MEP flag is not among them: asking for it clears it.
+// Without the MEP flag, because reading it clears it.
 inline constexpr std::array kQuestions{
     Question{"ready", "ready", &Functions::CheckSystemReady, "yes", "no"},
     Question{"dark", "dark", &Functions::CheckForcedBlackUpdate, "on", "off"},
@@ -45,10 +46,10 @@ inline constexpr std::array kQuestions{
 
 using Answers = std::array<Answer, kQuestions.size()>;
 
-/// Asks each of them.
+/// Reads all of kQuestions.
 Answers AskAll(const Functions& library, LibraryLog& log);
 
-/// The first status that is not 0.
+/// The first status other than 0; 0 if there is none.
 int StatusOf(const Answers& answers);
 
 } // namespace host

@@ -16,7 +16,7 @@ LRESULT CALLBACK OnMessage(HWND window, UINT message, WPARAM wParam, LPARAM lPar
     if (message == WM_ENDSESSION && wParam != FALSE) {
         endSession();
     }
-    return DefWindowProcW(window, message, wParam, lParam); // nothing keeps a session from ending
+    return DefWindowProcW(window, message, wParam, lParam); // never delay the end of a session
 }
 
 void Listen(std::promise<void> isListening) {
@@ -25,7 +25,7 @@ void Listen(std::promise<void> isListening) {
     windowClass.hInstance = GetModuleHandleW(nullptr);
     windowClass.lpszClassName = L"solvane";
     RegisterClassW(&windowClass);
-    // It is never shown. Where there are no windows, as in a service, there are console events.
+    // Never shown. It fails where there are no windows, as in a service; console events do there.
     const HWND window = CreateWindowExW(0, windowClass.lpszClassName, L"solvane", WS_OVERLAPPED, 0,
                                         0, 0, 0, nullptr, nullptr, windowClass.hInstance, nullptr);
     isListening.set_value();
@@ -45,7 +45,7 @@ void ListenForSessionEnd(void (*onEnd)()) {
     std::promise<void> promise;
     const std::future<void> isListening = promise.get_future();
     std::thread(Listen, std::move(promise)).detach();
-    // Wine loads DLLs for its first window, and hangs if others are being loaded meanwhile.
+    // Wine loads DLLs for a process's first window, and hangs if others are being loaded meanwhile.
     isListening.wait();
 }
 

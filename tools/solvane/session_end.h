@@ -1,13 +1,13 @@
-/// The end of the user's session: log-off, shut-down.
+/// Notification of the end of the user's session: log-off or shutdown.
 #pragma once
 
 namespace host {
 
-/// Has a function called, on a thread of its own, when the session ends. Windows may end the
-/// process when it returns.
+/// Calls a function on a thread of its own when the session ends. Windows may end the process when
+/// the function returns.
 ///
-/// A program that uses user32.dll, as vendors' libraries do, is no console program to Windows when
-/// a session ends: it is told as windows are, not as consoles.
+/// Needed because Windows sends no console event for this to a process that has loaded user32.dll,
+/// as vendors' libraries do; it only sends window messages.
 void ListenForSessionEnd(void (*onEnd)());
 
 } // namespace host

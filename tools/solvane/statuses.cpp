@@ -14,7 +14,7 @@ struct Row {
     std::string_view meaning;
 };
 
-/// What is true of one command stands before what is true of any.
+/// The first match counts, so meanings for one command stand before those for any command.
 constexpr std::array kMeanings{
     Row{"trigger", SOLVANE_E_NOT_READY,
         "the system is not ready, or its ready line cannot be read"},

@@ -1,14 +1,15 @@
-/// What the library's statuses mean to a user.
+/// The meaning of the library's statuses, for the user.
 #pragma once
 
 #include <string_view>
 
 namespace host {
 
-/// In place of a command: an event of a timer, whose status tells how the driver's trigger went.
+/// Used in place of a command for a timer event, whose status is the result of the driver's
+/// trigger.
 inline constexpr std::string_view kTimerEvent = "timer event";
 
-/// The meaning of a status other than 0 after the given command of this program; it goes on after
+/// The meaning of a status other than 0 from the given command of this program, to be printed after
 /// a colon.
 std::string_view Meaning(std::string_view command, int status);
 

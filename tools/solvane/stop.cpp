@@ -30,10 +30,10 @@ DWORD WINAPI TellOfLines(void*) {
     return 0;
 }
 
-/// Without the usual end of a process, which would unload the library in the midst of a call.
+/// Terminates the process. A normal exit would unload the library in the middle of a call.
 void EndAtOnce() {
     constexpr DWORD kMostMilliseconds = 500;
-    // On a thread of its own: somebody may not take what is written to standard error.
+    // On a thread of its own, because writing to standard error may block.
     if (const HANDLE thread = CreateThread(nullptr, 0, TellOfLines, nullptr, 0, nullptr)) {
         WaitForSingleObject(thread, kMostMilliseconds);
         CloseHandle(thread);
@@ -41,7 +41,7 @@ void EndAtOnce() {
     TerminateProcess(GetCurrentProcess(), kStopped);
 }
 
-/// On a thread of its own, which Windows makes.
+/// Windows calls this on a new thread.
 BOOL WINAPI OnConsoleEvent(DWORD event) {
     const bool isFirst = Source().request_stop();
     if (event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT) {
@@ -50,8 +50,8 @@ BOOL WINAPI OnConsoleEvent(DWORD event) {
         }
         return TRUE;
     }
-    // The console is closed or the session ends, and Windows ends the process when this returns. It
-    // ends before by itself, when its operation is finished.
+    // The console is being closed or the session ends, and Windows ends the process when this
+    // returns. So never return: the process exits by itself after the current operation.
     Sleep(INFINITE);
     return TRUE;
 }
@@ -89,7 +89,7 @@ void SleepUntil(std::chrono::steady_clock::time_point due) {
     if (std::chrono::steady_clock::now() >= due) {
         return;
     }
-    static std::mutex mutex; // of nothing: waiting wants one
+    static std::mutex mutex; // guards nothing; wait_until() needs one
     static std::condition_variable_any nothing;
     std::unique_lock lock(mutex);
     nothing.wait_until(lock, StopToken(), due, [] { return false; });

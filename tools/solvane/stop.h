@@ -1,6 +1,6 @@
-/// How the program is told to stop: by Ctrl-C, by a console that is closed, by a session that ends.
-/// An operation of the library that is in progress is let finish, for it leaves the lines as they
-/// should be; nothing more is begun.
+/// Stops the program on Ctrl-C, when its console is closed, or when the session ends. A library
+/// call in progress is allowed to finish, because it leaves the lines in order; no other call is
+/// begun.
 #pragma once
 
 #include <chrono>
@@ -8,23 +8,24 @@
 
 namespace host {
 
-/// Thrown where something would begin after the program was told to stop.
+/// Thrown instead of beginning an operation after the program was asked to stop.
 struct Stopped {};
 
-/// From now on the process is told through StopToken(). To be called once, at the beginning.
+/// Makes stop requests visible through StopToken(). To be called once, at the beginning.
 void ListenForStop();
 
-/// What a second Ctrl-C says of the lines, for it ends the process wherever it is. It is kept.
+/// Sets what a second Ctrl-C prints about the lines: it ends the process even in the middle of a
+/// call. The pointer is kept.
 void SetLinesAfterEnd(const char* sentence);
 
 std::stop_token StopToken();
 
-/// Throws Stopped if the program was told to stop.
+/// Throws Stopped if the program was asked to stop.
 void EndIfStopped();
 
 std::chrono::steady_clock::time_point SteadyNow();
 
-/// Waits until then, or until the program is told to stop.
+/// Waits until `due`, or until the program is asked to stop.
 void SleepUntil(std::chrono::steady_clock::time_point due);
 
 } // namespace host

@@ -48,7 +48,7 @@ constexpr std::array kLptSymptoms{
             "The port's I/O range has no address that Windows can tell.", kPortResources},
     Symptom{"[LPT]: error -2", "There is a port, but the port-I/O driver (InpOut) is not open.",
             kOpenInpout},
-    // That it has an I/O range, the log does not tell: see diagnosis.cpp.
+    // The log does not show whether the port has an I/O range: see diagnosis.cpp.
     Symptom{"[LPT]: error -3", "There is a port, but nothing answers on its presence loopback.",
             "See that the camera's plug is in and wires pin 17 to pin 11."},
 };
@@ -107,7 +107,7 @@ constexpr std::array kUsbSymptoms{
         "controllers\"."},
     Symptom{"Failed to obtain FTDI devices info list. Error: ",
             "FTDI's driver cannot describe its devices (D2XX status %).", kReplug},
-    // One that has been open for some time is not found at all, see below.
+    // A device that has been open for some time is not listed at all, see below.
     Symptom{"Open FTDI device failed with error: 3",
             "The FT2232H does not open: it was plugged in just now, or it is open in another "
             "program.",
@@ -116,7 +116,7 @@ constexpr std::array kUsbSymptoms{
             kReplug},
     Symptom{"FTDI chip initialization failed. Error: ",
             "The FT2232H was opened, but does not take its settings (D2XX status %).", kReplug},
-    // Before the others that speak of the list: of such a chip it tells nothing that is true.
+    // Before the other symptoms of the device list: for such a chip its entries are meaningless.
     Symptom{" ID=0x0",
             "An FTDI chip is open in another program; of such a chip nothing else can be told.",
             kOtherProgram},

@@ -14,8 +14,8 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Milliseconds = std::chrono::duration<double, std::milli>;
 
-/// The run of this process, for as long as it lasts. The context of an event, which is the user's,
-/// does not lead to it, so it is found by way of a static member.
+/// The only timer run of this process. Events reach it through a static member, because their
+/// context holds the user's value instead of a pointer.
 class TimerRun {
   public:
     TimerRun(const Session& ofSession, const DriverTimer& ofTimer)
@@ -25,7 +25,7 @@ class TimerRun {
     TimerRun(const TimerRun&) = delete;
     TimerRun& operator=(const TimerRun&) = delete;
 
-    /// Throws what an event could not be printed with.
+    /// Rethrows an exception from printing an event.
     int Run() {
         const std::stop_callback stopping(StopToken(), [this] { timer.Stop(); });
         const int status = timer.Run(session.request.timerParameter, OnEvent);
@@ -38,16 +38,16 @@ class TimerRun {
   private:
     static void SOLVANE_CALL OnEvent(std::uint64_t context,
                                      const SolvaneTimerEvent* event) noexcept {
-        current->Receive(context, *event); // on the thread of the run: no lock is needed
+        current->Receive(context, *event); // on the thread of Run(), so no lock is needed
     }
 
     void Receive(std::uint64_t context, const SolvaneTimerEvent& event) {
         const Clock::time_point now = Clock::now();
-        // The program may have been told to stop before the library had begun the run.
+        // The stop may have come before the run began, in which case the library lost it.
         if (!StopToken().stop_requested()) {
             try {
                 Print(context, event, now - last);
-            } catch (...) { // not through the library, which would take it for its own
+            } catch (...) { // must not travel through the library
                 failure = std::current_exception();
             }
             last = now;

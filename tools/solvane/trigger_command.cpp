@@ -12,8 +12,8 @@ using Milliseconds = std::chrono::duration<double, std::milli>;
 
 constexpr std::chrono::milliseconds kReadyPoll(10);
 
-/// Returns in any case: the trigger itself tells what is wrong with a system that is not ready.
-/// Hardware that was lost is waited for only if the triggers are to go on after a loss.
+/// Waits until the system is ready, but not for ever: the trigger itself reports why it is refused.
+/// Waits for lost hardware only if the triggers are to continue after a loss.
 void WaitUntilReady(const Session& session) {
     const Request& request = session.request;
     const Clock::time_point deadline =
@@ -27,7 +27,7 @@ void WaitUntilReady(const Session& session) {
     }
 }
 
-/// What may keep the system from being ready, by what the other lines say of it.
+/// Why the system may not be ready, as far as the other lines show it.
 std::string_view WhyNotReady(const Session& session) {
     if (!session.log.LostRead().empty()) {
         return "The ready line could not be read: solvane doctor tells more.";
@@ -50,7 +50,7 @@ ExitCode Print(const Session& session, int status, unsigned number, Milliseconds
     report.Add("of", request.triggers);
     report.Add("start_ms", Rounded(start.count()));
     report.Add("duration_ms", Rounded(duration.count()));
-    // Numbers as wide as the greatest: the reports of all triggers stand below one another.
+    // Pad to the width of the greatest number, so that the reports of all triggers align.
     std::string index = std::to_string(number);
     index.insert(0, total.size() - index.size(), ' ');
     const bool isGiven = status == SOLVANE_OK;
@@ -69,7 +69,7 @@ ExitCode Trigger(const Session& session) {
     const Request& request = session.request;
     const auto interval = std::chrono::milliseconds(request.intervalMilliseconds);
 
-    // The hardware is found before the clock starts, else the first trigger alone would seem slow.
+    // Find the hardware before the clock starts, or the first trigger would seem slow.
     const int status = session.library.CheckAvailable();
     if (status != SOLVANE_OK) {
         return Finish(Report(request.command, status), session);

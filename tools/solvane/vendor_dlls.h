@@ -1,4 +1,4 @@
-/// The vendors' libraries that the library needs.
+/// The vendors' DLLs that the library needs.
 #pragma once
 
 #include <array>
@@ -7,11 +7,11 @@
 
 namespace host {
 
-/// A vendor's library, and a function of it: D2XX and InpOut are imported by ordinal.
+/// A vendor's DLL, and a function in it by which the rig's DLL can be recognised.
 struct VendorDll {
     const wchar_t* file;
     const char* name;
-    const char* function;
+    const char* function; ///< name, or ordinal where the library imports by ordinal
 };
 
 inline const std::array kVendorDlls{

@@ -10,7 +10,8 @@ FARPROC Find(HMODULE module, const char* function) {
     return module != nullptr ? GetProcAddress(module, function) : nullptr;
 }
 
-/// The module whose code it is that is called by that name; null if there is none.
+/// The module that implements a vendor's function; null if there is none. It is the rig where the
+/// vendor's DLL only forwards to it.
 HMODULE OwnerOf(const VendorDll& vendor) {
     HMODULE owner = nullptr;
     if (const FARPROC function = Find(GetModuleHandleW(vendor.file), vendor.function)) {
@@ -38,7 +39,7 @@ std::optional<std::string> DescribeVirtualRig() {
             real += std::string(real.empty() ? "" : ", ") + vendor.name;
         }
     }
-    if (virtualDlls == 0) { // it is there for its WMI alone
+    if (virtualDlls == 0) { // the rig is loaded for its WMI only
         return std::nullopt;
     }
     using TellScenario = const char* (*)();

@@ -1,4 +1,4 @@
-/// Whether the vendors' libraries of this process are real.
+/// Whether the vendors' DLLs in this process are real or virtual.
 #pragma once
 
 #include <optional>
@@ -6,7 +6,7 @@
 
 namespace host {
 
-/// "the virtual rig, scenario ..." when they are the rig's stand-ins; empty when they are not.
+/// "the virtual rig, scenario ..." when they are the rig's; empty when all are real.
 std::optional<std::string> DescribeVirtualRig();
 
 } // namespace host

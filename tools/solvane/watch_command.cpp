@@ -18,7 +18,7 @@ using Json = nlohmann::ordered_json;
 using Clock = std::chrono::steady_clock;
 using Milliseconds = std::chrono::duration<double, std::milli>;
 
-/// Only what is written tells that nobody reads a pipe any more.
+/// Interval of repeated output into a pipe: only a write shows that the reader has gone.
 constexpr std::chrono::seconds kAgainIntoPipe(5);
 
 std::string Padded(std::string text, std::size_t width) {
@@ -34,7 +34,7 @@ std::size_t WidthOf(const Question& column) {
     return std::max(std::string_view(column.label).size(), kWidestCell.size()) + kGap;
 }
 
-/// Ends a line of the table without the blanks that pad its last column.
+/// Prints a line of the table without trailing blanks.
 void PrintLine(std::string line) {
     line.erase(line.find_last_not_of(' ') + 1);
     LogEcho::WaitUntilWritten();
@@ -57,7 +57,7 @@ std::string TextOf(const Answer& answer, const Question& column) {
     return *answer.value ? column.yes : column.no;
 }
 
-/// A line of the table; what is not as in the line before has a star.
+/// Prints a line of the table, with a star at what has changed since the line before.
 void PrintRow(const Answers& row, const Answers& before, Milliseconds since) {
     std::string line = Padded(Text(since.count()), kTimeWidth);
     for (std::size_t i = 0; i < row.size(); ++i) {
@@ -82,7 +82,7 @@ void PrintObject(const Session& session, const Answers& row, const Answers& befo
     report.PrintValues(true);
 }
 
-/// That the program still watches, and how to end it.
+/// A message that the program still watches, and how to end it.
 class StillWatching {
   public:
     explicit StillWatching(bool isWanted) : isShown(isWanted && IsConsole(STD_OUTPUT_HANDLE)) {}
@@ -107,7 +107,7 @@ class StillWatching {
 
 ExitCode Watch(const Session& session) {
     const Request& request = session.request;
-    session.library.CheckAvailable(); // the hardware is found before the clock starts
+    session.library.CheckAvailable(); // find the hardware before the clock starts
     session.progress.End();
 
     const Clock::time_point begin = Clock::now();

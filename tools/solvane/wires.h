@@ -1,5 +1,5 @@
-/// Where the lines are on each kind of hardware, for somebody with a meter, and what a kind can see
-/// of what it drives.
+/// The pins of the lines on each kind of hardware, for measuring, and which of the lines that it
+/// drives a kind can read back.
 #pragma once
 
 #include <string>
@@ -7,11 +7,11 @@
 
 namespace host {
 
-/// How the state of a line that is driven comes back.
+/// How the state of a driven line is read back.
 enum class ReadBack {
-    wire,  ///< from the line, by a wire of its own
-    latch, ///< from the chip's own output, whatever hangs on it
-    memory ///< it is remembered, and nothing is read
+    wire,  ///< from the line itself, by a separate wire
+    latch, ///< from the chip's output register, not from the line
+    memory ///< not at all: the library remembers the last command
 };
 
 struct KindOfWires {
@@ -26,10 +26,10 @@ struct KindOfWires {
     ReadBack darkBack;
     ReadBack cameraPowerBack;
     ReadBack accessoriesPowerBack;
-    bool configuresSwitches; ///< the first use switches the powers on and dark off
+    bool configuresSwitches; ///< configuring the hardware switches the powers on and dark off
 };
 
-/// The wires of a kind by its name; of the last kind for a name that is unknown.
+/// The wires of a kind by its name; of the last kind if the name is unknown.
 const KindOfWires& WiresOf(std::string_view kind);
 
 } // namespace host

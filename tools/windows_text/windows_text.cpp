@@ -62,7 +62,7 @@ Utf8Console::Utf8Console() : before(GetConsoleOutputCP()) {
 }
 
 Utf8Console::~Utf8Console() {
-    if (before != 0) { // 0: there is no console
+    if (before != 0) { // 0: no console
         SetConsoleOutputCP(before);
     }
 }

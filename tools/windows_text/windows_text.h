@@ -1,4 +1,4 @@
-/// Text between the program, which is UTF-8 throughout, and Windows, which is UTF-16.
+/// Converts text between the program, which uses UTF-8 throughout, and Windows, which uses UTF-16.
 #pragma once
 
 #include <string>
@@ -12,14 +12,14 @@ namespace host {
 std::string Utf8(std::wstring_view wide);
 std::wstring Wide(std::string_view utf8);
 
-/// The command line of this process, the program's own name included.
+/// The command line of this process, including the program's name.
 std::vector<std::string> Arguments();
 
-/// What a Windows error number means, in the words of the system and without a full stop.
+/// Windows' message for an error number, without its full stop.
 std::string SystemMessage(DWORD error);
 
-/// A console that shows UTF-8. The code page belongs to the console, which outlives the program, so
-/// it is put back.
+/// Switches the console to UTF-8 while the object lives. The code page belongs to the console,
+/// which outlives the program, so it is restored.
 class Utf8Console {
   public:
     Utf8Console();
