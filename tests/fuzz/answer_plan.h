@@ -1,4 +1,4 @@
-/// How the calls of a vendor's interface go: as they should, or as the input says.
+/// Decides from the fuzzer input how each call of a vendor's interface is answered.
 #pragma once
 
 #include "fuzz_input.h"
@@ -6,15 +6,15 @@
 namespace fuzz {
 
 enum class Manner {
-    Healthy, ///< as the real thing would
-    Fails,   ///< a common status, nothing done
-    Odd,     ///< whatever the stand-in makes of the next bytes
-    Silent   ///< success, nothing done, no out value written
+    Healthy, ///< as working hardware answers
+    Fails,   ///< does nothing, returns a usual error status
+    Odd,     ///< answer taken from the next input bytes
+    Silent   ///< returns success, but does nothing and writes no output
 };
 
-/// One byte a call; a high one counts for the next calls too, so that a few bytes can be a chip
-/// that stays away for seconds. Healthy when the input is used up, and after so many calls that any
-/// sequence would have come to its end.
+/// Takes one byte for each call. A high byte counts for the following calls as well, so that a few
+/// bytes can describe a chip that is gone for seconds. Healthy when the input is used up, and after
+/// more calls than any sequence needs.
 class AnswerPlan {
   public:
     explicit AnswerPlan(Input& bytes) : input(bytes) {}

@@ -75,7 +75,7 @@ std::string AnyQuestion(fuzz::Input& input) {
     }
 }
 
-/// What would write files, or have a read wait for days.
+/// Whether a question neither writes files nor makes a read wait for days.
 bool IsHarmless(const std::string& question) {
     try {
         Reader reader(question);
@@ -95,7 +95,7 @@ bool IsHarmless(const std::string& question) {
     }
 }
 
-/// 0 and something, or 1 and a sentence.
+/// An answer is 0 and its content, or 1 and the reason of the refusal.
 void CheckAnswer(const std::string& answer) {
     Reader reader(answer);
     const std::uint64_t outcome = reader.Number();
@@ -117,7 +117,7 @@ void TellTheBench(fuzz::Input& input) {
     }
 }
 
-/// Says what the input says.
+/// A bench whose answers are taken from the input.
 class AnyAnswers final : public Connection {
   public:
     explicit AnyAnswers(fuzz::Input& source) : input(source) {}
@@ -142,7 +142,7 @@ class AnyAnswers final : public Connection {
 
 HostSide* host = nullptr;
 
-/// The vendor functions on answers of any kind: they fill no more than a host's room.
+/// Calls the vendor functions on arbitrary answers: they must not write beyond a host's buffers.
 void TellTheHost(fuzz::Input& input) {
     HostSide side([&] { return std::make_unique<AnyAnswers>(input); }, Introduction{},
                   [](const std::string&) {});
@@ -174,7 +174,7 @@ void CutAnywhere(fuzz::Input& input) {
             while (frames.Take()) {
             }
         }
-    } catch (const Malformed&) { // the connection would end
+    } catch (const Malformed&) { // a real connection would be closed
     }
 }
 

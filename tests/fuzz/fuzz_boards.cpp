@@ -1,4 +1,4 @@
-/// SolvaneEApi and SolvaneKontron on boards that answer anything.
+/// SolvaneEApi and SolvaneKontron on boards with arbitrary answers.
 
 #include <memory>
 #include <utility>
@@ -22,11 +22,11 @@ using namespace SLV::Internal;
 using rig::Function;
 using rig::Number;
 
-/// A controller that finds its board but cannot set the lines to rest says so through every gate.
+/// Every operation may fail this way: the board is not found, or the lines cannot be set to rest.
 constexpr unsigned kGate = MAY_NOT_WRITE | MAY_FIND_NOTHING;
 constexpr int kMostOperations = 32;
 
-/// Choices of the input beside the operations.
+/// Values of an input byte, beyond those that select an operation.
 constexpr std::size_t kOtherController = 17;
 constexpr std::size_t kListen = 18;
 constexpr std::size_t kChoices = 19;
@@ -39,17 +39,17 @@ constexpr std::uint16_t kDirectionRegister = 0xEC;
 constexpr std::uint16_t kDataRegister = 0xED;
 constexpr unsigned kInputPins = 1U << Ready_Pin | 1U << Mep_Pin | 1U << PowerDown2Status_Pin;
 
-/// What a controller did since the last look.
+/// What a controller did since the last check.
 struct Seen {
     unsigned reads = 0;        ///< successful readings of a pin, or of the bank of pins
     unsigned writes = 0;       ///< attempts to set pins
     unsigned triggers = 0;     ///< those with the trigger pin high
-    bool isConfigured = false; ///< the pins were given their directions
+    bool isConfigured = false; ///< the directions of the pins were set
     unsigned releases = 0;     ///< EApiLibUnInitialize() calls
     unsigned portWrites = 0;   ///< writes of the index port
 } seen;
 
-std::uint64_t portIndex = 0; ///< what was written there last
+std::uint64_t portIndex = 0; ///< last value written to the index port
 Input* theInput = nullptr;
 
 void NoteWrite(bool isTrigger) {
@@ -57,7 +57,7 @@ void NoteWrite(bool isTrigger) {
     seen.triggers += isTrigger ? 1 : 0;
 }
 
-/// The bit of the pin that a call is about.
+/// The bit of the pin that a call uses; checks that it is a single one of the library's.
 unsigned CheckedPin(const rig::Call& call) {
     Check(Number(call.inputs[0]) < kPins.size() && Number(call.inputs[1]) == 1,
           "a call is about one of the eight pins");
@@ -112,13 +112,13 @@ void AfterCall(const rig::Call& call) {
         seen.reads += call.status == EAPI_STATUS_SUCCESS ? 1 : 0;
     } else if (call.function.id == Function::Inp32) {
         seen.reads += portIndex == kDataRegister && call.status <= 0xFF ? 1 : 0;
-        if (call.status > 0xFF) { // as a port layer would say it that knows of failures
+        if (call.status > 0xFF) { // a port driver that reports failures
             s_gpioMobo.portStatus = theInput->Byte();
         }
     }
 }
 
-/// A new board, with the camera's lines of the input.
+/// A new board; the input sets the levels of the camera's lines.
 void Begin(Input& input) {
     theInput = &input;
     s_gpioMobo = {};
@@ -139,7 +139,7 @@ void Heal() {
     }
 }
 
-/// One of the two kinds, and what has to be true when it goes.
+/// A controller of one of the two kinds; its destructor checks what must hold afterwards.
 class Controller {
   public:
     explicit Controller(bool superIo) : isSuperIo(superIo) {
@@ -174,9 +174,9 @@ class Controller {
     std::unique_ptr<SolvaneMoBo> controller;
 };
 
-/// What the answer must be when no pin could be read.
+/// The required answer when no pin could be read.
 short UnreadableOn(const Operation& operation, bool isSuperIo) {
-    if (operation.op == Op::CheckAccessoriesPower) { // the last command, no pin
+    if (operation.op == Op::CheckAccessoriesPower) { // remembers the last command, reads no pin
         return static_cast<short>(isSuperIo ? kontronAccessoriesPowerFlag
                                             : moboAccessoriesPowerFlag);
     }
@@ -200,8 +200,8 @@ short Use(const Controller& controller, std::uint8_t choice) {
     return outcome.status;
 }
 
-/// A board that works again is found by who has found none; another one may have been configured by
-/// answers alone, and is replaced.
+/// Checks that a board that works again is usable. A controller that had not found it must find it
+/// now. Any other controller may have been configured by wrong answers, and is replaced first.
 void CheckRecovery(std::unique_ptr<Controller> controller, short lastStatus) {
     Heal();
     if (lastStatus != kNoHardware) {

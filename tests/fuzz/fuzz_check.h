@@ -1,4 +1,4 @@
-/// What must hold whatever the hardware answers.
+/// Checks what must hold whatever the hardware answers.
 #pragma once
 
 #include <cstdio>
@@ -6,7 +6,7 @@
 
 namespace fuzz {
 
-/// Ends the process, which the fuzzer takes for a finding.
+/// Aborts the process if `holds` is false, which the fuzzer reports as a finding.
 inline void Check(bool holds, const char* what) {
     if (!holds) {
         std::fprintf(stderr, "does not hold: %s\n", what);

@@ -1,5 +1,5 @@
-/// Commands of any words on a running rig that a host uses: each is answered, what is answered is
-/// JSON, and the session can be kept and run again.
+/// Arbitrary commands on a running rig that a host uses: every command gets an answer in JSON, and
+/// the session can be saved and run again.
 
 #include <solvane/rig.h>
 
@@ -35,7 +35,7 @@ std::vector<std::string> Split(const std::string& text, char separator) {
     return parts;
 }
 
-/// Some calls of every kind, and some time.
+/// Makes some calls of every kind, and lets some time pass.
 void UseHardware() {
     FT_HANDLE handle = nullptr;
     if (FT_Open(1, &handle) == FT_OK && handle != nullptr) {
@@ -60,11 +60,11 @@ void UseHardware() {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size);
 
-/// A line is a command, with tabs between its words; '|' stands for a line break in a word.
+/// Each line of the input is a command, with tabs between its words; '|' is a line break in a word.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
     host::Record(false);
     rig_load(nullptr);
-    std::stop_source ended; // nobody waits
+    std::stop_source ended; // commands that wait return at once
     ended.request_stop();
     const std::string text(bytes, bytes + size);
     std::vector<std::string> lines = Split(text, '\n');

@@ -1,4 +1,4 @@
-/// SolvaneUsb on a D2XX library that answers anything: device lists, counts, bytes, statuses.
+/// SolvaneUsb on a D2XX library with arbitrary device lists, counts, bytes and statuses.
 
 #include <algorithm>
 #include <cstring>
@@ -28,19 +28,19 @@ using Node = FT_DEVICE_LIST_INFO_NODE;
 constexpr unsigned kGate = MAY_FIND_NOTHING;
 constexpr int kMostOperations = 24;
 
-/// Choices of the input beside the operations.
+/// Values of an input byte, beyond those that select an operation.
 constexpr std::size_t kNewController = 17;
 constexpr std::size_t kListen = 18;
 constexpr std::size_t kChoices = 19;
 constexpr std::uint8_t kWithoutPointer = 0x80;
 
-/// A handle of the driver's, and what excuses that nobody closes it.
+/// An open channel.
 struct Channel {
     bool isConfigured = false;
-    bool isExcused = false; ///< a call failed that initialises a channel, or the port reset
+    bool isExcused = false; ///< may stay open: its initialisation or the port reset failed
 };
 
-/// What a controller did since the last look.
+/// What a controller did since the last check.
 struct Seen {
     unsigned readBytes = 0;  ///< successful FT_Read() calls
     unsigned writes = 0;     ///< attempts to set the lines
@@ -48,10 +48,10 @@ struct Seen {
     unsigned lostWrites = 0; ///< reported as complete, yet the trigger line is not as written
 };
 
-/// The vendor calls of one input as the driver's side saw them.
+/// The vendor calls of one input, as seen by the driver.
 struct Observation {
-    std::uint64_t counted = 0; ///< devices, as the library was last told
-    std::string listed;        ///< the nodes that it was told then
+    std::uint64_t counted = 0; ///< number of devices that the library was given last
+    std::string listed;        ///< the device list that it was given last
     std::map<std::uint64_t, Channel> open;
     Seen seen;
 } observed;
@@ -74,7 +74,7 @@ void CheckOpen(std::uint64_t index) {
           "a channel of an FT2232H is opened");
 }
 
-/// What the library may say to the chip: a question for a byte, or a new high byte.
+/// The library may write only two commands: read a byte of pins, or set the high byte.
 void CheckCommand(const std::string& command) {
     if (command.size() == 1) {
         Check(command == "\x81" || command == "\x83", "a command of one byte asks");
@@ -109,7 +109,7 @@ void BeforeCall(const rig::Call& call) {
     default:
         break;
     }
-    // The null handle is what a chip has that was lost in the middle of an operation.
+    // The library uses the null handle after it lost the chip in the middle of an operation.
     Check(Number(in[0]) == 0 || observed.open.contains(Number(in[0])),
           "a call has an open handle or none");
 }
@@ -132,7 +132,7 @@ void AfterWrite(const rig::Call& call) {
     }
 }
 
-/// Of a call about an open channel.
+/// For calls on an open channel.
 void AfterCallOn(Channel& channel, const rig::Call& call) {
     switch (call.function.id) {
     case Function::FT_Read:
@@ -141,7 +141,7 @@ void AfterCallOn(Channel& channel, const rig::Call& call) {
     case Function::FT_Write:
         AfterWrite(call);
         break;
-    case Function::FT_Close: // whatever it says
+    case Function::FT_Close: // the handle is gone whatever the status
         observed.open.erase(Number(call.inputs[0]));
         break;
     case Function::FT_GetQueueStatus:
@@ -177,7 +177,7 @@ void AfterCall(const rig::Call& call) {
     }
 }
 
-/// As at the start of a process, with the camera's lines of the input.
+/// As at the start of a process; the input sets the levels of the camera's lines.
 void Begin(Input& input) {
     s_ft_handle = nullptr;
     s_highPort = {high::kOutputs, 0x82, 0x83, 0, {}, nullptr};
@@ -190,7 +190,7 @@ void Begin(Input& input) {
     calls::Begin(input, BeforeCall, AfterCall);
 }
 
-/// Whether a handle is in the way that a failed start left behind, or a byte that nobody fetched.
+/// Whether a handle left open by a failed start, or an unread byte, prevents a normal start.
 bool IsInTheWay() {
     constexpr std::size_t kChannelB = 1;
     std::uint32_t count = 0;
@@ -205,10 +205,10 @@ bool IsInTheWay() {
     return count != 0 || observed.open.at(rig::AsNumber(handle)).isExcused;
 }
 
-/// Everything works, if need be after the plug was pulled once.
+/// Makes everything work, if necessary by replugging the chip.
 void Heal() {
     calls::Heal();
-    host::Advance(1'000'000'000); // a chip that was reset is back
+    host::Advance(1'000'000'000); // long enough for a chip to return from its reset
     if (IsInTheWay()) {
         rig_unplug(0);
         rig_plug(0);
@@ -235,7 +235,7 @@ void Use(SolvaneUsb& usb, std::uint8_t choice) {
     CheckLines(outcome, observed.seen);
 }
 
-/// A chip that works again is served again.
+/// Checks that the library serves a chip that works again.
 void CheckRecovery(SolvaneUsb& usb) {
     Heal();
     short ready = -1;

@@ -1,4 +1,4 @@
-/// The timer service on a driver that answers anything.
+/// The timer service on a driver with arbitrary answers.
 
 #define SOLVANE_NO_IMPORT
 #include <solvane/solvane.h>
@@ -15,18 +15,18 @@ using namespace fuzz;
 
 constexpr int kMostRuns = 12;
 
-/// A run goes on until somebody stops it, so the host stops every one.
+/// A run only ends when it is stopped, so the host stops each after at most this many events.
 constexpr unsigned kMostEvents = 16;
 
 struct Host {
     SolvaneTimerHandle timer = 0;
     std::uint64_t context = 0;
-    unsigned stopAfter = 0; ///< events of this run
+    unsigned stopAfter = 0; ///< events
     unsigned events = 0;
-    bool stopsOutside = false; ///< between two events, as another thread would
+    bool stopsOutside = false; ///< stops between two events, as another thread would
 } theHost;
 
-/// What the driver's status is to the host.
+/// The status that the host gets for the driver's status.
 std::int16_t Translated(std::int16_t status) {
     constexpr struct {
         std::int16_t driver;
@@ -118,8 +118,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     for (int i = 0; i < kMostRuns && !input.IsEmpty(); ++i) {
         Run(input);
     }
-    // A driver that refuses to delete the timer of one that is disposed of ends the process: its
-    // timer would go on triggering. So it is a driver that works.
+    // If the driver refuses to delete a timer at its disposal, the library ends the process,
+    // because that timer would go on triggering. So let the driver work from here on.
     driver::Heal();
     Run(input);
     Check(Solvane_DisposeTimer(theHost.timer) == SOLVANE_OK, "a timer can be disposed of");

@@ -8,8 +8,7 @@
 
 namespace fuzz {
 
-/// An input that is used up goes on with zeros, which every stand-in takes for "works as it
-/// should".
+/// After its end the input delivers zeros, which every stand-in takes as "works normally".
 class Input {
   public:
     Input(const std::uint8_t* bytes, std::size_t count) : next(bytes), left(count) {}
@@ -34,7 +33,7 @@ class Input {
         return low | static_cast<std::uint32_t>(Word()) << 16;
     }
 
-    /// Some bytes; fewer when the input ends before.
+    /// The next bytes; fewer at the end of the input.
     std::string Bytes(std::size_t count) {
         const std::size_t taken = std::min(count, left);
         std::string bytes(next, next + taken);

@@ -1,4 +1,4 @@
-/// The rig's reader of scenarios on texts of any kind, and the hardware that it makes of them.
+/// The rig's scenario reader on arbitrary texts, and the hardware that results.
 
 #include <solvane/rig.h>
 
@@ -19,7 +19,7 @@ using fuzz::Check;
 
 constexpr std::uint64_t kNanosecondsPerDay = 86'400'000'000'000;
 
-/// "line 12: what is wrong", with a line that the text has.
+/// An error must be "line 12: what is wrong", with a line that exists in the text.
 void CheckError(const char* error, const std::string& text) {
     constexpr std::size_t kLongestError = 4096;
     const auto lines = static_cast<unsigned long>(std::count(text.begin(), text.end(), '\n') + 1);
@@ -38,7 +38,7 @@ void CheckLines() {
     }
 }
 
-/// The first channels of the list, opened, asked for their pins and closed.
+/// Opens the first channels of the list, reads their pins and closes them.
 void UseUsb() {
     constexpr std::uint32_t kMostNodes = 8;
     std::uint32_t count = 0;
@@ -87,7 +87,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
     host::Record(false);
     const std::string whole(bytes, bytes + size);
-    const std::string text = whole.c_str(); // the interface takes it up to the first zero
+    const std::string text = whole.c_str(); // a C string: ends at the first zero byte
     rig_load(nullptr);
     const int result = rig_load(text.c_str());
     if (result != 0) {
@@ -105,7 +105,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     UseUsb();
     UseBoards();
     CheckLines();
-    host::Advance(2 * kNanosecondsPerDay); // every event is over
+    host::Advance(2 * kNanosecondsPerDay); // later than any event
     CheckLines();
     UseUsb();
     return 0;

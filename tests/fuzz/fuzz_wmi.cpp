@@ -1,5 +1,5 @@
-/// The discovery of the parallel port on a WMI that answers anything: ports and resources of any
-/// text and type, calls that fail, COM in any state.
+/// The discovery of the parallel port on arbitrary WMI answers: ports and resources of any text and
+/// type, failing calls, COM in any state.
 
 #include <solvane/rig.h>
 
@@ -33,7 +33,7 @@ std::string Type(Input& input) {
     return kTypes[input.Byte() % std::size(kTypes)];
 }
 
-/// A text as a scenario holds it: printable, in quotes that it does not contain.
+/// A text that a scenario can hold: printable, without the quotes that enclose it.
 std::string Text(Input& input) {
     constexpr std::string_view kDigits = "0123456789abcdefxX+- '";
     const std::uint8_t kind = input.Byte();
@@ -44,7 +44,7 @@ std::string Text(Input& input) {
                                           : static_cast<char>(' ' + byte % ('~' - ' ' + 1));
         text += printable == '"' || printable == '\\' ? '?' : printable;
     }
-    // Longer than any buffer for it.
+    // longer than any buffer for it
     return kind == 0xFF ? text + std::string(input.Word() % 2048, 'L') : text;
 }
 
@@ -64,7 +64,7 @@ std::string ScenarioText(Input& input) {
     return scenario;
 }
 
-/// Only an enumerator can fail and hand something out all the same: COM forbids it to the others.
+/// Only an enumerator may fail and still return objects; COM forbids this to other functions.
 std::uint32_t Kind(Input& input, std::string_view function) {
     constexpr std::uint32_t kKinds[] = {RIG_FAULT_STATUS, RIG_FAULT_SILENT, RIG_FAULT_COUNT,
                                         RIG_FAULT_STATUS | RIG_FAULT_COUNT};
@@ -112,7 +112,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     AddFaults(input);
 
     const unsigned short address = FindLptBaseAddress(SLV::Internal::s_logger);
-    // An address is found silently, but for COM that was there before.
+    // A search that finds an address logs nothing, except that COM was already initialised.
     Check(address == 0 || log.Lines() == (host::com::script.hostIsSingleThreaded ? 1U : 0U),
           "an address is found without an error");
     Check(log.Lines() <= 2, "one line an error");

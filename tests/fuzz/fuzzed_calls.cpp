@@ -28,10 +28,10 @@ struct State {
 
 std::optional<State> state;
 
-/// A finding is explained by what the rig writes down; to find it, it need not write.
+/// The rig's journal explains a finding, but slows the search for one, so it is off by default.
 const bool isJournalled = std::getenv("SOLVANE_RIG_JOURNAL") != nullptr;
 
-/// A number that a library could report for a true one.
+/// A number that a faulty library could report.
 std::uint32_t OddNumber() {
     constexpr std::uint32_t kNumbers[] = {0,    1,    2,          3,          64,        4095,
                                           4096, 4097, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF};
@@ -39,8 +39,8 @@ std::uint32_t OddNumber() {
     return byte < std::size(kNumbers) ? kNumbers[byte] : state->input.DoubleWord();
 }
 
-/// Bytes with others in the midst of them, as many as there is room for: a host that promises too
-/// much has them written behind its end.
+/// Bytes with others in the middle, as many as the caller claims to have room for: if it claims too
+/// much, the write goes beyond the end of its buffer and is detected.
 std::string OddBytes(const Value& bytes, std::size_t room) {
     constexpr std::size_t kMost = 128 * 1024;
     constexpr std::size_t kLongestPiece = 128;
@@ -55,8 +55,8 @@ std::string OddBytes(const Value& bytes, std::size_t room) {
     return odd;
 }
 
-/// What comes out in the place of a value. A library that made up a handle would have its host use
-/// what is nobody's; none is odd enough.
+/// A wrong output value. Handles become null, never an invented number: no host could detect that
+/// it uses a handle that does not exist.
 Value OddOutput(const rig::Call& call, std::size_t i) {
     const Parameter& parameter = call.function.parameters[i];
     switch (parameter.passing) {
@@ -72,7 +72,7 @@ Value OddOutput(const rig::Call& call, std::size_t i) {
     }
 }
 
-/// The work is done or not; some of what comes out is anything, and so is the status.
+/// Does the work or not; some outputs and the status are arbitrary.
 void AnswerOddly(rig::Call& call) {
     enum Choice : std::uint8_t {
         kIsDone = 1,
@@ -97,8 +97,8 @@ void AnswerOddly(rig::Call& call) {
     }
 }
 
-/// A library refuses the null handle whatever becomes of its hardware, and a port that is written
-/// tells nothing.
+/// Calls that are never fuzzed: a library always refuses the null handle, and a port write has no
+/// result.
 bool IsAlwaysAnswered(const rig::Call& call) {
     const bool isOnHandle =
         !call.inputs.empty() && call.function.parameters[0].in == rig::Show::Handle;
@@ -112,7 +112,7 @@ void Answer(rig::Call& call) {
     case Manner::Healthy:
         rig::AnswerPlainly(call);
         break;
-    case Manner::Fails: // as it does in the field first of all
+    case Manner::Fails: // with the most usual status
         call.status = call.function.ways.front().status;
         break;
     case Manner::Odd:

@@ -1,5 +1,4 @@
-/// Vendor calls that go as a fuzzer input says. Behind them is the hardware of the rig, which works
-/// where the input lets it.
+/// Vendor calls answered as a fuzzer input says. Healthy answers come from the rig's hardware.
 #pragma once
 
 #include "call.h"
@@ -7,14 +6,14 @@
 
 namespace fuzz::calls {
 
-/// Sees a call.
+/// Gets each vendor call.
 using Observer = void (*)(const rig::Call&);
 
-/// From now on calls go as the input says. `before` sees each of them with what goes in, `after`
-/// with its answer.
+/// From now on the input decides the answers. `before` gets each call with its inputs, `after` with
+/// its answer.
 void Begin(Input& input, Observer before, Observer after);
 
-/// Everything works from now on.
+/// From now on all calls work.
 void Heal();
 
 } // namespace fuzz::calls

@@ -41,7 +41,7 @@ struct Kernel {
     std::uint64_t lastTimer = 0;
     bool wasGpioReady = false;
 
-    void* pendingReply = nullptr; ///< of a wait request that is to complete later
+    void* pendingReply = nullptr; ///< buffer of a wait request that completes later
     Event lastEvent;
     unsigned events = 0;
     void (*duringWait)() = nullptr;
@@ -74,13 +74,13 @@ BOOL Create(const void* input, DWORD inputSize, void* output, DWORD outputSize, 
     switch (kernel->plan.Next()) {
     case Manner::Fails:
         return Fail(kAccessDenied);
-    case Manner::Silent: // success, but not a byte of an answer
+    case Manner::Silent: // success without a byte of output
         break;
     case Manner::Odd: {
         const std::string bytes = kernel->input.Bytes(sizeof reply);
         std::memcpy(&reply, bytes.data(), bytes.size());
         returned = kernel->input.DoubleWord();
-        if (kernel->input.Byte() % 4 == 3) { // an answer beside an error
+        if (kernel->input.Byte() % 4 == 3) { // output despite the error
             std::memcpy(output, &reply, sizeof reply);
             return Fail(OddError());
         }
@@ -163,7 +163,7 @@ BOOL Wait(const void* input, DWORD inputSize, void* output, DWORD outputSize,
     return Fail(ERROR_IO_PENDING);
 }
 
-/// A sentence of the system's: of any characters, possibly with an end in its midst.
+/// A system message of arbitrary characters, possibly with a zero in the middle.
 std::wstring SystemSentence() {
     std::wstring sentence = L"A sentence.\r\n";
     if (kernel->input.Byte() % 2 != 0) {
@@ -303,7 +303,7 @@ DWORD FormatMessageW(DWORD flags, const void* source, DWORD message, DWORD, wcha
     switch (kernel->plan.Next()) {
     case Manner::Fails:
         return 0;
-    case Manner::Silent: // a length without a text
+    case Manner::Silent: // returns a length, but no text
         return 7;
     default:
         break;
@@ -312,7 +312,7 @@ DWORD FormatMessageW(DWORD flags, const void* source, DWORD message, DWORD, wcha
     auto* const text = new wchar_t[sentence.size() + 1];
     std::copy_n(sentence.c_str(), sentence.size() + 1, text);
     kernel->texts.insert(text);
-    std::memcpy(buffer, &text, sizeof text); // the caller's pointer, as the flags ask for
+    std::memcpy(buffer, &text, sizeof text); // FORMAT_MESSAGE_ALLOCATE_BUFFER: returns a pointer
     return static_cast<DWORD>(sentence.size());
 }
 
@@ -329,9 +329,9 @@ int wcstombs_s(std::size_t* converted, char* narrow, std::size_t size, const wch
     Check(count == _TRUNCATE && size >= std::wcslen(wide) * 2 + 2, "a text has its room");
     if (kernel->plan.Next() == Manner::Fails) {
         narrow[0] = '\0';
-        return 42; // EILSEQ of that library
+        return 42; // EILSEQ of the Windows C library
     }
-    // Two bytes a character, as much as the room holds.
+    // Two bytes for each character, as many as fit.
     std::size_t i = 0;
     for (; *wide != L'\0' && i + 2 < size; ++wide) {
         const auto character = static_cast<unsigned>(*wide);

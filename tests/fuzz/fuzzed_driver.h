@@ -1,5 +1,5 @@
-/// The kernel with a driver that answers as a fuzzer input says. It checks every request: handles,
-/// codes, sizes, buffers.
+/// A kernel with a driver that answers as a fuzzer input says. It checks the handle, code, sizes
+/// and buffers of every request.
 #pragma once
 
 #include <array>
@@ -12,10 +12,10 @@ namespace fuzz::driver {
 
 void Begin(Input& input);
 
-/// The driver answers every request from now on.
+/// From now on the driver answers every request correctly.
 void Heal();
 
-/// One event as the driver told it.
+/// An event as the driver delivered it.
 struct Event {
     std::int16_t status = 0;
     std::array<std::uint16_t, 4> data{};
@@ -26,18 +26,18 @@ struct Event {
 const Event& LastEvent();
 bool WasGpioReady();
 
-/// Waits that succeeded.
+/// Number of waits that succeeded.
 unsigned Events();
 
-/// What the next wait does before it returns, once.
+/// Sets an action that the next wait performs before it returns.
 void DuringNextWait(void (*action)());
 
 std::size_t OpenHandles();
 std::size_t AllocatedTexts();
 
-/// Whether the driver has a timer of that id; ids that were never given are none.
+/// Whether the driver has a timer of that id; false for ids that it never returned.
 bool HasTimer(std::uint64_t id);
-/// The id that the last successful creation gave; 0 when there was none.
+/// The id from the last successful creation; 0 if there was none.
 std::uint64_t LastTimer();
 
 } // namespace fuzz::driver

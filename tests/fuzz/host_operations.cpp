@@ -9,10 +9,10 @@ namespace fuzz {
 
 namespace {
 
-/// What an out value holds before the call.
+/// Value of an out parameter before the call.
 constexpr short kUntouched = 0x5A5A;
 
-/// What an operation may answer on this kind of hardware.
+/// Whether an operation may return this status.
 bool IsDocumented(Operation operation, bool withoutPointer, unsigned gate, short status) {
     if (operation.IsGated()) {
         operation.failures &= ~unsigned{IS_GATED | MAY_BE_INVALID | MAY_BE_UNDETERMINED};

@@ -1,4 +1,4 @@
-/// The operations of a controller as a host uses them, each with what a host may be answered.
+/// Calls a controller's operations as a host does, and checks the answers.
 #pragma once
 
 #include <cstddef>
@@ -11,20 +11,20 @@ using SLV::Internal::SolvaneInterface;
 using test::Op;
 using test::Operation;
 
-/// What a host saw of a call.
+/// The result of a call.
 struct Outcome {
     const Operation* operation;
     short status;
-    short answer; ///< of a question; 0 when there is none
+    short answer; ///< out value of a question; 0 when there is none
     bool isAnswered;
 };
 
-/// Of a question: the answer when no pin can be read. Power is on, the rest is inactive.
+/// The answer to a question when no pin can be read: power is on, other lines are inactive.
 short Unreadable(const Operation& operation);
 
-/// Calls an operation and checks what came of it: a documented status, or one of the gate's (as the
-/// failures of an operation); an answer of 0 or 1 when it succeeded, an untouched value when it did
-/// not; the timer resolution as it was before.
+/// Calls an operation and checks that the status is documented or one of `gate` (a set of
+/// failures); that the answer is 0 or 1 after success, and untouched otherwise; and that the timer
+/// resolution is restored.
 Outcome Perform(SolvaneInterface& controller, std::size_t index, bool withoutPointer,
                 unsigned gate);
 

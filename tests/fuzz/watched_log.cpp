@@ -9,8 +9,8 @@ namespace fuzz {
 
 namespace {
 
-/// Rows of dots and pieces that wait for the end of their line grow with the number of operations,
-/// of which an input has few.
+/// Dots and parts of lines accumulate until the end of a line. An input has few operations, so no
+/// line grows beyond this.
 constexpr std::size_t kLongestLine = 8192;
 
 bool HasTimestamp(std::string_view line) {
@@ -45,7 +45,7 @@ void WatchedLog::Receive(void* context, const char* line) {
     const std::string_view text(line);
     Check(text.size() == SLV::Internal::s_logger.stream.View().size(), "a line holds no zero byte");
     Check(text.size() <= kLongestLine, "a line is bounded");
-    // Dots that nobody ended make no line of their own: every line that arrives was begun.
+    // Dots alone never make a line, so every line has a time stamp.
     Check(text.empty() || HasTimestamp(text), "a line begins with its time stamp");
     ++static_cast<WatchedLog*>(context)->lines;
 }

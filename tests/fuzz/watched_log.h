@@ -1,12 +1,12 @@
-/// The library's log with a host that reads every line closely.
+/// Checks every line of the library's log.
 #pragma once
 
 #include <cstddef>
 
 namespace fuzz {
 
-/// The host listens as long as the object lives, unless it is told not to. Every line must have its
-/// time stamp, hold no zero byte and stay within a length that no healthy line comes near.
+/// Installed as log function while the object lives, unless Listen(false) is called. Every line
+/// must begin with its time stamp, contain no zero byte, and stay within a generous length.
 class WatchedLog {
   public:
     WatchedLog();
@@ -16,7 +16,7 @@ class WatchedLog {
 
     void Listen(bool on);
 
-    /// Lines so far.
+    /// Number of lines so far.
     std::size_t Lines() const { return lines; }
 
   private:
