@@ -15,7 +15,7 @@ using rig::Reply;
 
 constexpr std::uint64_t kKeys[] = {11, 22};
 
-/// What the vendor functions of this process are asked as.
+/// The host as which this thread calls the vendor functions.
 thread_local HostSide* current = nullptr;
 
 class BenchHosts : public BenchRig {
@@ -46,13 +46,13 @@ class BenchHosts : public BenchRig {
 
     void As(std::size_t host) { current = &*sides[host]; }
 
-    /// As when its process ends, in whatever way.
+    /// What the bench sees when a host's process ends, normally or not.
     void Leave(std::size_t host) {
         sides[host].reset();
         Arrive(host);
     }
 
-    /// The bench ends, with everybody's connections.
+    /// The bench ends and closes all connections.
     void End() {
         for (std::optional<HostSide>& side : sides) {
             side->Leave();
@@ -164,7 +164,7 @@ TEST_F(BenchHosts, AreInTheJournal) {
 }
 
 TEST_F(BenchHosts, SeeNoHardwareWithoutABench) {
-    rig_load(""); // what this process has itself when its environment names a bench
+    rig_load(""); // a process whose environment names a bench has no hardware of its own
     isAway = true;
     EXPECT_TRUE(Devices().empty());
     FT_HANDLE handle = nullptr;
@@ -180,7 +180,7 @@ TEST_F(BenchHosts, SeeNoHardwareWithoutABench) {
 }
 
 TEST_F(BenchHosts, WaitWithoutStoppingTheOthers) {
-    // A read that waits is still its own host's when another one has called meanwhile.
+    // A waiting read must still return to its own host after another host has made calls.
     FT_HANDLE handle = OpenPins();
     FT_SetTimeouts(handle, 5000, 0);
     FT_STATUS status = kUntouched;

@@ -1,4 +1,5 @@
-/// What hosts and a bench say, in bytes: nothing is lost, and nothing that is no message does harm.
+/// The messages between hosts and a bench as bytes: they survive the encoding, and malformed bytes
+/// do no harm.
 #include <gtest/gtest.h>
 
 #include "bench_rig.h"
@@ -18,13 +19,13 @@ std::string Joining(std::uint64_t key = 7) {
     return Encoded(who);
 }
 
-/// Why nothing was answered; empty when something was.
+/// The reason of a refusal; empty if the question was answered.
 std::string RefusalIn(const std::string& answer) {
     Reader reader(answer);
     return reader.Number() == 0 ? "" : reader.Text();
 }
 
-/// One of each kind of question.
+/// One question of each kind.
 std::vector<std::string> Questions() {
     rig::Call open{rig::VendorFunctions()[0], {}, {}};
     for (const rig::VendorFunction& function : rig::VendorFunctions()) {

@@ -1,4 +1,4 @@
-/// A fresh rig for every test, and short words for what tests do with it.
+/// A fresh rig for every test, and short functions for what tests often do.
 #pragma once
 
 #include <cstdint>
@@ -27,7 +27,7 @@ inline constexpr FT_STATUS kInvalidParameter = 6;
 /// One FT2232H; further tables can be appended.
 inline const std::string kOneChip = "[[usb]]\nchip = 'FT2232H'\nserial = 'SLV1'\n";
 
-/// A byte that stands for "not written".
+/// A value that means "not written".
 inline constexpr std::uint32_t kUntouched = 0xa5a5a5a5;
 
 class BenchRig : public ::testing::Test {
@@ -45,20 +45,20 @@ class BenchRig : public ::testing::Test {
     static std::uint64_t Milliseconds() { return rig_time() / 1'000'000; }
 };
 
-/// The entries of the journal since the last look, of one kind.
+/// Takes the journal entries of one kind since the last call.
 Lines Take(rig_entry_kind kind);
-/// The same of all kinds.
+/// Takes the journal entries of all kinds since the last call.
 Lines TakeAll();
 
-/// Opens a device; null when that fails.
+/// Opens a device; null on failure.
 FT_HANDLE Open(int index);
-/// Channel B with its pins under command and answers without delay.
+/// Opens channel B, ready for pin commands, with the latency timer at its shortest.
 FT_HANDLE OpenPins(int index = 1);
 
 FT_STATUS Write(FT_HANDLE handle, Bytes bytes);
-/// What a read of `count` bytes delivers.
+/// Reads up to `count` bytes.
 Bytes Read(FT_HANDLE handle, std::uint32_t count);
-/// Asks for the levels of a pin group.
+/// Reads the levels of eight pins.
 std::uint8_t HighByte(FT_HANDLE pins);
 std::uint8_t LowByte(FT_HANDLE pins);
 std::uint32_t QueueLength(FT_HANDLE handle);
@@ -82,8 +82,8 @@ void Drive(FT_HANDLE pins, int value);
 
 std::string ReadText(const std::string& path);
 
-/// What a waveform tells behind its header and its first levels: "#2000 1!", where #2000 is a time
-/// in µs and ! is the trigger, " ready, # mep, $ clear_mep, % dark, & and ' the two powers.
+/// The changes in a waveform file, after its header and initial levels: "#2000 1!", where #2000 is
+/// a time in µs and ! is the trigger, " ready, # mep, $ clear_mep, % dark, & and ' the two powers.
 std::string ChangesIn(const std::string& path);
 
 } // namespace test

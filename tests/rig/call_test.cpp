@@ -1,4 +1,4 @@
-/// Vendor calls as messages, without the C functions that ask for them.
+/// Vendor calls as messages, without the C functions that send them.
 #include <map>
 #include <set>
 
@@ -19,7 +19,7 @@ const VendorFunction& Described(Function function) {
     return rig::VendorFunctions()[static_cast<std::size_t>(function)];
 }
 
-constexpr std::uint64_t kHere = 1; ///< of a place for what comes out
+constexpr std::uint64_t kHere = 1; ///< stands for a pointer to an output
 
 constexpr Value* kNowhere = nullptr;
 
@@ -33,7 +33,7 @@ class CallTest : public BenchRig {
         return call;
     }
 
-    static inline std::vector<Value> answer; ///< of somebody else
+    static inline std::vector<Value> answer; ///< given by AnswerBySomebodyElse()
     static inline std::vector<Value> question;
 
     static void AnswerBySomebodyElse() {
@@ -145,7 +145,8 @@ TEST_F(CallTest, AnAnswerIsCutToTheHostsRoom) {
     EXPECT_EQ(count, 2U);
 
     nodes[0] = {};
-    answer = {std::uint64_t{0x1122'3344'5566'7788}, std::uint64_t{1}}; // a number in place of them
+    answer = {std::uint64_t{0x1122'3344'5566'7788},
+              std::uint64_t{1}}; // a number instead of the nodes
     EXPECT_EQ(FT_GetDeviceInfoList(nodes, &count), 77U);
     EXPECT_EQ(nodes[0].Type, 0x1122'3344U);
     EXPECT_EQ(nodes[0].ID, 0U);
@@ -153,7 +154,7 @@ TEST_F(CallTest, AnAnswerIsCutToTheHostsRoom) {
 
 TEST_F(CallTest, TextsGoInWhole) {
     AnswerBySomebodyElse();
-    const wchar_t text[] = {L'a', 0x416, 0x20AC, 0xD83D, 0}; // the last one is half a character
+    const wchar_t text[] = {L'a', 0x416, 0x20AC, 0xD83D, 0}; // ends with half a surrogate pair
     const Value name = std::string("IUnknown");
     rig::Ask(Function::Get, kNowhere, &name, text, 0);
     EXPECT_EQ(question.at(2), Value(std::string("a\xD0\x96\xE2\x82\xAC\xED\xA0\xBD")));

@@ -1,4 +1,4 @@
-/// The native stand-in for COM by itself.
+/// The native stand-in for COM.
 #include "bench_rig.h"
 #include "com_stand_in.h"
 #include "wmi_client.h"
@@ -28,7 +28,7 @@ TEST_F(ComStandIn, InitialisationsAreCounted) {
     EXPECT_EQ(host::com::Initialisations(), -1) << "one too many";
 }
 
-/// What the real one would not survive.
+/// Use of COM without initialisation; the real one would crash.
 TEST_F(ComStandIn, EachUseWithoutComIsCounted) {
     CoInitializeEx(nullptr, COINIT_MULTITHREADED);
     const auto locator = MakeLocator();

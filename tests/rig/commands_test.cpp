@@ -14,7 +14,7 @@ using rig::Reply;
 
 class CommandsTest : public BenchRig {
   protected:
-    /// What a command that succeeds answers.
+    /// Performs a command that must succeed; its answer.
     static std::string Said(const Lines& words) {
         const Reply reply = Perform(words, false);
         EXPECT_EQ(reply.exitCode, 0) << reply.text;
@@ -306,7 +306,7 @@ TEST_F(CommandsTest, HelpNamesEachOfThem) {
         const auto name = command["command"].get<std::string>();
         EXPECT_EQ(text.find("usage"), std::string::npos);
         EXPECT_NE(text.find(name + ' '), std::string::npos) << name;
-        // Every command knows too many words from others.
+        // no command except note accepts all of these
         const Reply reply = Perform({name, "--colour", "red", "1", "2", "3"}, false);
         EXPECT_EQ(reply.exitCode, name == "note" ? 0 : 2) << name << ": " << reply.text;
     }

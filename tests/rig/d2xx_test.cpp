@@ -1,4 +1,4 @@
-/// What clients of D2XX ask for, and the library does not.
+/// Functions of D2XX that other clients use, but the library does not.
 #include <cstring>
 #include <limits>
 #include <map>
@@ -33,7 +33,7 @@ void* Number(std::uintptr_t number) {
     return reinterpret_cast<void*>(number);
 }
 
-/// What FT_OpenEx answers; what it opens is closed again.
+/// The status of FT_OpenEx; closes what it has opened.
 FT_STATUS OpenBy(const void* which, std::uint32_t by) {
     FT_HANDLE handle = nullptr;
     const FT_STATUS status = FT_OpenEx(const_cast<void*>(which), by, &handle);
@@ -44,7 +44,7 @@ FT_STATUS OpenBy(const void* which, std::uint32_t by) {
     return status;
 }
 
-/// A buffer of a host, with what stands behind it.
+/// A host's buffer, and the bytes after it, which must not change.
 template <std::size_t size>
 struct Buffer {
     char text[size];
@@ -134,7 +134,7 @@ TEST_F(D2xxTest, ListsAllDevices) {
     EXPECT_EQ(places[0], kPlaceOfA);
     EXPECT_EQ(places[1], kPlaceOfB);
     EXPECT_EQ(places[2], kUntouched);
-    buffers[1] = nullptr; // a host that has room for one
+    buffers[1] = nullptr; // a host with room for one device
     EXPECT_EQ(FT_ListDevices(buffers, count, kAll | kByDescription), FT_OK);
     EXPECT_STREQ(first.text, "Dual RS232-HS A");
     EXPECT_STREQ(second.text, "SLV1B");
@@ -369,7 +369,7 @@ TEST_F(D2xxTest, AcceptsWhatHasNoEffectOnTheLines) {
     EXPECT_TRUE(Take(RIG_EDGE).empty());
 }
 
-/// Whoever answers: a host's buffers have the room that the vendor asks for.
+/// Whatever answers, no more is written than fits in the buffers that the vendor documents.
 TEST_F(D2xxTest, CutsTextsToTheHostsRoom) {
     const rig::Answerer answerer = std::exchange(rig::answerer, [](rig::Call& call) {
         const rig::Value text = std::string(100, 't');
@@ -392,7 +392,7 @@ TEST_F(D2xxTest, CutsTextsToTheHostsRoom) {
     rig::answerer = answerer;
 }
 
-/// What the stand-in has no hardware for, by its answer.
+/// Functions for which the rig has no hardware, by the status that they return.
 TEST_F(D2xxTest, RefusesTheRest) {
     std::map<std::int64_t, int> answers;
 #define D2XX_REFUSED(name, ordinal, result, answer) ++answers[static_cast<std::int64_t>(name())];

@@ -4,7 +4,7 @@
 namespace test {
 namespace {
 
-// Statuses of the published EAPI.
+// Statuses from the published EAPI standard.
 constexpr EApiStatus_t kNotInitialised = 0xFFFF'FFFF;
 constexpr EApiStatus_t kInitialisedAlready = 0xFFFF'FFFE;
 constexpr EApiStatus_t kWrongParameter = 0xFFFF'FEFF;
@@ -22,7 +22,7 @@ class Eapi : public BenchRig {
         EXPECT_EQ(EApiLibInitialize(), 0U);
     }
 
-    /// Makes a pin an output of a level.
+    /// Makes a pin an output and sets its level.
     static void Drive(EApiId_t id, std::uint32_t level) {
         EXPECT_EQ(EApiGPIOSetDirection(id, 1, EAPI_GPIO_OUTPUT), 0U);
         EXPECT_EQ(EApiGPIOSetLevel(id, 1, level), 0U);

@@ -1,5 +1,5 @@
-/// What the environment of a process does at the first use of the rig. Each test needs a process
-/// that has not used it yet.
+/// The environment variables that the rig reads at its first use. So each test runs in a process
+/// that has not used the rig yet.
 #include <cstdlib>
 #include <fstream>
 
@@ -95,7 +95,7 @@ TEST_F(EnvironmentDeathTest, AJournalIsWrittenAsItHappens) {
         rig_unplug(0);
         rig_load("");
         rig_note("the end");
-        std::_Exit(0); // nothing is left to be written at the end
+        std::_Exit(0); // skips what the rig writes at a normal exit
     };
     EXPECT_EXIT(child(), ExitedWithCode(0), "^$");
     EXPECT_EQ(ReadText(path), "# a scenario begins; times in ms\n"

@@ -57,7 +57,7 @@ TEST_F(KeepTest, KeepsTheDefaultScenario) {
                       "before\ncalls_ns = [\n    0,\n]\n");
 }
 
-/// A host whose reads wait: for answers that come, and for some that do not.
+/// A host whose reads wait, for data that comes and for data that does not.
 Lines ReadingHost() {
     FT_HANDLE pins = Open(1);
     FT_SetBitMode(pins, 0, FT_BITMODE_MPSSE);
@@ -96,7 +96,7 @@ TEST_F(KeepTest, KnowsInWhichWaitOfACallSomethingWasDone) {
             EXPECT_NE(kept.find("\nstep = "), std::string::npos);
 
             Load(kept);
-            // Waits that are longer than they were: a system that is busy.
+            // a busy system: waits take longer than recorded
             host::duringWait = [] { host::Advance(7'000'000); };
             EXPECT_EQ(ReadingHost(), session) << action[0] << ' ' << wait << '\n' << kept;
             EXPECT_EQ(Kept(), kept);

@@ -1,4 +1,4 @@
-/// Commands as a program gives them.
+/// Commands given by a program, through solvane/rig.h.
 #include "bench_rig.h"
 
 namespace test {

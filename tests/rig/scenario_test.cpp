@@ -13,21 +13,21 @@ struct Mistake {
 };
 
 const std::vector<Mistake> kMistakes = {
-    // Not TOML at all.
+    // Not TOML.
     {"[camera", "line 1: "},
     {"\n\nasleep = ", "line 3: "},
     {"a = 1\na = 2", "line 2: "},
     {"\n[=]\n[camera]\nasleep = 1", "line 2: not TOML"},
     {"[camera]\n[[[[", "line 2: not TOML"},
 
-    // Characters that only comments may have.
+    // Characters that are allowed in comments only.
     {"\nserial = 'M\xc3\xbcller'", "line 2: only comments can have characters beyond ASCII"},
     {"\"#\xff\" = 1", "line 1: only comments can have characters beyond ASCII"},
     {"a = \"\\\"#\xff\"", "line 1: only comments can have characters beyond ASCII"},
     {"a = '#\xff'", "line 1: only comments can have characters beyond ASCII"},
     {"# fine\n\xd2\x81", "line 2: only comments can have characters beyond ASCII"},
 
-    // Unknown keys, everywhere.
+    // Unknown keys in each table.
     {"colour = 1", "line 1: unknown key 'colour' in the scenario"},
     {"[camera]\nasleep = true\ncolour = 1", "line 3: unknown key 'colour' in [camera]"},
     {"[pulls]\nready = 1", "line 2: unknown key 'ready' in [pulls]"},
@@ -99,7 +99,7 @@ const std::vector<Mistake> kMistakes = {
     {"[[event]]\nat_ms = 1\naction = 'explode'",
      "line 3: 'explode' is no action; there are unplug, plug, ready, mep, "},
 
-    // What belongs together.
+    // Keys that need or exclude each other.
     {"\n[[usb]]\nserial = 'X'", "line 2: [[usb]] needs 'chip'"},
     {"[[usb]]\nchip = 'FT232R'\ncamera = true", "line 3: only one FT2232H can carry the camera"},
     {kOneChip + "camera = true\n" + kOneChip + "camera = true",

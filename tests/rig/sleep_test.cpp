@@ -1,4 +1,4 @@
-/// The PC sleeps and resumes: what each kind of hardware has lost by then.
+/// The PC sleeps and resumes: what each kind of hardware loses.
 #include "bench_rig.h"
 #include "eapi.h"
 #include "inpout.h"
@@ -120,7 +120,7 @@ TEST_F(SleepTest, TheSuperIoChipIsSetUpAnew) {
         Out32(0x2F, value);
     };
     const auto open = [&] {
-        set(0x87, 0x00); // the key twice in a row: the data port is no key
+        set(0x87, 0x00); // the key is 0x87 twice in a row, without the data port in between
         Out32(0x2E, 0x87);
         Out32(0x2E, 0x87);
     };

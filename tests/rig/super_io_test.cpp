@@ -8,7 +8,7 @@ class SuperIoTest : public BenchRig {
   protected:
     SuperIoTest() { Start(""); }
 
-    /// A chip whose configuration mode is open.
+    /// Starts with a chip in configuration mode.
     static void Start(const std::string& chip) {
         Load("[superio]\n" + chip);
         Open();
@@ -37,7 +37,7 @@ TEST_F(SuperIoTest, IsSilentUntilTheKeyCameTwiceInARow) {
     Out32(0x2E, 0x87);
     EXPECT_EQ(Register(0x20), 0xFF);
     Out32(0x2E, 0x87);
-    Out32(0x2F, 0x00); // anything in between
+    Out32(0x2F, 0x00); // any other write in between
     Out32(0x2E, 0x87);
     EXPECT_EQ(Register(0x20), 0xFF);
     EXPECT_EQ(Inp32(0x2E), 0xFF);

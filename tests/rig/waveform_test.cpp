@@ -80,7 +80,7 @@ TEST_F(WaveformTest, MarksWhatHappenedToTheLines) {
     Advance(2);
     Drive(pins, kRest);
     Advance(1);
-    Drive(pins, kRest | kTrigger); // the camera is exposing
+    Drive(pins, kRest | kTrigger); // starts an exposure
     Advance(1);
     FT_ResetDevice(pins);
     Advance(1);

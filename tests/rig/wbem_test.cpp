@@ -17,7 +17,7 @@ const std::string kTwoPorts = "[[parallel_port]]\n"
                               "[[parallel_port]]\ndevice_id = 'Other port'\n"
                               "[[parallel_port.range]]\nstart = '0x278'\n";
 
-/// COM is there, and every test gives back all that it took.
+/// Initialises COM, and checks that every test releases all its interfaces.
 class Wbem : public BenchRig {
   protected:
     Wbem() {

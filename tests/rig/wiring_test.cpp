@@ -50,7 +50,7 @@ TEST_F(Wiring, LowByteDrivesNothing) {
 
 TEST_F(Wiring, ReadsTheLinesWhenNothingIsDriven) {
     FT_HANDLE pins = OpenPins();
-    // Nothing triggered, dark or clearing; both powers on; ready; no flag.
+    // No trigger, not dark, clear-MEP at rest; both powers on; ready; no flag.
     EXPECT_EQ(HighByte(pins), 0xf0);
     EXPECT_EQ(LowByte(pins), 0x1f);
 }
@@ -134,7 +134,7 @@ TEST_F(Wiring, IsOnTheFirstFt2232hUnlessAnotherIsChosen) {
     EXPECT_TRUE(drivesTheCamera(3));
 }
 
-/// A chip whose camera has a faulty cable, its pins at rest.
+/// Opens a chip with a wiring fault, and sets its pins to rest.
 FT_HANDLE OpenWired(const std::string& fault) {
     EXPECT_EQ(rig_load((kOneChip + "[wiring]\n" + fault).c_str()), 0) << rig_error();
     FT_HANDLE pins = OpenPins();

@@ -1,4 +1,4 @@
-/// A client of WMI in short words, for any operating system that tests run on.
+/// Short functions for a WMI client, on every operating system on which tests run.
 #pragma once
 
 #include <memory>
@@ -26,7 +26,7 @@ inline constexpr const wchar_t* kPorts = L"SELECT * FROM Win32_ParallelPort";
 inline constexpr const wchar_t* kResourcesOfLpt1 =
     L"ASSOCIATORS OF {Win32_ParallelPort.DeviceID='LPT1'} WHERE ResultClass = Win32_PortResource";
 
-/// What a call answered, and what it handed out: null unless the call gave something.
+/// The result of a call, and the interface that it returned; null if it returned none.
 template <class Interface>
 struct Given {
     HRESULT status = -1;
@@ -78,10 +78,10 @@ inline GivenNext Next(IEnumWbemClassObject& objects) {
     return next;
 }
 
-/// A property in words: its text, "number ...", "null text", "null", "empty", or "failed ...".
+/// A property as text: its text, "number ...", "null text", "null", "empty", or "failed ...".
 std::string Property(IWbemClassObject& object, const wchar_t* name);
 
-/// The property of every object that a query gives, each with a comma behind it; "failed ..." when
+/// The property of every object in the result of a query, each followed by a comma; "failed ..." if
 /// the query fails.
 std::string AskForAll(IWbemServices& services, const wchar_t* query, const wchar_t* property);
 

@@ -1,4 +1,4 @@
-// The linker lets these stand for the system's calls (--wrap).
+// The linker replaces the system calls by these (--wrap).
 #include "crashing_folder.h"
 
 #include <cerrno>
@@ -15,7 +15,7 @@ FolderFault expected = FolderFault::Fail;
 int wrongCall = 0;
 int calls = 0;
 
-/// Whether this call fails, if the process is still there.
+/// Counts a call. Whether it must fail; does not return if it must crash.
 bool GoesWrong() {
     if (++calls != wrongCall) {
         return false;
@@ -53,12 +53,12 @@ int __wrap_open(const char* path, int flags, mode_t mode) {
 }
 
 ssize_t __wrap_write(int file, const void* bytes, std::size_t size) {
-    // A call may write less than it is given.
+    // write() may write fewer bytes than given
     return test::GoesWrong() ? -1 : __real_write(file, bytes, (size + 1) / 2);
 }
 
 int __wrap_fsync(int) {
-    return test::GoesWrong() ? -1 : 0; // no test outlives the disk's cache
+    return test::GoesWrong() ? -1 : 0; // no need to sync: no test survives a power failure
 }
 
 int __wrap_renameat2(int from, const char* path, int to, const char* target, unsigned flags) {

@@ -1,20 +1,20 @@
-/// The system calls with which a folder is changed, one of which can be made to go wrong. Each
-/// write does half of what is left.
+/// Replaces the system calls that change a folder, so that a chosen one fails or crashes. Each
+/// write writes only half of its bytes.
 #pragma once
 
 namespace test {
 
 enum class FolderFault {
-    Crash, ///< the process ends before it
-    Fail,  ///< it fails with EIO
+    Crash, ///< the process ends before the call
+    Fail,  ///< the call fails with EIO
 };
 
 inline constexpr int kCrashed = 86; ///< exit code of a crash
 
-/// The call'th one from now on, counted from 1, goes wrong; 0: none does.
+/// From now on, the call with this number (from 1) goes wrong; 0: none does.
 void Expect(FolderFault fault, int call);
 
-/// How many there were since.
+/// Number of calls since then.
 int CallsSeen();
 
 } // namespace test

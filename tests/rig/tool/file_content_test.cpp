@@ -6,7 +6,7 @@
 
 namespace {
 
-// The examples of NIST for SHA-256, and lengths round a block as sha256sum sums them.
+// Examples of NIST for SHA-256, and lengths around the block size with the sums of sha256sum.
 TEST(FileContent, SumsAsTheStandardDoes) {
     EXPECT_EQ(rig::Sha256(""), "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
     EXPECT_EQ(rig::Sha256("abc"),

@@ -23,7 +23,7 @@ namespace fs = std::filesystem;
 
 using testing::HasSubstr;
 
-/// What is in a folder: contents by name.
+/// The files in a folder: content by name.
 using Files = std::map<std::string, std::string>;
 
 const Files kRig = {{"solvane_rig.dll", "the rig"},
@@ -31,7 +31,7 @@ const Files kRig = {{"solvane_rig.dll", "the rig"},
                     {"inpoutx64.dll", "the rig's InpOut"},
                     {"EAPI_Library.dll", "the rig's EAPI"}};
 const Files kHost = {{"host.exe", "a host"}, {"Solvane.dll", "the library"}};
-/// With vendors' DLLs, one of which is written as its vendor writes it.
+/// A host with vendors' DLLs, one with the vendor's own upper and lower case in its name.
 const Files kHostOfVendors = {{"host.exe", "a host"},
                               {"Solvane.dll", "the library"},
                               {"ftd2xx.dll", "FTDI's"},
@@ -80,7 +80,7 @@ class Placement : public testing::Test {
         return files;
     }
 
-    /// What an action says, or, after a "!", why it cannot be done.
+    /// The output of an action, or "!" and the reason why it failed.
     std::string Say(const std::function<void(std::ostream&)>& action) const {
         std::ostringstream out;
         try {
@@ -97,7 +97,8 @@ class Placement : public testing::Test {
         return Say([&](std::ostream& out) { rig::Unplace(host, out); });
     }
 
-    /// Whether an action in a process of its own survives that its call'th system call ends it.
+    /// Runs an action in a process of its own that crashes at the given system call. Whether the
+    /// action completed before.
     bool Survives(int call, const std::function<void()>& action) const {
         const pid_t child = fork();
         if (child == 0) {
@@ -368,7 +369,7 @@ TEST_F(Placement, WhatCannotBeUndoneNowCanLater) {
     }
 }
 
-/// Acts when the first thing is said.
+/// An output buffer that calls `meddle` at the first output, between two steps of an action.
 struct Meddler : std::stringbuf {
     std::function<void()> meddle;
 

@@ -1,4 +1,4 @@
-/// Recordings for the tests of the tool.
+/// Recordings that several tests of the tool use.
 #pragma once
 
 #include <string>
@@ -6,7 +6,7 @@
 
 #include "wave_picture.h"
 
-/// A header of two lines, a and b, with the short names ! and ", in µs, and the values behind it.
+/// A recording of two lines, a and b, with the short names ! and ", in µs, and the given values.
 inline std::string TwoLines(std::string_view values) {
     return "$timescale 1 us $end\n"
            "$var wire 1 ! a $end\n"
@@ -15,7 +15,7 @@ inline std::string TwoLines(std::string_view values) {
            std::string(values);
 }
 
-/// One capture as the rig writes it: a trigger pulse of 10.06 ms, a clear pulse of 4 µs.
+/// One capture as the rig records it: a trigger pulse of 10.06 ms, a clear-MEP pulse of 4 µs.
 inline constexpr const char* kOneCapture = "$version Solvane rig $end\n"
                                            "$timescale 1 us $end\n"
                                            "$scope module camera $end\n"
@@ -35,7 +35,7 @@ inline constexpr const char* kOneCapture = "$version Solvane rig $end\n"
                                            "#150004\n0$\n0#\n"
                                            "#200000\n";
 
-/// A pulse that a pulled plug cuts short, a trigger that is ignored, and calls at fault.
+/// A pulse cut short by an unplugged chip, an ignored trigger, and failed calls.
 inline constexpr const char* kEventful = "$timescale 1 us $end\n"
                                          "$scope module camera $end\n"
                                          "$var wire 1 ! trigger $end\n"
@@ -58,7 +58,7 @@ inline constexpr const char* kEventful = "$timescale 1 us $end\n"
                                          "#35000\n1\"\n"
                                          "#40000\n";
 
-/// A raw string literal whose text begins in the line below.
+/// A raw string literal without the line break at its beginning.
 constexpr std::string_view Below(std::string_view literal) {
     return literal.substr(1);
 }

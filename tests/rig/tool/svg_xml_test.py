@@ -1,4 +1,4 @@
-"""The pictures, as an XML parser sees them: what they show, and that nothing lies outside them.
+"""The pictures, read by an XML parser: what they show, and that nothing lies outside of them.
 
     svg_xml_test.py <solvane-rig> [unittest options]
 """
@@ -19,7 +19,7 @@ CAPTURE_NAMES = [b"trigger", b"ready", b"mep", b"clear_mep", b"dark", b"camera_p
 
 
 def recording(values, names=(b"a", b"b"), scope=b"camera"):
-    """Line i has the short name wi. Times are in µs."""
+    """A recording in µs; line i has the short name wi."""
     text = b"$timescale 1 us $end\n$scope module " + scope + b" $end\n"
     for i, name in enumerate(names):
         text += b"$var wire 1 w%d " % i + name + b" $end\n"
@@ -64,7 +64,7 @@ class Drawing:
 
 
 def points(element):
-    """Corners of a rectangle, the start of a text, the absolute ends of a path's strokes."""
+    """The corners of a rectangle, the start of a text, or the ends of a path's segments."""
     if element.get("x") is not None:
         x, y = int(element.get("x")), int(element.get("y"))
         yield x, y
@@ -155,7 +155,7 @@ class Pictures(unittest.TestCase):
         self.assertAlmostEqual(longer, 2 * pulses[0], delta=8)
         self.assertAlmostEqual(long, 2 * pulses[0], delta=8, msg="as long as a cut interval looks")
         self.assertTrue(x[0] < cut[0][0] < x[1])
-        # 10, 10, 30 ms, and 1 µs four times, which is too short to be usual
+        # 10, 10, 30 ms, and four times 1 µs, which is too short to count as the usual width
         svg = self.draw(recording(b"#0 0w0 #1 1w0 #2 0w0 #3 1w0 #4 0w0 #10004 1w0 #20004 0w0"
                                   b" #50004"))
         self.assertEqual(svg.paths("cut"), [])

@@ -10,7 +10,7 @@ namespace {
 
 using namespace rig::wave;
 
-/// A line that changes every 100 µs, so many times, and rests in between.
+/// A recording of a line that changes `changes` times, 100 µs apart.
 std::string Ticking(int changes) {
     std::string values = "#0 0! 0\"";
     for (int i = 1; i <= changes; ++i) {
@@ -131,7 +131,7 @@ TEST(TextWave, EveryRowIsFullAndNoneTooWide) {
         std::istringstream rows(DrawText(Take(kOneCapture), columns));
         for (std::string row; std::getline(rows, row) && !row.starts_with("Unchanged");) {
             const std::size_t least = row.empty() || row.starts_with("ms") ? 0 : columns - 1;
-            EXPECT_GE(ColumnsOf(row), least) << row; // the blank behind a width may be the last
+            EXPECT_GE(ColumnsOf(row), least) << row; // may end with the blank after a width
             EXPECT_LE(ColumnsOf(row), columns) << row;
         }
     }
@@ -168,7 +168,7 @@ TEST(Layout, ABlockWithOneChangeMayBeTooWide) {
 }
 
 TEST(Layout, LongIntervalsAreWiderButInTextNotInProportion) {
-    // 1 µs, 1 ms and 1 s, all three with times of about the same length.
+    // Steps of 1 µs, 1 ms and 1 s; their times have about the same number of characters.
     const std::vector<std::size_t> columns =
         LayOut(Take(TwoLines("#0 0! 0\" #1000000 1! 1\" #1000001 x! #1001001 x\" #2001001")), 150)
             .front()

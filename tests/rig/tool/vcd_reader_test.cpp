@@ -26,7 +26,7 @@ std::string ChangesOf(const Signal& signal) {
     return text.str();
 }
 
-/// Of line a.
+/// The changes of line a.
 std::string ChangesIn(std::string_view values) {
     return ChangesOf(ReadVcd(TwoLines(values)).signals.at(0));
 }

@@ -14,8 +14,7 @@ using namespace rig::wave;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-/// "trigger 0 1(10.06 ms)2 0", with the moments between which the line has another level than
-/// first.
+/// "trigger 0 1(10.06 ms)2 0": name, first level, and the moments between which the level differs.
 std::string Text(const Lane& lane) {
     std::string text = lane.name;
     for (const Stretch& stretch : lane.stretches) {
@@ -38,7 +37,7 @@ std::string SteadyIn(const Picture& picture) {
     return SteadyText(picture, std::string::npos);
 }
 
-/// Of one pulse of so many ns.
+/// The width shown for one pulse.
 std::string WidthOf(std::uint64_t nanoseconds, Form form) {
     const std::string end = std::to_string(1'000'000 + nanoseconds);
     const Picture picture = Take("$timescale 1 ns $end $var wire 1 ! a $end $enddefinitions $end "
