@@ -1,6 +1,6 @@
-// A host of the npm package ftdi-d2xx, written after its documents: finds the chip, opens channel B in each of its
-// ways, makes pins of it, and takes a picture. Its findings go to a file, because its console does not work on a
-// pipe.
+// A host that uses the npm package ftdi-d2xx as its documentation says: finds the chip, opens channel B in each
+// possible way, switches it to pins, and takes a picture. It writes its results to a file, because Node.js in Wine
+// cannot write to a pipe.
 'use strict';
 
 const fs = require('fs');

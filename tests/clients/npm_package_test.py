@@ -1,4 +1,4 @@
-"""A client of D2XX that nobody here wrote, the npm package ftdi-d2xx, takes a picture on the rig, in Wine."""
+"""The npm package ftdi-d2xx, a third-party client of D2XX, takes a picture on the rig, in Wine."""
 
 import argparse
 import json
@@ -16,7 +16,7 @@ def windows(path):
 
 
 def as_shown(major, minor, build):
-    """Versions have decimal digits, "2.12.36" in 0x021236, and the package takes them for hexadecimal ones."""
+    """The package reads "2.12.36", which D2XX encodes as 0x021236, as hexadecimal numbers."""
     return f"{major}.{minor:02}.{build:02}"
 
 

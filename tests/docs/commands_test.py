@@ -1,10 +1,10 @@
-"""Executes every command in the documentation, and compares its output with the one shown.
+"""Executes every command in the documentation, and compares its output with the output shown.
 
     commands_test.py --build <build tree> [unittest options]
 
-A fenced block named `sh` or `bat` holds commands, and the `text` block after it what they print; a
-line of three dots there stands for any lines. A document is one session in one shell, which begins in
-the project's root. A command in running text is only checked to exist.
+A fenced block named `sh` or `bat` contains commands, and the `text` block after it their output; a
+line of three dots there stands for any lines. All commands of a document run in one shell, which starts
+in the project's root. For a command in running text the test only checks that it exists.
 """
 
 import argparse
@@ -30,7 +30,7 @@ NOT_EXECUTED = {
     "cmake --build --preset windows-x64": "builds the tree that is being tested",
     "gtkwave build/lines.vcd": "needs a screen",
 }
-# Documents, and sections of them, whose commands another test executes.
+# Documents and sections whose commands another test executes.
 EXECUTED_ELSEWHERE = {
     ("README.md", "Install from the archive"):
         "tests/package/package_test.py does it, in an unpacked archive",
@@ -46,15 +46,15 @@ FIGURES = {
 }
 SNIPPETS = {"c", "cpp", "csharp", "js", "python", "toml"}  # snippets_test.py
 
-# Output that depends on time gets so many attempts: on a busy machine a poll may miss a short state.
+# Attempts for output that depends on time: on a busy machine a poll may miss a short state.
 ATTEMPTS = 3
 SECONDS = 120
 
-# Where a Windows user of the documentation has unpacked or cloned it.
+# The directory in which the documentation assumes Solvane on Windows.
 ON_WINDOWS = "C:\\solvane"
 
-# The demo sets up, configures and builds. Here everything is there, and must not change while other
-# tests run in it.
+# Commands that set up, configure and build are replaced: the tree is built already, and must not
+# change while other tests use it.
 STAND_INS = {
     "cmake": 'case "$*" in\n"--preset windows-x64" | "--build --preset windows-x64 "*) exit ;;\nesac\n',
     "apt-get": "", "sudo": "", "npm": "",
@@ -85,7 +85,7 @@ class ShellEnded(Exception):
 
 
 class Shell:
-    """One bash for the commands of a document."""
+    """A bash that executes the commands of a document."""
 
     def __init__(self, folder, variables):
         self.script = os.path.join(folder, "script")
@@ -107,7 +107,7 @@ class Shell:
         with open(self.output, encoding="utf-8", errors="replace") as file:
             printed = file.read().replace("\r", "")
         if not status:
-            os.killpg(self.bash.pid, signal.SIGKILL)  # with the program that hangs in it
+            os.killpg(self.bash.pid, signal.SIGKILL)  # kills the hanging program as well
             raise ShellEnded(f"the shell has ended, or this took {SECONDS} s:\n{printed}")
         return status, printed
 
@@ -116,7 +116,7 @@ class Shell:
 
 
 def run_block(shell, block, folder):
-    """The complaint about a block; empty if it does what the document says."""
+    """What is wrong with a block; empty if it does what the document says."""
     if block.language == "bat":
         script = os.path.join(folder, "commands.bat")
         with open(script, "w") as file:
@@ -136,7 +136,7 @@ def run_block(shell, block, folder):
 
 
 def run_document(page, variables):
-    """The complaints about the commands of a document."""
+    """What is wrong with the commands of a document."""
     complaints = []
     with tempfile.TemporaryDirectory() as folder:
         shell = Shell(folder, variables)
@@ -182,7 +182,7 @@ def cmake_complaint(words):
 
 
 def test_names():
-    """The names of all tests, or their beginnings, from the CMake files and sources."""
+    """The names of all tests, or prefixes of them, from the CMake files and sources."""
     names = []
     for path in glob.glob("tests/**/CMakeLists.txt", recursive=True):
         with open(path) as file:
@@ -215,7 +215,7 @@ def cpack_complaint(words):
 
 
 def program_complaint(words):
-    """For the project's own programs: their help has the command and its options."""
+    """For the project's own programs: whether their help lists the command and its options."""
     commands = [word for word in words[1:2] if not word.startswith("-")]
     program = os.path.join(OPTIONS.build, PROGRAMS[words[0]])
     run = subprocess.run(["scripts/wine", program, *commands, "--help"], capture_output=True,
@@ -243,7 +243,7 @@ def is_command(code):
 
 
 def complaint(command):
-    """Why a command cannot be executed, as far as that can be seen."""
+    """Why a command cannot work, as far as this can be checked without executing it."""
     words = shlex.split(without_variables(command))
     if words[0].startswith("scripts/"):
         return script_complaint(words)

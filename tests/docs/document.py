@@ -60,7 +60,7 @@ class Document:
                 block.shown = following
 
     def inline_code(self):
-        """The inline code, each in one line wherever the document breaks it."""
+        """All inline code, without the document's line breaks."""
         return [" ".join(code.split()) for code in
                 re.findall(r"(?<!`)`([^`]+)`(?!`)", self.prose)]
 

@@ -1,11 +1,11 @@
-"""Compares a command's output in a document with the real one, except times."""
+"""Compares a command's output in a document with its real output, ignoring times."""
 
 import difflib
 import re
 
 
 def without_times(line):
-    """The line with its times, and whatever has a width that depends on them, normalised."""
+    """The line with its times replaced, and everything whose width depends on them."""
     line = re.sub(r"\[\d\d:\d\d:\d\d\.\d{3}\]", "[time]", line.rstrip())
     # Dots are polls whose answer did not change: their number depends on time.
     line = re.sub(r"\[time\] \.* ?(<<<|>>>)", r"[time] \1", line)
@@ -22,12 +22,12 @@ def without_runs(line):
 
 
 def between(lane):
-    """What has no line between two blocks has blanks."""
+    """What joins the parts of a lane: blanks for events, which have no line of their own."""
     return " " if lane.startswith("events") else ""
 
 
 def unfolded(lines):
-    """With each waveform in one row: a long one continues in the row below."""
+    """The lines with each waveform joined into one row: a long one is shown in several rows."""
     parts = []
     for part in "\n".join(lines).split("\n\n"):
         if parts and part.startswith("ms N") and parts[-1].startswith("ms N"):
@@ -42,7 +42,7 @@ def unfolded(lines):
 
 
 def difference(shown, printed):
-    """The differences between both; empty if there are none.
+    """The differences between the shown and the real output; empty if there are none.
 
     A shown line of three dots stands for any lines.
     """

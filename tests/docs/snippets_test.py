@@ -1,10 +1,10 @@
-"""Every code snippet in the documentation is part of a tested file, or compiles, and the rig takes
+"""Every code snippet in the documentation is part of a tested file or compiles, and the rig accepts
 every scenario.
 
     snippets_test.py --build <build tree> [unittest options]
 
-A snippet that is no whole program is compiled with the includes and the function around it that a
-reader supplies.
+A snippet that is not a whole program is compiled with the includes and the enclosing function that a
+reader would add.
 """
 
 import argparse

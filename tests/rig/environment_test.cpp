@@ -95,7 +95,7 @@ TEST_F(EnvironmentDeathTest, AJournalIsWrittenAsItHappens) {
         rig_unplug(0);
         rig_load("");
         rig_note("the end");
-        std::_Exit(0); // skips what the rig writes at a normal exit
+        std::_Exit(0); // no normal exit: the journal must be complete without one
     };
     EXPECT_EXIT(child(), ExitedWithCode(0), "^$");
     EXPECT_EQ(ReadText(path), "# a scenario begins; times in ms\n"

@@ -1,4 +1,4 @@
-/// What check tells, in all its forms.
+/// The output of check: text, JSON, report and comparison.
 
 #include "check_output.h"
 #include "checked.h"
@@ -34,7 +34,7 @@ class CheckOutputTest : public CheckOnTheRig {
         return steps;
     }
 
-    /// What --json prints.
+    /// The output with --json.
     static std::string Printed(const Checked& checked) {
         std::string text;
         for (const Json& step : StepsOf(checked)) {
@@ -126,7 +126,7 @@ TEST_F(CheckOutputTest, BaselineOfSomethingElseIsRefused) {
           "{\"command\": 1, \"verdict\": \"PASS\"}"}) {
         EXPECT_THROW(host::ReadBaseline(text), host::BaselineError) << text;
     }
-    // Of an object of ours with other things in it nothing is taken for granted.
+    // Objects of a check with unexpected values in them must do no harm.
     const std::vector<Json> odd = host::ReadBaseline(
         "{\"command\":\"check\",\"step\":\"capture\",\"facts\":3,\"times\":[1]}\n"
         "{\"command\":\"check\",\"verdict\":1}\n");

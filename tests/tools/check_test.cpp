@@ -1,5 +1,5 @@
-/// solvane check on installations with one fault each: docs/check.md has what it says of them, cell
-/// by cell, and is the one place where that stands.
+/// solvane check on installations with one fault each. The expected results are in the tables of
+/// docs/check.md, and nowhere else.
 
 #include <fstream>
 #include <map>
@@ -25,10 +25,10 @@ using testing::StartsWith;
 struct Kind {
     const char* name;
     const char* scenario;
-    const char* healthy; ///< the verdict
+    const char* healthy; ///< verdict without a fault
 };
 
-// Only the FT2232H reads back every line that it drives.
+// Only the FT2232H reads back every line that it drives, so only its check is complete.
 const std::vector<Kind> kKinds{{"FT2232H", "[[usb]]\nchip = 'FT2232H'\n", "PASS"},
                                {"Embedded API", "[eapi]\n", "INCOMPLETE PASS"},
                                {"Super I/O", "[superio]\n", "INCOMPLETE PASS"},
@@ -69,7 +69,7 @@ TEST_F(CheckTest, LinesAreLeftAsTheyWereFound) {
         EXPECT_EQ(checked.accessoriesPower, 1) << kind.name;
         EXPECT_EQ(checked.trigger, 0) << kind.name;
     }
-    // These kinds keep what the last host left.
+    // These kinds keep the levels that the last host left.
     for (const Kind& kind : {kKinds[0], kKinds[3]}) {
         const Checked checked =
             CheckWith(kind, "[pulls]\ndark = 1\ncamera_power = 0\naccessories_power = 0\n");
@@ -87,7 +87,7 @@ TEST_F(CheckTest, StopLeavesTheLinesAsTheyWereFound) {
             plan.scenario = kind.scenario;
             plan.stopAfterMs = ms;
             const Checked checked = Check(plan);
-            stopped += checked.result.steps.empty() ? 1 : 0; // it has no result
+            stopped += checked.result.steps.empty() ? 1 : 0; // stopped before there was a result
             EXPECT_EQ(checked.dark, 0) << kind.name << ms;
             EXPECT_EQ(checked.cameraPower, 1) << kind.name << ms;
             EXPECT_EQ(checked.accessoriesPower, 1) << kind.name << ms;
@@ -140,7 +140,7 @@ TEST_F(CheckTest, IntervalsHoldWhatTheCameraDid) {
 TEST_F(CheckTest, SleepingCameraIsWokenAndLatchedFlagCleared) {
     for (const Kind& kind : kKinds) {
         const Checked asleep = CheckWith(kind, "[camera]\nasleep = true\n");
-        if (std::string(kind.name) != "parallel port") { // configuring a board may wake it as well
+        if (std::string(kind.name) != "parallel port") { // its configuration wakes the camera, too
             EXPECT_EQ(asleep.result.Verdict(), kind.healthy) << kind.name;
         }
         if (std::string(kind.name) == "FT2232H") {
@@ -160,7 +160,7 @@ TEST_F(CheckTest, WithoutHardwareNothingIsTestedAndEachKindHasItsReason) {
     EXPECT_EQ(checked.Outcome("capture"), "not tested");
 }
 
-/// Where a fault is, what check says of it on each kind: a cause, or that it is not seen.
+/// For each fault, the result of the check on each kind: a cause, or that the fault is not seen.
 using Table = std::map<std::string, std::vector<std::string>>;
 
 Table TableOf(const std::string& firstCell) {
@@ -185,7 +185,7 @@ Table TableOf(const std::string& firstCell) {
     return table;
 }
 
-/// A fault as scenarios have it: "trigger broken" is trigger = 'broken' under [wiring].
+/// The scenario of a fault: "trigger broken" becomes trigger = 'broken' under [wiring].
 std::string ScenarioOf(const std::string& fault) {
     const std::size_t blank = fault.find(' ');
     return "[wiring]\n" + fault.substr(0, blank) + " = '" + fault.substr(blank + 1) + "'\n";
@@ -236,7 +236,7 @@ TEST_F(CheckTest, EveryFaultOfOneWireIsToldAsTheDocumentSays) {
     EXPECT_EQ(notSeen, 24u);
 }
 
-/// What the texts call a line.
+/// The names of the lines in the texts.
 const std::map<std::string, std::string> kWords{{"trigger", "trigger"},
                                                 {"ready", "ready"},
                                                 {"mep", "MEP flag"},
@@ -280,14 +280,14 @@ std::string EventAt(int ms, const std::string& action) {
     return "[[event]]\nat_ms = " + std::to_string(ms) + "\naction = '" + action + "'\n";
 }
 
-/// What the installation suffers beside its wires, as scenarios have it.
+/// A fault of an installation other than in its wires.
 struct Suffering {
-    const char* row; ///< of the document
+    const char* row; ///< first cell of its row in the document
     std::string scenario;
     bool isOfUsb = false;
-    bool isOfPorts = false; ///< of what is reached by InpOut
+    bool isOfPorts = false; ///< concerns the kinds reached through InpOut
     DriverState inpout = DriverState::unknown;
-    const char* said = ""; ///< of the kind that is fitted, in the step "kinds"
+    const char* said = ""; ///< part of the text on the fitted kind in the step "kinds"
     const char* advised = "";
 };
 
@@ -339,13 +339,13 @@ TEST_F(CheckTest, WhatKeepsHardwareFromServingIsToldAsTheDocumentSays) {
     EXPECT_EQ(table.size(), kSufferings.size() + 2);
 }
 
-/// What happens to healthy hardware while it is checked, and is over soon.
+/// A short disturbance of healthy hardware during a check.
 struct Episode {
     const char* row;
-    const char* setup; ///< of the chip
+    const char* setup; ///< keys of the chip
     const char* event;
     int lasts;               ///< ms
-    const char* secondEvent; ///< when it is over; null: the first ends of itself
+    const char* secondEvent; ///< ends the disturbance; null: it ends by itself
     bool isOfUsb;
 };
 
@@ -356,7 +356,7 @@ const std::vector<Episode> kEpisodes{
     {"PC sleeps", "", "sleep", 1000, nullptr, false},
 };
 
-/// How long the steps take that use the hardware.
+/// Total duration of the steps that use the hardware.
 double MillisecondsOfHardware(const Checked& checked) {
     double sum = 0;
     for (const host::StepResult& step : checked.result.steps) {
@@ -367,7 +367,7 @@ double MillisecondsOfHardware(const Checked& checked) {
 
 TEST_F(CheckTest, WhatComesAndGoesIsToldWhenever) {
     const Table table = TableOf("Comes and goes");
-    constexpr int kOpen = 100; // ms; the hardware serves by then
+    constexpr int kOpen = 100; // ms; the library has opened the hardware by then
     constexpr int kApart = 90;
     for (const Episode& episode : kEpisodes) {
         ASSERT_TRUE(table.contains(episode.row)) << episode.row;
@@ -470,7 +470,7 @@ TEST_F(CheckTest, HardwareThatLeavesIsToldWhenever) {
     for (int ms = 50; ms < 3000; ms += 50) {
         const Checked checked = CheckWith(kKinds[0], "[[event]]\nat_ms = " + std::to_string(ms) +
                                                          "\naction = 'unplug'\n");
-        if (checked.result.Verdict() != "PASS") { // it may be over before
+        if (checked.result.Verdict() != "PASS") { // the check may end before the event
             EXPECT_EQ(checked.result.Verdict(), "INCOMPLETE FAIL") << ms;
             EXPECT_THAT(checked.result.cause.id, AnyOf("lost", "no_hardware")) << ms;
         }

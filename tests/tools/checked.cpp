@@ -19,7 +19,7 @@ std::uint64_t stopAt = kNever;
 
 } // namespace
 
-// How the program is told to stop, and its time: the rig's.
+// Replaces the program's stop request and clock: time is the rig's.
 namespace host {
 
 std::stop_token StopToken() {

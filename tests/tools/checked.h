@@ -1,4 +1,4 @@
-/// A check of the real library on the rig, in virtual time, on a machine that is made up.
+/// Runs a check with the real library on the rig, in virtual time, on a made-up PC.
 #pragma once
 
 #include <optional>
@@ -11,16 +11,16 @@
 
 namespace test {
 
-/// As little of a machine as a check needs.
+/// The simplest PC on which a check finds no fault.
 host::Machine PlainMachine();
 
 struct CheckPlan {
     std::string scenario;
     unsigned captures = 3;
     host::Machine machine = PlainMachine();
-    std::set<host::Needs> refused{};            ///< what nobody allows
-    std::optional<std::uint64_t> stopAfterMs{}; ///< the program is told to stop then, as by Ctrl-C
-    const PlannedDriver* driver = nullptr;      ///< of timers, one of which is run then
+    std::set<host::Needs> refused{};            ///< what the user does not allow
+    std::optional<std::uint64_t> stopAfterMs{}; ///< when the program is asked to stop, as by Ctrl-C
+    const PlannedDriver* driver = nullptr;      ///< driver of timers; null: the check runs none
     std::chrono::seconds timerLimit{30};
 };
 

@@ -1,5 +1,5 @@
-/// The library and a check of it on a machine whose sleeps end with the ticks of its clock,
-/// natively: the sleeps of Wine do not.
+/// The library and its check on a PC where every sleep ends at a tick of the system clock. Native
+/// tests, because Wine's sleeps do not behave like this.
 
 #include <algorithm>
 #include <array>
@@ -24,7 +24,7 @@ using testing::IsEmpty;
 struct Kind {
     const char* name;
     const char* scenario;
-    double settles; ///< ms; what a write adds to the pulse
+    double settles; ///< ms; the wait after a write, which lengthens the pulse
 };
 
 const std::array kKinds{Kind{"FT2232H", "[[usb]]\nchip = 'FT2232H'\n", 2},
@@ -37,7 +37,7 @@ double Milliseconds(std::uint64_t nanoseconds) {
     return static_cast<double>(nanoseconds) / 1e6;
 }
 
-/// Lets the next call come so many ms after a tick.
+/// Advances the clock to a time in ms after a tick.
 void ComeAfterTick(double milliseconds) {
     constexpr std::uint64_t kTickNanoseconds = 15'625'000;
     host::Advance(kTickNanoseconds - host::Now() % kTickNanoseconds);
@@ -50,7 +50,7 @@ double SleepFor(DWORD milliseconds) {
     return Milliseconds(host::Now() - begin);
 }
 
-/// As a check measures it on Windows: one sleep after the other.
+/// Measures Sleep(10) as a check does on Windows: one sleep directly after another.
 host::SleepTimes MeasureSleep() {
     host::SleepTimes times;
     SleepFor(10);
@@ -66,7 +66,7 @@ class CoarseClockTest : public CheckOnTheRig {
   protected:
     ~CoarseClockTest() override { host::SetTicks(Ticks::none); }
 
-    /// How long the trigger is high when it comes at each moment between two ticks, in ms.
+    /// The lengths of the trigger pulse, in ms, for triggers at all moments between two ticks.
     static std::vector<double> Pulses(const Kind& kind) {
         SLV::Internal::LibraryState& state = SLV::Internal::GetLibraryState();
         state.controller.reset();
@@ -128,9 +128,9 @@ TEST_F(CoarseClockTest, PulsesLastUntilATickWhereItIsNot) {
     host::SetTicks(Ticks::ignored);
     for (const Kind& kind : kKinds) {
         const auto [shortest, longest] = std::ranges::minmax(Pulses(kind));
-        const double ticks = kind.settles > 0 ? 2 : 1; // one a sleep
+        const double ticks = kind.settles > 0 ? 2 : 1; // one tick for each sleep
         EXPECT_DOUBLE_EQ(longest, ticks * kTick) << kind.name;
-        // What comes before the edge sleeps on an FT2232H alone, and so ends with a tick.
+        // Only the FT2232H sleeps before the edge as well, so its pulse begins at a tick.
         EXPECT_DOUBLE_EQ(shortest, kind.settles > 0 ? ticks * kTick : 0.125) << kind.name;
     }
 }
@@ -146,7 +146,7 @@ TEST_F(CoarseClockTest, CheckPassesAndExplainsThePulse) {
             for (const int exposure : {0, 20, 21, 22, 23, 24, 25, 26, 27, 40, 333}) {
                 plan.scenario =
                     kind.scenario + ("[camera]\nexposure_ms = " + std::to_string(exposure) + "\n");
-                // The capture comes at another moment after a tick each time.
+                // shifts the capture to another moment between two ticks
                 plan.scenario += "ready_after_power_ms = " + std::to_string(500 + exposure) + "\n";
                 const Checked checked = Check(plan);
                 EXPECT_FALSE(checked.result.hasFailed) << kind.name << exposure;

@@ -1,4 +1,4 @@
-/// What check and doctor make of machines that nobody has.
+/// What check and doctor say about made-up PCs.
 
 #include "checked.h"
 #include "diagnosis.h"

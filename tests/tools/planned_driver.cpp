@@ -12,8 +12,8 @@ namespace {
 
 enum class Timer {
     none,
-    created, ///< its run begins on another thread, sooner or later
-    waiting, ///< in a run, for an event that is not due
+    created, ///< its run will begin on another thread
+    waiting, ///< its run waits for the next event
     delivering,
     disposed
 };
@@ -26,7 +26,7 @@ std::uint64_t beganMs = 0;
 short eventStatus = 0;
 Timer timer = Timer::none;
 bool isStopped = false;
-bool isGoing = false; ///< the driver goes, and with it what waits for it
+bool isGoing = false; ///< the driver is being destroyed; waits must end
 
 std::uint64_t NowMs() {
     return host::Now() / 1'000'000;
@@ -40,7 +40,7 @@ short SOLVANE_CALL Create(SolvaneTimerHandle* handle, std::uint64_t context) {
     const std::lock_guard lock(mutex);
     timer = Timer::created;
     beganMs = NowMs();
-    *handle = context; // what the function is called with
+    *handle = context; // the handle is passed back as the callback's context
     return 0;
 }
 
@@ -57,7 +57,7 @@ short SOLVANE_CALL RunPlanned(SolvaneTimerHandle handle, std::uint32_t,
         timer = Timer::delivering;
         dueMs.erase(dueMs.begin());
         if (!isStopped) {
-            lock.unlock(); // the function may stop the timer
+            lock.unlock(); // the callback may stop the timer
             const SolvaneTimerEvent event{eventStatus, 1, 0, 0, 0, 0};
             callback(handle, &event);
             lock.lock();

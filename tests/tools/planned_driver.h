@@ -1,4 +1,4 @@
-/// The library's timers on a kernel driver whose events are planned, in virtual time.
+/// Replaces the library's timers: their events come at planned moments in virtual time.
 #pragma once
 
 #include <cstdint>
@@ -8,21 +8,21 @@
 
 namespace test {
 
-/// Its timer gives its events when the virtual clock says so, and none after the last: then the
-/// run stays in the library, as a real one does, until this goes. One at a time.
+/// After its last event a run keeps waiting, as in the real library, until the PlannedDriver is
+/// destroyed. There can be only one PlannedDriver at a time.
 class PlannedDriver {
   public:
     explicit PlannedDriver(std::vector<std::uint64_t> eventsAtMs, short statusOfEvents = 0);
 
-    /// Sees to it that a timer that was created has been disposed of.
+    /// Ends a run that still waits, and blocks until its timer has been disposed of.
     ~PlannedDriver();
     PlannedDriver(const PlannedDriver&) = delete;
     PlannedDriver& operator=(const PlannedDriver&) = delete;
 
-    /// Makes them the timer functions of the library, whose SetLogger this sees, too.
+    /// Replaces the timer functions, and SetLogger to see whether the log was taken away.
     static void PutInto(host::Functions& functions);
 
-    /// To be called when the clock has moved: returns when what is due by now was delivered.
+    /// To be called after the clock has advanced: returns once all due events are delivered.
     static void Follow();
 
     bool wasLoggerTaken = false;

@@ -1,4 +1,4 @@
-/// The step of a check that runs a timer of the driver's, which may never give an event.
+/// The step of a check that runs a timer of the kernel driver, which may never deliver an event.
 
 #include "checked.h"
 
@@ -86,7 +86,7 @@ TEST_F(TimerStepTest, StopDoesNotWaitForAnEvent) {
     plan.scenario = "[[usb]]\nchip = 'FT2232H'\n";
     plan.refused = {host::Needs::lines, host::Needs::power};
     plan.driver = &driver;
-    plan.stopAfterMs = 10'000; // the other steps are over by then
+    plan.stopAfterMs = 10'000; // after all the other steps
     const Checked checked = Check(plan);
     EXPECT_TRUE(checked.result.steps.empty()) << "it has no result";
     EXPECT_TRUE(driver.isKeptLoaded);

@@ -1,5 +1,5 @@
-"""The player of transcripts itself: what is wrong in a transcript or in the library turns it red, with the
-file and the line, and nothing is left out in silence."""
+"""Tests of the transcript player itself: every mistake in a transcript and every difference in the library
+must fail, with file and line, and nothing may be skipped silently."""
 
 import os
 import subprocess
@@ -33,7 +33,7 @@ GOOD = f"""{START}CheckAvailable -> -3
 
 
 def play(text, *options, total=1, more=()):
-    """The exit code and output of a run over a directory with this one transcript."""
+    """The exit code and output of a run on a directory with only this transcript."""
     with tempfile.TemporaryDirectory() as directory:
         for name, content in (("a.transcript", text), *more):
             with open(os.path.join(directory, name), "w", encoding="latin-1") as file:

@@ -1,5 +1,5 @@
-/// With SOLVANE_RIG=bench the transcripts are played on a bench: in this process, where time is
-/// virtual.
+/// With SOLVANE_RIG=bench the transcripts are played on a bench. It is in this process, because
+/// time is virtual.
 #include "direct_bench.h"
 
 namespace {

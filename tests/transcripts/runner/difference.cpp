@@ -8,9 +8,9 @@ namespace transcript {
 namespace {
 
 constexpr std::size_t kLinesAround = 3;
-constexpr std::size_t kLongest = 120; ///< lines that are printed of one difference
+constexpr std::size_t kLongest = 120; ///< most lines printed for one difference
 
-/// Lines beyond those expected that are looked at.
+/// Surplus lines beyond this number are cut before the comparison.
 constexpr std::size_t kMostTooMany = 1000;
 
 struct Row {
@@ -19,11 +19,12 @@ struct Row {
     const std::string* text;
 };
 
-/// The rows of the longest common text.
+/// Both texts aligned along their longest common subsequence of lines.
 std::vector<Row> Aligned(const std::vector<ExpectedLine>& expected,
                          const std::vector<std::string>& happened) {
     const std::size_t width = happened.size() + 1;
-    std::vector<std::uint32_t> common((expected.size() + 1) * width); // from here to the ends
+    // Lengths of the common subsequences from (e, h) to the ends.
+    std::vector<std::uint32_t> common((expected.size() + 1) * width);
     for (std::size_t e = expected.size(); e-- > 0;) {
         for (std::size_t h = happened.size(); h-- > 0;) {
             common[e * width + h] =
@@ -56,7 +57,7 @@ std::vector<Row> Aligned(const std::vector<ExpectedLine>& expected,
 
 std::string Difference(const std::vector<ExpectedLine>& expected,
                        std::vector<std::string> happened) {
-    if (happened.size() > expected.size() + kMostTooMany) { // a loop without an end
+    if (happened.size() > expected.size() + kMostTooMany) { // an endless loop in the library
         const std::size_t more = happened.size() - expected.size() - kMostTooMany;
         happened.resize(expected.size() + kMostTooMany);
         happened.push_back("    ... and " + std::to_string(more) + " lines more");

@@ -1,4 +1,4 @@
-/// What differs between two texts, line by line.
+/// Compares two texts line by line.
 #pragma once
 
 #include <string>
@@ -11,8 +11,8 @@ struct ExpectedLine {
     std::string text;
 };
 
-/// Both texts side by side below each other: what stands in one alone is marked "-" (expected) or
-/// "+" (happened), with some lines round it. Empty when they are equal.
+/// The differences with some lines of context: "-" marks lines that were only expected, "+" lines
+/// that only happened. Empty when the texts are equal.
 std::string Difference(const std::vector<ExpectedLine>& expected,
                        std::vector<std::string> happened);
 

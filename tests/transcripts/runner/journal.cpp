@@ -11,10 +11,10 @@ namespace transcript {
 
 namespace {
 
-/// How the host's own notes begin in the rig's journal: log lines. All others are system calls.
+/// Marks log lines among the notes in the rig's journal. The other notes are system calls.
 constexpr char kLog = '\x01';
 
-// Here and not where they are used, for they are used until the very end of the process.
+// Static, because they are still needed at the end of the process.
 const std::regex kStamp(R"(\[\d\d:\d\d:\d\d\.\d\d\d\] )");
 const std::regex kCall(R"([A-Za-z_0-9:]+\(.*\)( -> .+)?)");
 const std::regex kNative(R"(native [A-Za-z]+\(.*\)( -> .+)?)");
@@ -22,7 +22,7 @@ const std::regex kLogLine(R"(log "([^"\\]|\\.)*")");
 const std::regex kEdge(R"(edge [a-z_]+ [01])");
 const std::regex kTimes(R"((\d{1,5}) times(, in real time (\d{1,5}) to (\d{1,5}))?)");
 
-/// A text in quotes, in which everything can be seen.
+/// A text in quotes, with all invisible characters escaped.
 std::string Quoted(const std::string& text) {
     std::string quoted = "\"";
     for (const char character : text) {
@@ -41,7 +41,7 @@ std::string Quoted(const std::string& text) {
     return quoted + '"';
 }
 
-/// A line as it reaches the host; nothing but an empty one has no time stamp.
+/// A log line without its time stamp, which every line except an empty one must have.
 std::string LogEntry(const std::string& line) {
     std::smatch match;
     if (std::regex_search(line, match, kStamp, std::regex_constants::match_continuous)) {
@@ -55,7 +55,7 @@ bool IsEntry(const std::string& text, bool withEdges) {
            std::regex_match(text, kLogLine) || (withEdges && std::regex_match(text, kEdge));
 }
 
-/// Goes through the lines and through what happened at the same time.
+/// Expands the expected lines, and matches them with what happened to resolve open numbers.
 class Expectation {
   public:
     Expectation(const std::vector<std::string>& journal, bool edges)

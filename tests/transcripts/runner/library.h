@@ -1,5 +1,4 @@
-/// The library as this program reaches it: linked in natively, a DLL on Windows. Each case has a
-/// fresh one.
+/// Access to the library: linked in natively, a DLL on Windows. Each case gets a fresh one.
 #pragma once
 
 #include <cstdint>
@@ -12,24 +11,24 @@
 
 namespace transcript {
 
-/// Whether the system calls of the library are seen too, and time is virtual.
+/// Whether this is a native build, where system calls are recorded and time is virtual.
 extern const bool kIsNative;
 
-/// The library of the case that is being played.
+/// The functions of the current case's library.
 const test::LibraryFunctions& Loaded();
 
-/// What the case must not leave behind; one line each.
+/// Resources that the case has leaked; one line each.
 std::vector<std::string> LeftBehind();
 
 /// Lets time pass.
 void Wait(unsigned milliseconds);
 
-/// Plays a case on a fresh library: `body`, then the library is unloaded, then `afterUnload`, each
-/// of which tells whether all was well. False also when the case took the process with it.
+/// Plays a case on a fresh library: runs `body`, unloads the library, runs `afterUnload`. Both
+/// return whether they succeeded. False also when the case crashed.
 bool OnFreshLibrary(const std::string& title, const std::function<bool()>& body,
                     const std::function<bool()>& afterUnload);
 
-/// What cases have printed so far.
+/// Takes what the cases have printed so far.
 std::string TakeOutput();
 
 } // namespace transcript

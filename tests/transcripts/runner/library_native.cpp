@@ -16,7 +16,7 @@ namespace transcript {
 
 namespace {
 
-/// A case that hangs ends with SIGALRM.
+/// A case that hangs is ended by SIGALRM after this time.
 constexpr unsigned kMostSeconds = 20;
 
 std::string output;
@@ -24,8 +24,8 @@ std::string output;
 const std::function<bool()>* whenUnloaded = nullptr;
 bool isWell = true;
 
-/// The library's state goes at the exit of the process, before this is called. So does what belongs
-/// to the thread; hence another one.
+/// Called at exit, after the library's static state was destroyed. Objects of the main thread are
+/// gone by then too, so the work is done on another thread.
 void Finish() {
     std::thread([] { isWell = (*whenUnloaded)() && isWell; }).join();
     if (!isWell) {
@@ -67,7 +67,7 @@ void Wait(unsigned milliseconds) {
     host::Advance(std::uint64_t{milliseconds} * 1'000'000);
 }
 
-/// In a copy of this process, which has used nothing of the library.
+/// Plays the case in a forked process, because this one has never used the library.
 bool OnFreshLibrary(const std::string& title, const std::function<bool()>& body,
                     const std::function<bool()>& afterUnload) {
     std::FILE* const printed = std::tmpfile();
@@ -78,7 +78,7 @@ bool OnFreshLibrary(const std::string& title, const std::function<bool()>& body,
         dup2(fileno(printed), STDERR_FILENO);
         alarm(kMostSeconds);
         whenUnloaded = &afterUnload;
-        rig_load(""); // the rig is there before, and so it is there at the end
+        rig_load(""); // created before the library, so destroyed after it
         std::atexit(Finish);
         isWell = body();
         std::exit(0);

@@ -14,7 +14,7 @@ namespace {
 std::optional<test::LoadedLibrary> library;
 std::string played;
 
-/// A crash takes all cases with it: at least it says in which one.
+/// A crash ends all cases, so print which one has crashed.
 LONG WINAPI TellWhere(EXCEPTION_POINTERS* pointers) {
     std::fprintf(stderr, "%s: the process ends with exception 0x%lx\n", played.c_str(),
                  pointers->ExceptionRecord->ExceptionCode);

@@ -1,4 +1,4 @@
-/// Plays transcripts and says what differs.
+/// Plays transcripts and prints the differences.
 
 #include <algorithm>
 #include <cstdio>
@@ -25,7 +25,7 @@ struct Options {
     bool prints = false;
     bool stopsAtFirst = false;
     std::filesystem::path directory;
-    std::vector<std::pair<std::string, int>> chosen; ///< files, and lines in them or 0
+    std::vector<std::pair<std::string, int>> chosen; ///< file, and line or 0 for the whole file
 };
 
 bool ReadOptions(int count, char** arguments, Options& options) {
@@ -49,7 +49,7 @@ bool ReadOptions(int count, char** arguments, Options& options) {
     return !options.directory.empty();
 }
 
-/// All transcripts below a directory, in the order of their names.
+/// All transcripts below a directory, sorted by name.
 std::vector<std::pair<std::string, int>> FilesOf(const std::filesystem::path& directory) {
     std::vector<std::pair<std::string, int>> files;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(directory)) {
@@ -61,7 +61,7 @@ std::vector<std::pair<std::string, int>> FilesOf(const std::filesystem::path& di
     return files;
 }
 
-/// The cases of a file, or the one in which a line stands.
+/// All cases of a file, or only the one that contains the line.
 std::vector<Case> CasesOf(Reader& reader, const std::filesystem::path& file, int line) {
     std::vector<Case> cases = reader.Read(file);
     if (line == 0) {
@@ -75,7 +75,7 @@ std::vector<Case> CasesOf(Reader& reader, const std::filesystem::path& file, int
     return {*std::prev(after)};
 }
 
-/// The number of cases that a run must have, from the directory's own list.
+/// The number of cases that a run must play, from the file TOTALS in the directory.
 int ExpectedTotal(const std::filesystem::path& directory) {
     const std::string wanted = kIsNative ? "natively" : "in-wine";
     std::ifstream totals(directory / "TOTALS");

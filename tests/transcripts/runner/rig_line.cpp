@@ -24,7 +24,7 @@ std::string Trimmed(const std::string& text) {
                                       : text.substr(begin, text.find_last_not_of(' ') - begin + 1);
 }
 
-/// The parts between the commas that stand in no text.
+/// Splits at commas, except inside quotes.
 std::vector<std::string> PartsOf(const std::string& text) {
     std::vector<std::string> parts(1);
     bool isInText = false;
@@ -57,7 +57,7 @@ std::string ScenarioOf(const Line& act) {
         throw Mistake(act.below.front().place, "a scenario stands below \"rig\" alone");
     }
     std::string scenario;
-    std::map<std::string, std::string> tables; // that have a name of their own: camera, pulls, ...
+    std::map<std::string, std::string> tables; // other tables by name: camera, pulls, ...
     bool hasHardware = false;
     for (const std::string& part : PartsOf(act.text.substr(3))) {
         const std::size_t equals = part.find('=');

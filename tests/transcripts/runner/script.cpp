@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::size_t kIndentation = 4;
 
-/// Definitions that use each other without an end stop here.
+/// Limit for definitions that use each other in a cycle.
 constexpr int kDeepest = 20;
 
 bool IsComment(const Line& line) {
@@ -24,8 +24,8 @@ std::string FirstWord(const std::string& text) {
     return text.substr(0, text.find(' '));
 }
 
-/// The lines of a file as a tree; comments keep their "#", blank lines are left out but where they
-/// follow a comment, which they end.
+/// The lines of a file as a tree by indentation. Comments keep their "#". Blank lines are kept only
+/// at the margin, where they end a comment.
 std::vector<Line> ReadTree(const std::filesystem::path& path, const std::string& name) {
     std::ifstream file(path, std::ios::binary);
     if (!file) {
@@ -54,12 +54,12 @@ std::vector<Line> ReadTree(const std::filesystem::path& path, const std::string&
         }
         text.erase(0, blanks);
         if (blanks != 0 && text.front() == '#') {
-            continue; // a remark
+            continue; // a comment inside a case
         }
         std::vector<Line>* level = &top;
         for (std::size_t depth = 0; depth < blanks; depth += kIndentation) {
             while (depth == 0 && !level->empty() && level->back().text.empty()) {
-                level->pop_back(); // a blank line inside what is indented
+                level->pop_back(); // a blank line between indented lines
             }
             if (level->empty() || IsComment(level->back())) {
                 throw Mistake(place, "indented below nothing");
@@ -71,7 +71,7 @@ std::vector<Line> ReadTree(const std::filesystem::path& path, const std::string&
     return top;
 }
 
-/// A definition's lines, with the values of its parameters.
+/// A definition's lines with its parameters replaced by their values.
 std::vector<Line> Filled(std::vector<Line> lines, const Place& use,
                          const std::map<std::string, std::string>& values) {
     for (Line& line : lines) {
@@ -109,7 +109,7 @@ bool Matches(const Definition& definition, const std::vector<std::string>& words
     return true;
 }
 
-/// The lines with every use of a definition replaced by what it stands for.
+/// The lines with every use of a definition replaced by its body.
 std::vector<Line> Resolved(const std::vector<Line>& lines, const std::vector<Definition*>& known,
                            int depth = 0) {
     std::vector<Line> resolved;
@@ -231,7 +231,7 @@ std::vector<Case> Reader::Read(const std::filesystem::path& path) {
         }
         if (line.text.empty()) {
             if (!hasForeword && !comments.empty()) {
-                hasForeword = true; // the first comment tells what the file is about
+                hasForeword = true; // the first comment describes the file
                 comments.clear();
             }
             continue;

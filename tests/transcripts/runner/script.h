@@ -1,5 +1,5 @@
-/// Transcripts as they are written: files of cases, each a list of acts with what follows from
-/// them. tests/transcripts/README.md says how they look.
+/// Reads transcripts: files of cases, each a list of acts and what is expected to follow. The
+/// format is described in tests/transcripts/README.md.
 #pragma once
 
 #include <filesystem>
@@ -10,7 +10,7 @@
 
 namespace transcript {
 
-/// Where a line stands: "usb/trigger.transcript:12".
+/// The position of a line: "usb/trigger.transcript:12".
 struct Place {
     std::string file;
     int line = 0;
@@ -18,7 +18,7 @@ struct Place {
     std::string Text() const { return file + ":" + std::to_string(line); }
 };
 
-/// A transcript that cannot be understood.
+/// A mistake in a transcript.
 struct Mistake : std::runtime_error {
     Mistake(const Place& place, const std::string& what)
         : runtime_error(place.Text() + ": " + what) {}
@@ -26,8 +26,8 @@ struct Mistake : std::runtime_error {
 
 /// A line with the lines that are indented below it.
 struct Line {
-    Place place; ///< of the text itself, which may be part of a definition
-    Place use;   ///< in the case
+    Place place; ///< where the text is, possibly in a definition
+    Place use;   ///< where the case uses it
     std::string text;
     std::vector<Line> below;
 };
@@ -38,7 +38,7 @@ struct Case {
     std::vector<Line> acts; ///< with definitions resolved
 };
 
-/// A phrase that stands for several lines.
+/// A phrase that is replaced by several lines.
 struct Definition {
     Place place;
     std::vector<std::string> words; ///< "<name>" is a parameter
@@ -46,7 +46,7 @@ struct Definition {
     bool isUsed = false;
 };
 
-/// Reads all cases of transcripts, whose places are named relative to one directory.
+/// Reads the cases of transcripts. Places are relative to one directory.
 class Reader {
   public:
     explicit Reader(std::filesystem::path directory) : root(std::move(directory)) {}
@@ -54,7 +54,7 @@ class Reader {
     /// Throws Mistake, also for a file without a case.
     std::vector<Case> Read(const std::filesystem::path& file);
 
-    /// Definitions of all files so far that no case uses.
+    /// Definitions in the files read so far that no case uses.
     std::vector<std::string> Unused() const;
 
   private:
@@ -65,10 +65,10 @@ class Reader {
 
     std::filesystem::path root;
     std::map<std::string, std::vector<Line>> files;
-    std::map<std::string, Definition> definitions; ///< by their places
+    std::map<std::string, Definition> definitions; ///< by place
 };
 
-/// The blank-separated words of a line; a text in quotes is one of them, without the quotes.
+/// The words of a line; a text in quotes is one word, without its quotes.
 std::vector<std::string> WordsOf(const std::string& text);
 
 } // namespace transcript

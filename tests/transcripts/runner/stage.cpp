@@ -12,7 +12,7 @@ namespace transcript {
 
 namespace {
 
-/// What an answer holds that nobody has written.
+/// Value of an answer that the library has not written.
 constexpr std::int16_t kUntouched = 0x5A5A;
 
 template <typename Number>
@@ -61,7 +61,7 @@ void Stage::PlayUntilUnload() {
         }
         Play(played.acts[next]);
     }
-    rig_journal_clear(); // what a library does that is unloaded after the case is no part of it
+    rig_journal_clear(); // an unload after the last act is not part of the case
 }
 
 void Stage::PlayRest() {
@@ -89,7 +89,7 @@ std::string Stage::Print() const {
     return text + '\n';
 }
 
-/// An act, as it turned out, and what followed from it.
+/// Adds an act with its actual result, and what followed from it.
 void Stage::Add(const Line& act, const std::string& what) {
     expected.push_back({act.use.Text(), act.text});
     happened.push_back(what);
@@ -127,7 +127,7 @@ void Stage::Play(const Line& act) {
     Call(act, called.substr(0, bracket), bracket != std::string::npos);
 }
 
-/// The functions of the library.
+/// Calls a function of the library.
 void Stage::Call(const Line& act, const std::string& name, bool hasArgument) {
     const std::string argument = hasArgument ? act.text.substr(name.size(), 6) : "";
     const test::LibraryFunctions& library = Loaded();
@@ -185,7 +185,7 @@ void Stage::Load(const Line& act) {
     happened.push_back(act.text);
 }
 
-/// "fault FT_Write status=4 call=2 times=3"; calls are counted from now.
+/// Handles "fault FT_Write status=4 call=2 times=3"; calls are counted from now.
 void Stage::AddFault(const Line& act) {
     const std::vector<std::string> words = WordsOf(act.text);
     const std::string function = words.size() > 1 ? words[1] : "";
@@ -215,7 +215,7 @@ void Stage::AddFault(const Line& act) {
     Require(act, rig_add_fault(&fault) == 0);
 }
 
-/// What is done to the rig, and how the case is played.
+/// Handles acts that change the rig, or how the case is played.
 bool Stage::Arrange(const Line& act, const std::vector<std::string>& words) {
     const std::string& verb = words.front();
     const auto is = [&](const char* known, std::size_t count) {
@@ -249,7 +249,7 @@ bool Stage::Arrange(const Line& act, const std::vector<std::string>& words) {
     return true;
 }
 
-/// What the camera has seen.
+/// Handles acts that ask for the state of the rig: captures, levels.
 bool Stage::Ask(const Line& act, const std::vector<std::string>& words) {
     if (words.front() == "captures" && words.size() == 2) {
         NumberOf(act, words[1]);

@@ -1,4 +1,4 @@
-/// Plays a case: does what its acts say, and compares what follows with what stands below them.
+/// Plays a case: performs its acts, and compares what follows with the lines below them.
 #pragma once
 
 #include "difference.h"
@@ -7,20 +7,20 @@
 
 namespace transcript {
 
-/// Whether a case is for native runs alone.
+/// Whether a case must only be played natively.
 bool IsForNativeRuns(const Case& played);
 
 class Stage {
   public:
     explicit Stage(const Case& playedCase) : played(playedCase) {}
 
-    /// Up to the act that unloads the library, or the last one. Throws Mistake.
+    /// Plays the acts before "unload", or all of them. Throws Mistake.
     void PlayUntilUnload();
 
-    /// What follows from the unloading, and the acts after it.
+    /// Adds what followed from the unload, and plays the acts after it.
     void PlayRest();
 
-    /// What differs; empty when nothing does.
+    /// The difference to what was expected; empty if there is none.
     std::string Difference() const { return transcript::Difference(expected, happened); }
 
     /// What happened, in the form of a transcript.
