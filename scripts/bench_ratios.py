@@ -1,4 +1,4 @@
-"""Prints the ratios and differences that matter of a run of the benchmarks (medians)."""
+"""Prints the interesting ratios and differences (of medians) from a run of the benchmarks."""
 
 import json
 import sys

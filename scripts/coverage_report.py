@@ -1,8 +1,8 @@
-"""Reports what gcovr measured, line by line, against the list of what is left out of it.
+"""Compares gcovr's measurement with the list of exclusions, and reports each line that differs.
 
     coverage_report.py <gcovr's JSON> <list of exclusions>
 
-Fails unless everything else is executed.
+Fails unless everything that is not excluded was executed.
 """
 
 import collections
@@ -16,7 +16,7 @@ measured, excluding = sys.argv[1:]
 with open(measured) as file:
     files = json.load(file)["files"]
 
-# {(file, "line" or "branch", text of the line): how many}, and the files left out whole.
+# Gives {(file, "line" or "branch", text of the line): count}, and the files that are excluded whole.
 ENTRY = re.compile(r"(\S+): (?:file|(\d+) (line|branch)(?:es|s)?: (.*))\n(?: +\S.*\n)+")
 with open(excluding) as file:
     listed = re.sub(r"(?m)^(#.*)?\n", "", file.read())
@@ -27,7 +27,7 @@ files_left_out = {name for name, kind, _ in exclusions if not kind}
 exclusions = {entry: count for entry, count in exclusions.items() if count}
 left_out = sum(exclusions.values())
 
-# (file, kind, text of the line) -> [(line, whether executed, what is missing else)]
+# (file, kind, text of the line) -> [(line, whether executed, what is missing if not)]
 items = collections.defaultdict(list)
 for file in files:
     with open(file["file"]) as source:
@@ -43,7 +43,7 @@ for file in files:
                 (number, branch["count"] > 0,
                  f"branch {index} of {len(line['branches'])} never taken"))
 
-# What is excluded is excluded whole: one branch more or less than listed is a change to look at.
+# The counts must match exactly: one branch more or less than listed must be reviewed.
 executed, of_all, complaints = collections.Counter(), collections.Counter(), []
 for (name, kind, text), found in items.items():
     missing = [item for item in found if not item[1]]
@@ -60,7 +60,7 @@ for (name, kind, text), found in items.items():
         executed[room, kind] += sum(item[1] for item in found)
 complaints += [(name, 0, "excluded, but not there", text) for name, _, text in exclusions]
 
-# A source file that no test program contains is not measured at all.
+# gcovr does not report source files that are in no test program.
 sources = subprocess.run(["git", "ls-files", "-co", "--exclude-standard", "src/*.cpp"], check=True,
                          capture_output=True, text=True).stdout.split()
 complaints += [(name, 0, "not measured", "is it part of a test program?")

@@ -1,4 +1,4 @@
-"""The small changes that can be made to the sources, found in clang's view of them."""
+"""Finds the mutations (small changes) of the sources, in clang's syntax tree."""
 
 import os
 import re
@@ -44,7 +44,7 @@ class Mutation:
         self.after = " ".join(self.mutated[begin:rest].split())
 
     def key(self):
-        """What names it in the list of survivors, wherever the line moves."""
+        """Identifies the mutation in the list of survivors, independent of line numbers."""
         return self.place, self.before, self.after
 
     def __str__(self):
@@ -105,7 +105,7 @@ class Finder:
             self.swap_arguments(cursor)
 
     def remove(self, statement):
-        """Statements of use for what they do, and objects of use for their life time alone."""
+        """Removes statements that only have side effects, and objects that only matter by their lifetime."""
         start, end = span(statement)
         inside = list(statement.get_children())
         rest = self.text[end:]
@@ -128,7 +128,7 @@ class Finder:
                           if child.kind.is_statement() and child.kind != CursorKind.DECL_STMT)
             condition = children[branch - 1]
         text = self.source(condition)
-        # Comparisons and negations are turned round as operators already.
+        # Comparisons and negations are already mutated as operators.
         if text and not text.startswith("!") and (
                 "&&" in text or "||" in text or not re.search(r" ([=!]=|<=?|>=?) ", text)):
             self.add(*span(condition), f"!({text})")
@@ -163,8 +163,8 @@ class Finder:
 
     def change_operator(self, token, start, end):
         operator = token.spelling
-        # << into a stream is no shift. What has no blanks round it is no operator of two sides, but
-        # a pointer, a reference, a sign or the bracket of template arguments.
+        # << into a stream is not a shift. Without blanks around it, it is not a binary operator, but a
+        # pointer, a reference, a sign or the bracket of template arguments.
         around = self.text[start - 1] + self.text[end]
         if operator in ("<<", ">>") and token.cursor.kind not in CALCULATIONS or \
                 operator in "&*+-<>" and around.strip():
@@ -181,7 +181,7 @@ def is_template(call):
 
 
 def may_stand_for(left, right):
-    """Whether values of the two types can be exchanged without the compiler minding."""
+    """Whether values of the two types can be swapped without a compiler error."""
     left, right = left.get_canonical(), right.get_canonical()
     numbers = range(TypeKind.BOOL.value, TypeKind.LONGDOUBLE.value + 1)
     return (left.spelling.replace("const ", "") == right.spelling.replace("const ", "") or
@@ -201,7 +201,7 @@ def changed_literals(literal):
 
 
 def of_tree(scratch):
-    """All mutations of src/, numbered in the order of files and places."""
+    """All mutations of src/, numbered by file and position."""
     subprocess.run(["cmake", "--preset", "mutation", "-B", scratch], check=True,
                    stdout=subprocess.DEVNULL)
     database = clang.cindex.CompilationDatabase.fromDirectory(scratch)

@@ -1,8 +1,8 @@
 #!/usr/bin/python3 -B
-"""The wiring of each kind of hardware, as the tables in src/controllers have it: drawn, for
-docs/hardware.md, into docs/wiring. tests/style/hardware_doc.py tells when a drawing is out of date.
+"""Draws the wiring of each kind of hardware for docs/hardware.md, from the tables in src/controllers,
+into docs/wiring. tests/style/hardware_doc.py fails when a drawing is out of date.
 
-    scripts/wiring.py    draws them
+    scripts/wiring.py    draws all
 """
 
 import re
@@ -13,8 +13,8 @@ from pathlib import Path
 ROOT = Path(__file__).resolve().parent.parent
 DRAWINGS = ROOT / "docs/wiring"
 
-# A pin, how a program knows it, whether it is driven, the camera's line on it and that line's
-# level. Of a wire that comes back, `of` is the pin whose level it tells.
+# A pin, its bit or number for programs, whether it is an output, the camera's line on it and the
+# meaning of that line's level. For a wire that reads back an output, `of` is the output's pin.
 Wire = namedtuple("Wire", "pin bit is_output line level of", defaults=(None,))
 
 CONTROLLERS = ROOT / "src/controllers"
@@ -24,7 +24,7 @@ PINS = (CONTROLLERS / "mobo/pins.h").read_text()
 MAINBOARD = (CONTROLLERS / "mobo/solvane_mobo.cpp").read_text()
 SUPER_IO = (CONTROLLERS / "mobo/solvane_kontron.cpp").read_text()
 
-# What the names of bits say: the line, and which level means what.
+# By the names of bits: the line, and the meaning of its level.
 NAMED = {
     "Trigger": ("trigger", "pulse to 1"),
     "Dark": ("dark", "1 = dark"),
@@ -41,7 +41,7 @@ ORDER = [line for line, _ in dict.fromkeys(NAMED.values())]
 
 
 def in_order(wires):
-    """Line by line, each with the wires that come back from it."""
+    """The wires sorted by line, each followed by the wires that read it back."""
     first = [wire for wire in wires if wire.of is None]
     first.sort(key=lambda wire: ORDER.index(wire.line) if wire.line in ORDER else len(ORDER))
     return [each for wire in first
@@ -74,7 +74,7 @@ def parallel_port():
 
 
 def mainboard(back_end):
-    """`back_end` is the source with the power lines' levels, which differ."""
+    """`back_end` is the source with the levels of the power lines, which differ between the two kinds."""
     def level(function, pin, source=MAINBOARD):
         body = re.search(rf"^\w[\w:]* [\w:]*{function}\([^\n]* \{{\n(.*?)^\}}", source, re.S | re.M)[1]
         return {"High": 1, "Low": 0}[re.search(rf"{pin}level(High|Low)", body)[1]]
@@ -112,7 +112,7 @@ KINDS = {
 
 WIDTH, MARGIN, BOX, TOP, ROW, BACK, FOOT = 820, 16, 236, 34, 38, 30, 44
 LEFT, RIGHT = MARGIN + BOX, WIDTH - MARGIN - BOX + 40
-JOINT = RIGHT - 30  # where a wire that comes back leaves the line
+JOINT = RIGHT - 30  # where a read-back wire branches off the line
 STYLE = """<style>
 text{font:13px system-ui,"Segoe UI",Roboto,"DejaVu Sans",sans-serif;fill:#1f2328}
 .paper{fill:#fff;stroke:#d1d9e0}
@@ -146,7 +146,7 @@ def stroke(style, path):
 
 
 def tip(style, x, y):
-    """An arrow that ends there, from the left for an output."""
+    """An arrowhead at x, y that points to the right for an output, else to the left."""
     back = -9 if style == "out" else 9
     return f'<path class="tip {style}" d="M{x} {y}l{back} -5v10z"/>'
 
