@@ -1,12 +1,12 @@
 // Solvane.dll for C# on 64-bit Windows: .NET Framework, .NET or Mono. Add this one file to a project
 // that is built for x64, and put Solvane.dll beside the program.
 //
-// What solvane.h says of lines, times and threads holds here too. In short:
+// What solvane.h says about lines, times and threads holds here too. In short:
 //
 // - Camera has the functions of solvane.h under their own names. A status other than 0 is thrown as a
 //   SolvaneException; questions return bool.
-// - One thread at a time, except for timers: nothing here adds a lock.
-// - An exception in a timer's function ends the run, and Timer.Run throws it. One in a log function is
+// - One thread at a time, except for timers: this wrapper adds no lock.
+// - An exception in a timer's callback ends the run, and Timer.Run rethrows it. In a log callback it is
 //   dropped. Neither travels through the library.
 
 using System;
@@ -43,7 +43,7 @@ namespace Solvane
         }
     }
 
-    /// <summary>A status other than 0, and the function that returned it.</summary>
+    /// <summary>Thrown for a status other than 0; names the function that returned it.</summary>
     public class SolvaneException : Exception
     {
         public SolvaneException(string function, short status)
@@ -69,7 +69,7 @@ namespace Solvane
         public ushort data3;
     }
 
-    /// <summary>The C interface, as it is.</summary>
+    /// <summary>The C interface, unchanged.</summary>
     public static class Native
     {
         [UnmanagedFunctionPointer(CallingConvention.StdCall)]
@@ -152,18 +152,18 @@ namespace Solvane
         public static extern short Solvane_DisposeTimer(ulong timer);
     }
 
-    /// <summary>The lines round the camera.</summary>
+    /// <summary>The control lines of the camera.</summary>
     public static class Camera
     {
         // ---- Finding the hardware
 
-        /// <summary>Returns when the hardware is there and configured.</summary>
+        /// <summary>Finds and configures the hardware; throws when there is none.</summary>
         public static void CheckAvailable()
         {
             Check("Solvane_CheckAvailable", Native.Solvane_CheckAvailable());
         }
 
-        /// <summary>Returns when camera and accessories power can be switched.</summary>
+        /// <summary>Checks that camera and accessories power can be switched; throws when they cannot.</summary>
         public static void CheckPowerControlAvailable()
         {
             Check("Solvane_CheckPowerControlAvailable", Native.Solvane_CheckPowerControlAvailable());
@@ -197,7 +197,7 @@ namespace Solvane
             return ready != 0;
         }
 
-        /// <summary>Whether the MEP flag was latched; it is cleared if it was.</summary>
+        /// <summary>Whether the MEP flag was latched. Clears it if it was.</summary>
         public static bool CheckAndResetMepFlag()
         {
             short flag;
@@ -243,7 +243,7 @@ namespace Solvane
             Check("Solvane_DisableCameraPower", Native.Solvane_DisableCameraPower());
         }
 
-        /// <summary>Whether camera power is on. A line that cannot be read says so too.</summary>
+        /// <summary>Whether camera power is on. A line that cannot be read: see rule 6 of solvane.h.</summary>
         public static bool CheckCameraPower()
         {
             short on;
@@ -261,7 +261,7 @@ namespace Solvane
             Check("Solvane_DisableAccessoriesPower", Native.Solvane_DisableAccessoriesPower());
         }
 
-        /// <summary>Whether accessories power is on. A line that cannot be read says so too.</summary>
+        /// <summary>Whether accessories power is on. Also true when the line cannot be read.</summary>
         public static bool CheckAccessoriesPower()
         {
             short on;
@@ -293,22 +293,22 @@ namespace Solvane
     }
 
     /// <summary>
-    /// Hands the library's log lines to a function until it is disposed of. There is one log function
+    /// Passes the library's log lines to a function until it is disposed of. There is one log function
     /// in the process: a second Logger takes over from the first. Make it before the first other call,
     /// to see how the hardware was chosen, and neither make nor dispose of it while a call or a timer
-    /// is in progress. What the function may call of the library is rule 7 of
-    /// solvane.h. While timers run it is called on their threads as well.
+    /// is in progress. Rule 7 of solvane.h says what the function may call in the library. While timers
+    /// run, it is called on their threads as well.
     /// </summary>
     public sealed class Logger : IDisposable
     {
-        // What the library may call stays here, out of the garbage collector's reach.
+        // Keeps the delegate alive while the library may call it.
         private static Native.LogCallback installed;
 
         private readonly Native.LogCallback callback;
 
         static Logger()
         {
-            // The library's unload logs too, when there is no runtime left to be called.
+            // The library also logs when it is unloaded, and the runtime is gone by then.
             AppDomain.CurrentDomain.ProcessExit += (sender, arguments) => Remove();
         }
 
@@ -326,7 +326,7 @@ namespace Solvane
                 }
                 catch (Exception)
                 {
-                    // The lines wait in mid-pulse: a failed log must not disturb them.
+                    // A line may be in mid-pulse: a failed log must not disturb it.
                 }
             };
             Native.Solvane_SetLogger(IntPtr.Zero, callback);
@@ -353,18 +353,18 @@ namespace Solvane
 
     /// <summary>
     /// A timer of the kernel driver. Run blocks the thread that calls it and calls the host's function
-    /// on that thread; Stop may be called from any thread. The library loses a stop that comes while a
-    /// run is only beginning; this class does not: it remembers the stop and ends the run at the next
-    /// event, undelivered.
+    /// on that thread; Stop may be called from any thread. The library loses a stop that comes just
+    /// before a run has begun. This class remembers it, and ends the run at the next event without
+    /// delivering that event.
     /// </summary>
     public sealed class Timer : IDisposable
     {
-        private readonly object state = new object(); // guards what follows
+        private readonly object state = new object(); // guards the fields below
         private ulong handle;
         private Thread thread; // of the run in progress
         private bool stopped;
 
-        /// <summary>Opens the driver; Status.Undetermined when it cannot, and the log says why.</summary>
+        /// <summary>Opens the driver; Status.Undetermined on failure, with the reason in the log.</summary>
         public Timer()
         {
             Camera.Check("Solvane_CreateTimer", Native.Solvane_CreateTimer(out handle, 0));
@@ -372,14 +372,14 @@ namespace Solvane
 
         ~Timer()
         {
-            if (handle != 0) // nobody runs it: a run holds a reference
+            if (handle != 0) // no run in progress: a run holds a reference
             {
                 Native.Solvane_DisposeTimer(handle);
             }
         }
 
         /// <summary>
-        /// Calls the function for each event, until Stop or an exception out of it, which is thrown on.
+        /// Calls the function for each event, until Stop or an exception out of it, which Run rethrows.
         /// </summary>
         public void Run(uint parameter, Action<TimerEvent> onEvent)
         {
@@ -432,7 +432,7 @@ namespace Solvane
                     Monitor.PulseAll(state);
                 }
             }
-            GC.KeepAlive(callback); // the library has called it until here
+            GC.KeepAlive(callback); // the library may call it until here
             if (thrown != null)
             {
                 thrown.Throw();
@@ -441,7 +441,7 @@ namespace Solvane
         }
 
         /// <summary>
-        /// Ends the run in progress, or the next one at once when there is none. Does not wait.
+        /// Ends the run in progress; if there is none, the next run ends at once. Does not wait.
         /// </summary>
         public void Stop()
         {

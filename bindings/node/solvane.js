@@ -3,17 +3,17 @@
 //   const solvane = require('./solvane');
 //   if (solvane.checkSystemReady()) solvane.triggerCapture();
 //
-// A function here does what the one of the same name in solvane.h does (triggerCapture is
-// Solvane_TriggerCapture), and what solvane.h says of lines, times and threads holds here too. In short:
+// Each function does the same as its namesake in solvane.h (triggerCapture is Solvane_TriggerCapture),
+// and what solvane.h says about lines, times and threads holds here too. In short:
 //
 // - A status other than 0 is thrown as a SolvaneError; questions return true or false.
 // - Every call blocks the event loop until it returns: use a worker thread for a timer in a program
 //   that has other things to do. One thread at a time, except for timers.
-// - An exception in a timer's function ends the run, and Timer.run throws it. One in a log function is
+// - An exception in a timer's callback ends the run, and Timer.run rethrows it. In a log callback it is
 //   dropped.
 //
-// Solvane.dll is taken from beside this file, or else from where Windows looks for the DLLs of a
-// program, PATH included. The environment variable SOLVANE_DLL names another one.
+// Solvane.dll is loaded from the folder of this file, or else by Windows' usual search, which includes
+// PATH. The environment variable SOLVANE_DLL names another file.
 'use strict';
 
 const fs = require('fs');
@@ -39,7 +39,7 @@ const MEANINGS = {
   [Status.NOT_READY]: 'the system is not ready',
 };
 
-// A status other than 0; `func` is what returned it.
+// Thrown for a status other than 0; `func` is the function that returned it.
 class SolvaneError extends Error {
   constructor(func, status) {
     const meaning = MEANINGS[status] || 'a status that this module does not know';
@@ -117,14 +117,14 @@ const question = (name) => () => {
 
 let logCallback = null; // kept registered for as long as the library may call it
 
-// Hands each log line to `onLine`; null ends that. Call it before the first other call, to see how
-// the hardware was chosen. What `onLine` may call of the library is rule 7 of solvane.h.
+// Passes each log line to `onLine`; null ends that. Call it before the first other call, to see how
+// the hardware was chosen. Rule 7 of solvane.h says what `onLine` may call in the library.
 const setLogger = (onLine) => {
   const callback = onLine && koffi.register((context, line) => {
     try {
       onLine(line);
     } catch {
-      // The lines wait in mid-pulse: a failed log must not disturb them.
+      // A line may be in mid-pulse: a failed log must not disturb it.
     }
   }, 'SolvaneLogCallback *');
   native.Solvane_SetLogger(null, callback);
@@ -134,27 +134,27 @@ const setLogger = (onLine) => {
   logCallback = callback;
 };
 
-// The library's unload logs too, when there is no JavaScript left to be called.
+// The library also logs when it is unloaded, and JavaScript can no longer be called by then.
 process.on('exit', () => setLogger(null));
 
 // ---- Timers -------------------------------------------------------------------------------------
 
-// A timer of the kernel driver. The library loses a stop that comes while a run is only beginning;
-// this class does not: it remembers the stop. Dispose of it in a `finally`.
+// A timer of the kernel driver. The library loses a stop that comes just before a run has begun; this
+// class remembers it. Call dispose() in a `finally`.
 class Timer {
   #handle = 0n;
   #running = false;
   #stopped = false;
 
-  // Opens the driver; Status.UNDETERMINED when it cannot, and the log says why.
+  // Opens the driver; Status.UNDETERMINED on failure, with the reason in the log.
   constructor() {
     const handle = [0];
     check('Solvane_CreateTimer', native.Solvane_CreateTimer(handle, 0));
     this.#handle = handle[0];
   }
 
-  // Blocks, and calls onEvent for each event, until stop() or an exception out of onEvent, which is
-  // thrown on.
+  // Blocks, and calls onEvent for each event, until stop() or an exception out of onEvent, which run()
+  // rethrows.
   run(parameter, onEvent) {
     if (this.#running || !this.#handle) {
       throw new SolvaneError('Solvane_RunTimer', Status.INVALID);
@@ -181,7 +181,7 @@ class Timer {
     check('Solvane_RunTimer', status);
   }
 
-  // Ends the run in progress when onEvent returns, or the next one at once when there is none.
+  // Ends the run in progress when onEvent returns; if there is none, the next run ends at once.
   stop() {
     this.#stopped = true;
     if (this.#running) {
@@ -207,7 +207,7 @@ module.exports = {
   native,
   setLogger,
 
-  // Finding the hardware. The first two return when it is there, and throw when it is not.
+  // Finding the hardware. The first two throw when it is not there.
   checkAvailable: command('Solvane_CheckAvailable'),
   checkPowerControlAvailable: command('Solvane_CheckPowerControlAvailable'),
   recheckStatus: command('Solvane_RecheckStatus'),
@@ -224,7 +224,7 @@ module.exports = {
   disableForcedBlackUpdate: command('Solvane_DisableForcedBlackUpdate'),
   checkForcedBlackUpdate: question('Solvane_CheckForcedBlackUpdate'),
 
-  // Power. A line that cannot be read is answered with true: see rule 6 of solvane.h.
+  // Power. The answer for a line that cannot be read: see rule 6 of solvane.h.
   enableCameraPower: command('Solvane_EnableCameraPower'),
   disableCameraPower: command('Solvane_DisableCameraPower'),
   checkCameraPower: question('Solvane_CheckCameraPower'),

@@ -4,17 +4,17 @@
     if solvane.check_system_ready():
         solvane.trigger_capture()
 
-A function here does what the one of the same name in solvane.h does (trigger_capture is
-Solvane_TriggerCapture), and what solvane.h says of lines, times and threads holds here too. In short:
+Each function does the same as its namesake in solvane.h (trigger_capture is Solvane_TriggerCapture),
+and what solvane.h says about lines, times and threads holds here too. In short:
 
 - A status other than 0 is raised as solvane.Error; questions return True or False.
-- One thread at a time, except for timers. ctypes lets other Python threads run during a call, so the
-  interpreter's lock does not see to that.
-- An exception in a timer's function ends the run, and Timer.run raises it. One in a log function is
-  printed by ctypes and goes no further.
+- One thread at a time, except for timers. The interpreter's lock does not ensure this, because ctypes
+  lets other Python threads run during a call.
+- An exception in a timer's callback ends the run, and Timer.run raises it again. In a log callback it
+  is printed by ctypes and goes no further.
 
-Solvane.dll is taken from beside this file, or else from where Windows looks for the DLLs of a program,
-PATH included. The environment variable SOLVANE_DLL names another one.
+Solvane.dll is loaded from the folder of this file, or else by Windows' usual search, which includes
+PATH. The environment variable SOLVANE_DLL names another file.
 """
 
 import atexit
@@ -44,7 +44,7 @@ _MEANINGS = {
 
 
 class Error(Exception):
-    """A status other than 0: `function` is what returned it."""
+    """Raised for a status other than 0; `function` is the function that returned it."""
 
     def __init__(self, function, status):
         meaning = _MEANINGS.get(status, "a status that this module does not know")
@@ -102,8 +102,8 @@ def _load():
         path = os.path.join(os.path.dirname(os.path.abspath(__file__)), "Solvane.dll")
         if not os.path.exists(path):
             path = "Solvane.dll"
-    # The vendors' DLLs lie beside Solvane.dll or on PATH, where Python alone would not look: 8 is
-    # LOAD_WITH_ALTERED_SEARCH_PATH, which wants a full path, and 0 the system's own order.
+    # The vendors' DLLs are beside Solvane.dll or on PATH, where Python by default does not look: 8 is
+    # LOAD_WITH_ALTERED_SEARCH_PATH, which needs a full path; 0 is Windows' usual search.
     library = ctypes.WinDLL(path, winmode=8 if os.path.isabs(path) else 0)
     for name, (result, *parameters) in _SIGNATURES.items():
         function = getattr(library, name)
@@ -133,10 +133,10 @@ _log_callback = None  # kept alive for as long as the library may call it
 
 
 def set_logger(function):
-    """Hands each log line, a str, to `function`; None ends that.
+    """Passes each log line, a str, to `function`; None ends that.
 
     Call it before the first other call, to see how the hardware was chosen, and never while another
-    call or a timer is in progress. What `function` may call of the library is rule 7 of solvane.h.
+    call or a timer is in progress. Rule 7 of solvane.h says what `function` may call in the library.
     """
     global _log_callback
     if function is None:
@@ -150,7 +150,7 @@ def set_logger(function):
 
 @contextlib.contextmanager
 def logger(function):
-    """with solvane.logger(print): ... logs inside the block, and not after it."""
+    """Logs inside a block only: with solvane.logger(print): ..."""
     set_logger(function)
     try:
         yield
@@ -160,7 +160,7 @@ def logger(function):
 
 @atexit.register
 def _remove_logger():
-    # The library's unload logs too, when there is no interpreter left to be called.
+    # The library also logs when it is unloaded, and the interpreter is gone by then.
     if _log_callback:
         set_logger(None)
 
@@ -169,12 +169,12 @@ def _remove_logger():
 
 
 def check_available():
-    """Returns when the hardware is there and configured."""
+    """Finds and configures the hardware; raises Error when there is none."""
     _command("Solvane_CheckAvailable")
 
 
 def check_power_control_available():
-    """Returns when camera and accessories power can be switched."""
+    """Checks that camera and accessories power can be switched; raises Error when they cannot."""
     _command("Solvane_CheckPowerControlAvailable")
 
 
@@ -192,7 +192,7 @@ def enforce_ftdi():
 
 
 def trigger_capture():
-    """Triggers one capture; E_NOT_READY when the system is not ready for it."""
+    """Triggers one capture; E_NOT_READY when the system is not ready."""
     _command("Solvane_TriggerCapture")
 
 
@@ -202,7 +202,7 @@ def check_system_ready():
 
 
 def check_and_reset_mep_flag():
-    """Whether the MEP flag was latched; it is cleared if it was."""
+    """Whether the MEP flag was latched. Clears it if it was."""
     return _question("Solvane_CheckAndResetMepFlag")
 
 
@@ -220,7 +220,7 @@ def enable_forced_black_update():
 
 
 def disable_forced_black_update():
-    """Forces the picture dark no more."""
+    """Stops forcing the picture dark."""
     _command("Solvane_DisableForcedBlackUpdate")
 
 
@@ -243,7 +243,7 @@ def disable_camera_power():
 
 
 def check_camera_power():
-    """Whether camera power is on. A line that cannot be read says so too: rule 6 of solvane.h."""
+    """Whether camera power is on. A line that cannot be read: see rule 6 of solvane.h."""
     return _question("Solvane_CheckCameraPower")
 
 
@@ -258,7 +258,7 @@ def disable_accessories_power():
 
 
 def check_accessories_power():
-    """Whether accessories power is on. A line that cannot be read says so too."""
+    """Whether accessories power is on. Also True when the line cannot be read."""
     return _question("Solvane_CheckAccessoriesPower")
 
 
@@ -285,13 +285,13 @@ class Timer:
             timer.run(20000, on_event)
 
     run() blocks its thread and calls the function on it; stop() may be called from any thread. The
-    library loses a stop that comes while a run is only beginning; this class does not: it remembers
-    the stop and ends the run at the next event, undelivered.
+    library loses a stop that comes just before a run has begun. This class remembers it, and ends the
+    run at the next event without delivering that event.
     """
 
     def __init__(self):
         self._handle = 0
-        self._state = threading.Condition(threading.RLock())  # guards what follows
+        self._state = threading.Condition(threading.RLock())  # guards the attributes below
         self._thread = None  # of the run in progress
         self._stopped = False
         handle = c_uint64()
@@ -305,10 +305,10 @@ class Timer:
         def on_event(_, event):
             try:
                 if self._stopped:
-                    library.Solvane_StopTimer(self._handle)  # it came too early the first time
+                    library.Solvane_StopTimer(self._handle)  # the first stop came too early and was lost
                 else:
                     function(event.contents)
-            except BaseException as exception:  # Ctrl+C among them: run() raises it again
+            except BaseException as exception:  # including Ctrl+C: run() raises it again
                 thrown.append(exception)
                 self.stop()
 
@@ -333,7 +333,7 @@ class Timer:
             raise Error("Solvane_RunTimer", status)
 
     def stop(self):
-        """Ends the run in progress, or the next one at once when there is none. Does not wait."""
+        """Ends the run in progress; if there is none, the next run ends at once. Does not wait."""
         with self._state:
             self._stopped = True
             if self._thread is not None:
@@ -358,5 +358,5 @@ class Timer:
         self.close()
 
     def __del__(self):
-        if self._handle != 0:  # nobody runs it: a run holds a reference
+        if self._handle != 0:  # no run in progress: a run holds a reference
             library.Solvane_DisposeTimer(self._handle)

@@ -1,4 +1,4 @@
-/// solvane.hpp over a stand-in for the library: what it adds to the C interface.
+/// What solvane.hpp adds to the C interface, tested on a stand-in for the library.
 
 #include <atomic>
 #include <chrono>
@@ -47,7 +47,7 @@ class CppBinding : public testing::Test {
     }
     void TearDown() override { std::remove(journal.c_str()); }
 
-    /// The calls that reached the library.
+    /// The calls that have reached the stand-in.
     std::vector<std::string> Calls() const {
         std::vector<std::string> calls;
         std::ifstream file(journal);
@@ -171,7 +171,7 @@ TEST_F(CppBinding, StopBeforeTheRunEndsIt) {
 }
 
 TEST_F(CppBinding, LostStopIsRepeatedAtTheNextEvent) {
-    Set("STAND_IN_LOST", "1000000"); // those that the tests before this one gave count too
+    Set("STAND_IN_LOST", "1000000"); // large, because stops of earlier tests count as well
     solvane::Timer timer;
     int events = 0;
     timer.Run(kPeriod, [&](const solvane::TimerEvent&) {
@@ -226,7 +226,8 @@ TEST_F(CppBinding, DestructionWaitsForTheRunOfAnotherThread) {
 }
 
 TEST_F(CppBinding, StopFromAnotherThreadIsNeverLost) {
-    for (int round = 0; round < 20; ++round) { // the stop comes before, at or after the beginning
+    for (int round = 0; round < 20;
+         ++round) { // so that the stop comes before, at or after the beginning of a run
         solvane::Timer timer;
         std::thread runner([&] { timer.Run(kPeriod, [](const solvane::TimerEvent&) {}); });
         std::this_thread::sleep_for(std::chrono::microseconds(round * 20));

@@ -1,8 +1,8 @@
-"""The five examples do the same in every language, whose name is the first argument.
+"""The five examples do the same in every language. The first argument names the language.
 
-C, C++ and Node.js run in Wine, with the real Solvane.dll on the rig, and the rig's journal tells what
-they did to the lines. Python and C# run over a stand-in for the library (stand_in.c), for there is no
-Windows runtime of theirs here; its journal tells which functions they called.
+C, C++ and Node.js run in Wine, with the real Solvane.dll on the rig; the rig's journal shows what they
+did to the lines. Python and C# run on a stand-in for the library (stand_in.c), because their Windows
+runtimes are not installed here; its journal shows which functions they called.
 """
 
 import argparse
@@ -16,7 +16,7 @@ import unittest
 
 CHIP = "[[usb]]\nchip = 'FT2232H'\n"
 BUSY = "[camera]\nready = false\n" + CHIP
-# On the Embedded API "system ready" is one read, so the changes come at the same questions always.
+# On the Embedded API "system ready" is a single read, so the changes always come at the same question.
 CHANGING = """[camera]
 ready = false
 [eapi]
@@ -89,7 +89,7 @@ class Rig:
 
 
 class StandIn:
-    """Python and C# on this system, with stand_in.c in the place of Solvane.dll."""
+    """Python and C# on Linux, with stand_in.c instead of Solvane.dll."""
 
     def __init__(self, language):
         self.language = language
@@ -249,13 +249,13 @@ class TakeAPicture(Case):
 
     NOT_TRIGGERED, UNCONFIRMED = 1, 2
 
-    # After so many reads, those of configuring and of two questions, the trigger has been given. From
-    # the next one on the hardware is gone.
+    # The number of reads until after the trigger: for configuring, for two questions, for the trigger
+    # itself. The hardware is lost at the next one.
     LOST = {"parallel port": [("Inp32", 9 + 2 + 3, 0xFF)],
             "Super I/O": [("Inp32", 14 + 2 + 4, 0xFF)],
             "Embedded API": [("EApiGPIOGetLevel", 2 + 2, 0xFFFFFFFF),
                              ("EApiLibInitialize", 1, 0xFFFFFFFF)]}
-    # The FT2232H is written to three times to configure it, twice to ask, and four times to trigger.
+    # On the FT2232H there are three writes to configure it, two to ask, and four to trigger.
     PULLED = "[[event]]\naction = 'unplug'\nbefore = 'FT_Write'\ncall = 10\n"
 
     def take(self, scenario, code, captures):
@@ -313,7 +313,7 @@ class Timer(Case):
 
 
 class Rules(Case):
-    """What a wrapper promises beyond the C interface: timer_rules.* prints what it saw."""
+    """What a wrapper promises beyond the C interface: timer_rules.* prints its observations."""
 
     def test_rules(self):
         outcome = self.run_program(os.path.join(TESTS, "timer_rules"))

@@ -1,7 +1,7 @@
 """Every binding has the 24 functions of solvane.h with the same names, types and meanings.
 
-The header is read as text, and so are the bindings of C++ and C#, where the compilers see to the
-rest. Those of Python and Node.js are run with a library that only takes down what it is told.
+The header is read as text, and so are the bindings of C++ and C#, whose compilers check the rest. The
+bindings of Python and Node.js are run with a fake library that only records declarations and calls.
 """
 
 import argparse
@@ -19,7 +19,7 @@ CSHARP = "csharp/Solvane.cs"
 PYTHON = "python/solvane.py"
 NODE = "node/solvane.js"
 
-# Names of C's types in a form that the other languages' types are brought to as well.
+# Common names for types, to which the types of all languages are converted.
 C_TYPES = {"int16_t": "i16", "uint16_t": "u16", "uint32_t": "u32", "uint64_t": "u64",
            "SolvaneTimerHandle": "u64", "SolvaneLogCallback": "log", "SolvaneTimerCallback": "timer",
            "SolvaneTimerEvent": "event", "void": "void", "char": "char"}
@@ -47,7 +47,7 @@ def c_parameters(text):
 
 
 class Interface:
-    """What a binding says: {function: [result, parameters ...]}, and likewise its callbacks."""
+    """What a binding declares: {function: [result, parameters ...]}, and its callbacks likewise."""
 
     def __init__(self):
         self.functions = {}
@@ -99,7 +99,7 @@ def read_csharp(text):
 
 
 class Recorder:
-    """A library whose functions answer 0 and are remembered."""
+    """A fake library whose functions return 0 and record their calls."""
 
     class Function:
         def __init__(self, name, calls):
@@ -120,7 +120,7 @@ class Recorder:
 
 
 def load_python(text):
-    """The module, over a Recorder that it takes for the DLL."""
+    """The Python binding, loaded with a Recorder in place of the DLL."""
     module = types.ModuleType("solvane")
     module.__file__ = os.path.join(OPTIONS.bindings, PYTHON)
     before = {name: getattr(ctypes, name, None) for name in ("WinDLL", "WINFUNCTYPE")}
@@ -158,7 +158,7 @@ def read_python(text):
     return told
 
 
-# In place of koffi: takes down what is declared, and which function each export calls.
+# Replaces koffi: records the declarations, and which function each export calls.
 FAKE_KOFFI = """
 const told = { functions: [], protos: [], struct: null, calls: {} };
 let called = null;
@@ -239,13 +239,13 @@ class Signatures(unittest.TestCase):
     def setUp(self):
         with open(OPTIONS.header) as file:
             self.header = read_header(file.read())
-        # Functions that are neither the logger's nor the timers', which are classes elsewhere.
+        # Without the logger and the timers, which are classes in the bindings.
         self.plain = sorted(name for name in self.header.functions
                             if name != "Solvane_SetLogger" and not name.endswith("Timer"))
 
     def differences(self, binding, text):
-        """The first part in which a binding is not the header, or None."""
-        def seen(parts):  # C# has one type for every pointer that it does not follow
+        """The first part in which a binding differs from the header, or None."""
+        def seen(parts):  # C# uses the same type for all pointers that it does not dereference
             return {name: ["pointer" if binding == CSHARP and each in ("void*", "char*") else each
                            for each in signature] for name, signature in parts.items()}
         told = READERS[binding](text)
@@ -317,7 +317,7 @@ class Signatures(unittest.TestCase):
         self.assertIn("#include <solvane/solvane.h>", text)
         self.assertNotIn("SOLVANE_API", text)
         self.assertEqual(set(re.findall(r"Solvane_\w+", text)), set(self.header.functions))
-        # Each function calls what its name says, and says where its status goes.
+        # Each function calls its namesake, and passes on the status.
         bodies = re.findall(r"^inline (?:void|bool) (\w+)\((.*?)\) \{(.*?)\}$", text, re.M | re.S)
         forms = {}
         for name, parameters, body in bodies:

@@ -1,10 +1,10 @@
 /*
- * Solvane's functions over a camera of a few lines of C, for bindings that can be run here but not
- * load a Windows DLL. It is no rig: it shows what arrives through a binding, in both directions.
+ * Solvane's functions on a minimal camera, for bindings that run here but cannot load a Windows
+ * DLL. It simulates no hardware: it shows what a binding passes on, in both directions.
  *
- * STAND_IN          what is there: "none", "busy", "changing" (not ready before the third question,
- *                   and after the fifth), else a camera that is ready
- * STAND_IN_LOST     how many stops of timers are answered with success and lost
+ * STAND_IN          the hardware: "none", "busy", "changing" (not ready before the third question,
+ *                   and after the fifth), otherwise a camera that is ready
+ * STAND_IN_LOST     number of timer stops that return success but are lost
  * STAND_IN_JOURNAL  a file that gets a line for every call
  */
 #include "operations.h"
@@ -17,7 +17,7 @@
 #include <string.h>
 #include <unistd.h>
 
-/* The handle is wider than 32 bits, so that a binding that cuts it off is found out. */
+/* More than 32 bits, to detect a binding that truncates handles. */
 #define TIMER 0x123456789abcdef0u
 
 static SolvaneLogCallback log_callback;

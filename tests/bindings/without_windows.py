@@ -1,5 +1,5 @@
-"""Runs a Python program that uses solvane.py where ctypes has nothing of Windows:
-without_windows.py <program> [arguments]. SOLVANE_DLL names the library that it gets."""
+"""Runs a Python program that uses solvane.py on a system whose ctypes lacks the Windows parts:
+without_windows.py <program> [arguments]. SOLVANE_DLL names the library to load."""
 
 import ctypes
 import runpy

@@ -1,15 +1,17 @@
 /// solvane.hpp - Solvane.dll for C++17 hosts: solvane.h with exceptions, lambdas and destructors.
 ///
-/// Needs solvane.h on the include path and the import library of Solvane.dll; nothing else is to be
-/// compiled or linked. What solvane.h says of lines, times and threads holds here too. In short:
+/// Needs only solvane.h on the include path and the import library of Solvane.dll. What solvane.h
+/// says about lines, times and threads holds here too. In short:
 ///
-/// - A function does what the one of the same name in solvane.h does. Called without a parameter it
-///   throws solvane::Error when the status is not 0; called with a std::error_code it throws
-///   nothing of its own and puts the status there. Questions return bool: false when there is no
+/// - Each function does the same as the function of that name in solvane.h. Called without a
+/// parameter
+///   it throws solvane::Error when the status is not 0; called with a std::error_code it stores the
+///   status there and throws nothing of its own. Questions return bool: false when there is no
 ///   answer.
-/// - One thread at a time, except for timers: nothing here adds a lock.
-/// - An exception that leaves the host's own functions never travels through the library. A timer's
-///   function ends the run with it and Timer::Run throws it; of a log function it is dropped.
+/// - One thread at a time, except for timers: this wrapper adds no lock.
+/// - An exception out of a host's callback never travels through the library. In a timer's callback
+/// it
+///   ends the run, and Timer::Run rethrows it; in a log callback it is dropped.
 #pragma once
 
 #include <condition_variable>
@@ -28,7 +30,7 @@
 
 namespace solvane {
 
-/// The statuses of solvane.h, to compare a std::error_code with.
+/// The statuses of solvane.h, for comparison with a std::error_code.
 enum class Status : std::int16_t {
     Ok = SOLVANE_OK,
     Undetermined = SOLVANE_E_UNDETERMINED,
@@ -77,19 +79,19 @@ inline std::error_code make_error_code(Status status) {
     return {static_cast<int>(status), Category()};
 }
 
-/// What a function throws whose status is not 0. what() names the function and explains the status.
+/// Thrown when a status is not 0. what() names the function and explains the status.
 class Error : public std::system_error {
   public:
     Error(const std::error_code& error, const char* function)
         : std::system_error(error,
                             std::string(function) + ": status " + std::to_string(error.value())) {}
 
-    /// The number is kept as it came, so it may be none that Status names.
+    /// The status as returned; it may be a number that Status does not name.
     Status status() const noexcept { return static_cast<Status>(code().value()); }
 };
 
-/// Where the status of a call goes: into the std::error_code that the call is given; if it is given
-/// none, a status other than 0 is thrown as an Error.
+/// How a call reports its status: in the std::error_code that it is given; without one, a status
+/// other than 0 is thrown as an Error.
 class Outcome {
   public:
     Outcome() = default;
@@ -104,7 +106,7 @@ class Outcome {
         }
     }
 
-    /// Of a question: false when there is no answer.
+    /// Asks a question; false when there is no answer.
     bool Of(std::int16_t(SOLVANE_CALL* question)(std::int16_t*), const char* function) const {
         std::int16_t answer = 0;
         const std::int16_t status = question(&answer);
@@ -118,13 +120,13 @@ class Outcome {
 
 // ---- Logging ------------------------------------------------------------------------------------
 
-/// Hands the library's log lines to any callable for as long as this object lives.
+/// Passes the library's log lines to any callable for as long as this object lives.
 ///
 /// There is one log function in the process: a second Logger takes over from the first. Make it
 /// before the first other call, to see how the hardware was chosen, and neither make nor destroy it
-/// while a call or a timer is in progress. What the callable may call of the library is rule 7 of
-/// solvane.h; the line is valid during the call only. While timers run it is called on their
-/// threads as well.
+/// while a call or a timer is in progress. Rule 7 of solvane.h says what the callable may call in
+/// the library. The line is valid during the call only. While timers run, the callable is called on
+/// their threads as well.
 class Logger {
   public:
     explicit Logger(std::function<void(std::string_view line)> toCall) : onLine(std::move(toCall)) {
@@ -144,7 +146,7 @@ class Logger {
     static void SOLVANE_CALL OnLine(void* context, const char* line) noexcept {
         try {
             static_cast<const Logger*>(context)->onLine(line);
-        } catch (...) { // the lines wait in mid-pulse: a failed log must not disturb them
+        } catch (...) { // a line may be in mid-pulse: a failed log must not disturb it
         }
     }
 
@@ -154,12 +156,12 @@ class Logger {
 
 // ---- Finding the hardware -----------------------------------------------------------------------
 
-/// Returns when the hardware is there and configured.
+/// Finds and configures the hardware; an error when there is none.
 inline void CheckAvailable(Outcome outcome = {}) {
     outcome.Of(Solvane_CheckAvailable(), "Solvane_CheckAvailable");
 }
 
-/// Returns when camera and accessories power can be switched.
+/// Checks that camera and accessories power can be switched; an error when they cannot.
 inline void CheckPowerControlAvailable(Outcome outcome = {}) {
     outcome.Of(Solvane_CheckPowerControlAvailable(), "Solvane_CheckPowerControlAvailable");
 }
@@ -176,7 +178,7 @@ inline void EnforceFTDI() {
 
 // ---- Capture ------------------------------------------------------------------------------------
 
-/// Triggers one capture; Status::NotReady when the system is not ready for it.
+/// Triggers one capture; Status::NotReady when the system is not ready.
 inline void TriggerCapture(Outcome outcome = {}) {
     outcome.Of(Solvane_TriggerCapture(), "Solvane_TriggerCapture");
 }
@@ -186,7 +188,7 @@ inline bool CheckSystemReady(Outcome outcome = {}) {
     return outcome.Of(Solvane_CheckSystemReady, "Solvane_CheckSystemReady");
 }
 
-/// Whether the MEP flag was latched; it is cleared if it was.
+/// Whether the MEP flag was latched. Clears it if it was.
 inline bool CheckAndResetMepFlag(Outcome outcome = {}) {
     return outcome.Of(Solvane_CheckAndResetMepFlag, "Solvane_CheckAndResetMepFlag");
 }
@@ -221,7 +223,7 @@ inline void DisableCameraPower(Outcome outcome = {}) {
     outcome.Of(Solvane_DisableCameraPower(), "Solvane_DisableCameraPower");
 }
 
-/// Whether camera power is on. A line that cannot be read says so too: see rule 6 of solvane.h.
+/// Whether camera power is on. A line that cannot be read: see rule 6 of solvane.h.
 inline bool CheckCameraPower(Outcome outcome = {}) {
     return outcome.Of(Solvane_CheckCameraPower, "Solvane_CheckCameraPower");
 }
@@ -234,7 +236,7 @@ inline void DisableAccessoriesPower(Outcome outcome = {}) {
     outcome.Of(Solvane_DisableAccessoriesPower(), "Solvane_DisableAccessoriesPower");
 }
 
-/// Whether accessories power is on. A line that cannot be read says so too.
+/// Whether accessories power is on. Also true when the line cannot be read.
 inline bool CheckAccessoriesPower(Outcome outcome = {}) {
     return outcome.Of(Solvane_CheckAccessoriesPower, "Solvane_CheckAccessoriesPower");
 }
@@ -259,11 +261,11 @@ using TimerFunction = std::function<void(const TimerEvent& event)>;
 /// A timer of the kernel driver, disposed of when this object and its last run have ended.
 ///
 /// Run() blocks the thread that calls it and calls the host's function on that thread. Stop() may
-/// be called from any thread. The library loses a stop that comes while a run is only beginning;
-/// this class does not: it remembers the stop and ends the run at the next event, undelivered.
+/// be called from any thread. The library loses a stop that comes just before a run has begun. This
+/// class remembers it, and ends the run at the next event without delivering that event.
 class Timer {
   public:
-    /// Opens the driver; Status::Undetermined when it cannot, and the log says why.
+    /// Opens the driver; Status::Undetermined on failure, with the reason in the log.
     Timer() { Create({}); }
     explicit Timer(std::error_code& error) { Create(error); }
 
@@ -271,22 +273,23 @@ class Timer {
     ~Timer() {
         Stop();
         std::unique_lock<std::mutex> lock(state->mutex);
-        if (state->thread != std::this_thread::get_id()) { // else this is the timer's own function
+        if (state->thread !=
+            std::this_thread::get_id()) { // otherwise called from the timer's own callback
             state->ended.wait(lock, [this] { return !state->running; });
         }
     }
     Timer(const Timer&) = delete;
     Timer& operator=(const Timer&) = delete;
 
-    /// Calls `onEvent` for each event, until Stop() or an exception out of `onEvent`, which is
-    /// thrown on. Status::Invalid when the timer is in a run already.
+    /// Calls `onEvent` for each event, until Stop() or an exception out of `onEvent`, which Run()
+    /// rethrows. Status::Invalid when the timer is already running.
     void Run(std::uint32_t parameter, const TimerFunction& onEvent, Outcome outcome = {}) {
         // Kept here, so that it outlives the run even when `onEvent` destroys this object.
         const std::shared_ptr<State> kept = state;
         outcome.Of(kept->Run(parameter, onEvent), "Solvane_RunTimer");
     }
 
-    /// Ends the run in progress, or the next one at once when there is none. Does not wait.
+    /// Ends the run in progress; if there is none, the next run ends at once. Does not wait.
     void Stop() { state->Stop(); }
 
   private:
@@ -359,7 +362,7 @@ class Timer {
         SolvaneTimerHandle handle = 0;
         const TimerFunction* function = nullptr;
         std::exception_ptr thrown;
-        std::mutex mutex; ///< guards what follows
+        std::mutex mutex; ///< guards the members below
         std::condition_variable ended;
         bool running = false;
         bool stopped = false;
