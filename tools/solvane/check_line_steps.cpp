@@ -167,8 +167,8 @@ void Run::SwitchBothWays(const Switch& line, Switched& switched, StepResult& ste
             if (level) {
                 ready = WaitForReady(true, kStarting);
                 const double ms = Since(begin);
-                if (ready ==
-                    true) { // right after power on an inverted line reads ready, too: ask again
+                // An inverted line reads ready right after power on, too, so ask again later.
+                if (ready == true) {
                     step.times["ready_after_power_ms"] = ms;
                     SleepUntil(SteadyNow() + kPowerShows);
                     ready = AskReady();
@@ -312,8 +312,7 @@ void Run::CameraPower(StepResult& step) {
         return;
     }
     if (seen.readyWithPower == true && seen.readyWithoutPower == false) {
-        step.outcome =
-            Outcome::ok; // ready follows the power, which proves it even without a read-back
+        step.outcome = Outcome::ok; // ready follows the power, even if nothing reads it back
         step.advice = "";
     } else if (seen.readyWithoutPower == true || seen.readyWithPower != true) {
         step.Fail();

@@ -25,8 +25,7 @@ struct Facts {
 /// The result for one kind of hardware, in sentences.
 struct Diagnosis {
     std::string_view kind;
-    bool asked =
-        false; ///< false: an earlier kind answered, so the library did not look for this one
+    bool asked = false;  ///< false: an earlier kind answered, so this one was not tried
     bool serves = false; ///< the library chose this kind
     bool isIll = false;  ///< it serves, but something is wrong
     int status = 0;      ///< of the availability check, if it was asked

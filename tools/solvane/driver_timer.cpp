@@ -69,8 +69,7 @@ class TimerRun {
     const Functions library; ///< copied: stays valid after the program releases the library
     const unsigned most;
     SolvaneTimerHandle handle = 0;
-    std::chrono::steady_clock::time_point last =
-        SteadyNow(); ///< time of the last event, or of the beginning
+    std::chrono::steady_clock::time_point last = SteadyNow(); ///< last event, or beginning
 
     mutable std::mutex mutex;
     bool isOver = false;

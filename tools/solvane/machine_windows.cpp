@@ -279,8 +279,7 @@ Machine LookAtMachine(const Functions& library) {
     machine.time = LocalTime();
     machine.rig = DescribeVirtualRig();
     machine.dllsMs = Measured([&] {
-        machine.library =
-            LookAt(module, "Solvane.dll", {}); // loaded by its path, so there is no search order
+        machine.library = LookAt(module, "Solvane.dll", {}); // loaded by path, not searched
         machine.vendorDlls = FindVendorDlls(LoaderFolders(PathOf(module)));
     });
     machine.usb = FindUsb();
