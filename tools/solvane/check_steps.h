@@ -67,7 +67,6 @@ class Run {
     CheckResult result;
     int availability = 0;
     std::size_t linesSeen = 0; ///< lines of the log that were processed
-    const char* illness = "";  ///< sentence about a failed step of the PC; empty: none
     double findingMs = 0;      ///< time it took to find the hardware
 };
 
