@@ -79,12 +79,14 @@ Told TellJournal(Arguments arguments, const std::stop_token& stop) {
     for (std::uint64_t i = std::max(since, journal.Begin()); i < journal.End(); ++i) {
         const Journal::Entry& entry = journal[static_cast<std::size_t>(i - journal.Begin())];
         told.text += (told.text.empty() ? "" : "\n") + LineOf(entry);
-        list += (list.empty() ? "" : ",") +
-                Json()
-                    .AddRaw("time_ms", Milliseconds(entry.time))
-                    .Add("kind", kKinds[static_cast<std::size_t>(entry.kind)])
-                    .Add("text", entry.text)
-                    .Text();
+        Json item;
+        item.AddRaw("time_ms", Milliseconds(entry.time))
+            .Add("kind", kKinds[static_cast<std::size_t>(entry.kind)])
+            .Add("text", entry.text);
+        if (entry.host != kThisProcess) {
+            item.Add("host", entry.host);
+        }
+        list += (list.empty() ? "" : ",") + item.Text();
     }
     told.next = journal.End();
     told.json.Add("next", told.next).AddRaw("entries", "[" + list + "]");

@@ -86,7 +86,7 @@ void AnswerHere(Call& call) {
     if (fault && (fault->kind & RIG_FAULT_STATUS) != 0) {
         call.status = fault->status;
     }
-    rig->trace.Call(question + TextOfAnswer(call));
+    rig->trace.Call(question + TextOfAnswer(call), call.host);
 }
 
 } // namespace rig

@@ -17,7 +17,8 @@ std::string LineOf(const Journal::Entry& entry) {
     char prefix[48];
     std::snprintf(prefix, sizeof prefix, "%8" PRIu64 ".%06" PRIu64 " %-5s ", entry.time / 1'000'000,
                   entry.time % 1'000'000, kKindNames[static_cast<std::size_t>(entry.kind)]);
-    std::string line = prefix + entry.text;
+    const std::string caller = entry.host > 1 ? "host " + std::to_string(entry.host) + ": " : "";
+    std::string line = prefix + caller + entry.text;
     std::replace_if(
         line.begin(), line.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
     return line;

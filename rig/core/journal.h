@@ -10,6 +10,8 @@
 
 #include <solvane/rig.h>
 
+#include "host_number.h"
+
 namespace rig {
 
 class Journal {
@@ -18,6 +20,7 @@ class Journal {
         std::uint64_t time; ///< nanoseconds
         rig_entry_kind kind;
         std::string text;
+        HostNumber host = kThisProcess; ///< whose call it is
     };
 
     /// The oldest entries make room for new ones beyond this many.
@@ -45,7 +48,8 @@ class Journal {
     std::ofstream file;
 };
 
-/// "     12.345678 call  FT_Open(1) -> 0", times in milliseconds.
+/// "     12.345678 call  FT_Open(1) -> 0", times in milliseconds. The calls of a bench's second and
+/// later hosts begin with "host 2: ".
 std::string LineOf(const Journal::Entry& entry);
 
 } // namespace rig

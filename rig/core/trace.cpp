@@ -35,8 +35,8 @@ bool Trace::StartWaveform(const std::filesystem::path& path, const Levels& level
     return waveform.has_value();
 }
 
-void Trace::Add(rig_entry_kind kind, std::string text) {
-    journal.Add({timeline.Now(), kind, std::move(text)});
+void Trace::Add(rig_entry_kind kind, std::string text, HostNumber host) {
+    journal.Add({timeline.Now(), kind, std::move(text), host});
 }
 
 } // namespace rig

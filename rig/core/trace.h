@@ -18,7 +18,7 @@ class Trace {
     /// Empties the journal for a new scenario. A waveform that is being written continues.
     void Restart(const Levels& levels);
 
-    void Call(std::string text) { Add(RIG_CALL, std::move(text)); }
+    void Call(std::string text, HostNumber host) { Add(RIG_CALL, std::move(text), host); }
     /// Some events leave a mark in the waveform as well.
     void Event(std::string text);
     void Note(std::string text) { Add(RIG_NOTE, std::move(text)); }
@@ -31,7 +31,7 @@ class Trace {
     Journal journal;
 
   private:
-    void Add(rig_entry_kind kind, std::string text);
+    void Add(rig_entry_kind kind, std::string text, HostNumber host = kThisProcess);
 
     const Timeline& timeline;
     std::optional<Waveform> waveform;

@@ -6,6 +6,7 @@
 #include "direct_bench.h"
 #include "eapi.h"
 #include "eapi_status.h"
+#include "rig_state.h"
 
 namespace test {
 namespace {
@@ -161,6 +162,28 @@ TEST_F(BenchHosts, AreInTheJournal) {
     };
     EXPECT_EQ(numberOf(events[0]) + " leaves", events[1]);
     EXPECT_NE(numberOf(events[0]), numberOf(events[2]));
+}
+
+TEST_F(BenchHosts, AreToldApartByTheirCalls) {
+    TakeAll();
+    FT_HANDLE handle = nullptr;
+    FT_Open(0, &handle);
+    As(1);
+    FT_Open(0, &handle);
+    const rig::Access rig;
+    const rig::Journal& journal = rig->trace.journal;
+    std::vector<std::uint32_t> hosts;
+    std::string lastLine;
+    for (std::size_t i = 0; i < journal.Size(); ++i) {
+        if (journal[i].kind == RIG_CALL) {
+            hosts.push_back(journal[i].host);
+            lastLine = LineOf(journal[i]);
+        }
+    }
+    ASSERT_EQ(hosts.size(), 2U);
+    EXPECT_EQ(hosts[1], hosts[0] + 1);
+    const std::string call = " call  host " + std::to_string(hosts[1]) + ": FT_Open(0) -> 3";
+    EXPECT_TRUE(lastLine.ends_with(call)) << lastLine;
 }
 
 TEST_F(BenchHosts, SeeNoHardwareWithoutABench) {

@@ -12,6 +12,8 @@
 
 #include <windows.h>
 
+#include <sddl.h>
+
 #include "call.h"
 #include "frames.h"
 #include "inpout.h"
@@ -97,6 +99,35 @@ void Stall(const std::string& name) {
     CloseHandle(stalling);
 }
 
+/// Who may open the pipe, as Windows' text for such a rule, with "the user" for this process's own.
+std::string AccessRule(HANDLE pipe) {
+    alignas(SECURITY_DESCRIPTOR) char descriptor[1024];
+    alignas(TOKEN_USER) char user[256];
+    DWORD size = 0;
+    HANDLE token = nullptr;
+    LPSTR rule = nullptr;
+    LPSTR sid = nullptr;
+    if (!GetKernelObjectSecurity(pipe, DACL_SECURITY_INFORMATION, descriptor, sizeof descriptor,
+                                 &size) ||
+        !ConvertSecurityDescriptorToStringSecurityDescriptorA(
+            descriptor, SDDL_REVISION_1, DACL_SECURITY_INFORMATION, &rule, nullptr) ||
+        !OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &token) ||
+        !GetTokenInformation(token, TokenUser, user, sizeof user, &size) ||
+        !ConvertSidToStringSidA(reinterpret_cast<TOKEN_USER*>(user)->User.Sid, &sid)) {
+        return "Windows error " + std::to_string(GetLastError());
+    }
+    std::string text = rule;
+    const std::string mine = sid;
+    for (auto at = text.find(mine); at != std::string::npos; at = text.find(mine)) {
+        text.replace(at, mine.size(), "the user");
+    }
+    return text;
+}
+
+void Access(const std::string& name) {
+    std::printf("the pipe's access rule is %s\n", AccessRule(OpenRaw(name)).c_str());
+}
+
 /// The median of many calls, in us.
 double CostOfACall() {
     constexpr int kCalls = 5001;
@@ -134,6 +165,7 @@ int main(int count, char** arguments) {
         Cost(name);
         return 0;
     }
+    Access(name);
     Crowd(name);
     Noise(name);
     Stall(name);

@@ -74,6 +74,11 @@ class Hosts(Bench):
         events = [line for line in self.journal() if line.startswith("host ")]
         self.assertEqual([line.split(":")[0] for line in events],
                          ["host 1 joins", "host 1 leaves", "host 2 joins", "host 2 leaves"])
+        calls = [entry for entry in self.answer("journal")["entries"] if entry["kind"] == "call"]
+        hosts = [entry["host"] for entry in calls]
+        self.assertEqual((hosts, {*hosts}), (sorted(hosts), {1, 2}))
+        lines = [line for line in self.command("journal")[1].splitlines() if " call  " in line]
+        self.assertEqual([" call  host 2: " in line for line in lines], [host == 2 for host in hosts])
 
     def test_a_channel_that_another_host_has_open_does_not_open(self):
         first = self.start(OPTIONS.host, "hold", "dark", "--for", "30", SOLVANE_RIG=f"bench:{self.name}")
@@ -214,7 +219,8 @@ class Crowd(Bench):
         probe = self.run_to_end(OPTIONS.probe, self.name)
         self.assertEqual(probe[0], DONE, probe)
         self.assertEqual(probe[1].splitlines(),
-                         ["100 of 100 connections were answered",
+                         ["the pipe's access rule is D:P(A;;GA;;;the user)",
+                          "100 of 100 connections were answered",
                           "500 of 500 messages of noise were answered beside as many streams of it",
                           "others are answered beside one that stalls in mid-message"])
         self.assertEqual(self.host("trigger")[0], DONE)
