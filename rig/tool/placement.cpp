@@ -190,17 +190,23 @@ bool IsPlaced(const HostFolder& folder, const std::vector<RigDll>& dlls) {
     });
 }
 
-/// The DLLs to be placed: those that are not in the folder yet.
+/// The DLLs to be placed: those that are not in the folder yet. Refuses where others are than those
+/// of the record, which is of an earlier placement.
 std::vector<PlacedDll> Plan(const HostFolder& folder, const std::vector<RigDll>& dlls,
-                            bool setAside) {
+                            const std::vector<PlacedDll>& record, bool setAside) {
     std::vector<PlacedDll> plan;
     std::vector<std::string> originals;
     for (const RigDll& dll : dlls) {
-        if (folder.SumOf(dll.name) == dll.sum) {
+        const std::string sum = folder.SumOf(dll.name);
+        if (sum == dll.sum) {
             continue;
         }
         plan.push_back({dll.name, dll.sum, folder.Find(dll.name)});
-        if (!plan.back().original.empty()) {
+        const bool isOfRecord =
+            std::any_of(record.begin(), record.end(), [&](const PlacedDll& placed) {
+                return placed.name == dll.name && placed.sum == sum;
+            });
+        if (!plan.back().original.empty() && !isOfRecord) {
             originals.push_back(plan.back().original);
         }
     }
@@ -254,12 +260,14 @@ void Place(const fs::path& rig, const fs::path& hostFolder, bool setAside, std::
         out << "The rig's DLLs are in " << Utf8(folder.path) << " already.\n";
         return;
     }
-    if (!record.empty()) { // a placement was interrupted, or of another rig
-        setAside |= std::any_of(record.begin(), record.end(),
-                                [](const PlacedDll& dll) { return !dll.original.empty(); });
+    // With a record, a placement was interrupted, or it is of another rig.
+    setAside |= std::any_of(record.begin(), record.end(),
+                            [](const PlacedDll& dll) { return !dll.original.empty(); });
+    Plan(folder, dlls, record, setAside); // refuses before anything is changed
+    if (!record.empty()) {
         TakeAway(folder, record, out);
     }
-    const std::vector<PlacedDll> plan = Plan(folder, dlls, setAside);
+    const std::vector<PlacedDll> plan = Plan(folder, dlls, {}, setAside);
     try {
         Carry(folder, dlls, plan, out);
     } catch (const std::runtime_error& failure) {

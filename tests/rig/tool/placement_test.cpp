@@ -282,6 +282,15 @@ TEST_F(Placement, ReadsARecordThatAnEditorHasSaved) {
     EXPECT_EQ(InHost(), kHost);
 }
 
+TEST_F(Placement, ChangesNothingWhereAnotherRigAndAVendorsDllAre) {
+    Place();
+    Fill(rig, With(kRig, {{"solvane_rig.dll", "a newer rig"}}));
+    std::ofstream(host / "inpoutx64.dll", std::ios::binary) << "InpOut's";
+    const Files before = InHost();
+    EXPECT_THAT(Place(), HasSubstr(" has its own inpoutx64.dll. Nothing was changed."));
+    EXPECT_EQ(InHost(), before);
+}
+
 TEST_F(Placement, RefusesFoldersThatAreNoHosts) {
     EXPECT_THAT(Say([&](std::ostream& out) { rig::Place(rig, rig, true, out); }),
                 testing::EndsWith("!" + rig.string() + " is the rig's own folder."));
