@@ -3,10 +3,10 @@
  * The C interface of Solvane.dll, the only header that a host needs.
  *
  * Solvane drives the electrical lines round a camera: it triggers a capture, wakes the camera,
- * switches camera power and accessories power, forces the picture dark, and reads back "system
- * ready" and the latched MEP flag. It finds by itself which hardware carries the lines: a parallel
- * port, the GPIO bank of a mainboard's Super I/O chip, GPIO pins behind the PICMG Embedded API, or
- * an FTDI FT2232H, looked for in this order.
+ * switches camera power and accessories power, forces the picture dark, and reads back
+ * "system ready" and the latched MEP flag. It finds by itself which hardware carries the lines: a
+ * parallel port, the GPIO bank of a mainboard's Super I/O chip, GPIO pins behind the PICMG Embedded
+ * API, or an FTDI FT2232H, looked for in this order.
  *
  * Rules of the whole interface
  *

@@ -26,12 +26,13 @@ std::string Detail(std::string_view line, std::string_view words) {
     return std::string(rest.substr(0, rest.find_first_of(" ).")));
 }
 
-std::string Filled(std::string_view sentence, const std::string& detail) {
-    std::string text(sentence);
-    if (const std::size_t at = text.find('%'); at != text.npos) {
-        text.replace(at, 1, detail);
+/// Sets what was found: a sentence whose "%" stands for the detail.
+void Find(Diagnosis& diagnosis, std::string_view sentence, const std::string& detail = "") {
+    diagnosis.page = PageOf(sentence);
+    diagnosis.found = sentence;
+    if (const std::size_t at = diagnosis.found.find('%'); at != std::string::npos) {
+        diagnosis.found.replace(at, 1, detail);
     }
-    return text;
 }
 
 /// Explains by the first symptom found in the log; false if there is none.
@@ -45,7 +46,7 @@ bool ExplainedBy(std::span<const Symptom> symptoms, const Lines& lines, const Fa
             const bool hasNoRange =
                 symptom.words == kPortWithoutRange.words && facts.port && !facts.port->address;
             const Symptom& meant = hasNoRange ? kPortWithoutRange : symptom;
-            diagnosis.found = Filled(meant.found, Detail(*line, meant.words));
+            Find(diagnosis, meant.found, Detail(*line, meant.words));
             diagnosis.advice = meant.advice == kOpenInpout
                                    ? AdviceOnInpout(facts.inpout, facts.memoryIntegrity)
                                    : std::string(meant.advice);
@@ -58,7 +59,7 @@ bool ExplainedBy(std::span<const Symptom> symptoms, const Lines& lines, const Fa
 void ExplainRefusal(const KindSymptoms& kind, const Candidate& candidate, const Facts& facts,
                     Diagnosis& diagnosis) {
     if (!ExplainedBy(kind.whenRefused, candidate.lines, facts, diagnosis)) {
-        diagnosis.found = "It did not answer (status " + std::to_string(diagnosis.status) + ").";
+        Find(diagnosis, "It did not answer (status %).", std::to_string(diagnosis.status));
         diagnosis.advice = "See the log (--log).";
     }
 }
@@ -75,10 +76,10 @@ void DoubtChip(const Lines& lines, Diagnosis& diagnosis) {
     const std::string devices = line != nullptr ? Detail(*line, kDevices) : "";
     const bool mayBeSeveral = devices.size() > 1 || devices > "3"; // each FT2232H counts as two
     if (isBare) {
-        diagnosis.found = "It answers, but all of its pins read 1: no camera is wired to it.";
+        Find(diagnosis, "It answers, but all of its pins read 1: no camera is wired to it.");
         diagnosis.isIll = true;
     } else if (mayBeSeveral) {
-        diagnosis.found = "It answers, and lines are wired to it.";
+        Find(diagnosis, "It answers, and lines are wired to it.");
     }
     if (mayBeSeveral) {
         diagnosis.advice = "There are " + devices +
@@ -91,10 +92,9 @@ void DoubtChip(const Lines& lines, Diagnosis& diagnosis) {
 
 void ExplainService(const KindSymptoms& kind, const Candidate& candidate, const Facts& facts,
                     Diagnosis& diagnosis) {
-    diagnosis.found = "It answers, and serves the camera.";
+    Find(diagnosis, "It answers, and serves the camera.");
     if (!facts.unreadLine.empty()) {
-        diagnosis.found =
-            "It answers, but its line \"" + facts.unreadLine + "\" " + "could not be read.";
+        Find(diagnosis, "It answers, but its line \"%\" could not be read.", facts.unreadLine);
         diagnosis.advice = kind.whenUnread;
         diagnosis.isIll = true;
     } else if (!ExplainedBy(kind.whenServing, candidate.lines, facts, diagnosis) &&
@@ -136,11 +136,26 @@ Diagnosis Explain(const KindSymptoms& kind, const Candidate& candidate, const Fa
 Diagnosis NotAsked(const KindSymptoms& kind) {
     Diagnosis diagnosis;
     diagnosis.kind = kind.kind;
-    diagnosis.found = "It was not looked for, because a kind before it answered.";
+    Find(diagnosis, "It was not looked for, because a kind before it answered.");
     return diagnosis;
 }
 
 } // namespace
+
+std::string PageOf(std::string_view sentence) {
+    std::string page = "docs/doctor.md#";
+    for (const char c : sentence) { // as the documents' headings get their anchors
+        const auto lower = static_cast<char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
+        if (c == '%') {
+            page += 'n';
+        } else if (c == ' ') {
+            page += '-';
+        } else if (c == '-' || (lower >= 'a' && lower <= 'z') || (c >= '0' && c <= '9')) {
+            page += lower;
+        }
+    }
+    return page;
+}
 
 std::vector<Diagnosis> Diagnose(const LibraryLog& log, const Facts& facts) {
     std::vector<Diagnosis> diagnoses;

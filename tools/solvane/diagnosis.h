@@ -31,8 +31,13 @@ struct Diagnosis {
     int status = 0;      ///< of the availability check, if it was asked
     std::string tried;   ///< which device, if known
     std::string found;   ///< what was found, or why not
+    std::string page;    ///< where the documents explain that
     std::string advice;  ///< what to do; empty when nothing is to be done
 };
+
+/// The place in the documents that explains a sentence, whose "%" stands for what differs:
+/// "docs/doctor.md#no-ftdi-chip-is-connected". Headings there are the sentences with an N.
+std::string PageOf(std::string_view sentence);
 
 /// One diagnosis for each kind, in the library's order, from the last selection in the log.
 std::vector<Diagnosis> Diagnose(const LibraryLog& log, const Facts& facts);

@@ -19,7 +19,8 @@ Json ToJson(const Diagnosis& diagnosis) {
             {"status", diagnosis.asked ? Json(diagnosis.status) : Json()},
             {"tried", TextOrNull(diagnosis.tried)},
             {"found", diagnosis.found},
-            {"advice", TextOrNull(diagnosis.advice)}};
+            {"advice", TextOrNull(diagnosis.advice)},
+            {"page", TextOrNull(diagnosis.advice.empty() ? "" : diagnosis.page)}};
 }
 
 /// The first line that cannot be read; empty if all can. Hardware that was configured successfully
@@ -40,6 +41,7 @@ void AddKind(Report& report, const Diagnosis& diagnosis, bool isConcern) {
     }
     if (isConcern && !diagnosis.advice.empty()) {
         report.Remark("", diagnosis.advice);
+        report.Remark("", "More: " + diagnosis.page);
     }
 }
 

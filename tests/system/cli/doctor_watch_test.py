@@ -109,6 +109,10 @@ class Doctor(CliTest):
     }
 
     def test_names_each_fault_and_gives_advice(self):
+        document = Path(__file__).parents[3] / "docs/doctor.md"
+        headings = re.findall(r"(?m)^### (.*)", document.read_text())
+        pages = {"docs/doctor.md#" + re.sub(r"[^\w\- ]", "", heading).lower().replace(" ", "-")
+                 for heading in headings}
         for kind, illnesses in self.ILLNESSES.items():
             for scenario, status, found, advice in illnesses:
                 with self.subTest(kind=kind, scenario=scenario):
@@ -116,6 +120,7 @@ class Doctor(CliTest):
                     self.assertEqual((each["asked"], each["status"]), (True, status))
                     self.assertIn(found, each["found"])
                     self.assertIn(advice, each["advice"])
+                    self.assertIn(each["page"], pages)
 
     def test_tells_people_the_same_with_advice_only_when_nothing_serves(self):
         outcome = self.run_host("doctor", scenario="no_hardware.toml")
@@ -125,6 +130,7 @@ class Doctor(CliTest):
         self.assertEqual(lines[1], "controller     none")
         self.assertEqual(lines[2], "parallel port  Windows knows no parallel port.")
         self.assertIn("Device Manager", lines[3])
+        self.assertEqual(lines[4].strip(), "More: docs/doctor.md#windows-knows-no-parallel-port")
         self.assertIn("FT2232H        No FTDI chip is connected.", lines)
         # doctor itself has not failed.
         self.assertEqual(outcome.err, "solvane: no hardware serves the camera: "

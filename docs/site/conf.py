@@ -1,0 +1,57 @@
+"""The documents and the reference of both public headers as one offline site, for scripts/doc."""
+
+import re
+from pathlib import Path
+
+from docutils import nodes
+from sphinx.transforms import SphinxTransform
+
+ROOT = Path(__file__).resolve().parents[2]
+
+project = "Solvane"
+release = re.search(r"VERSION ([\d.]+)\n? +LANGUAGES", (ROOT / "CMakeLists.txt").read_text())[1]
+extensions = ["myst_parser", "breathe"]
+include_patterns = ["*.md", "docs/*.md", "docs/site/*.md", "rig/*.md", "bindings/*/*.md",
+                    "tests/*/*.md"]
+exclude_patterns = ["build", ".git"]
+root_doc = "docs/first-hour"
+nitpicky = True
+nitpick_ignore_regex = [("c:identifier", r"u?int\d+_t|size_t")]
+smartquotes = False  # the system's texts are to be found as they are
+highlight_language = "none"
+
+myst_heading_anchors = 4
+
+breathe_default_project = "solvane"
+breathe_domain_by_extension = {"h": "c"}
+breathe_show_include = False
+
+html_theme = "furo"
+html_title = f"Solvane {release}"
+html_show_copyright = html_show_sphinx = html_show_sourcelink = html_copy_source = False
+pygments_dark_style = "native"
+
+
+class RowAnchors(SphinxTransform):
+    """An anchor for each row of a table that begins with code: log texts, statuses, causes, options."""
+
+    default_priority = 500
+
+    def apply(self, **_):
+        for row in self.document.findall(nodes.row):
+            for literal in row[0].findall(nodes.literal):
+                anchor = re.sub(r"[^a-z0-9]+", "-", literal.astext().lower()).strip("-")
+                if anchor and anchor not in self.document.ids:
+                    row[0]["ids"].append(anchor)
+                    self.document.ids[anchor] = row[0]
+
+
+def leave_folders_unlinked(_app, _env, reference, text):
+    """A link to a folder of the source tree: the site has no page of it."""
+    target = (ROOT / reference["refdoc"]).parent / reference["reftarget"]
+    return text if target.is_dir() else None
+
+
+def setup(app):
+    app.add_transform(RowAnchors)
+    app.connect("missing-reference", leave_folders_unlinked)
