@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <stop_token>
 #include <string>
@@ -30,7 +31,7 @@ class Arguments {
     std::string Word();
     /// The value of an option such as --within, which is in milliseconds; returned in ns.
     std::uint64_t Milliseconds(std::string_view option, std::uint64_t otherwise);
-    std::uint64_t Number(std::string_view option, std::uint64_t otherwise);
+    std::optional<std::uint64_t> Number(std::string_view option);
     bool Has(std::string_view option) const;
 
     /// Throws ActionError when arguments are left.

@@ -26,9 +26,10 @@ constexpr std::array kCommands = {
     CommandKind{"keep", "FILE",
                 "writes the session so far as a scenario: with it, the same host meets the same",
                 Keep},
-    CommandKind{"wait-edge", "\"LINE 0|1\" [--within MS]",
-                "waits for the next such edge, 5000 ms unless said", WaitEdge},
-    CommandKind{"expect-pulse", "LINE FROM..TO [--within MS]",
+    CommandKind{"wait-edge", "\"LINE 0|1\" [--within MS] [--since N]",
+                "waits for the next such edge, or that from entry N on, 5000 ms unless said",
+                WaitEdge},
+    CommandKind{"expect-pulse", "LINE FROM..TO [--within MS] [--since N]",
                 "waits for a pulse to begin and end, and says whether its width is in the range",
                 ExpectPulse},
     CommandKind{"help", "", "these commands", TellHelp},
@@ -131,9 +132,9 @@ std::uint64_t Arguments::Milliseconds(std::string_view option, std::uint64_t oth
     return Has(option) ? ReadMilliseconds(ValueOf(option)) : otherwise;
 }
 
-std::uint64_t Arguments::Number(std::string_view option, std::uint64_t otherwise) {
+std::optional<std::uint64_t> Arguments::Number(std::string_view option) {
     if (!Has(option)) {
-        return otherwise;
+        return std::nullopt;
     }
     const std::string text = ValueOf(option);
     std::uint64_t number = 0;

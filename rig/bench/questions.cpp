@@ -66,7 +66,7 @@ Told TellJournal(Arguments arguments, const std::stop_token& stop) {
     static constexpr std::array kKinds = {"call", "edge", "event", "note"};
     const bool waits = arguments.Has("--within");
     const std::uint64_t within = arguments.Milliseconds("--within", 0);
-    const std::uint64_t since = arguments.Number("--since", 0);
+    const std::uint64_t since = arguments.Number("--since").value_or(0);
     arguments.RefuseOthers();
 
     const Access rig;

@@ -11,12 +11,13 @@ namespace {
 
 constexpr std::uint64_t kWithin = 5'000 * kNanosecondsPerMillisecond;
 
-/// Reads the edges in the journal, each once.
+/// Reads the edges in the journal, each once: from an entry on, or those that are yet to come.
 class Edges {
   public:
-    explicit Edges(const Journal& source) : journal(source), next(source.End()) {}
+    Edges(const Journal& source, std::optional<std::uint64_t> since)
+        : journal(source), next(since.value_or(source.End())) {}
 
-    /// The next edge since construction; null when there is none yet.
+    /// The next edge from there on; null when there is none yet.
     const Journal::Entry* Next() {
         for (next = std::max(next, journal.Begin()); next < journal.End();) {
             const auto& entry = journal[static_cast<std::size_t>(next++ - journal.Begin())];
@@ -69,18 +70,19 @@ rig_line ReadLine(const std::string& name) {
 
 Told WaitEdge(Arguments arguments, const std::stop_token& stop) {
     const std::uint64_t within = arguments.Milliseconds("--within", kWithin);
+    const std::optional<std::uint64_t> since = arguments.Number("--since");
     Words words = WordsOf(arguments.Word()); // "ready 0" as one word or as two
     if (words.size() == 1) {
         words.push_back(arguments.Word());
     }
     arguments.RefuseOthers();
     if (words.size() != 2 || (words[1] != "0" && words[1] != "1")) {
-        throw ActionError("usage: wait-edge \"LINE 0|1\" [--within MS]");
+        throw ActionError("usage: wait-edge \"LINE 0|1\" [--within MS] [--since N]");
     }
     const std::string wanted = EdgeText(ReadLine(words[0]), words[1] == "1");
 
     const Access rig;
-    Edges edges(rig->trace.journal);
+    Edges edges(rig->trace.journal, since);
     const Journal::Entry* edge = nullptr;
     const bool isSeen = WaitUntil(rig, within, stop, [&] {
         do {
@@ -99,19 +101,20 @@ Told WaitEdge(Arguments arguments, const std::stop_token& stop) {
 
 Told ExpectPulse(Arguments arguments, const std::stop_token& stop) {
     const std::uint64_t within = arguments.Milliseconds("--within", kWithin);
+    const std::optional<std::uint64_t> since = arguments.Number("--since");
     const std::string name = arguments.Word();
     const std::string range = arguments.Word();
     arguments.RefuseOthers();
     const std::size_t dots = range.find("..");
     if (dots == range.npos) {
-        throw ActionError("usage: expect-pulse LINE FROM..TO [--within MS]");
+        throw ActionError("usage: expect-pulse LINE FROM..TO [--within MS] [--since N]");
     }
     const rig_line line = ReadLine(name);
     const std::uint64_t from = ReadMilliseconds(std::string_view(range).substr(0, dots));
     const std::uint64_t to = ReadMilliseconds(std::string_view(range).substr(dots + 2));
 
     const Access rig;
-    Edges edges(rig->trace.journal);
+    Edges edges(rig->trace.journal, since);
     std::optional<std::uint64_t> begin;
     std::optional<std::uint64_t> width;
     WaitUntil(rig, within, stop, [&] {

@@ -361,6 +361,24 @@ TEST_F(CommandsTest, ExpectAPulseOfSomeWidth) {
     EXPECT_EQ(reply.text, "no pulse of ready within 12 ms") << "one that had begun before";
 }
 
+TEST_F(CommandsTest, SeeWhatHasHappenedSinceAnEntryOfTheJournal) {
+    FT_HANDLE pins = OpenPins();
+    Drive(pins, kRest | kTrigger);
+    const std::string mark = std::to_string(Perform({"journal"}, false).next);
+    Drive(pins, kRest);
+    Drive(pins, kRest | kTrigger);
+    host::Advance(3'000'000);
+    Drive(pins, kRest);
+    EXPECT_EQ(Said({"wait-edge", "trigger 0", "--since", mark}), "trigger 0 at 0 ms");
+    EXPECT_EQ(Said({"expect-pulse", "trigger", "3..3", "--since", mark}), "trigger 1 for 3 ms");
+    EXPECT_EQ(Milliseconds(), 3U) << "without waiting";
+    EXPECT_EQ(Said({"wait-edge", "ready 1", "--since", mark}), "ready 1 at 25 ms")
+        << "what is yet to come counts too";
+    EXPECT_EQ(Perform({"wait-edge", "ready 0", "--since", mark, "--within", "1"}, false).exitCode,
+              1)
+        << "it came before the mark";
+}
+
 TEST_F(CommandsTest, FollowTheJournal) {
     Load(kOneChip + "[[event]]\nat_ms = 30\naction = 'note late'\n");
     const std::uint64_t start = Perform({"journal"}, false).next;
@@ -432,6 +450,7 @@ TEST_F(CommandsTest, TellWhatThereIsForWordsThatAreWrong) {
         {{"wait-edge", "ready 0", "--within", "soon"},
          "'soon' is no number of milliseconds, at most 86400000"},
         {{"wait-edge", "ready 0", "--within", "86400001"}, "'86400001' is no number"},
+        {{"wait-edge", "ready 0", "--since", "-1"}, "'-1' is no number"},
         {{"expect-pulse", "trigger"}, "usage: expect-pulse"},
         {{"expect-pulse", "triger", "9..13"}, "'triger' is no line; there are trigger, "},
         {{"expect-pulse", "trigger", "..13"}, "'' is no number of milliseconds"},
