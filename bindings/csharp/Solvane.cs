@@ -1,15 +1,18 @@
-// Solvane.dll for C# on 64-bit Windows: .NET Framework, .NET or Mono. Add this one file to a project
-// that is built for x64, and put Solvane.dll beside the program.
+// Solvane.dll for C# on 64-bit Windows: .NET Framework 4.5 and later, .NET or Mono. Add this one file to a
+// project that is built for x64 (C# 5 will do), and put Solvane.dll beside the program. README.md says more.
 //
 // What solvane.h says about lines, times and threads holds here too. In short:
 //
-// - Camera has the functions of solvane.h under their own names. A status other than 0 is thrown as a
-//   SolvaneException; questions return bool.
+// - SolvaneCamera has the functions of solvane.h under their own names. A status other than 0 is thrown
+//   as a SolvaneException; questions return bool.
 // - One thread at a time, except for timers: this wrapper adds no lock.
-// - An exception in a timer's callback ends the run, and Timer.Run rethrows it. In a log callback it is
-//   dropped. Neither travels through the library.
+// - An exception in a timer's callback ends the run, and SolvaneTimer.Run rethrows it. In a log callback
+//   it is dropped. Neither travels through the library.
+//
+// Every type begins with "Solvane", because Camera, Timer and the like are names of the framework's.
 
 using System;
+using System.Runtime.CompilerServices;
 using System.Runtime.ExceptionServices;
 using System.Runtime.InteropServices;
 using System.Threading;
@@ -17,15 +20,22 @@ using System.Threading;
 namespace Solvane
 {
     /// <summary>The statuses of solvane.h.</summary>
-    public static class Status
+    public static class SolvaneStatus
     {
+        /// <summary>Success; never thrown.</summary>
         public const short Ok = 0;
+        /// <summary>A state could not be determined, or a timer failed.</summary>
         public const short Undetermined = -1;
+        /// <summary>A line could not be written. A trigger's may have stayed high.</summary>
         public const short Write = -2;
+        /// <summary>The hardware was not found, or could not be opened and configured.</summary>
         public const short NoHardware = -3;
+        /// <summary>A timer that was disposed of or has a run already.</summary>
         public const short Invalid = -4;
+        /// <summary>A trigger was refused because the system is not ready.</summary>
         public const short NotReady = -5;
 
+        /// <summary>A sentence for people.</summary>
         public static string Meaning(short status)
         {
             switch (status)
@@ -46,154 +56,176 @@ namespace Solvane
     /// <summary>Thrown for a status other than 0; names the function that returned it.</summary>
     public class SolvaneException : Exception
     {
+        /// <param name="function">The function of solvane.h.</param>
+        /// <param name="status">Its status, one of SolvaneStatus.</param>
         public SolvaneException(string function, short status)
-            : base(function + ": status " + status + ": " + Solvane.Status.Meaning(status))
+            : base(function + ": status " + status + ": " + SolvaneStatus.Meaning(status))
         {
             Function = function;
             Status = status;
         }
 
+        /// <summary>The function of solvane.h, such as "Solvane_TriggerCapture".</summary>
         public string Function { get; private set; }
+
+        /// <summary>What it returned, one of SolvaneStatus.</summary>
         public short Status { get; private set; }
     }
 
-    /// <summary>One event of a timer: the driver's status, and four words of its own.</summary>
+    /// <summary>One event of a timer, as in solvane.h.</summary>
     [StructLayout(LayoutKind.Sequential)]
-    public struct TimerEvent
+    public struct SolvaneTimerEvent
     {
+        /// <summary>How the driver's trigger went, one of SolvaneStatus.</summary>
         public short status;
+        /// <summary>1 if the driver said at the start of the run that all was well, else 0.</summary>
         public ushort initialStatusOk;
+        /// <summary>The first of four words whose meaning is the driver's.</summary>
         public ushort data0;
+        /// <summary>The second.</summary>
         public ushort data1;
+        /// <summary>The third.</summary>
         public ushort data2;
+        /// <summary>The fourth.</summary>
         public ushort data3;
     }
 
+#pragma warning disable 1591 // described in solvane.h
     /// <summary>The C interface, unchanged.</summary>
-    public static class Native
+    public static class SolvaneNative
     {
+        private const string Library = "Solvane.dll"; // so no assembly may have this name
+
         [UnmanagedFunctionPointer(CallingConvention.StdCall)]
         public delegate void LogCallback(IntPtr context, IntPtr line);
 
         [UnmanagedFunctionPointer(CallingConvention.StdCall)]
-        public delegate void TimerCallback(ulong userContext, [In] ref TimerEvent timerEvent);
+        public delegate void TimerCallback(ulong userContext, [In] ref SolvaneTimerEvent timerEvent);
 
-        [DllImport("Solvane.dll", CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
+        [DllImport(Library, CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
         public static extern void Solvane_SetLogger(IntPtr context, LogCallback callback);
 
-        [DllImport("Solvane.dll", CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
+        [DllImport(Library, CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
         public static extern short Solvane_CheckAvailable();
 
-        [DllImport("Solvane.dll", CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
+        [DllImport(Library, CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
         public static extern short Solvane_CheckPowerControlAvailable();
 
-        [DllImport("Solvane.dll", CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
+        [DllImport(Library, CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
         public static extern short Solvane_RecheckStatus();
 
-        [DllImport("Solvane.dll", CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
+        [DllImport(Library, CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
         public static extern void Solvane_EnforceFTDI();
 
-        [DllImport("Solvane.dll", CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
+        [DllImport(Library, CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
         public static extern short Solvane_TriggerCapture();
 
-        [DllImport("Solvane.dll", CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
+        [DllImport(Library, CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
         public static extern short Solvane_CheckSystemReady(out short ready);
 
-        [DllImport("Solvane.dll", CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
+        [DllImport(Library, CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
         public static extern short Solvane_CheckAndResetMepFlag(out short flag);
 
-        [DllImport("Solvane.dll", CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
+        [DllImport(Library, CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
         public static extern short Solvane_WakeCamera();
 
-        [DllImport("Solvane.dll", CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
+        [DllImport(Library, CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
         public static extern short Solvane_EnableForcedBlackUpdate();
 
-        [DllImport("Solvane.dll", CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
+        [DllImport(Library, CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
         public static extern short Solvane_DisableForcedBlackUpdate();
 
-        [DllImport("Solvane.dll", CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
+        [DllImport(Library, CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
         public static extern short Solvane_CheckForcedBlackUpdate(out short on);
 
-        [DllImport("Solvane.dll", CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
+        [DllImport(Library, CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
         public static extern short Solvane_EnableCameraPower();
 
-        [DllImport("Solvane.dll", CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
+        [DllImport(Library, CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
         public static extern short Solvane_DisableCameraPower();
 
-        [DllImport("Solvane.dll", CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
+        [DllImport(Library, CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
         public static extern short Solvane_CheckCameraPower(out short on);
 
-        [DllImport("Solvane.dll", CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
+        [DllImport(Library, CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
         public static extern short Solvane_EnableAccessoriesPower();
 
-        [DllImport("Solvane.dll", CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
+        [DllImport(Library, CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
         public static extern short Solvane_DisableAccessoriesPower();
 
-        [DllImport("Solvane.dll", CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
+        [DllImport(Library, CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
         public static extern short Solvane_CheckAccessoriesPower(out short on);
 
-        [DllImport("Solvane.dll", CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
+        [DllImport(Library, CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
         public static extern short Solvane_CloseDevice();
 
-        [DllImport("Solvane.dll", CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
+        [DllImport(Library, CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
         public static extern short Solvane_ResetComPort();
 
-        [DllImport("Solvane.dll", CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
+        [DllImport(Library, CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
         public static extern short Solvane_CreateTimer(out ulong timer, ulong userContext);
 
-        [DllImport("Solvane.dll", CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
+        [DllImport(Library, CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
         public static extern short Solvane_RunTimer(ulong timer, uint timerParameter,
                                                     TimerCallback callback);
 
-        [DllImport("Solvane.dll", CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
+        [DllImport(Library, CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
         public static extern short Solvane_StopTimer(ulong timer);
 
-        [DllImport("Solvane.dll", CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
+        [DllImport(Library, CallingConvention = CallingConvention.StdCall, ExactSpelling = true)]
         public static extern short Solvane_DisposeTimer(ulong timer);
     }
 
-    /// <summary>The control lines of the camera.</summary>
-    public static class Camera
+#pragma warning restore 1591
+
+    /// <summary>
+    /// The control lines of the camera. Each function returns when the lines have their new levels, and throws
+    /// a SolvaneException when they have not. One thread at a time; not the one that draws the user interface,
+    /// because a call that meets lost hardware can take some seconds.
+    /// </summary>
+    public static class SolvaneCamera
     {
         // ---- Finding the hardware
 
         /// <summary>Finds and configures the hardware; throws when there is none.</summary>
         public static void CheckAvailable()
         {
-            Check("Solvane_CheckAvailable", Native.Solvane_CheckAvailable());
+            Check(SolvaneNative.Solvane_CheckAvailable());
         }
 
-        /// <summary>Checks that camera and accessories power can be switched; throws when they cannot.</summary>
+        /// <summary>Throws when camera and accessories power cannot be switched.</summary>
         public static void CheckPowerControlAvailable()
         {
-            Check("Solvane_CheckPowerControlAvailable", Native.Solvane_CheckPowerControlAvailable());
+            Check(SolvaneNative.Solvane_CheckPowerControlAvailable());
         }
 
         /// <summary>Looks for the hardware again, from the first kind.</summary>
         public static void RecheckStatus()
         {
-            Check("Solvane_RecheckStatus", Native.Solvane_RecheckStatus());
+            Check(SolvaneNative.Solvane_RecheckStatus());
         }
 
         /// <summary>Chooses the FT2232H, whether it is there or not.</summary>
         public static void EnforceFTDI()
         {
-            Native.Solvane_EnforceFTDI();
+            SolvaneNative.Solvane_EnforceFTDI();
         }
 
         // ---- Capture
 
-        /// <summary>Triggers one capture; Status.NotReady when the system is not ready.</summary>
+        /// <summary>
+        /// Triggers one capture, in about 18 ms; SolvaneStatus.NotReady when the system is not ready.
+        /// </summary>
         public static void TriggerCapture()
         {
-            Check("Solvane_TriggerCapture", Native.Solvane_TriggerCapture());
+            Check(SolvaneNative.Solvane_TriggerCapture());
         }
 
         /// <summary>Whether the system is ready for a trigger.</summary>
         public static bool CheckSystemReady()
         {
             short ready;
-            Check("Solvane_CheckSystemReady", Native.Solvane_CheckSystemReady(out ready));
+            Check(SolvaneNative.Solvane_CheckSystemReady(out ready));
             return ready != 0;
         }
 
@@ -201,71 +233,77 @@ namespace Solvane
         public static bool CheckAndResetMepFlag()
         {
             short flag;
-            Check("Solvane_CheckAndResetMepFlag", Native.Solvane_CheckAndResetMepFlag(out flag));
+            Check(SolvaneNative.Solvane_CheckAndResetMepFlag(out flag));
             return flag != 0;
         }
 
         /// <summary>Wakes the camera with a short pulse on the dark line.</summary>
         public static void WakeCamera()
         {
-            Check("Solvane_WakeCamera", Native.Solvane_WakeCamera());
+            Check(SolvaneNative.Solvane_WakeCamera());
         }
 
         // ---- Forced black update (dark)
 
+        /// <summary>Forces the picture dark.</summary>
         public static void EnableForcedBlackUpdate()
         {
-            Check("Solvane_EnableForcedBlackUpdate", Native.Solvane_EnableForcedBlackUpdate());
+            Check(SolvaneNative.Solvane_EnableForcedBlackUpdate());
         }
 
+        /// <summary>Stops forcing the picture dark.</summary>
         public static void DisableForcedBlackUpdate()
         {
-            Check("Solvane_DisableForcedBlackUpdate", Native.Solvane_DisableForcedBlackUpdate());
+            Check(SolvaneNative.Solvane_DisableForcedBlackUpdate());
         }
 
         /// <summary>Whether the picture is forced dark.</summary>
         public static bool CheckForcedBlackUpdate()
         {
             short on;
-            Check("Solvane_CheckForcedBlackUpdate", Native.Solvane_CheckForcedBlackUpdate(out on));
+            Check(SolvaneNative.Solvane_CheckForcedBlackUpdate(out on));
             return on != 0;
         }
 
         // ---- Power
 
+        /// <summary>Switches camera power on.</summary>
         public static void EnableCameraPower()
         {
-            Check("Solvane_EnableCameraPower", Native.Solvane_EnableCameraPower());
+            Check(SolvaneNative.Solvane_EnableCameraPower());
         }
 
+        /// <summary>Switches camera power off.</summary>
         public static void DisableCameraPower()
         {
-            Check("Solvane_DisableCameraPower", Native.Solvane_DisableCameraPower());
+            Check(SolvaneNative.Solvane_DisableCameraPower());
         }
 
-        /// <summary>Whether camera power is on. A line that cannot be read: see rule 6 of solvane.h.</summary>
+        /// <summary>Whether camera power is on. Of an unread line: rule 6 of solvane.h.</summary>
         public static bool CheckCameraPower()
         {
             short on;
-            Check("Solvane_CheckCameraPower", Native.Solvane_CheckCameraPower(out on));
+            Check(SolvaneNative.Solvane_CheckCameraPower(out on));
             return on != 0;
         }
 
+        /// <summary>Switches accessories power on.</summary>
         public static void EnableAccessoriesPower()
         {
-            Check("Solvane_EnableAccessoriesPower", Native.Solvane_EnableAccessoriesPower());
+            Check(SolvaneNative.Solvane_EnableAccessoriesPower());
         }
 
+        /// <summary>Switches accessories power off.</summary>
         public static void DisableAccessoriesPower()
         {
-            Check("Solvane_DisableAccessoriesPower", Native.Solvane_DisableAccessoriesPower());
+            Check(SolvaneNative.Solvane_DisableAccessoriesPower());
         }
 
         /// <summary>Whether accessories power is on. Also true when the line cannot be read.</summary>
         public static bool CheckAccessoriesPower()
         {
             short on;
-            Check("Solvane_CheckAccessoriesPower", Native.Solvane_CheckAccessoriesPower(out on));
+            Check(SolvaneNative.Solvane_CheckAccessoriesPower(out on));
             return on != 0;
         }
 
@@ -274,45 +312,57 @@ namespace Solvane
         /// <summary>Closes the hardware, so that another program may use it.</summary>
         public static void CloseDevice()
         {
-            Check("Solvane_CloseDevice", Native.Solvane_CloseDevice());
+            Check(SolvaneNative.Solvane_CloseDevice());
         }
 
         /// <summary>Resets the serial channel of the FT2232H.</summary>
         public static void ResetComPort()
         {
-            Check("Solvane_ResetComPort", Native.Solvane_ResetComPort());
+            Check(SolvaneNative.Solvane_ResetComPort());
         }
 
-        internal static void Check(string function, short status)
+        internal static void Check(short status, [CallerMemberName] string function = "")
         {
-            if (status != Status.Ok)
+            if (status != SolvaneStatus.Ok)
             {
-                throw new SolvaneException(function, status);
+                throw new SolvaneException("Solvane_" + function, status);
             }
         }
     }
 
     /// <summary>
     /// Passes the library's log lines to a function until it is disposed of. There is one log function
-    /// in the process: a second Logger takes over from the first. Make it before the first other call,
-    /// to see how the hardware was chosen, and neither make nor dispose of it while a call or a timer
-    /// is in progress. Rule 7 of solvane.h says what the function may call in the library. While timers
-    /// run, it is called on their threads as well.
+    /// in the process: a second SolvaneLogger takes over from the first. Make it before the first other
+    /// call, to see how the hardware was chosen, and neither make nor dispose of it while a call or a timer
+    /// is in progress. Rule 7 of solvane.h says what the function may call in the library. It is called on
+    /// the thread that called the library, in the middle of an operation; while timers run, on their threads
+    /// as well. A program that ends without disposing of it logs until then.
     /// </summary>
-    public sealed class Logger : IDisposable
+    public sealed class SolvaneLogger : IDisposable
     {
         // Keeps the delegate alive while the library may call it.
-        private static Native.LogCallback installed;
+        private static SolvaneNative.LogCallback installed;
 
-        private readonly Native.LogCallback callback;
+        private readonly SolvaneNative.LogCallback callback;
 
-        static Logger()
+        static SolvaneLogger()
         {
-            // The library also logs when it is unloaded, and the runtime is gone by then.
-            AppDomain.CurrentDomain.ProcessExit += (sender, arguments) => Remove();
+            // The library also logs when it is unloaded, and the runtime is gone by then. The delegate
+            // stays alive, because a run on another thread may be logging.
+            AppDomain.CurrentDomain.ProcessExit += (sender, arguments) =>
+            {
+                if (installed != null)
+                {
+                    SolvaneNative.Solvane_SetLogger(IntPtr.Zero, null);
+                }
+            };
         }
 
-        public Logger(Action<string> onLine)
+        /// <summary>Logs from now on.</summary>
+        /// <param name="onLine">
+        /// Gets each line, which begins with the local time, without a line break at its end.
+        /// </param>
+        public SolvaneLogger(Action<string> onLine)
         {
             if (onLine == null)
             {
@@ -329,23 +379,16 @@ namespace Solvane
                     // A line may be in mid-pulse: a failed log must not disturb it.
                 }
             };
-            Native.Solvane_SetLogger(IntPtr.Zero, callback);
+            SolvaneNative.Solvane_SetLogger(IntPtr.Zero, callback);
             installed = callback;
         }
 
+        /// <summary>Ends logging, unless another SolvaneLogger has taken over.</summary>
         public void Dispose()
         {
             if (installed == callback)
             {
-                Remove();
-            }
-        }
-
-        private static void Remove()
-        {
-            if (installed != null)
-            {
-                Native.Solvane_SetLogger(IntPtr.Zero, null);
+                SolvaneNative.Solvane_SetLogger(IntPtr.Zero, null);
                 installed = null;
             }
         }
@@ -356,45 +399,54 @@ namespace Solvane
     /// on that thread; Stop may be called from any thread. The library loses a stop that comes just
     /// before a run has begun. This class remembers it, and ends the run at the next event without
     /// delivering that event.
+    /// A run on a thread that is no background thread keeps the process alive, as everything on such a thread
+    /// does. With its process, a run ends without further events.
     /// </summary>
-    public sealed class Timer : IDisposable
+    public sealed class SolvaneTimer : IDisposable
     {
         private readonly object state = new object(); // guards the fields below
         private ulong handle;
         private Thread thread; // of the run in progress
         private bool stopped;
 
-        /// <summary>Opens the driver; Status.Undetermined on failure, with the reason in the log.</summary>
-        public Timer()
+        /// <summary>
+        /// Opens the driver; SolvaneStatus.Undetermined on failure, with the reason in the log.
+        /// </summary>
+        public SolvaneTimer()
         {
-            Camera.Check("Solvane_CreateTimer", Native.Solvane_CreateTimer(out handle, 0));
+            SolvaneCamera.Check(SolvaneNative.Solvane_CreateTimer(out handle, 0), "CreateTimer");
         }
 
-        ~Timer()
+        /// <summary>Disposes of a timer that nobody else has disposed of, before the process ends.</summary>
+        ~SolvaneTimer()
         {
-            if (handle != 0) // no run in progress: a run holds a reference
+            // A run holds a reference, but .NET Framework and Mono finalize everything when the process ends,
+            // runs on background threads or not.
+            if (handle != 0 && !Environment.HasShutdownStarted)
             {
-                Native.Solvane_DisposeTimer(handle);
+                SolvaneNative.Solvane_DisposeTimer(handle);
             }
         }
 
         /// <summary>
         /// Calls the function for each event, until Stop or an exception out of it, which Run rethrows.
         /// </summary>
-        public void Run(uint parameter, Action<TimerEvent> onEvent)
+        /// <param name="parameter">Passed to the driver as it is; its unit is the driver's.</param>
+        /// <param name="onEvent">Called on this thread.</param>
+        public void Run(uint parameter, Action<SolvaneTimerEvent> onEvent)
         {
             if (onEvent == null)
             {
                 throw new ArgumentNullException("onEvent");
             }
             ExceptionDispatchInfo thrown = null;
-            Native.TimerCallback callback = delegate(ulong userContext, ref TimerEvent timerEvent)
+            SolvaneNative.TimerCallback callback = delegate(ulong context, ref SolvaneTimerEvent timerEvent)
             {
                 try
                 {
                     if (StopWasLost())
                     {
-                        Native.Solvane_StopTimer(handle);
+                        SolvaneNative.Solvane_StopTimer(handle);
                         return;
                     }
                     onEvent(timerEvent);
@@ -409,7 +461,7 @@ namespace Solvane
             {
                 if (thread != null || handle == 0)
                 {
-                    throw new SolvaneException("Solvane_RunTimer", Status.Invalid);
+                    throw new SolvaneException("Solvane_RunTimer", SolvaneStatus.Invalid);
                 }
                 if (stopped)
                 {
@@ -421,7 +473,7 @@ namespace Solvane
             short status;
             try
             {
-                status = Native.Solvane_RunTimer(handle, parameter, callback);
+                status = SolvaneNative.Solvane_RunTimer(handle, parameter, callback);
             }
             finally
             {
@@ -437,7 +489,7 @@ namespace Solvane
             {
                 thrown.Throw();
             }
-            Camera.Check("Solvane_RunTimer", status);
+            SolvaneCamera.Check(status, "RunTimer");
         }
 
         /// <summary>
@@ -450,7 +502,7 @@ namespace Solvane
                 stopped = true;
                 if (thread != null)
                 {
-                    Native.Solvane_StopTimer(handle);
+                    SolvaneNative.Solvane_StopTimer(handle);
                 }
             }
         }
@@ -472,7 +524,7 @@ namespace Solvane
                 }
                 if (handle != 0)
                 {
-                    Native.Solvane_DisposeTimer(handle);
+                    SolvaneNative.Solvane_DisposeTimer(handle);
                     handle = 0;
                 }
             }

@@ -17,9 +17,9 @@ static class LogToFile
             // Before the first call, because earlier lines are lost, and disposed of before the file
             // closes. The function is called in the middle of operations, so it returns quickly, and
             // it calls nothing of Solvane's.
-            using (new Logger(line => { file.WriteLine(line); lines++; }))
+            using (new SolvaneLogger(line => { file.WriteLine(line); lines++; }))
             {
-                Camera.CheckAvailable();
+                SolvaneCamera.CheckAvailable();
             }
         }
         catch (SolvaneException error)

@@ -14,15 +14,15 @@ static class Probe
         {
             // The first call looks for the hardware and configures it; later calls use what it found.
             // It throws when there is none.
-            Camera.CheckAvailable();
+            SolvaneCamera.CheckAvailable();
             Console.WriteLine("available: yes");
             Console.WriteLine("power control: " + (CanSwitchPower() ? "yes" : "no"));
 
             // Asking for the MEP flag would clear it, so a probe leaves it alone.
-            Console.WriteLine("ready: " + (Camera.CheckSystemReady() ? "yes" : "no"));
-            Console.WriteLine("dark: " + (Camera.CheckForcedBlackUpdate() ? "on" : "off"));
-            Console.WriteLine("camera power: " + (Camera.CheckCameraPower() ? "on" : "off"));
-            Console.WriteLine("accessories power: " + (Camera.CheckAccessoriesPower() ? "on" : "off"));
+            Console.WriteLine("ready: " + (SolvaneCamera.CheckSystemReady() ? "yes" : "no"));
+            Console.WriteLine("dark: " + (SolvaneCamera.CheckForcedBlackUpdate() ? "on" : "off"));
+            Console.WriteLine("camera power: " + (SolvaneCamera.CheckCameraPower() ? "on" : "off"));
+            Console.WriteLine("accessories power: " + (SolvaneCamera.CheckAccessoriesPower() ? "on" : "off"));
             return 0;
         }
         catch (SolvaneException error)
@@ -36,7 +36,7 @@ static class Probe
     {
         try
         {
-            Camera.CheckPowerControlAvailable();
+            SolvaneCamera.CheckPowerControlAvailable();
             return true;
         }
         catch (SolvaneException)

@@ -12,8 +12,8 @@ static class TimerExample
         int events = 0;
         try
         {
-            using (new Logger(line => Console.Error.WriteLine(line)))
-            using (Timer timer = new Timer()) // throws when the driver is not installed
+            using (new SolvaneLogger(line => Console.Error.WriteLine(line)))
+            using (SolvaneTimer timer = new SolvaneTimer()) // throws when the driver is not installed
             {
                 timer.Run(Parameter, timerEvent => // blocks until the stop
                 {

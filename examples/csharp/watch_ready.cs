@@ -18,7 +18,7 @@ static class WatchReady
         {
             while (watch.Elapsed.TotalSeconds < seconds)
             {
-                bool ready = Camera.CheckSystemReady();
+                bool ready = SolvaneCamera.CheckSystemReady();
                 if (ready != before)
                 {
                     Console.WriteLine(ready ? "ready" : "not ready");

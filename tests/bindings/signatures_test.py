@@ -25,7 +25,7 @@ C_TYPES = {"int16_t": "i16", "uint16_t": "u16", "uint32_t": "u32", "uint64_t": "
            "SolvaneTimerEvent": "event", "void": "void", "char": "char"}
 CSHARP_TYPES = {"void": "void", "short": "i16", "ushort": "u16", "uint": "u32", "ulong": "u64",
                 "out short": "i16*", "out ulong": "u64*", "IntPtr": "pointer", "LogCallback": "log",
-                "TimerCallback": "timer", "[In] ref TimerEvent": "event*"}
+                "TimerCallback": "timer", "[In] ref SolvaneTimerEvent": "event*"}
 
 
 def without_comments(text):
@@ -82,7 +82,7 @@ def read_csharp(text):
         each = [" ".join(one.split()[:-1]) for one in parameters.split(",") if one.strip()]
         return [CSHARP_TYPES[result], *(CSHARP_TYPES[one] for one in each)]
 
-    how = r'\[DllImport\("Solvane\.dll", CallingConvention = CallingConvention\.StdCall, ' \
+    how = r'\[DllImport\(Library, CallingConvention = CallingConvention\.StdCall, ' \
           r"ExactSpelling = true\)\]"
     for result, name, parameters in re.findall(
             how + r"\s+public static extern (\w+) (\w+)\(([^)]*)\);", text):
@@ -91,7 +91,7 @@ def read_csharp(text):
             r"\[UnmanagedFunctionPointer\(CallingConvention\.StdCall\)\]\s+"
             r"public delegate (\w+) (\w+)\(([^)]*)\);", text):
         told.callbacks[CSHARP_TYPES[name]] = signature(result, parameters)
-    fields = re.search(r"\[StructLayout\(LayoutKind\.Sequential\)\]\s+public struct TimerEvent\s+"
+    fields = re.search(r"\[StructLayout\(LayoutKind\.Sequential\)\]\s+public struct SolvaneTimerEvent\s+"
                        r"\{(.*?)\}", text, re.S)[1]
     told.fields = [(name, CSHARP_TYPES[kind])
                    for kind, name in re.findall(r"public (\w+) (\w+);", fields)]
@@ -330,7 +330,7 @@ class Signatures(unittest.TestCase):
             self.assertEqual(parameters, expected, name)
 
     def test_csharp_methods_call_what_their_names_say(self):
-        camera = read_file(CSHARP).split("public static class Camera")[1].split("internal static")[0]
+        camera = read_file(CSHARP).split("public static class SolvaneCamera")[1].split("internal static")[0]
         methods = re.findall(r"public static (?:void|bool) (\w+)\(\)\s+\{(.*?)\n        \}", camera,
                              re.S)
         self.assertEqual(sorted(f"Solvane_{name}" for name, _ in methods), self.plain)

@@ -2,9 +2,9 @@
 
 using System;
 using System.Collections.Generic;
+using System.Diagnostics;
 using System.Threading;
 using Solvane;
-using Timer = Solvane.Timer;
 
 static class TimerRules
 {
@@ -15,6 +15,7 @@ static class TimerRules
         switch (arguments.Length > 0 ? arguments[0] : "")
         {
             case "lost": Lost(); break;
+            case "lost-in-the-driver": LostInTheDriver(); break;
             case "other-thread": OtherThread(); break;
             default: Rules(); break;
         }
@@ -26,7 +27,7 @@ static class TimerRules
         try
         {
             call();
-            return Status.Ok;
+            return SolvaneStatus.Ok;
         }
         catch (SolvaneException error)
         {
@@ -36,9 +37,9 @@ static class TimerRules
 
     static void Rules()
     {
-        List<TimerEvent> seen = new List<TimerEvent>();
-        Timer timer = new Timer();
-        Action<TimerEvent> three = timerEvent =>
+        List<SolvaneTimerEvent> seen = new List<SolvaneTimerEvent>();
+        SolvaneTimer timer = new SolvaneTimer();
+        Action<SolvaneTimerEvent> three = timerEvent =>
         {
             seen.Add(timerEvent);
             if (seen.Count == 3)
@@ -85,9 +86,9 @@ static class TimerRules
         Console.WriteLine("run after disposal: status " + StatusOf(() => timer.Run(Period, three)));
 
         bool called = false;
-        using (new Logger(line => { called = true; throw new FormatException(line); }))
+        using (new SolvaneLogger(line => { called = true; throw new FormatException(line); }))
         {
-            StatusOf(Camera.CheckAvailable);
+            StatusOf(SolvaneCamera.CheckAvailable);
         }
         Console.WriteLine("log function that throws: " + (called ? "called" : "not called"));
     }
@@ -95,18 +96,86 @@ static class TimerRules
     static void Lost()
     {
         int events = 0;
-        using (Timer timer = new Timer())
+        using (SolvaneTimer timer = new SolvaneTimer())
         {
             timer.Run(Period, timerEvent => { events++; timer.Stop(); });
         }
         Console.WriteLine("lost stop: " + events + " events");
     }
 
+    // A stop that comes while the library asks the driver for its timer is lost. How long that takes is the
+    // driver's affair, so stops come after longer and longer delays, until some were lost without SolvaneTimer.
+    static void LostInTheDriver()
+    {
+        const int Enough = 10;
+        int lost = 0;
+        int delivered = 0;
+        for (int round = 0; round < 5000 && lost < Enough; round++)
+        {
+            int ticks = (int)(Stopwatch.Frequency / 1000000 * 5) * (round % 100);
+            lost += PlainStopIsLost(ticks) ? 1 : 0;
+            delivered += EventsAfterStop(ticks);
+        }
+        Console.WriteLine("stops of the C interface that were lost: " + lost);
+        Console.WriteLine("events that SolvaneTimer delivered after a stop: " + delivered);
+    }
+
+    static bool PlainStopIsLost(int ticks)
+    {
+        ulong handle;
+        SolvaneNative.Solvane_CreateTimer(out handle, 0);
+        int events = 0;
+        SolvaneNative.TimerCallback onEvent = delegate(ulong context, ref SolvaneTimerEvent timerEvent)
+        {
+            events++;
+            SolvaneNative.Solvane_StopTimer(handle);
+        };
+        short stop = StopBesideRun(ticks, () => SolvaneNative.Solvane_RunTimer(handle, Period, onEvent),
+                                   () => SolvaneNative.Solvane_StopTimer(handle));
+        SolvaneNative.Solvane_DisposeTimer(handle);
+        return stop == SolvaneStatus.Ok && events != 0;
+    }
+
+    static int EventsAfterStop(int ticks)
+    {
+        int events = 0;
+        using (SolvaneTimer timer = new SolvaneTimer())
+        {
+            StopBesideRun(ticks, () => timer.Run(Period, timerEvent => { events++; timer.Stop(); }), () =>
+            {
+                timer.Stop();
+                return SolvaneStatus.Ok;
+            });
+        }
+        return events;
+    }
+
+    static short StopBesideRun(int ticks, Action run, Func<short> stop)
+    {
+        int begun = 0;
+        Thread thread = new Thread(() =>
+        {
+            Interlocked.Exchange(ref begun, 1);
+            run();
+        });
+        thread.Start();
+        while (Interlocked.CompareExchange(ref begun, 1, 1) == 0)
+        {
+        }
+        Stopwatch watch = Stopwatch.StartNew();
+        while (watch.ElapsedTicks < ticks)
+        {
+        }
+        short status = stop();
+        thread.Join();
+        return status;
+    }
+
     static void OtherThread()
     {
         ManualResetEvent begun = new ManualResetEvent(false);
         bool ended = false;
-        Timer timer = new Timer();
+        SolvaneTimer timer = new SolvaneTimer();
         Thread thread = new Thread(() =>
         {
             timer.Run(Period, timerEvent => begun.Set());
