@@ -17,6 +17,7 @@ import tempfile
 ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 BINDING = sorted(glob.glob(os.path.join(ROOT, "bindings/csharp/*.cs")))
 TESTS = os.path.join(ROOT, "tests/bindings")
+EXPECT = os.path.join(TESTS, "csharp/expect.cs")
 LIBRARY = "Solvane.Managed.dll"
 REFERENCES = ["System.Private.CoreLib", "System.Runtime", "System.Runtime.Extensions", "System.Console",
               "System.Collections", "System.Collections.Concurrent", "System.Linq", "System.Threading",
@@ -31,6 +32,7 @@ def programs():
              for name in [os.path.basename(path)[:-3]]}
     found["timer_rules"] = [os.path.join(TESTS, "timer_rules.cs")]
     found["exit_rules"] = [os.path.join(TESTS, "csharp/exit_rules.cs")]
+    found["rig_test"] = [os.path.join(TESTS, "csharp/rig_test.cs"), EXPECT]
     return found
 
 

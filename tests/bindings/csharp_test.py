@@ -1,5 +1,5 @@
-"""The C# binding in .NET for Windows, in Wine: the examples as in every language (examples_test.py), timers,
-ends of processes, and names.
+"""The C# binding in .NET for Windows, in Wine: the examples as in every language (examples_test.py), the rig's
+functions, timers, ends of processes, and names.
 """
 
 import argparse
@@ -71,6 +71,31 @@ class Case(unittest.TestCase):
         process = self.start([*dotnet_command(OPTIONS.dotnet, program), *arguments], **variables)
         out, err = process.communicate(timeout=120)
         return process.returncode, out.splitlines(), err
+
+    def run_cases(self, name, *arguments, **variables):
+        """All cases of a test in C#, which are the methods that its Main names."""
+        with open(os.path.join(HERE, "csharp", f"{name}.cs")) as file:
+            cases = re.search(r"Expect\.Run\((.*?)\);", file.read(), re.S)[1].replace(",", " ").split()
+        self.assertEqual(self.run_program(name, *arguments, **variables), (0, cases, ""))
+        return cases
+
+
+class Rig(Case):
+    CASES = 20
+
+    def test_in_the_process_of_the_host(self):
+        self.assertEqual(len(self.run_cases("rig_test", windows(self.folder))), self.CASES)
+
+    def test_on_a_bench(self):
+        name = f"csharp-{os.getpid()}"
+        tool = os.path.join(OPTIONS.rig, "solvane-rig.exe")
+        bench = self.start([tool, "bench", "--name", name, "--quiet"])
+        try:
+            self.assertIn("runs", bench.stdout.readline())
+            self.run_cases("rig_test", windows(self.folder), SOLVANE_RIG=f"bench:{name}")
+        finally:
+            self.start([tool, "stop", "--bench", name]).communicate(timeout=60)
+            bench.communicate(timeout=60)
 
 
 class Stops(Case):
@@ -186,7 +211,7 @@ class Names(unittest.TestCase):
             with open(path) as file:
                 types |= set(re.findall(r"^    public (?:static |sealed )?(?:class|struct|enum) (\w+)", file.read(),
                                         re.M))
-        self.assertLessEqual({"SolvaneCamera", "SolvaneTimer"}, types)
+        self.assertLessEqual({"SolvaneCamera", "Rig", "RigLine"}, types)
         libraries = glob.glob(os.path.join(OPTIONS.dotnet, "shared/Microsoft.NETCore.App/*/System*.dll"))
         self.assertGreater(len(libraries), 100)
         names = set()
@@ -195,6 +220,14 @@ class Names(unittest.TestCase):
                 names.update(re.findall(rb"\0([A-Z][A-Za-z]{2,40})(?=\0)", file.read()))
         self.assertLessEqual({b"Timer", b"Console"}, names)
         self.assertEqual({name for name in types if name.encode() in names}, set())
+
+    def test_every_function_of_the_rig_is_there(self):
+        def names(path, pattern):
+            with open(os.path.join(ROOT, path)) as file:
+                return re.findall(pattern, file.read(), re.M)
+        functions = names("rig/include/solvane/rig.h", r"^SOLVANE_RIG_API .*?(rig_\w+)\(")
+        self.assertEqual(len(functions), 21)
+        self.assertEqual(names("bindings/csharp/SolvaneRig.cs", r"static extern \w+ (rig_\w+)\("), functions)
 
 
 if __name__ == "__main__":

@@ -25,7 +25,7 @@ COMPILERS = {
     "c": ["x86_64-w64-mingw32-gcc", "-std=c99", *STRICT],
     "cpp": ["x86_64-w64-mingw32-g++", "-std=c++17", "-Ibindings/cpp", *STRICT],
     "csharp": ["mcs", "-warnaserror", "-target:library", "-out:piece.dll",
-               "bindings/csharp/Solvane.cs"],
+               "bindings/csharp/Solvane.cs", "bindings/csharp/SolvaneRig.cs"],
     "python": ["python3", "-m", "py_compile"],
     "js": ["node", "--check"],
 }
@@ -37,7 +37,7 @@ SURROUNDINGS = {
          "void piece(void);\nvoid piece(void) {\n%s\n}\n",
     "cpp": "#include <iostream>\n#include <string_view>\n#include <solvane/solvane.hpp>\n"
            "void piece();\nvoid piece() {\n%s\n}\n",
-    "csharp": "using System;\nusing Solvane;\n"
+    "csharp": "using System;\nusing System.Threading;\nusing Solvane;\n"
               "class Piece {\nvoid Run() {\n%s\n}\n}\n",
     "python": "import solvane\n%s\n",
     "js": "const solvane = require('./solvane');\n%s\n",
