@@ -33,6 +33,8 @@ def programs():
     found["timer_rules"] = [os.path.join(TESTS, "timer_rules.cs")]
     found["exit_rules"] = [os.path.join(TESTS, "csharp/exit_rules.cs")]
     found["rig_test"] = [os.path.join(TESTS, "csharp/rig_test.cs"), EXPECT]
+    found["take_a_picture_test"] = [os.path.join(TESTS, "csharp/take_a_picture_test.cs"), EXPECT,
+                                    *found["take_a_picture"], "-main:TakeAPictureTest"]
     return found
 
 

@@ -1,5 +1,5 @@
 """The C# binding in .NET for Windows, in Wine: the examples as in every language (examples_test.py), the rig's
-functions, timers, ends of processes, and names.
+functions, the recipe for a picture, a user interface that stays alive, timers, ends of processes, and names.
 """
 
 import argparse
@@ -96,6 +96,29 @@ class Rig(Case):
         finally:
             self.start([tool, "stop", "--bench", name]).communicate(timeout=60)
             bench.communicate(timeout=60)
+
+
+class Recipe(Case):
+    def test_take_a_picture(self):
+        self.assertEqual(len(self.run_cases("take_a_picture_test")), 9)
+
+    def test_keep_ui_alive(self):
+        scenario = os.path.join(self.folder, "slow.toml")
+        with open(scenario, "w") as file:
+            file.write("[camera]\nexposure_ms = 1000\n[[usb]]\nchip = 'FT2232H'\n")
+        code, lines, err = self.run_program("keep_ui_alive", SOLVANE_RIG=windows(scenario))
+        self.assertEqual((code, lines[:1]), (0, ["taken"]), err)
+        # 50 times a second while nothing else happens; 0 if it had waited for the picture.
+        self.assertGreater(int(re.fullmatch(r"drawn meanwhile: (\d+)", lines[1])[1]), 5)
+        self.assertIn("... succeeded!", err)
+
+    def test_keep_ui_alive_without_hardware(self):
+        scenario = os.path.join(self.folder, "none.toml")
+        with open(scenario, "w"):
+            pass
+        code, lines, err = self.run_program("keep_ui_alive", SOLVANE_RIG=windows(scenario))
+        self.assertEqual((code, lines), (1, []))
+        self.assertIn("Solvane_CheckSystemReady: status -3", err)
 
 
 class Stops(Case):
