@@ -127,7 +127,7 @@ class Stops(Case):
     def test_a_stop_that_the_library_loses_is_repeated(self):
         self.assertEqual(self.run_program("timer_rules", "lost-in-the-driver"), (0, [
             "stops of the C interface that were lost: 10",
-            "events that SolvaneTimer delivered after a stop: 0"], ""))
+            "runs of SolvaneTimer that went on after a stop: 0"], ""))
 
     def test_a_disposal_waits_for_the_run_of_another_thread(self):
         self.assertEqual(self.run_program("timer_rules", "other-thread"),

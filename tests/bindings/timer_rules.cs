@@ -109,66 +109,84 @@ static class TimerRules
     {
         const int Enough = 10;
         int lost = 0;
-        int delivered = 0;
+        int wentOn = 0;
         for (int round = 0; round < 5000 && lost < Enough; round++)
         {
-            int ticks = (int)(Stopwatch.Frequency / 1000000 * 5) * (round % 100);
-            lost += PlainStopIsLost(ticks) ? 1 : 0;
-            delivered += EventsAfterStop(ticks);
+            long ticks = Stopwatch.Frequency / 1000000 * 5 * (round % 100);
+            lost += PlainRunGoesOn(ticks) ? 1 : 0;
+            wentOn += RunGoesOn(ticks) ? 1 : 0;
         }
         Console.WriteLine("stops of the C interface that were lost: " + lost);
-        Console.WriteLine("events that SolvaneTimer delivered after a stop: " + delivered);
+        Console.WriteLine("runs of SolvaneTimer that went on after a stop: " + wentOn);
     }
 
-    static bool PlainStopIsLost(int ticks)
+    static bool PlainRunGoesOn(long ticks)
     {
         ulong handle;
         SolvaneNative.Solvane_CreateTimer(out handle, 0);
-        int events = 0;
-        SolvaneNative.TimerCallback onEvent = delegate(ulong context, ref SolvaneTimerEvent timerEvent)
-        {
-            events++;
-            SolvaneNative.Solvane_StopTimer(handle);
-        };
-        short stop = StopBesideRun(ticks, () => SolvaneNative.Solvane_RunTimer(handle, Period, onEvent),
-                                   () => SolvaneNative.Solvane_StopTimer(handle));
+        AfterStop after = new AfterStop(() => SolvaneNative.Solvane_StopTimer(handle));
+        SolvaneNative.TimerCallback onEvent =
+            delegate(ulong context, ref SolvaneTimerEvent timerEvent) { after.OnEvent(); };
+        short status = SolvaneStatus.Invalid;
+        StopBesideRun(ticks, after, () => SolvaneNative.Solvane_RunTimer(handle, Period, onEvent),
+                      () => status = SolvaneNative.Solvane_StopTimer(handle));
         SolvaneNative.Solvane_DisposeTimer(handle);
-        return stop == SolvaneStatus.Ok && events != 0;
+        return status == SolvaneStatus.Ok && after.RunGoesOn;
     }
 
-    static int EventsAfterStop(int ticks)
+    static bool RunGoesOn(long ticks)
     {
-        int events = 0;
         using (SolvaneTimer timer = new SolvaneTimer())
         {
-            StopBesideRun(ticks, () => timer.Run(Period, timerEvent => { events++; timer.Stop(); }), () =>
-            {
-                timer.Stop();
-                return SolvaneStatus.Ok;
-            });
+            AfterStop after = new AfterStop(timer.Stop);
+            StopBesideRun(ticks, after, () => timer.Run(Period, timerEvent => after.OnEvent()), timer.Stop);
+            return after.RunGoesOn;
         }
-        return events;
     }
 
-    static short StopBesideRun(int ticks, Action run, Func<short> stop)
+    static void StopBesideRun(long ticks, AfterStop after, Action run, Action stop)
     {
-        int begun = 0;
+        ManualResetEventSlim begun = new ManualResetEventSlim();
         Thread thread = new Thread(() =>
         {
-            Interlocked.Exchange(ref begun, 1);
+            begun.Set();
             run();
         });
         thread.Start();
-        while (Interlocked.CompareExchange(ref begun, 1, 1) == 0)
-        {
-        }
+        begun.Wait();
         Stopwatch watch = Stopwatch.StartNew();
         while (watch.ElapsedTicks < ticks)
         {
         }
-        short status = stop();
+        stop();
+        after.Stopped = true;
         thread.Join();
-        return status;
+    }
+
+    // The events of a run after a stop. One may be on its way when the stop comes; the second ends the run.
+    sealed class AfterStop
+    {
+        public volatile bool Stopped;
+        private readonly Action stop;
+        private int events;
+
+        public AfterStop(Action endRun)
+        {
+            stop = endRun;
+        }
+
+        public bool RunGoesOn
+        {
+            get { return events >= 2; }
+        }
+
+        public void OnEvent()
+        {
+            if (Stopped && ++events == 2)
+            {
+                stop();
+            }
+        }
     }
 
     static void OtherThread()
