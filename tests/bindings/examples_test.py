@@ -1,8 +1,9 @@
-"""The five examples do the same in every language. The first argument names the language.
+"""The examples do the same in every language. The first argument names the language.
 
 C, C++ and Node.js run in Wine, with the real Solvane.dll on the rig; the rig's journal shows what they
 did to the lines; so does C#, from csharp_test.py. Python runs on a stand-in for the library (stand_in.c),
-because no Python for Windows is installed here; its journal shows which functions it called.
+because no Python for Windows is installed here; its journal shows which functions it called. With
+--library, Python runs natively on the library itself and the rig.
 """
 
 import argparse
@@ -82,10 +83,30 @@ class Rig:
         with open(rig, "w") as file:
             file.write(scenario)
         environment = dict(
-            os.environ, WINEPATH=f"{OPTIONS.rig};{OPTIONS.bin}", SOLVANE_RIG=rig,
+            os.environ, WINEPATH=f"{OPTIONS.rig};{OPTIONS.bin}", SOLVANE_RIG=rig, LC_ALL="C.UTF-8",
             SOLVANE_RIG_JOURNAL=os.path.join(directory, "journal"),
-            NODE_PATH=windows(os.path.join(OPTIONS.modules, "node_modules")))
+            NODE_PATH=windows(os.path.join(OPTIONS.modules or "", "node_modules")))
         return [OPTIONS.wine, *self.command(program), *arguments], environment
+
+
+class Native(Rig):
+    """Python and C++ on Linux, with the library and the rig in one native module, or in the program."""
+
+    def command(self, program):
+        if self.language == "cpp":
+            return [os.path.join(OPTIONS.programs, os.path.basename(program))]
+        return [sys.executable, os.path.join(TESTS, "without_windows.py"), f"{program}.py"]
+
+    def path(self, path):
+        return path
+
+    def run(self, program, arguments, scenario, directory, **_):
+        _, environment = super().run(program, arguments, scenario, directory)
+        environment.update(SOLVANE_DLL=OPTIONS.library or "", SOLVANE_RIG_DLL=OPTIONS.library or "",
+                           PYTHONPATH=os.path.join(ROOT, "bindings/python"))
+        if "SANITIZER" in environment and self.language == "python":
+            environment.update(LD_PRELOAD=environment["SANITIZER"], ASAN_OPTIONS="detect_leaks=0")
+        return [*self.command(program), *arguments], environment
 
 
 class StandIn:
@@ -118,7 +139,8 @@ class StandIn:
 class Case(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        cls.host = (StandIn if OPTIONS.language == "python" else Rig)(OPTIONS.language)
+        kind = Rig if OPTIONS.wine else Native if OPTIONS.library or OPTIONS.programs else StandIn
+        cls.host = kind(OPTIONS.language)
 
     @classmethod
     def tearDownClass(cls):
@@ -130,14 +152,14 @@ class Case(unittest.TestCase):
         self.addCleanup(directory.cleanup)
         self.directory = directory.name
 
-    def run_program(self, program, *arguments, scenario=CHIP, **options):
+    def run_program(self, program, *arguments, scenario=CHIP, variables=(), **options):
         for name in ("out", "err", "journal"):
             if os.path.exists(os.path.join(self.directory, name)):
                 os.remove(os.path.join(self.directory, name))
         command, environment = self.host.run(program, arguments, scenario, self.directory, **options)
         with open(os.path.join(self.directory, "out"), "w") as out, \
                 open(os.path.join(self.directory, "err"), "w") as err:
-            run = subprocess.run(command, env=environment, stdin=subprocess.DEVNULL, stdout=out,
+            run = subprocess.run(command, env=environment | dict(variables), stdin=subprocess.DEVNULL, stdout=out,
                                  stderr=err, timeout=120)
         return Outcome(run.returncode, self.directory)
 
@@ -236,7 +258,7 @@ class Lines(Case):
 
 
 class TakeAPicture(Case):
-    """examples/take_a_picture.c, on every kind of hardware."""
+    """The recipe of the host guide, on every kind of hardware; other languages than C in Wine on two."""
 
     NOT_TRIGGERED, UNCONFIRMED = 1, 2
 
@@ -249,15 +271,21 @@ class TakeAPicture(Case):
     # On the FT2232H there are three writes to configure it, two to ask, and four to trigger.
     PULLED = "[[event]]\naction = 'unplug'\nbefore = 'FT_Write'\ncall = 10\n"
 
+    def kinds(self):
+        in_wine = isinstance(self.host, Rig) and not isinstance(self.host, Native)
+        few = in_wine and OPTIONS.language != "c"
+        return [(kind, scenario) for kind, scenario in KINDS.items()
+                if not few or kind in ("Embedded API", "FT2232H")]
+
     def take(self, scenario, code, captures):
-        outcome = self.run_program("take_a_picture", scenario=scenario)
+        outcome = self.run_example("take_a_picture", scenario=scenario)
         self.expect(outcome, code, [] if code else ["taken"])
         self.assertEqual(len(re.findall(r"\bcapture \d", outcome.journal)), captures)
         self.assertEqual(outcome.rises("trigger"), captures)
         return outcome
 
     def on_every_kind(self, camera, code, captures):
-        for kind, scenario in KINDS.items():
+        for kind, scenario in self.kinds():
             with self.subTest(kind):
                 outcome = self.take(camera + scenario, code, captures)
                 self.assertEqual("answers with status 0" in outcome.err, code != 0)
@@ -272,7 +300,7 @@ class TakeAPicture(Case):
         self.on_every_kind("[camera]\nmep = 'never'\n", self.UNCONFIRMED, 1)
 
     def test_hardware_that_leaves_after_the_trigger(self):
-        for kind, scenario in KINDS.items():
+        for kind, scenario in self.kinds():
             with self.subTest(kind):
                 faults = "".join(
                     f"[[fault]]\nfunction = '{function}'\ncall = {calls + 1}\ntimes = 0\n"
@@ -283,6 +311,12 @@ class TakeAPicture(Case):
 
     def test_no_hardware(self):
         self.assertIn("status -3", self.take("", self.NOT_TRIGGERED, 0).err)
+
+    def test_the_user_interface_goes_on(self):
+        if OPTIONS.language != "c":
+            outcome = self.take("[camera]\nexposure_ms = 800\n" + CHIP, 0, 1)
+            drawn = int(re.search(r"drawn (\d+) times meanwhile", outcome.err)[1])
+            self.assertGreater(drawn, 1, "a picture takes 800 ms, and it draws every 20 ms")
 
 
 class WithoutDriver(Case):
@@ -329,7 +363,7 @@ class Rules(Case):
 if __name__ == "__main__":
     parser = argparse.ArgumentParser()
     parser.add_argument("language", choices=("c", "cpp", "python", "node"))
-    for option in ("wine", "modules", "bin", "rig", "programs", "cc"):
+    for option in ("wine", "modules", "bin", "rig", "programs", "cc", "library"):
         parser.add_argument("--" + option)
     OPTIONS, rest = parser.parse_known_args()
     unittest.main(argv=["examples_test", *rest])
