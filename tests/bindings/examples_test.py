@@ -1,4 +1,5 @@
-"""The examples do the same in every language. The first argument names the language.
+"""The examples do the same in every language, and so do the functions of the rig for tests of hosts. The
+first argument names the language.
 
 C, C++ and Node.js run in Wine, with the real Solvane.dll on the rig; the rig's journal shows what they
 did to the lines; so does C#, from csharp_test.py. Python runs on a stand-in for the library (stand_in.c),
@@ -317,6 +318,73 @@ class TakeAPicture(Case):
             outcome = self.take("[camera]\nexposure_ms = 800\n" + CHIP, 0, 1)
             drawn = int(re.search(r"drawn (\d+) times meanwhile", outcome.err)[1])
             self.assertGreater(drawn, 1, "a picture takes 800 ms, and it draws every 20 ms")
+
+
+class RigFunctions(Case):
+    """Each function of the rig for tests of hosts, in rig_functions.*, in this process and on a bench."""
+
+    OBSERVATIONS = [
+        "bad scenario: line 2: unknown key 'exposure' in [camera]; there are asleep, exposure_ms, mep, "
+        "mep_latched, ready, ready_after_power_ms",
+        "no such file: true true",
+        "none named: default",
+        "of a file: true 0",
+        "given: given as text",
+        "captures: 1 trigger 0 power 1",
+        "forced: 0 status -5",
+        "released: ready 1",
+        "forced dark: dark cannot be forced: ready and mep can",
+        "no such chip: there is no chip 7",
+        "interfaces: 0",
+        "faulty: -2 0",
+        "calls: 2 true",
+        "all fail: -2",
+        "lifted: 0",
+        "bad fault: no fault of EApiGPIOSetLevel: it needs a vendor function, a call from 1 on, and a status, "
+        "a count, both, or silence",
+        "noted: größer",
+        "events: unplug 0, plug 0",
+        "in order: true",
+        "cleared: 0",
+        "set: 0 set exposure_ms 40",
+        "levels: 1",
+        "unknown: 2 'explode' is no comma",
+        "pulse: trigger",
+        "too short: 5000..5000.5 ms",
+        "flag: mep 1",
+        "no edge: no edge mep 1 within 20.5 ms",
+        "waiting: 0",
+        "seen: dark 1",
+        "waveform: true",
+        "no such folder: true"]
+
+    def observe(self, **variables):
+        outcome = self.run_program(os.path.join(TESTS, "rig_functions"), self.host.path(self.directory),
+                                   variables=variables)
+        lines = [line.replace("True", "true") for line in outcome.lines]
+        self.maxDiff = None
+        self.assertEqual((outcome.code, lines), (0, self.OBSERVATIONS), outcome.err)
+
+    def test_in_this_process(self):
+        self.observe()
+
+    def test_on_a_bench(self):
+        if isinstance(self.host, Native):
+            self.observe(SOLVANE_RIG="bench")
+            return
+        name = f"functions-{OPTIONS.language}-{os.getpid()}"
+        tool = [OPTIONS.wine, os.path.join(OPTIONS.rig, "solvane-rig.exe")]
+        bench = subprocess.Popen([*tool, "bench", "--name", name], stdin=subprocess.DEVNULL,
+                                 stdout=subprocess.PIPE, text=True)
+        try:
+            self.assertIn("runs.", bench.stdout.readline())
+            self.observe(SOLVANE_RIG=f"bench:{name}")
+            journal = subprocess.run([*tool, "journal", "--bench", name], stdout=subprocess.PIPE, text=True,
+                                     check=True).stdout
+            self.assertRegex(journal, "call +EApiGPIOSetLevel")
+        finally:
+            subprocess.run([*tool, "stop", "--bench", name], stdout=subprocess.DEVNULL, check=True)
+            bench.communicate(timeout=60)
 
 
 class WithoutDriver(Case):
