@@ -22,8 +22,13 @@ import contextlib
 import ctypes
 import locale
 import os
+import sys
 import threading
 from ctypes import POINTER, c_char_p, c_int16, c_uint16, c_uint32, c_uint64, c_void_p
+from typing import Any, Callable, Iterator, List, Optional
+
+if not hasattr(ctypes, "WinDLL") or sys.maxsize < 2**32:
+    raise ImportError("solvane.py is for 64-bit Python on Windows")
 
 # ---- Statuses -----------------------------------------------------------------------------------
 
@@ -46,7 +51,7 @@ _MEANINGS = {
 class Error(Exception):
     """Raised for a status other than 0; `function` is the function that returned it."""
 
-    def __init__(self, function, status):
+    def __init__(self, function: str, status: int) -> None:
         meaning = _MEANINGS.get(status, "a status that this module does not know")
         super().__init__(f"{function}: status {status}: {meaning}")
         self.function = function
@@ -63,8 +68,8 @@ class TimerEvent(ctypes.Structure):
                 ("data1", c_uint16), ("data2", c_uint16), ("data3", c_uint16)]
 
 
-LogCallback = ctypes.WINFUNCTYPE(None, c_void_p, c_char_p)
-TimerCallback = ctypes.WINFUNCTYPE(None, c_uint64, POINTER(TimerEvent))
+LogCallback: Any = ctypes.WINFUNCTYPE(None, c_void_p, c_char_p)
+TimerCallback: Any = ctypes.WINFUNCTYPE(None, c_uint64, POINTER(TimerEvent))
 
 _COMMAND = (c_int16,)
 _QUESTION = (c_int16, POINTER(c_int16))
@@ -96,7 +101,7 @@ _SIGNATURES = {  # the result, then the parameters
 }
 
 
-def _load():
+def _load() -> ctypes.CDLL:
     path = os.environ.get("SOLVANE_DLL")
     if path is None:
         path = os.path.join(os.path.dirname(os.path.abspath(__file__)), "Solvane.dll")
@@ -115,13 +120,13 @@ def _load():
 library = _load()
 
 
-def _command(name, *arguments):
-    status = getattr(library, name)(*arguments)
+def _command(name: str, *arguments: Any) -> None:
+    status: int = getattr(library, name)(*arguments)
     if status != OK:
         raise Error(name, status)
 
 
-def _question(name):
+def _question(name: str) -> bool:
     answer = c_int16()
     _command(name, ctypes.byref(answer))
     return answer.value != 0
@@ -129,10 +134,10 @@ def _question(name):
 
 # ---- Logging ------------------------------------------------------------------------------------
 
-_log_callback = None  # kept alive for as long as the library may call it
+_log_callback: Any = None  # kept alive for as long as the library may call it
 
 
-def set_logger(function):
+def set_logger(function: Optional[Callable[[str], object]]) -> None:
     """Passes each log line, a str, to `function`; None ends that.
 
     Call it before the first other call, to see how the hardware was chosen, and never while another
@@ -143,13 +148,14 @@ def set_logger(function):
         callback = LogCallback()
     else:
         encoding = locale.getpreferredencoding(False)
-        callback = LogCallback(lambda _, line: function(line.decode(encoding, "replace")))
+        log = function
+        callback = LogCallback(lambda _, line: log(line.decode(encoding, "replace")))
     library.Solvane_SetLogger(None, callback)
     _log_callback = callback
 
 
 @contextlib.contextmanager
-def logger(function):
+def logger(function: Callable[[str], object]) -> Iterator[None]:
     """Logs inside a block only: with solvane.logger(print): ..."""
     set_logger(function)
     try:
@@ -159,7 +165,7 @@ def logger(function):
 
 
 @atexit.register
-def _remove_logger():
+def _remove_logger() -> None:
     # The library also logs when it is unloaded, and the interpreter is gone by then.
     if _log_callback:
         set_logger(None)
@@ -168,22 +174,22 @@ def _remove_logger():
 # ---- Finding the hardware -----------------------------------------------------------------------
 
 
-def check_available():
+def check_available() -> None:
     """Finds and configures the hardware; raises Error when there is none."""
     _command("Solvane_CheckAvailable")
 
 
-def check_power_control_available():
+def check_power_control_available() -> None:
     """Checks that camera and accessories power can be switched; raises Error when they cannot."""
     _command("Solvane_CheckPowerControlAvailable")
 
 
-def recheck_status():
+def recheck_status() -> None:
     """Looks for the hardware again, from the first kind."""
     _command("Solvane_RecheckStatus")
 
 
-def enforce_ftdi():
+def enforce_ftdi() -> None:
     """Chooses the FT2232H, whether it is there or not."""
     library.Solvane_EnforceFTDI()
 
@@ -191,22 +197,22 @@ def enforce_ftdi():
 # ---- Capture ------------------------------------------------------------------------------------
 
 
-def trigger_capture():
+def trigger_capture() -> None:
     """Triggers one capture; E_NOT_READY when the system is not ready."""
     _command("Solvane_TriggerCapture")
 
 
-def check_system_ready():
+def check_system_ready() -> bool:
     """Whether the system is ready for a trigger."""
     return _question("Solvane_CheckSystemReady")
 
 
-def check_and_reset_mep_flag():
+def check_and_reset_mep_flag() -> bool:
     """Whether the MEP flag was latched. Clears it if it was."""
     return _question("Solvane_CheckAndResetMepFlag")
 
 
-def wake_camera():
+def wake_camera() -> None:
     """Wakes the camera with a short pulse on the dark line."""
     _command("Solvane_WakeCamera")
 
@@ -214,17 +220,17 @@ def wake_camera():
 # ---- Forced black update (dark) -----------------------------------------------------------------
 
 
-def enable_forced_black_update():
+def enable_forced_black_update() -> None:
     """Forces the picture dark."""
     _command("Solvane_EnableForcedBlackUpdate")
 
 
-def disable_forced_black_update():
+def disable_forced_black_update() -> None:
     """Stops forcing the picture dark."""
     _command("Solvane_DisableForcedBlackUpdate")
 
 
-def check_forced_black_update():
+def check_forced_black_update() -> bool:
     """Whether the picture is forced dark."""
     return _question("Solvane_CheckForcedBlackUpdate")
 
@@ -232,32 +238,32 @@ def check_forced_black_update():
 # ---- Power --------------------------------------------------------------------------------------
 
 
-def enable_camera_power():
+def enable_camera_power() -> None:
     """Switches camera power on."""
     _command("Solvane_EnableCameraPower")
 
 
-def disable_camera_power():
+def disable_camera_power() -> None:
     """Switches camera power off."""
     _command("Solvane_DisableCameraPower")
 
 
-def check_camera_power():
+def check_camera_power() -> bool:
     """Whether camera power is on. A line that cannot be read: see rule 6 of solvane.h."""
     return _question("Solvane_CheckCameraPower")
 
 
-def enable_accessories_power():
+def enable_accessories_power() -> None:
     """Switches accessories power on."""
     _command("Solvane_EnableAccessoriesPower")
 
 
-def disable_accessories_power():
+def disable_accessories_power() -> None:
     """Switches accessories power off."""
     _command("Solvane_DisableAccessoriesPower")
 
 
-def check_accessories_power():
+def check_accessories_power() -> bool:
     """Whether accessories power is on. Also True when the line cannot be read."""
     return _question("Solvane_CheckAccessoriesPower")
 
@@ -265,12 +271,12 @@ def check_accessories_power():
 # ---- The device itself --------------------------------------------------------------------------
 
 
-def close_device():
+def close_device() -> None:
     """Closes the hardware, so that another program may use it. The next operation opens it again."""
     _command("Solvane_CloseDevice")
 
 
-def reset_com_port():
+def reset_com_port() -> None:
     """Resets the serial channel of the FT2232H."""
     _command("Solvane_ResetComPort")
 
@@ -289,20 +295,20 @@ class Timer:
     run at the next event without delivering that event.
     """
 
-    def __init__(self):
+    def __init__(self) -> None:
         self._handle = 0
         self._state = threading.Condition(threading.RLock())  # guards the attributes below
-        self._thread = None  # of the run in progress
+        self._thread: Optional[int] = None  # of the run in progress
         self._stopped = False
         handle = c_uint64()
         _command("Solvane_CreateTimer", ctypes.byref(handle), 0)
         self._handle = handle.value
 
-    def run(self, parameter, function):
+    def run(self, parameter: int, function: Callable[[TimerEvent], object]) -> None:
         """Calls function(event) for each TimerEvent, until stop() or an exception out of it."""
-        thrown = []
+        thrown: List[BaseException] = []
 
-        def on_event(_, event):
+        def on_event(_: int, event: Any) -> None:
             try:
                 if self._stopped:
                     library.Solvane_StopTimer(self._handle)  # the first stop came too early and was lost
@@ -321,7 +327,7 @@ class Timer:
                 return
             self._thread = threading.get_ident()
         try:
-            status = library.Solvane_RunTimer(self._handle, parameter, callback)
+            status: int = library.Solvane_RunTimer(self._handle, parameter, callback)
         finally:
             with self._state:
                 self._thread = None
@@ -332,14 +338,14 @@ class Timer:
         if status != OK:
             raise Error("Solvane_RunTimer", status)
 
-    def stop(self):
+    def stop(self) -> None:
         """Ends the run in progress; if there is none, the next run ends at once. Does not wait."""
         with self._state:
             self._stopped = True
             if self._thread is not None:
                 library.Solvane_StopTimer(self._handle)
 
-    def close(self):
+    def close(self) -> None:
         """Stops a run on another thread, waits for its end, and disposes of the timer."""
         with self._state:
             if self._thread == threading.get_ident():
@@ -351,12 +357,12 @@ class Timer:
                 library.Solvane_DisposeTimer(self._handle)
                 self._handle = 0
 
-    def __enter__(self):
+    def __enter__(self) -> "Timer":
         return self
 
-    def __exit__(self, *_):
+    def __exit__(self, *_: object) -> None:
         self.close()
 
-    def __del__(self):
+    def __del__(self) -> None:
         if self._handle != 0:  # no run in progress: a run holds a reference
             library.Solvane_DisposeTimer(self._handle)

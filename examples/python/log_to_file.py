@@ -8,7 +8,7 @@ path = sys.argv[1] if len(sys.argv) > 1 else "solvane.log"
 lines = 0
 
 
-def on_line(line):
+def on_line(line: str) -> None:
     # Called in the middle of operations, so it returns quickly, and it calls nothing of Solvane's.
     global lines
     file.write(line + "\n")

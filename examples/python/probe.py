@@ -9,7 +9,7 @@ import sys
 import solvane
 
 
-def main():
+def main() -> None:
     # The first call looks for the hardware and configures it; later calls use what it found. It raises
     # solvane.Error when there is none.
     solvane.check_available()

@@ -9,7 +9,7 @@ PARAMETER = 20000  # the rig's driver takes it for microseconds
 events = 0
 
 
-def on_event(event):
+def on_event(event: solvane.TimerEvent) -> None:
     global events
     events += 1
     print(f"event {events}: status {event.status}")

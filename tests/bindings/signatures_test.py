@@ -10,6 +10,7 @@ import json
 import os
 import re
 import subprocess
+import sys
 import tempfile
 import types
 import unittest
@@ -343,6 +344,13 @@ class Signatures(unittest.TestCase):
             module.library.calls.clear()
             getattr(module, snake(name))()
             self.assertEqual(module.library.calls, [name])
+
+    def test_python_says_that_it_is_for_windows(self):
+        for module in ("solvane", "solvane_rig"):
+            run = subprocess.run([sys.executable, "-c", f"import {module}"], text=True, capture_output=True,
+                                 cwd=os.path.join(OPTIONS.bindings, "python"))
+            self.assertEqual(run.returncode, 1)
+            self.assertIn(f"ImportError: {module}.py is for 64-bit Python on Windows", run.stderr)
 
     def test_node_functions_call_what_their_names_say(self):
         self.assertEqual(run_node(read_file(NODE))["calls"],
