@@ -1,4 +1,4 @@
-// Solvane.dll for Node.js on 64-bit Windows, through koffi (npm install koffi).
+// Solvane.dll for Node.js on 64-bit Windows, through koffi (npm install koffi@3).
 //
 //   const solvane = require('./solvane');
 //   if (solvane.checkSystemReady()) solvane.triggerCapture();
@@ -7,9 +7,9 @@
 // and what solvane.h says about lines, times and threads holds here too. In short:
 //
 // - A status other than 0 is thrown as a SolvaneError; questions return true or false.
-// - Every call blocks the event loop until it returns: use a worker thread for a timer in a program
-//   that has other things to do. One thread at a time, except for timers.
-// - An exception in a timer's callback ends the run, and Timer.run rethrows it. In a log callback it is
+// - Every call but Timer.run blocks the event loop until it returns: a program that has other things to do
+//   calls from a worker thread. One thread at a time, except for timers.
+// - An exception in a timer's callback ends the run, and is that of the promise. In a log callback it is
 //   dropped.
 //
 // Solvane.dll is loaded from the folder of this file, or else by Windows' usual search, which includes
@@ -18,6 +18,7 @@
 
 const fs = require('fs');
 const path = require('path');
+const { Worker, isMainThread, parentPort, workerData } = require('worker_threads');
 const koffi = require('koffi');
 
 // ---- Statuses -----------------------------------------------------------------------------------
@@ -134,64 +135,113 @@ const setLogger = (onLine) => {
   logCallback = callback;
 };
 
-// The library also logs when it is unloaded, and JavaScript can no longer be called by then.
-process.on('exit', () => setLogger(null));
-
 // ---- Timers -------------------------------------------------------------------------------------
+
+// A run has a thread of its own: this file, once more. It needs nobody else, so that it can always be stopped.
+const PHASE = 0; // of a run, as both threads see it; from NOT_BEGUN on to OVER
+const STOPPED = 1;
+const NOT_BEGUN = 0;
+const RUNNING = 1;
+const OVER = 2;
+const { solvaneRun } = workerData ?? {};
+if (solvaneRun) {
+  const { handle, parameter, shared } = solvaneRun;
+  let status = Status.OK;
+  if (Atomics.compareExchange(shared, PHASE, NOT_BEGUN, RUNNING) === NOT_BEGUN) {
+    status = native.Solvane_RunTimer(handle, parameter, (userContext, event) => {
+      if (Atomics.load(shared, STOPPED)) {
+        native.Solvane_StopTimer(handle); // the first stop came too early and was lost
+      } else {
+        parentPort.postMessage(koffi.decode(event, TimerEvent));
+      }
+    });
+    Atomics.store(shared, PHASE, OVER);
+  }
+  parentPort.postMessage(status);
+}
+
+const runs = new Set(); // those in progress, as their threads get them
+
+const stopRun = ({ handle, shared }) => {
+  Atomics.store(shared, STOPPED, 1);
+  if (Atomics.compareExchange(shared, PHASE, NOT_BEGUN, OVER) === RUNNING) {
+    native.Solvane_StopTimer(handle);
+  }
+};
 
 // A timer of the kernel driver. The library loses a stop that comes just before a run has begun; this
 // class remembers it. Call dispose() in a `finally`.
 class Timer {
   #handle = 0n;
-  #running = false;
+  #run = null; // the one in progress
   #stopped = false;
 
-  // Opens the driver; Status.UNDETERMINED on failure, with the reason in the log.
+  // Opens the driver; Status.UNDETERMINED on failure, with the reason in the log. In the main thread only:
+  // a worker that is ended cannot stop its runs.
   constructor() {
-    const handle = [0];
-    check('Solvane_CreateTimer', native.Solvane_CreateTimer(handle, 0));
+    if (!isMainThread) {
+      throw new Error('Timers belong to the main thread, whose event loop goes on during a run.');
+    }
+    const handle = [0n];
+    check('Solvane_CreateTimer', native.Solvane_CreateTimer(handle, 0n));
     this.#handle = handle[0];
   }
 
-  // Blocks, and calls onEvent for each event, until stop() or an exception out of onEvent, which run()
-  // rethrows.
-  run(parameter, onEvent) {
-    if (this.#running || !this.#handle) {
+  // Calls onEvent for each event, from the event loop, until stop() or an exception out of onEvent. The
+  // promise is settled when the run has ended.
+  async run(parameter, onEvent) {
+    if (this.#run || !this.#handle) {
       throw new SolvaneError('Solvane_RunTimer', Status.INVALID);
     }
     if (this.#stopped) {
       this.#stopped = false;
       return;
     }
+    const run = { handle: this.#handle, parameter, shared: new Int32Array(new SharedArrayBuffer(8)) };
+    this.#run = run;
+    runs.add(run);
+    let status = null;
     let thrown = null;
-    this.#running = true;
-    const status = native.Solvane_RunTimer(this.#handle, parameter, (userContext, event) => {
-      try {
-        onEvent(koffi.decode(event, TimerEvent));
-      } catch (exception) {
-        thrown = { exception };
-        this.stop();
+    const onMessage = (message) => {
+      if (typeof message === 'number') {
+        status = message;
+      } else if (!run.shared[STOPPED]) {
+        try {
+          onEvent(message);
+        } catch (exception) {
+          thrown = { exception };
+          this.stop();
+        }
       }
-    });
-    this.#running = false;
-    this.#stopped = false;
+    };
+    try {
+      await new Promise((resolve, reject) => {
+        new Worker(__filename, { workerData: { solvaneRun: run } })
+          .on('message', onMessage).on('error', reject).on('exit', resolve);
+      });
+    } finally {
+      runs.delete(run);
+      this.#run = null;
+      this.#stopped = false;
+    }
     if (thrown) {
       throw thrown.exception;
     }
     check('Solvane_RunTimer', status);
   }
 
-  // Ends the run in progress when onEvent returns; if there is none, the next run ends at once.
+  // Ends the run in progress, at the driver's next event; if there is none, the next run ends at once.
+  // onEvent is not called any more.
   stop() {
     this.#stopped = true;
-    if (this.#running) {
-      native.Solvane_StopTimer(this.#handle);
+    if (this.#run) {
+      stopRun(this.#run);
     }
   }
 
   dispose() {
-    if (this.#running) {
-      throw new Error('A timer cannot be disposed of by its own function: stop it.');
+    if (this.#run) {
+      throw new Error('A timer cannot be disposed of during its run: stop it, and await the run.');
     }
     if (this.#handle) {
       native.Solvane_DisposeTimer(this.#handle);
@@ -199,6 +249,24 @@ class Timer {
     }
   }
 }
+
+// ---- The end of the process ---------------------------------------------------------------------
+
+process.on('exit', () => {
+  // Node.js ends the JavaScript of other threads, but waits for the library in them: until the driver's next
+  // event, after a stop that was not lost.
+  const end = performance.now() + 1000;
+  for (const run of runs) {
+    stopRun(run);
+    while (Atomics.wait(run.shared, PHASE, RUNNING, 5) === 'timed-out' && performance.now() < end) {
+      stopRun(run);
+    }
+  }
+  // The library also logs when it is unloaded, and JavaScript can no longer be called by then.
+  if (logCallback) {
+    setLogger(null);
+  }
+});
 
 module.exports = {
   Status,

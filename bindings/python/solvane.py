@@ -24,6 +24,7 @@ import locale
 import os
 import sys
 import threading
+import weakref
 from ctypes import POINTER, c_char_p, c_int16, c_uint16, c_uint32, c_uint64, c_void_p
 from typing import Any, Callable, Iterator, List, Optional
 
@@ -165,8 +166,11 @@ def logger(function: Callable[[str], object]) -> Iterator[None]:
 
 
 @atexit.register
-def _remove_logger() -> None:
-    # The library also logs when it is unloaded, and the interpreter is gone by then.
+def _end() -> None:
+    # A driver's event, and the library's last line when it is unloaded, would find no interpreter. Runs of
+    # daemon threads have not ended by now; those of other threads Python has waited for.
+    for timer in list(_timers):
+        timer._stop_at_exit()
     if _log_callback:
         set_logger(None)
 
@@ -284,6 +288,9 @@ def reset_com_port() -> None:
 # ---- Timers -------------------------------------------------------------------------------------
 
 
+_timers: "weakref.WeakSet[Timer]" = weakref.WeakSet()
+
+
 class Timer:
     """A timer of the kernel driver.
 
@@ -303,6 +310,7 @@ class Timer:
         handle = c_uint64()
         _command("Solvane_CreateTimer", ctypes.byref(handle), 0)
         self._handle = handle.value
+        _timers.add(self)
 
     def run(self, parameter: int, function: Callable[[TimerEvent], object]) -> None:
         """Calls function(event) for each TimerEvent, until stop() or an exception out of it."""
@@ -356,6 +364,12 @@ class Timer:
             if self._handle != 0:
                 library.Solvane_DisposeTimer(self._handle)
                 self._handle = 0
+
+    def _stop_at_exit(self) -> None:
+        with self._state:
+            if self._thread not in (None, threading.get_ident()):
+                self.stop()
+                self._state.wait(1)  # for the driver's next event, but not for ever
 
     def __enter__(self) -> "Timer":
         return self

@@ -5,15 +5,15 @@ const solvane = require('../../bindings/node/solvane');
 
 const parameter = 20000; // the rig's driver takes it for microseconds
 
-const main = () => {
+const main = async () => {
   const timer = new solvane.Timer(); // throws when the driver is not installed; the log says why
   try {
     let events = 0;
-    timer.run(parameter, (event) => { // blocks until the stop
+    await timer.run(parameter, (event) => { // until the stop; the event loop goes on
       events += 1;
       console.log(`event ${events}: status ${event.status}`);
       if (events === 10) {
-        timer.stop(); // the run ends when this function returns
+        timer.stop(); // the run ends with the driver's next event
       }
     });
   } finally {
@@ -22,9 +22,7 @@ const main = () => {
 };
 
 solvane.setLogger((line) => console.error(line));
-try {
-  main();
-} catch (error) {
+main().catch((error) => {
   console.error(error.message);
   process.exitCode = 1;
-}
+});

@@ -426,6 +426,36 @@ class Rules(Case):
             outcome = self.run_program(os.path.join(TESTS, "timer_rules"), "other-thread")
             self.expect(outcome, 0, ["disposed of from another thread: the run has ended"])
             self.assertEqual(outcome.journal.splitlines()[-1], "Solvane_DisposeTimer")
+        if OPTIONS.language == "node":
+            self.expect(self.run_program(os.path.join(TESTS, "timer_rules"), "side-by-side"), 0,
+                        ["both ran beside the event loop"])
+            self.expect(self.run_program(os.path.join(TESTS, "timer_rules"), "worker"), 0,
+                        ["Timers belong to the main thread, whose event loop goes on during a run."])
+
+
+class Ends(Case):
+    """A process that ends while a timer runs, or inside a callback: its exit code, and a word of what it
+    complains of. A time-out fails the test."""
+
+    CODES = {
+        "cpp": {"end-beside": (3, ""), "end-static": (4, ""), "end-inside": (5, ""), "end-log": (6, ""),
+                "throw": (7, "")},
+        "node": {"end-beside": (3, ""), "end-at-once": (4, ""), "end-inside": (5, ""), "end-log": (6, ""),
+                 "end-exception": (1, "RangeError: nobody catches this")},
+        # Python ends no process inside a ctypes callback: the log's exception is shown.
+        "python": {"end-beside": (3, ""), "end-inside": (5, ""), "end-log": (0, "SystemExit: 6")}}
+
+    def test_the_process_ends(self):
+        for mode, (code, complaint) in self.CODES[OPTIONS.language].items():
+            with self.subTest(mode):
+                outcome = self.run_program(os.path.join(TESTS, "timer_rules"), mode)
+                self.assertEqual(outcome.code, code, outcome.err)
+                self.assertIn(complaint, outcome.err)
+                self.assertEqual(outcome.err == "", complaint == "", outcome.err)
+                if isinstance(self.host, StandIn) and mode == "end-beside":
+                    calls = outcome.journal.splitlines()
+                    self.assertEqual(calls[-3:], ["Solvane_StopTimer", "Solvane_SetLogger null",
+                                                  "Solvane_DisposeTimer"])
 
 
 if __name__ == "__main__":

@@ -95,4 +95,24 @@ def other_thread():
     print("disposed of from another thread: the run has ended" if ended else "")
 
 
-{"lost": lost, "other-thread": other_thread}.get(sys.argv[-1], rules)()
+def end_beside_a_run():
+    solvane.set_logger(lambda line: None)
+    begun = threading.Event()
+    timer = solvane.Timer()
+    threading.Thread(target=timer.run, args=(PERIOD, lambda event: begun.set()), daemon=True).start()
+    begun.wait()
+    sys.exit(3)
+
+
+def end_in_the_function():
+    with solvane.Timer() as timer:
+        timer.run(PERIOD, lambda event: sys.exit(5))
+
+
+def end_in_the_log():
+    solvane.set_logger(lambda line: sys.exit(6))
+    print("status", status_of(solvane.check_available))
+
+
+{"lost": lost, "other-thread": other_thread, "end-beside": end_beside_a_run,
+ "end-inside": end_in_the_function, "end-log": end_in_the_log}.get(sys.argv[-1], rules)()
