@@ -1,4 +1,5 @@
-"""Every binding has the 24 functions of solvane.h with the same names, types and meanings.
+"""Every binding has the 24 functions of solvane.h with the same names, types and meanings, and those of
+rig.h.
 
 The header is read as text, and so are the bindings of C++ and C#, whose compilers check the rest. The
 bindings of Python and Node.js are run with a fake library that only records declarations and calls.
@@ -19,11 +20,19 @@ CPP = "cpp/solvane/solvane.hpp"
 CSHARP = "csharp/Solvane.cs"
 PYTHON = "python/solvane.py"
 NODE = "node/solvane.js"
+CPP_RIG = "cpp/solvane/rig.hpp"
+PYTHON_RIG = "python/solvane_rig.py"
+NODE_RIG = "node/solvane_rig.js"
+# Functions of rig.h for which a binding has something better: its own enumeration, the journal as JSON.
+NOT_IN = {CPP_RIG: {"rig_journal_size"},
+          PYTHON_RIG: {"rig_line_name", "rig_journal_size", "rig_journal_entry"},
+          NODE_RIG: {"rig_line_name", "rig_journal_size", "rig_journal_entry"}}
 
 # Common names for types, to which the types of all languages are converted.
 C_TYPES = {"int16_t": "i16", "uint16_t": "u16", "uint32_t": "u32", "uint64_t": "u64",
            "SolvaneTimerHandle": "u64", "SolvaneLogCallback": "log", "SolvaneTimerCallback": "timer",
-           "SolvaneTimerEvent": "event", "void": "void", "char": "char"}
+           "SolvaneTimerEvent": "event", "void": "void", "char": "char", "int": "i32", "unsigned": "u32",
+           "size_t": "size", "rig_line": "i32", "rig_fault": "fault", "rig_entry": "entry"}
 CSHARP_TYPES = {"void": "void", "short": "i16", "ushort": "u16", "uint": "u32", "ulong": "u64",
                 "out short": "i16*", "out ulong": "u64*", "IntPtr": "pointer", "LogCallback": "log",
                 "TimerCallback": "timer", "[In] ref SolvaneTimerEvent": "event*"}
@@ -115,7 +124,7 @@ class Recorder:
         self.functions = {}
 
     def __getattr__(self, name):
-        if not name.startswith("Solvane_"):
+        if not name.startswith(("Solvane_", "rig_")):
             raise AttributeError(name)
         return self.functions.setdefault(name, self.Function(name, self.calls))
 
@@ -161,7 +170,7 @@ def read_python(text):
 
 # Replaces koffi: records the declarations, and which function each export calls.
 FAKE_KOFFI = """
-const told = { functions: [], protos: [], struct: null, calls: {} };
+const told = { functions: [], protos: [], struct: null, calls: {}, lines: null };
 let called = null;
 const koffi = {
   load: () => ({ func: (name, result, parameters) => {
@@ -187,6 +196,7 @@ for (const [name, value] of Object.entries(solvane)) {
   }
 }
 told.statuses = solvane.Status;
+told.lines = solvane.Line;
 console.log(JSON.stringify(told));
 """
 
@@ -345,6 +355,48 @@ class Signatures(unittest.TestCase):
             getattr(module, snake(name))()
             self.assertEqual(module.library.calls, [name])
 
+    def rig_header(self):
+        """The functions, the fields of rig_fault and the lines of rig.h."""
+        with open(OPTIONS.rig_header) as file:
+            text = without_comments(file.read())
+        functions = {name: [c_type(result), *c_parameters(parameters)] for result, name, parameters in re.findall(
+            r"SOLVANE_RIG_API ([\w\* ]+?) ?(rig_\w+)\(([^)]*)\);", text)}
+        fields = re.search(r"struct rig_fault \{(.*?)\}", text, re.S)[1]
+        lines = re.search(r"enum rig_line \{(.*?)\}", text, re.S)[1]
+        names = [name.removeprefix("RIG_") for name in re.findall(r"RIG_\w+", lines)]
+        return (functions,
+                [(name, c_type(kind)) for kind, name in re.findall(r"([\w\* ]+?) ?(\w+);", fields)],
+                {name: number for number, name in enumerate(names[:-1])})
+
+    def test_the_bindings_of_the_rig_are_as_its_header(self):
+        functions, fields, lines = self.rig_header()
+        self.assertEqual((len(functions), len(fields), len(lines)), (21, 6, 7))
+        self.assertEqual(functions["rig_command"], ["i32", "char*", "i32", "char**"])
+        for binding in (PYTHON_RIG, NODE_RIG):
+            with self.subTest(binding):
+                told, told_fields, told_lines = self.read_rig(binding)
+                self.assertEqual(told, {name: signature for name, signature in functions.items()
+                                        if name not in NOT_IN[binding]})
+                self.assertEqual((told_fields, told_lines), (fields, lines))
+        text = without_comments(read_file(CPP_RIG))
+        self.assertEqual(set(re.findall(r"\brig_\w+(?=\()", text)), set(functions) - NOT_IN[CPP_RIG])
+
+    @staticmethod
+    def read_rig(binding):
+        if binding == NODE_RIG:
+            node = run_node(read_file(binding))
+            return ({name: [c_type(result), *map(c_type, parameters)]
+                     for name, result, parameters in node["functions"]},
+                    [(name, c_type(kind)) for name, kind in node["struct"]], node["lines"])
+        module = load_python(read_file(binding))
+        kinds = {None: "void", ctypes.c_int: "i32", ctypes.c_uint32: "u32", ctypes.c_uint64: "u64",
+                 ctypes.c_char_p: "char*", ctypes.POINTER(ctypes.c_char_p): "char**",
+                 ctypes.POINTER(module.Fault): "fault*"}
+        return ({name: [kinds[function.restype], *(kinds[each] for each in function.argtypes)]
+                 for name, function in module.library.functions.items()},
+                [(name, kinds[kind]) for name, kind in module.Fault._fields_],
+                {line.name: int(line) for line in module.Line})
+
     def test_python_says_that_it_is_for_windows(self):
         for module in ("solvane", "solvane_rig"):
             run = subprocess.run([sys.executable, "-c", f"import {module}"], text=True, capture_output=True,
@@ -359,7 +411,7 @@ class Signatures(unittest.TestCase):
 
 if __name__ == "__main__":
     parser = argparse.ArgumentParser()
-    for option in ("header", "bindings", "node"):
+    for option in ("header", "rig-header", "bindings", "node"):
         parser.add_argument("--" + option, required=True)
     OPTIONS, rest = parser.parse_known_args()
     unittest.main(argv=["signatures_test", *rest])
