@@ -115,7 +115,7 @@ std::uint32_t Ask(const VendorFunction& function, std::initializer_list<std::uin
     }
 }
 
-std::string TextOfQuestion(const Call& call, NameOf nameOfHandle) {
+std::string TextOfQuestion(const Call& call, const NameOf& nameOfHandle) {
     std::string text;
     for (std::size_t i = 0; i < call.inputs.size(); ++i) {
         const Show show = call.function.parameters[i].in;

@@ -1,6 +1,7 @@
 /// A vendor call as a message: the function, its inputs and its outputs.
 #pragma once
 
+#include <functional>
 #include <initializer_list>
 #include <string>
 #include <vector>
@@ -32,10 +33,10 @@ std::uint32_t Ask(Function function, Arguments... arguments) {
 }
 
 /// Gives the text by which the journal shows a handle.
-using NameOf = std::string (*)(std::uint64_t handle);
+using NameOf = std::function<std::string(std::uint64_t handle)>;
 
 /// "FT_Write(SLV1B, [83])"
-std::string TextOfQuestion(const Call& call, NameOf nameOfHandle);
+std::string TextOfQuestion(const Call& call, const NameOf& nameOfHandle);
 
 /// " -> 0, 1"
 std::string TextOfAnswer(const Call& call);
