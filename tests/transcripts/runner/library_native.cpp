@@ -11,6 +11,7 @@
 
 #include "com_stand_in.h"
 #include "host_platform.h"
+#include "watched_names.h"
 
 namespace transcript {
 
@@ -27,7 +28,7 @@ bool isWell = true;
 /// Called at exit, after the library's static state was destroyed. Objects of the main thread are
 /// gone by then too, so the work is done on another thread.
 void Finish() {
-    std::thread([] { isWell = (*whenUnloaded)() && isWell; }).join();
+    std::thread([] { isWell = (*whenUnloaded)() && AreNamesRight() && isWell; }).join();
     if (!isWell) {
         std::fflush(nullptr);
         _exit(1);
@@ -80,6 +81,7 @@ bool OnFreshLibrary(const std::string& title, const std::function<bool()>& body,
         whenUnloaded = &afterUnload;
         rig_load(""); // created before the library, so destroyed after it
         std::atexit(Finish);
+        WatchNames();
         isWell = body();
         std::exit(0);
     }
