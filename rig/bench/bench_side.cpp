@@ -63,7 +63,7 @@ std::string BenchSide::AnswerTo(Topic topic, Reader& reader) {
     case Topic::Call: {
         Call call = DecodedCall(reader);
         call.host = host;
-        AnswerHere(call);
+        hosts.answer(call);
         return bench::AnswerTo(call);
     }
     case Topic::Rig:

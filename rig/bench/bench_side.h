@@ -18,11 +18,16 @@ using Perform = Reply (*)(const Command& command);
 /// The hosts that use the hardware of this process. A host may have a connection per thread.
 class Hosts {
   public:
+    /// `whoAnswers` gets their vendor calls, on any thread.
+    explicit Hosts(Answerer whoAnswers = AnswerHere) : answer(whoAnswers) {}
+
     /// Counts a connection and returns its host's number, a new one for a new host.
     HostNumber Join(const Introduction& who);
 
     /// Ends a connection of a host. With the last one, everything that the host held is freed.
     void Leave(std::uint64_t key);
+
+    const Answerer answer;
 
   private:
     struct Known {

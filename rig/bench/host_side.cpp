@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "environment.h"
+#include "front.h"
 
 namespace rig::bench {
 
@@ -14,11 +15,7 @@ void HostSide::Answer(Call& call) {
         DecodeAnswer(Exchange(Encoded(call)), call);
     } catch (const std::runtime_error& why) {
         Complain(why.what());
-        AnswerHere(call);
-        const auto& parameters = call.function.parameters;
-        if (!parameters.empty() && parameters.front().in == Show::Handle) {
-            call.status = usb::kIoError; // the open device is gone with the bench
-        }
+        AnswerAsGone(call);
     }
 }
 

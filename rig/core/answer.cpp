@@ -60,6 +60,24 @@ std::uint32_t DoWorkWithCount(const Front& front, Call& call, std::uint32_t coun
     return status;
 }
 
+/// Counts the call and answers it, with its planned fault. Returns the question as the journal
+/// shows it.
+std::string AnswerCounted(const Access& rig, Call& call) {
+    rig->host = call.host;
+    const Front& front = FrontOf(call.function.library);
+    const std::optional<Fault> fault = rig->BeginCall(call.function.name);
+    std::string question = TextOfQuestion(call, front.nameOf);
+    if (!fault) {
+        call.status = DoWork(front, call);
+    } else if ((fault->kind & RIG_FAULT_COUNT) != 0) {
+        call.status = DoWorkWithCount(front, call, fault->count);
+    }
+    if (fault && (fault->kind & RIG_FAULT_STATUS) != 0) {
+        call.status = fault->status;
+    }
+    return question;
+}
+
 } // namespace
 
 void AnswerPlainly(Call& call) {
@@ -73,20 +91,21 @@ void Answer(Call& call) {
 }
 
 void AnswerHere(Call& call) {
-    Access rig;
-    rig->host = call.host;
-    const Front& front = FrontOf(call.function.library);
-    const std::optional<Fault> fault = rig->BeginCall(call.function.name);
-    const std::string question = TextOfQuestion(call, front.nameOf);
-    if (!fault) {
-        call.status = DoWork(front, call);
-    } else if ((fault->kind & RIG_FAULT_COUNT) != 0) {
-        call.status = DoWorkWithCount(front, call, fault->count);
-    }
-    if (fault && (fault->kind & RIG_FAULT_STATUS) != 0) {
-        call.status = fault->status;
-    }
+    const Access rig;
+    const std::string question = AnswerCounted(rig, call);
     rig->trace.Call(question + TextOfAnswer(call), call.host);
+}
+
+void AnswerUntraced(Call& call) {
+    AnswerCounted(Access(), call);
+}
+
+void AnswerAsGone(Call& call) {
+    AnswerUntraced(call);
+    const auto& parameters = call.function.parameters;
+    if (!parameters.empty() && parameters.front().in == Show::Handle) {
+        call.status = usb::kIoError;
+    }
 }
 
 } // namespace rig

@@ -53,6 +53,14 @@ inline std::vector<Front>& Fronts() {
 /// fault and writes the journal.
 void Answer(Call& call);
 
+/// Answers a call with the hardware of this process, counted and with faults, but not in the
+/// journal.
+void AnswerUntraced(Call& call);
+
+/// Answers a call where this process has no hardware, as if it had just gone: an open device fails.
+/// Not in the journal.
+void AnswerAsGone(Call& call);
+
 /// Answers a call with the hardware of this process, without counting, faults or journal.
 void AnswerPlainly(Call& call);
 

@@ -53,10 +53,7 @@ void AppendHead(std::string& text, const Head& head) {
     for (const ReportedPort& port : head.ports) {
         text += kWmiPort;
         AppendValue(text, port.deviceId);
-        for (const Value& start : port.startingAddresses) {
-            text += ' ';
-            AppendValue(text, start);
-        }
+        AppendValues(text, port.startingAddresses);
         text += '\n';
     }
     text.append(kAnonymous).append(head.isAnonymous ? "yes\n" : "no\n").append(1, '\n');
@@ -82,10 +79,7 @@ void AppendAnswer(std::string& text, Microseconds time, std::uint64_t thread, st
     AppendNumber(text, call.status);
     text += ' ';
     AppendNumber(text, lastError);
-    for (const Value& output : call.outputs) {
-        text += ' ';
-        AppendValue(text, output);
-    }
+    AppendValues(text, call.outputs);
     text += '\n';
 }
 

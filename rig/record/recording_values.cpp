@@ -87,6 +87,13 @@ void AppendValue(std::string& text, const Value& value) {
     }
 }
 
+void AppendValues(std::string& text, const std::vector<Value>& values) {
+    for (const Value& value : values) {
+        text += ' ';
+        AppendValue(text, value);
+    }
+}
+
 std::uint64_t NumberFrom(std::string_view word, std::uint64_t most) {
     std::uint64_t number = 0;
     const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), number);

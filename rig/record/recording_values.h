@@ -4,12 +4,15 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "value.h"
 
 namespace rig::record {
 
 void AppendValue(std::string& text, const Value& value);
+/// Each after a blank.
+void AppendValues(std::string& text, const std::vector<Value>& values);
 void AppendNumber(std::string& text, std::uint64_t number);
 
 /// Reads values that are separated by blanks.
