@@ -20,6 +20,7 @@
 #include "host_guard.h"
 #include "pipe.h"
 #include "placement.h"
+#include "replay.h"
 #include "rig_state.h"
 #include "this_program.h"
 #include "tool.h"
@@ -36,6 +37,9 @@ struct Request {
     std::string name = kDefaultBench;
     std::string folder;
     bool isQuiet = false;
+    ReplayRequest replay;
+
+    bool IsReplay() const { return !replay.recording.empty(); }
 };
 
 std::atomic<bool> isToStop{false};
@@ -50,10 +54,13 @@ Reply Obey(const bench::Command& command) {
 }
 
 /// Offers the hardware of this process to all hosts.
-void StartBench(const Request& request) {
-    static bench::Hosts& hosts = *new bench::Hosts; // threads still use it at exit
-    SetVariable(kRigVariable, std::nullopt);        // the bench itself uses its own hardware
-    {
+void StartBench(const Request& request, std::ostream& err) {
+    static bench::Hosts& hosts = // threads still use it at exit
+        *new bench::Hosts(request.IsReplay() ? AnswerFromRecording : Answerer(AnswerHere));
+    SetVariable(kRigVariable, std::nullopt); // the bench itself uses its own hardware
+    if (request.IsReplay()) {
+        StartReplay(request.replay, request.scenario, err);
+    } else {
         Access rig;
         if (request.scenario.empty()) {
             rig->LoadDefault();
@@ -70,9 +77,9 @@ void EndBench() {
     rig->trace.EndWaveform();
 }
 
-void RunBench(const Request& request, std::ostream& out) {
+int RunBench(const Request& request, std::ostream& out, std::ostream& err) {
     constexpr std::chrono::milliseconds kGlance{20};
-    StartBench(request);
+    StartBench(request, err);
     StopWhenInterrupted(isToStop);
     out << "The bench \"" << request.name << "\" runs. Hosts join it by SOLVANE_RIG=bench"
         << (request.name == kDefaultBench ? "" : ':' + request.name) << ".\n"
@@ -89,6 +96,7 @@ void RunBench(const Request& request, std::ostream& out) {
         std::this_thread::sleep_for(isLast ? std::chrono::milliseconds{0} : kGlance);
     }
     EndBench();
+    return request.IsReplay() ? TellReplay(out) : kSuccess;
 }
 
 /// Keeps the rig's DLLs in a host's folder during its lifetime. DLLs placed before stay there.
@@ -122,20 +130,26 @@ class Placed {
     bool isOurs = false;
 };
 
-int RunHost(Request request, const std::vector<std::string>& host) {
+/// Returns the host's exit code or, of a replay, whether it was followed to the end.
+int RunHost(Request request, const std::vector<std::string>& host, std::ostream& out,
+            std::ostream& err) {
     if (host.empty()) {
         throw CLI::RequiredError("-- HOST");
     }
     try {
         const std::filesystem::path program = FindProgram(host.front());
         request.name = NameOfThisProcess();
-        StartBench(request);
+        StartBench(request, err);
         const Placed placed(request.folder.empty() ? program.parent_path()
                                                    : PathOf(request.folder));
         SetVariable(kRigVariable, "bench:" + request.name);
         const int code = RunGuarded(host);
         EndBench();
-        return code;
+        if (!request.IsReplay()) {
+            return code;
+        }
+        out << (code != 0 ? "The host's exit code was " + std::to_string(code) + ".\n" : "");
+        return TellReplay(out);
     } catch (const std::runtime_error& failure) {
         throw GuardFailure(failure.what());
     }
@@ -248,6 +262,29 @@ void AddBenchCommands(CLI::App& app, std::ostream& out, std::ostream& err,
                         "A file with the hardware; without it one FT2232H")
             ->type_name("SCENARIO");
     };
+    const auto addReplayOptions = [&](CLI::App& command) {
+        command.add_flag("--fast", request->replay.isFast,
+                         "Answers at once, not after the recorded waits");
+        command
+            .add_option("--then", request->replay.then,
+                        "What the hardware is after the first call that differs: gone, or "
+                        "simulated from\nthe scenario")
+            ->check(CLI::IsMember({"gone", "simulate"}))
+            ->capture_default_str();
+    };
+    const auto addReplay = [&](CLI::App& command) {
+        command
+            .add_option("--replay", request->replay.recording,
+                        "Answers as the hardware of this recording did")
+            ->type_name("FILE");
+        addReplayOptions(command);
+    };
+    const auto addPlace = [&](CLI::App& command) {
+        command
+            .add_option("--place", request->folder,
+                        "Where the host keeps the vendors' DLLs, when not beside its program")
+            ->type_name("FOLDER");
+    };
     CLI::App& bench =
         *app.add_subcommand("bench", "Is the virtual PC and its camera, for hosts that join it");
     addScenario(bench);
@@ -255,16 +292,29 @@ void AddBenchCommands(CLI::App& app, std::ostream& out, std::ostream& err,
     bench.add_flag("--quiet", request->isQuiet, "Does not show what happens");
     bench.footer("A host joins it by SOLVANE_RIG=bench, or bench:NAME. It runs until "
                  "`solvane-rig stop` or Ctrl-C.");
-    bench.callback([request, &out] { RunBench(*request, out); });
+    addReplay(bench);
+    bench.callback([request, &out, &err, &exitCode] { exitCode = RunBench(*request, out, err); });
 
     CLI::App& run = *app.add_subcommand("run", "Runs a host on a bench of its own");
     addScenario(run);
-    run.add_option("--place", request->folder,
-                   "Where the host keeps the vendors' DLLs, when not beside its program")
-        ->type_name("FOLDER");
+    addPlace(run);
     run.footer("After `--` come the host and its arguments. The exit code is the host's, or 125 "
                "if it was\nnot started or was ended.");
-    run.callback([request, &host, &exitCode] { exitCode = RunHost(*request, host); });
+    run.callback(
+        [=, &host, &out, &err, &exitCode] { exitCode = RunHost(*request, host, out, err); });
+
+    CLI::App& replay = *app.add_subcommand("replay", "Runs a host on recorded hardware");
+    replay.add_option("recording", request->replay.recording, "The file with the recording")
+        ->type_name("FILE")
+        ->required();
+    addScenario(replay);
+    addReplayOptions(replay);
+    addPlace(replay);
+    replay.footer("After `--` come the host and its arguments. The exit code is 0 if the host made "
+                  "the calls of\nthe recording, 1 if it made others, and 125 if it was not "
+                  "started or was ended.");
+    replay.callback(
+        [=, &host, &out, &err, &exitCode] { exitCode = RunHost(*request, host, out, err); });
 
     for (const std::string& verb : CommandNames()) {
         if (verb != "status") { // `status` shows the whole virtual PC

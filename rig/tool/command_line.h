@@ -24,11 +24,14 @@ void AddPcCommands(CLI::App& app, std::ostream& out, std::ostream& err);
 /// is set to the exit code of the host.
 void AddHostCommands(CLI::App& app, std::ostream& out, int& hostExit);
 
+/// `compare`: real hardware's answers against the model's. `exitCode` is set to 1 if any differ.
+void AddCompareCommand(CLI::App& app, std::ostream& out, std::ostream& err, int& exitCode);
+
 /// Prints the running benches, and why a host last found no hardware.
 void TellBenches(std::ostream& out);
 
-/// `bench`, `run`, and the commands for a running bench. `host` is the command line after `--`.
-/// `exitCode` is set to that of the host or of the command.
+/// `bench`, `run`, `replay`, and the commands for a running bench. `host` is the command line after
+/// `--`. `exitCode` is set to that of the host or of the command.
 void AddBenchCommands(CLI::App& app, std::ostream& out, std::ostream& err,
                       const std::vector<std::string>& host, int& exitCode);
 

@@ -68,6 +68,9 @@ void TellBenches(std::ostream&) {}
 void AddBenchCommands(CLI::App&, std::ostream&, std::ostream&, const std::vector<std::string>&,
                       int&) {}
 
+/// Nor is there simulated hardware.
+void AddCompareCommand(CLI::App&, std::ostream&, std::ostream&, int&) {}
+
 int RunGuarded(const std::vector<std::string>&) {
     Refuse("a host is a Windows program");
 }

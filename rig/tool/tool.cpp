@@ -28,7 +28,7 @@ int Run(CLI::App& app, std::vector<std::string> arguments, std::ostream& out, st
 
 /// Takes the host and its arguments, which follow `--`, out of the arguments.
 std::vector<std::string> TakeHost(std::vector<std::string>& arguments) {
-    const bool isRun = arguments.size() > 1 && arguments[1] == "run";
+    const bool isRun = arguments.size() > 1 && (arguments[1] == "run" || arguments[1] == "replay");
     const auto dashes = std::find(arguments.begin(), arguments.end(), "--");
     if (!isRun || dashes == arguments.end()) {
         return {};
@@ -61,6 +61,7 @@ int RunTool(std::vector<std::string> arguments, std::ostream& out, std::ostream&
     AddHostCommands(app, out, hostExit);
     const std::vector<std::string> host = TakeHost(arguments);
     AddBenchCommands(app, out, err, host, hostExit);
+    AddCompareCommand(app, out, err, hostExit);
 
     if (!arguments.empty()) {
         arguments.erase(arguments.begin());
