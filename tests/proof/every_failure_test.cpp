@@ -89,19 +89,6 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
         }
     }
 
-    /// As another program may have left them. The camera is ready again afterwards.
-    static void LeaveOutputsActive() {
-        FT_HANDLE channel = nullptr;
-        std::uint32_t written = 0;
-        std::uint8_t active[] = {0x82, 0x0B, 0x4F};
-        FT_Open(1, &channel);
-        FT_SetBitMode(channel, 0, FT_BITMODE_MPSSE);
-        FT_Write(channel, active, sizeof active, &written);
-        FT_Close(channel);
-        ASSERT_EQ(rig_level(RIG_TRIGGER), 1);
-        host::Advance(kSecond);
-    }
-
     void HaveFault(const EarlierFault& earlierFault) {
         if (earlierFault.isConfigured) {
             controller->CheckAvailable();

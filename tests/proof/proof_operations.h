@@ -15,6 +15,10 @@ using test::Operation;
 /// The exported function of an operation; 0 for one that returns nothing.
 std::int16_t CallExport(const Operation& operation, std::int16_t* out);
 
+/// Leaves the outputs of the first FT2232H active, as another program may have. The camera is ready
+/// again afterwards.
+void LeaveOutputsActive();
+
 /// The value of an out-parameter before the call.
 inline constexpr short kUntouched = 55;
 
