@@ -27,7 +27,7 @@ std::pair<std::string_view, std::string_view> SplitAt(std::string_view text,
 
 /// "12.345"
 Microseconds TimeFrom(std::string_view word) {
-    constexpr Microseconds kMost = 1'000'000'000'000'000; // 31 years: sums cannot overflow
+    constexpr std::uint64_t kMost = 1'000'000'000'000; // ms, 31 years: sums cannot overflow
     const auto [milliseconds, fraction] = SplitAt(word, ".");
     if (fraction.size() != 3) {
         Refuse("'" + std::string(word) + "' is no time in ms with three decimals");

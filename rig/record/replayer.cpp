@@ -1,6 +1,8 @@
 #include "replayer.h"
 
 #include <algorithm>
+#include <cctype>
+#include <cstdio>
 #include <utility>
 
 #include "elsewhere.h"
@@ -188,8 +190,9 @@ std::string ScenarioOfPorts(const Head& head) {
             string != nullptr ? Shown(Show::Text, value) : std::to_string(Number(value));
         std::string quoted;
         for (const char c : shown) {
-            quoted += c == '"' || c == '\\' ? "\\" : "";
-            quoted += c;
+            char escaped[8];
+            std::snprintf(escaped, sizeof escaped, "\\u%04x", static_cast<unsigned>(c));
+            quoted += std::isalnum(c) != 0 ? std::string(1, c) : escaped;
         }
         const char* const type = string != nullptr ? "string" : IsThere(value) ? "number" : "null";
         text += std::string(key) + " = \"" + quoted + "\"\n" + typeKey + " = \"" + type + "\"\n";

@@ -213,13 +213,14 @@ TEST_F(ReplayTest, WmiAnswersAsTheHeadSays) {
     Head head;
     head.ports = {{std::string("LPT7"), {std::string("888"), std::uint64_t{5}, rig::Value()}},
                   {std::string("\"\\"), {}}};
-    EXPECT_EQ(ScenarioOfPorts(head), "[[parallel_port]]\n"
-                                     "device_id = \"LPT7\"\ndevice_id_type = \"string\"\n"
-                                     "[[parallel_port.range]]\nstart = \"888\"\ntype = \"string\"\n"
-                                     "[[parallel_port.range]]\nstart = \"5\"\ntype = \"number\"\n"
-                                     "[[parallel_port.range]]\nstart = \"0\"\ntype = \"null\"\n"
-                                     "[[parallel_port]]\n"
-                                     "device_id = \"\\\"\\\\\"\ndevice_id_type = \"string\"\n");
+    EXPECT_EQ(ScenarioOfPorts(head),
+              "[[parallel_port]]\n"
+              "device_id = \"LPT7\"\ndevice_id_type = \"string\"\n"
+              "[[parallel_port.range]]\nstart = \"888\"\ntype = \"string\"\n"
+              "[[parallel_port.range]]\nstart = \"5\"\ntype = \"number\"\n"
+              "[[parallel_port.range]]\nstart = \"0\"\ntype = \"null\"\n"
+              "[[parallel_port]]\n"
+              "device_id = \"\\u0022\\u005c\"\ndevice_id_type = \"string\"\n");
     EXPECT_EQ(ScenarioOfPorts({}), "parallel_port = []\n");
     std::string text;
     AppendHead(text, head);
