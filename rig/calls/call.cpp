@@ -92,21 +92,27 @@ void Give(const Parameter& parameter, const Value& value, std::uint64_t argument
 
 Answerer answerer = nullptr;
 
+Call CallOf(const VendorFunction& function, std::span<const std::uint64_t> arguments) {
+    Call call{function, std::vector<Value>(arguments.size()), {}};
+    // From the last to the first: a buffer's length is the parameter after it.
+    std::uint64_t next = 0;
+    for (std::size_t i = arguments.size(); i-- > 0;) {
+        call.inputs[i] = Take(function.parameters[i], arguments[i], next);
+        next = Number(call.inputs[i]);
+    }
+    return call;
+}
+
 std::uint32_t Ask(const VendorFunction& function, std::initializer_list<std::uint64_t> arguments) {
     try {
-        Call call{function, std::vector<Value>(arguments.size()), {}};
-        const auto next = [&](std::size_t i) {
-            return i + 1 < arguments.size() ? Number(call.inputs[i + 1]) : 0;
-        };
-        // From the last to the first: a buffer's length is the parameter after it.
-        for (std::size_t i = arguments.size(); i-- > 0;) {
-            call.inputs[i] = Take(function.parameters[i], arguments.begin()[i], next(i));
-        }
+        Call call = CallOf(function, {arguments.begin(), arguments.size()});
         answerer(call);
         call.outputs.resize(arguments.size()); // it may have none
         for (std::size_t i = 0; i < arguments.size(); ++i) {
             if (IsThere(call.outputs[i]) && arguments.begin()[i] != 0) {
-                Give(function.parameters[i], call.outputs[i], arguments.begin()[i], next(i));
+                const std::uint64_t next =
+                    i + 1 < arguments.size() ? Number(call.inputs[i + 1]) : 0;
+                Give(function.parameters[i], call.outputs[i], arguments.begin()[i], next);
             }
         }
         return call.status;

@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <initializer_list>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,9 @@ struct Call {
 /// to rig::Answer.
 using Answerer = void (*)(Call&);
 extern Answerer answerer;
+
+/// The call that a host makes with these arguments, numbers or pointers to what goes in.
+Call CallOf(const VendorFunction& function, std::span<const std::uint64_t> arguments);
 
 /// Packs the arguments into a Call, has it answered, writes the outputs through the pointers and
 /// returns the status. Never throws: hosts call the vendor functions from C.
