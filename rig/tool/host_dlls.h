@@ -14,6 +14,15 @@ inline constexpr std::array<const char*, 4> kHostDlls = {"solvane_rig.dll", "FTD
 inline constexpr std::span<const char* const, 3> kVendorDlls =
     std::span<const char* const, 4>(kHostDlls).subspan<1>();
 
+/// What stands between a host and the vendors' DLLs while it is recorded: the logic of those that
+/// have their names, and what it is told.
+inline constexpr const char* kRecordDll = "solvane_record.dll";
+inline constexpr const char* kRecordSetup = "solvane-record.txt";
+
+/// Every file that is ever placed in a host's folder.
+inline constexpr std::array<const char*, 6> kPlacedFiles = {
+    kHostDlls[0], kRecordDll, kRecordSetup, kHostDlls[1], kHostDlls[2], kHostDlls[3]};
+
 /// Compares DLL names as Windows does, ignoring case.
 inline bool IsSameName(std::string_view one, std::string_view other) {
     const auto lower = [](char letter) {

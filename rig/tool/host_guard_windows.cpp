@@ -1,5 +1,6 @@
 #include "host_guard.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <map>
 #include <memory>
@@ -88,6 +89,40 @@ fs::path PathOfFile(HANDLE file) {
     return path.starts_with(prefix) ? path.substr(prefix.size()) : path;
 }
 
+/// A program that has just been started with the host, or loaded a DLL.
+struct Loading {
+    DWORD process;
+    fs::path file; ///< empty: the program has been started
+    HANDLE handle; ///< of the process that has been started
+};
+
+/// Sees to a debug event, and tells `told` what it says. Returns how the program goes on.
+template <class Told>
+DWORD Serve(const DEBUG_EVENT& event, Told told) {
+    switch (event.dwDebugEventCode) {
+    case CREATE_PROCESS_DEBUG_EVENT: {
+        const Handle file(event.u.CreateProcessInfo.hFile);
+        HideDebugger(event.u.CreateProcessInfo.hProcess);
+        told(Loading{event.dwProcessId, {}, event.u.CreateProcessInfo.hProcess});
+        return DBG_CONTINUE;
+    }
+    case LOAD_DLL_DEBUG_EVENT: {
+        const Handle file(event.u.LoadDll.hFile);
+        told(Loading{event.dwProcessId, PathOfFile(file.get()), nullptr});
+        return DBG_CONTINUE;
+    }
+    case EXCEPTION_DEBUG_EVENT: {
+        // These two exceptions are meant for debuggers; the program handles all others.
+        const DWORD code = event.u.Exception.ExceptionRecord.ExceptionCode;
+        const bool isForDebuggers =
+            code == EXCEPTION_BREAKPOINT || code == EXCEPTION_INVALID_HANDLE;
+        return isForDebuggers ? DBG_CONTINUE : DBG_EXCEPTION_NOT_HANDLED;
+    }
+    default:
+        return DBG_CONTINUE;
+    }
+}
+
 class Guard {
   public:
     Guard() {
@@ -108,7 +143,8 @@ class Guard {
                 throw std::runtime_error("the host cannot be watched: Windows error " +
                                          std::to_string(GetLastError()) + '.');
             }
-            const DWORD answer = Serve(event);
+            const DWORD answer =
+                Serve(event, [this](const Loading& loading) { Check(loading.file); });
             ContinueDebugEvent(event.dwProcessId, event.dwThreadId, answer);
             if (event.dwDebugEventCode == EXIT_PROCESS_DEBUG_EVENT && event.dwProcessId == host) {
                 return static_cast<int>(event.u.ExitProcess.dwExitCode);
@@ -117,30 +153,6 @@ class Guard {
     }
 
   private:
-    DWORD Serve(const DEBUG_EVENT& event) const {
-        switch (event.dwDebugEventCode) {
-        case CREATE_PROCESS_DEBUG_EVENT: {
-            const Handle file(event.u.CreateProcessInfo.hFile);
-            HideDebugger(event.u.CreateProcessInfo.hProcess);
-            return DBG_CONTINUE;
-        }
-        case LOAD_DLL_DEBUG_EVENT: {
-            const Handle file(event.u.LoadDll.hFile);
-            Check(PathOfFile(file.get()));
-            return DBG_CONTINUE;
-        }
-        case EXCEPTION_DEBUG_EVENT: {
-            // These two exceptions are meant for debuggers; the program handles all others.
-            const DWORD code = event.u.Exception.ExceptionRecord.ExceptionCode;
-            const bool isForDebuggers =
-                code == EXCEPTION_BREAKPOINT || code == EXCEPTION_INVALID_HANDLE;
-            return isForDebuggers ? DBG_CONTINUE : DBG_EXCEPTION_NOT_HANDLED;
-        }
-        default:
-            return DBG_CONTINUE;
-        }
-    }
-
     void Check(const fs::path& loaded) const {
         const std::string name = Utf8(loaded.filename());
         for (const auto& [rigs, bytes] : contents) {
@@ -156,10 +168,74 @@ class Guard {
     std::map<std::string, std::string> contents; ///< of the rig's DLLs, by name
 };
 
-} // namespace
+/// Watches programs until they load the DLL that records.
+class Watcher {
+  public:
+    WatchedRun Watch(HANDLE host) {
+        DebugSetProcessKillOnExit(FALSE);
+        do {
+            WatchFor(kGlance);
+            std::erase_if(programs, [](const auto& program) {
+                return WaitForSingleObject(program.second.get(), 0) == WAIT_OBJECT_0;
+            });
+        } while (!programs.empty() || WaitForSingleObject(host, 0) != WAIT_OBJECT_0);
+        DWORD code = 0;
+        GetExitCodeProcess(host, &code);
+        run.exitCode = static_cast<int>(code);
+        return run;
+    }
 
-int RunGuarded(const std::vector<std::string>& command) {
-    const Guard guard;
+  private:
+    static constexpr DWORD kGlance = 20; // ms
+
+    void WatchFor(DWORD milliseconds) {
+        DEBUG_EVENT event{};
+        if (!WaitForDebugEvent(&event, milliseconds)) {
+            Sleep(watched == 0 ? milliseconds : 0); // nothing to wait for fails at once
+            return;
+        }
+        bool isOurs = false;
+        const DWORD answer = Serve(event, [&](const Loading& loading) { isOurs = Note(loading); });
+        watched -= event.dwDebugEventCode == EXIT_PROCESS_DEBUG_EVENT ? 1 : 0;
+        ContinueDebugEvent(event.dwProcessId, event.dwThreadId, answer);
+        if (isOurs && DebugActiveProcessStop(event.dwProcessId)) {
+            --watched;
+        }
+    }
+
+    /// Returns whether the program has loaded the DLL that records.
+    bool Note(const Loading& loading) {
+        if (loading.file.empty()) {
+            HANDLE own = nullptr;
+            DuplicateHandle(GetCurrentProcess(), loading.handle, GetCurrentProcess(), &own,
+                            SYNCHRONIZE, FALSE, 0);
+            programs[loading.process] = Handle(own);
+            ++watched;
+            return false;
+        }
+        const std::string name = Utf8(loading.file.filename());
+        if (std::any_of(kVendorDlls.begin(), kVendorDlls.end(),
+                        [&](const char* dll) { return IsSameName(name, dll); })) {
+            run.loaded.push_back(loading.file);
+        }
+        const bool isOurs = IsSameName(name, kRecordDll);
+        run.isRecorded = run.isRecorded || isOurs;
+        return isOurs;
+    }
+
+    std::map<DWORD, Handle> programs; ///< those that have not ended
+    int watched = 0;                  ///< how many of them are being debugged
+    WatchedRun run;
+};
+
+/// The host's process and its first thread.
+struct Started {
+    Handle process;
+    Handle thread;
+    DWORD id;
+};
+
+Started Start(const std::vector<std::string>& command) {
     SetConsoleCtrlHandler(LeaveToHost, TRUE);
     STARTUPINFOW start{};
     start.cb = sizeof start;
@@ -172,15 +248,26 @@ int RunGuarded(const std::vector<std::string>& command) {
                                       ? "there is no such program."
                                       : "Windows error " + std::to_string(error) + '.'));
     }
-    const Handle process(host.hProcess);
-    const Handle thread(host.hThread);
+    return {Handle(host.hProcess), Handle(host.hThread), host.dwProcessId};
+}
+
+} // namespace
+
+int RunGuarded(const std::vector<std::string>& command) {
+    const Guard guard;
+    const Started host = Start(command);
     try {
-        return guard.Watch(host.dwProcessId);
+        return guard.Watch(host.id);
     } catch (const std::runtime_error&) {
         // Programs that the host started end with this program, their debugger.
-        TerminateProcess(host.hProcess, kGuardFailure);
+        TerminateProcess(host.process.get(), kGuardFailure);
         throw;
     }
+}
+
+WatchedRun RunWatched(const std::vector<std::string>& command) {
+    const Started host = Start(command);
+    return Watcher().Watch(host.process.get());
 }
 
 } // namespace rig

@@ -23,7 +23,7 @@ namespace {
 // A file in a host's folder belongs to the rig if it has one of these names, or the checksum in the
 // record. The record is written before and removed after all other files.
 constexpr const char* kRecord = kPlacementRecord;
-constexpr const char* kAside = ".set-aside-by-solvane-rig";
+constexpr const char* kAside = kAsideEnding;
 constexpr const char* kUnfinished = ".unfinished-by-solvane-rig";
 
 struct RigDll {
@@ -32,15 +32,22 @@ struct RigDll {
     std::string sum;
 };
 
-std::vector<RigDll> ReadRig(const fs::path& rig) {
-    std::vector<RigDll> dlls;
+std::vector<HostFile> ReadRig(const fs::path& rig) {
+    std::vector<HostFile> dlls;
     for (const char* name : kHostDlls) {
         std::optional<std::string> bytes = ContentOf(rig / name);
         if (!bytes) {
             throw std::runtime_error(Utf8(rig / name) + " is missing.");
         }
-        std::string sum = Sha256(*bytes);
-        dlls.push_back({name, std::move(*bytes), std::move(sum)});
+        dlls.push_back({name, std::move(*bytes)});
+    }
+    return dlls;
+}
+
+std::vector<RigDll> WithSums(const std::vector<HostFile>& files) {
+    std::vector<RigDll> dlls;
+    for (const HostFile& file : files) {
+        dlls.push_back({file.name, file.bytes, Sha256(file.bytes)});
     }
     return dlls;
 }
@@ -88,7 +95,7 @@ class HostFolder {
     /// Temporary and set-aside files of a placement.
     std::vector<std::string> Leavings() const {
         std::vector<std::string> names;
-        for (const std::string name : kHostDlls) {
+        for (const std::string name : kPlacedFiles) {
             for (const char* ending : {kAside, kUnfinished}) {
                 if (std::string found = Find(name + ending); !found.empty()) {
                     names.push_back(found);
@@ -124,7 +131,7 @@ std::vector<PlacedDll> TakeRecord(const HostFolder& folder) {
     }
     const auto record = ReadRecord(ContentOf(folder / kRecord).value_or(""));
     if (!record) {
-        for (const char* name : kHostDlls) {
+        for (const char* name : kPlacedFiles) {
             if (std::string found = folder.Find(name); !found.empty()) {
                 files.push_back(found);
             }
@@ -250,11 +257,17 @@ void Place(const fs::path& rig, const fs::path& hostFolder, bool setAside, std::
     if (fs::equivalent(rig / kHostDlls.front(), folder / kHostDlls.front(), ignored)) {
         throw std::runtime_error(Utf8(folder.path) + " is the rig's own folder.");
     }
+    Place(ReadRig(rig), hostFolder, setAside, out);
+}
+
+void Place(const std::vector<HostFile>& files, const fs::path& hostFolder, bool setAside,
+           std::ostream& out) {
+    const HostFolder folder(hostFolder);
     if (IsOfTheSystem(folder.path)) {
         throw std::runtime_error(Utf8(folder.path) + " is a folder of Windows, where every " +
                                  "program would meet the rig. Choose the folder of one host.");
     }
-    const std::vector<RigDll> dlls = ReadRig(rig);
+    const std::vector<RigDll> dlls = WithSums(files);
     const std::vector<PlacedDll> record = TakeRecord(folder);
     if (IsPlaced(folder, dlls)) {
         out << "The rig's DLLs are in " << Utf8(folder.path) << " already.\n";

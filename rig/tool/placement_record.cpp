@@ -19,8 +19,13 @@ constexpr std::string_view kOriginal = "# set aside: ";
 constexpr std::string_view kBetween = "  ";
 constexpr std::size_t kSumLength = 64;
 
+constexpr std::string_view kHeadOfRecording =
+    "# Programs that start in this folder are recorded: what they call of the vendors' DLLs goes\n"
+    "# into a file, which solvane-record.txt names. `solvane-rig unplace` with this folder ends\n"
+    "# that and puts back what was here before. It needs this file for that.\n";
+
 bool IsKnown(std::string_view name) {
-    return std::find(kHostDlls.begin(), kHostDlls.end(), name) != kHostDlls.end();
+    return std::find(kPlacedFiles.begin(), kPlacedFiles.end(), name) != kPlacedFiles.end();
 }
 
 /// Reads a line into `dlls`; false when it does not belong in a record.
@@ -48,7 +53,9 @@ bool Add(const std::string& line, std::vector<PlacedDll>& dlls) {
 
 std::string WriteRecord(const std::vector<PlacedDll>& dlls) {
     std::ostringstream text;
-    text << kHead;
+    const bool isRecording = std::any_of(
+        dlls.begin(), dlls.end(), [](const PlacedDll& dll) { return dll.name == kRecordDll; });
+    text << (isRecording ? kHeadOfRecording : kHead);
     for (const PlacedDll& dll : dlls) {
         text << dll.sum << kBetween << dll.name << '\n';
         if (!dll.original.empty()) {

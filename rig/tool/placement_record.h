@@ -9,7 +9,7 @@
 
 namespace rig {
 
-/// A DLL of the rig in a host's folder.
+/// A file of the rig in a host's folder.
 struct PlacedDll {
     std::string name;
     std::string sum;      ///< the SHA-256 sum of the copy
