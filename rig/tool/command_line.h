@@ -35,4 +35,9 @@ void TellBenches(std::ostream& out);
 void AddBenchCommands(CLI::App& app, std::ostream& out, std::ostream& err,
                       const std::vector<std::string>& host, int& exitCode);
 
+/// `record`: runs a host on real hardware and writes its calls down. `host` and `exitCode` as
+/// above.
+void AddRecordCommand(CLI::App& app, std::ostream& out, std::ostream& err,
+                      const std::vector<std::string>& host, int& exitCode);
+
 } // namespace rig

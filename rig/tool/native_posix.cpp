@@ -70,6 +70,8 @@ void AddBenchCommands(CLI::App&, std::ostream&, std::ostream&, const std::vector
 
 /// Nor is there simulated hardware.
 void AddCompareCommand(CLI::App&, std::ostream&, std::ostream&, int&) {}
+void AddRecordCommand(CLI::App&, std::ostream&, std::ostream&, const std::vector<std::string>&,
+                      int&) {}
 
 int RunGuarded(const std::vector<std::string>&) {
     Refuse("a host is a Windows program");

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <set>
 
 #include <CLI/CLI.hpp>
 
@@ -28,9 +29,10 @@ int Run(CLI::App& app, std::vector<std::string> arguments, std::ostream& out, st
 
 /// Takes the host and its arguments, which follow `--`, out of the arguments.
 std::vector<std::string> TakeHost(std::vector<std::string>& arguments) {
-    const bool isRun = arguments.size() > 1 && (arguments[1] == "run" || arguments[1] == "replay");
+    static const std::set<std::string> withHost = {"run", "record", "replay"};
+    const bool hasHost = arguments.size() > 1 && withHost.contains(arguments[1]);
     const auto dashes = std::find(arguments.begin(), arguments.end(), "--");
-    if (!isRun || dashes == arguments.end()) {
+    if (!hasHost || dashes == arguments.end()) {
         return {};
     }
     std::vector<std::string> host(std::next(dashes), arguments.end());
@@ -62,6 +64,7 @@ int RunTool(std::vector<std::string> arguments, std::ostream& out, std::ostream&
     const std::vector<std::string> host = TakeHost(arguments);
     AddBenchCommands(app, out, err, host, hostExit);
     AddCompareCommand(app, out, err, hostExit);
+    AddRecordCommand(app, out, err, host, hostExit);
 
     if (!arguments.empty()) {
         arguments.erase(arguments.begin());

@@ -1,0 +1,111 @@
+#include "real_dlls.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <filesystem>
+#include <map>
+#include <mutex>
+#include <string>
+
+#include <windows.h>
+
+#include "this_recording.h"
+
+namespace rig::record {
+
+namespace {
+
+HMODULE ModuleOf(const void* address) {
+    HMODULE module = nullptr;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
+                           GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                       static_cast<LPCWSTR>(address), &module);
+    return module;
+}
+
+HMODULE Load(const std::string& utf8) {
+    const std::filesystem::path path = std::u8string(utf8.begin(), utf8.end());
+    // The DLLs that it needs itself are beside it, or where the host's are.
+    HMODULE module = LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+    if (module == nullptr) {
+        module = LoadLibraryExW(path.c_str(), nullptr, 0);
+    }
+    return module;
+}
+
+/// A vendor's DLL; null if it cannot be loaded. It stays loaded.
+HMODULE RealModule(const std::string& name) {
+    static std::mutex access;
+    static std::map<std::string, HMODULE> modules;
+    const std::lock_guard lock(access);
+    if (const auto known = modules.find(name); known != modules.end()) {
+        return known->second;
+    }
+    ThisRecording& recording = ThisRecording::Instance();
+    const auto& dlls = recording.Setup().dlls;
+    const auto real = std::find_if(dlls.begin(), dlls.end(),
+                                   [&](const RealDll& dll) { return dll.name == name; });
+    HMODULE module = nullptr;
+    if (real == dlls.end()) {
+        recording.Complain("nobody said where the real " + name + " is");
+    } else if (module = Load(real->path); module == nullptr) {
+        recording.Complain(real->path + " cannot be loaded: Windows error " +
+                           std::to_string(GetLastError()));
+    }
+    return modules[name] = module;
+}
+
+void* AddressIn(const std::string& dll, const char* nameOrOrdinal, const std::string& shown) {
+    const HMODULE module = RealModule(dll);
+    if (module == nullptr) {
+        return nullptr;
+    }
+    void* const address = reinterpret_cast<void*>(GetProcAddress(module, nameOrOrdinal));
+    if (address == nullptr) {
+        ThisRecording::Instance().Complain("the real " + dll + " has no " + shown);
+        return nullptr;
+    }
+    if (ModuleOf(address) == ModuleOf(reinterpret_cast<const void*>(&AddressIn))) {
+        ThisRecording::Instance().Complain("the real " + dll +
+                                           " is the one that records, and no vendor's");
+        return nullptr;
+    }
+    return address;
+}
+
+} // namespace
+
+void* RealFunction(const VendorFunction& function) {
+    struct Known {
+        std::once_flag once;
+        void* address = nullptr;
+    };
+    static Known* const known = new Known[VendorFunctions().size()];
+    Known& mine = known[static_cast<std::size_t>(function.id)];
+    std::call_once(mine.once, [&] {
+        mine.address = AddressIn(function.library.name, function.name, function.name);
+    });
+    return mine.address;
+}
+
+void* RealExport(unsigned slot) {
+    ThisRecording& recording = ThisRecording::Instance();
+    const auto& passed = recording.Setup().passed;
+    if (slot >= passed.size()) {
+        recording.Complain("slot " + std::to_string(slot) + " is nobody's");
+        return nullptr;
+    }
+    const PassedExport& mine = passed[slot];
+    const std::string shown =
+        mine.name.empty() ? "ordinal " + std::to_string(mine.ordinal) : mine.name;
+    void* const address =
+        AddressIn(mine.dll, MAKEINTRESOURCEA(static_cast<WORD>(mine.ordinal)), shown);
+    if (address != nullptr && recording.recorder != nullptr) {
+        recording.recorder->Remark(mine.dll + ' ' + shown +
+                                   " is called for the first time; its calls are not recorded");
+    }
+    return address;
+}
+
+} // namespace rig::record

@@ -1,0 +1,35 @@
+/// The recording of the process that has loaded this DLL.
+#pragma once
+
+#include <string>
+
+#include "recorder.h"
+#include "recording_setup.h"
+
+namespace rig::record {
+
+/// Lasts until the process has ended: nothing that is in use can be unloaded.
+class ThisRecording {
+  public:
+    /// Begins the recording with the first call. Changes the thread's last error, as all of this
+    /// does.
+    static ThisRecording& Instance();
+
+    /// Null if it has not begun.
+    static ThisRecording* Begun();
+
+    const RecordingSetup& Setup() const { return setup; }
+
+    /// Null if there can be no recording: calls pass all the same.
+    Recorder* recorder = nullptr;
+
+    /// Tells the user and the recording what is wrong.
+    void Complain(const std::string& what);
+
+  private:
+    ThisRecording();
+
+    RecordingSetup setup;
+};
+
+} // namespace rig::record
