@@ -4,16 +4,6 @@ namespace rig::usb {
 
 namespace {
 
-enum Opcode : std::uint8_t {
-    kSetLowByte = 0x80, // value, direction
-    kReadLowByte = 0x81,
-    kSetHighByte = 0x82, // value, direction
-    kReadHighByte = 0x83
-};
-
-/// The answer to an unknown command; its opcode follows.
-constexpr std::uint8_t kBadCommand = 0xfa;
-
 std::size_t LengthOf(std::uint8_t opcode) {
     return opcode == kSetLowByte || opcode == kSetHighByte ? 3 : 1;
 }

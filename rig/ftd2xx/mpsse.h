@@ -9,6 +9,17 @@
 
 namespace rig::usb {
 
+/// The commands for pins.
+enum Opcode : std::uint8_t {
+    kSetLowByte = 0x80, // value, direction
+    kReadLowByte = 0x81,
+    kSetHighByte = 0x82, // value, direction
+    kReadHighByte = 0x83
+};
+
+/// The answer to an unknown command; its opcode follows.
+inline constexpr std::uint8_t kBadCommand = 0xfa;
+
 class Mpsse {
   public:
     explicit Mpsse(Pins& channelPins) : pins(channelPins) {}

@@ -4,17 +4,6 @@ namespace rig::io {
 
 namespace {
 
-enum Register : std::uint8_t {
-    kLogicalDevice = 0x07,
-    kFirstId = 0x20,
-    kSecondId = 0x21,
-    kActiveBanks = 0x30,
-    kDirections = 0xEC,
-    kData = 0xED,
-    kThird = 0xEE,
-    kFourth = 0xEF
-};
-
 constexpr std::uint8_t kOpeningKey = 0x87;
 constexpr unsigned kOpeningKeys = 2;
 constexpr std::uint8_t kClosingKey = 0xAA;
@@ -22,6 +11,22 @@ constexpr std::uint8_t kGpioDevice = 7;
 constexpr std::uint8_t kNothing = 0xFF; ///< what a read returns where no device answers
 
 } // namespace
+
+void RegisterSelection::WriteIndex(std::uint8_t value) {
+    if (!isConfiguring) {
+        keys = value == kOpeningKey ? keys + 1 : 0;
+        isConfiguring = keys == kOpeningKeys;
+    } else if (value == kClosingKey) {
+        isConfiguring = false;
+        keys = 0;
+    } else {
+        index = value;
+    }
+}
+
+bool RegisterSelection::IsOfGpio() const {
+    return isConfiguring && logicalDevice == kGpioDevice;
+}
 
 SuperIo::SuperIo(const SuperIoSetup& start, Installation& camera)
     : setup(start), pins(camera, kBankWires, 0) {
@@ -43,24 +48,12 @@ std::uint8_t SuperIo::Read(std::uint16_t port) const {
 
 void SuperIo::Write(std::uint16_t port, std::uint8_t value) {
     if (port == kIndexPort) {
-        WriteIndex(value);
+        at.WriteIndex(value);
         return;
     }
     at.keys = 0;
     if (at.isConfiguring) {
         WriteRegister(value);
-    }
-}
-
-void SuperIo::WriteIndex(std::uint8_t value) {
-    if (!at.isConfiguring) {
-        at.keys = value == kOpeningKey ? at.keys + 1 : 0;
-        at.isConfiguring = at.keys == kOpeningKeys;
-    } else if (value == kClosingKey) {
-        at.isConfiguring = false;
-        at.keys = 0;
-    } else {
-        at.index = value;
     }
 }
 
@@ -75,7 +68,7 @@ std::uint8_t SuperIo::ReadRegister() const {
     default:
         break;
     }
-    if (!IsGpioSelected()) {
+    if (!at.IsOfGpio()) {
         return kNothing;
     }
     switch (at.index) {
@@ -98,7 +91,7 @@ void SuperIo::WriteRegister(std::uint8_t value) {
     if (at.index == kLogicalDevice) {
         at.logicalDevice = value;
     }
-    if (!IsGpioSelected()) {
+    if (!at.IsOfGpio()) {
         return;
     }
     switch (at.index) {
@@ -118,10 +111,6 @@ void SuperIo::WriteRegister(std::uint8_t value) {
         return;
     }
     pins.Set(at.latch, static_cast<std::uint8_t>(~at.directions));
-}
-
-bool SuperIo::IsGpioSelected() const {
-    return at.logicalDevice == kGpioDevice;
 }
 
 } // namespace rig::io

@@ -18,6 +18,28 @@ inline constexpr std::array kBankWires = {
     Wire{6, RIG_CAMERA_POWER, true, true}, Wire{7, RIG_CAMERA_POWER, true, false},
 };
 
+enum Register : std::uint8_t {
+    kLogicalDevice = 0x07,
+    kFirstId = 0x20,
+    kSecondId = 0x21,
+    kActiveBanks = 0x30,
+    kDirections = 0xEC, ///< 1 = input
+    kData = 0xED,
+    kThird = 0xEE,
+    kFourth = 0xEF
+};
+
+/// The register that the data port gives access to.
+struct RegisterSelection {
+    bool isConfiguring = false; ///< extended function mode: registers are accessible
+    unsigned keys = 0;          ///< how many unlock keys in a row were written
+    std::uint8_t index = 0;
+    std::uint8_t logicalDevice = 0;
+
+    void WriteIndex(std::uint8_t value);
+    bool IsOfGpio() const;
+};
+
 class SuperIo {
   public:
     SuperIo(const SuperIoSetup& start, Installation& camera);
@@ -34,16 +56,10 @@ class SuperIo {
     static constexpr std::uint16_t kDataPort = 0x2F;
 
   private:
-    void WriteIndex(std::uint8_t value);
     std::uint8_t ReadRegister() const;
     void WriteRegister(std::uint8_t value);
-    bool IsGpioSelected() const;
 
-    struct Registers {
-        bool isConfiguring = false; ///< extended function mode: registers are accessible
-        unsigned keys = 0;          ///< how many unlock keys in a row were written
-        std::uint8_t index = 0;
-        std::uint8_t logicalDevice = 0;
+    struct Registers : RegisterSelection {
         std::uint8_t directions = 0xFF; ///< 1 = input; all pins are inputs after power-on
         std::uint8_t latch = 0;         ///< the levels of pins that are outputs, or become outputs
         std::uint8_t third = 0;

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "call_parts.h"
+
 namespace rig::record {
 
 namespace {
@@ -12,23 +14,8 @@ using Node = FT_DEVICE_LIST_INFO_NODE;
 /// A longer list than any bus has is none; its memory would be the host's to decide.
 constexpr std::size_t kMostDevices = 1024;
 
-const Value& Input(const Call& call, std::size_t i) {
-    static const Value none;
-    return i < call.inputs.size() ? call.inputs[i] : none;
-}
-
-const Value& Output(const Call& call, std::size_t i) {
-    static const Value none;
-    return i < call.outputs.size() ? call.outputs[i] : none;
-}
-
-std::string Text(const Value& value) {
-    const auto* const text = std::get_if<std::string>(&value);
-    return text != nullptr ? *text : std::string();
-}
-
-std::uint32_t Word(const Value& value) {
-    return static_cast<std::uint32_t>(Number(value));
+std::string TextFrom(const Value& value) {
+    return std::string(BytesOf(value));
 }
 
 template <std::size_t size>
@@ -36,11 +23,23 @@ std::string TextOf(const char (&field)[size]) {
     return {field, std::find(field, field + size, '\0')};
 }
 
-Device DeviceOf(const Node& node) {
-    return {TextOf(node.SerialNumber), TextOf(node.Description), node.LocId, node.Type, node.ID};
+Node NodeAt(std::string_view nodes, std::size_t index) {
+    Node node;
+    std::memcpy(&node, nodes.data() + index * sizeof node, sizeof node);
+    return node;
 }
 
 } // namespace
+
+std::vector<Device> DevicesIn(std::string_view nodes) {
+    std::vector<Device> devices;
+    for (std::size_t i = 0; i < std::min(nodes.size() / sizeof(Node), kMostDevices); ++i) {
+        const Node node = NodeAt(nodes, i);
+        devices.push_back(
+            {TextOf(node.SerialNumber), TextOf(node.Description), node.LocId, node.Type, node.ID});
+    }
+    return devices;
+}
 
 void HandleNames::Learn(const Call& call) {
     if (&call.function.library != &kFtd2xx || call.status != FT_OK) {
@@ -70,7 +69,7 @@ void HandleNames::Learn(const Call& call) {
         Open(Output(call, 2), Known(Word(Input(call, 1)), Input(call, 0)));
         break;
     case Function::FT_GetDeviceInfo:
-        Describe(Number(Input(call, 0)), {Text(Output(call, 3)), Text(Output(call, 4)), 0,
+        Describe(Number(Input(call, 0)), {TextFrom(Output(call, 3)), TextFrom(Output(call, 4)), 0,
                                           Word(Output(call, 1)), Word(Output(call, 2))});
         break;
     case Function::FT_Close:
@@ -102,9 +101,9 @@ Device HandleNames::Known(std::uint32_t by, const Value& identity) const {
     };
     switch (by) {
     case usb::kBySerialNumber:
-        return find(&Device::serial, Text(identity));
+        return find(&Device::serial, TextFrom(identity));
     case usb::kByDescription:
-        return find(&Device::description, Text(identity));
+        return find(&Device::description, TextFrom(identity));
     case usb::kByLocation:
         return find(&Device::location, Word(identity));
     default:
@@ -122,32 +121,33 @@ void HandleNames::Enter(std::size_t index, const Device& device) {
     list[index] = device;
     if (device.serial.empty() && device.location != 0) {
         list[index] = Known(usb::kByLocation, std::uint64_t{device.location});
-    } else if (!device.serial.empty()) {
-        const auto same = std::ranges::find(known, device.serial, &Device::serial);
-        if (same == known.end()) {
-            known.push_back(device);
-        } else if (device.location != 0) { // an open device is listed without its location
-            *same = device;
-        }
+    }
+    Remember(device);
+}
+
+void HandleNames::Remember(const Device& device) {
+    const auto same = std::ranges::find(known, device.serial, &Device::serial);
+    if (same == known.end() && !device.serial.empty() && known.size() < kMostDevices) {
+        known.push_back(device);
+    } else if (same != known.end() && device.location != 0) { // an open one is listed without it
+        *same = device;
     }
 }
 
 void HandleNames::LearnNodes(const Value& nodes) {
-    const std::string bytes = Text(nodes);
-    const std::size_t count = bytes.size() / sizeof(Node);
-    if (count < list.size()) {
+    const std::string bytes = TextFrom(nodes);
+    const std::vector<Device> devices = DevicesIn(bytes);
+    if (devices.size() < list.size()) {
         list.clear();
     }
-    for (std::size_t i = 0; i < count; ++i) {
-        Node node;
-        std::memcpy(&node, bytes.data() + i * sizeof node, sizeof node);
-        Enter(i, record::DeviceOf(node));
-        Describe(AsNumber(node.ftHandle), record::DeviceOf(node));
+    for (std::size_t i = 0; i < devices.size(); ++i) {
+        Enter(i, devices[i]);
+        Describe(AsNumber(NodeAt(bytes, i).ftHandle), devices[i]);
     }
 }
 
 void HandleNames::LearnDetail(const Call& call) {
-    const Device device{Text(Output(call, 5)), Text(Output(call, 6)), Word(Output(call, 4)),
+    const Device device{TextFrom(Output(call, 5)), TextFrom(Output(call, 6)), Word(Output(call, 4)),
                         Word(Output(call, 2)), Word(Output(call, 3))};
     Enter(Number(Input(call, 0)), device);
     Describe(Number(Output(call, 7)), device);
@@ -173,7 +173,7 @@ void HandleNames::LearnList(const Call& call) {
             Enter(i, Known(by, Value((*texts)[i])));
         }
     } else if ((flags & usb::kListAll) != 0) {
-        const std::string places = Text(Output(call, 0));
+        const std::string places = TextFrom(Output(call, 0));
         for (std::size_t i = 0; (i + 1) * sizeof(std::uint32_t) <= places.size(); ++i) {
             std::uint32_t place = 0;
             std::memcpy(&place, places.data() + i * sizeof place, sizeof place);
@@ -185,6 +185,7 @@ void HandleNames::LearnList(const Call& call) {
 void HandleNames::Open(const Value& handle, const Device& device) {
     if (IsThere(handle)) {
         open[Number(handle)] = device;
+        Remember(device);
     }
 }
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "call.h"
@@ -19,6 +20,9 @@ struct Device {
     std::uint32_t id = 0;   ///< vendor in the high 16 bits, product in the low 16
 };
 
+/// The devices in an array of FT_DEVICE_LIST_INFO_NODE.
+std::vector<Device> DevicesIn(std::string_view nodes);
+
 /// One program's handles: handles are the process's own. Not for several threads at once.
 class HandleNames {
   public:
@@ -33,8 +37,12 @@ class HandleNames {
     /// Null if the handle is not open.
     const Device* DeviceOf(std::uint64_t handle) const;
 
+    /// Each device that was ever shown with its serial number, in the order in which they were.
+    const std::vector<Device>& Devices() const { return known; }
+
   private:
     Device Known(std::uint32_t by, const Value& identity) const;
+    void Remember(const Device& device);
     void Enter(std::size_t index, const Device& device);
     void Describe(std::uint64_t handle, const Device& device);
     void LearnNodes(const Value& nodes);
@@ -44,7 +52,7 @@ class HandleNames {
 
     std::vector<Device>
         list; ///< as the host has seen it last, in the order in which FT_Open counts
-    std::vector<Device> known; ///< each device that was ever shown with its serial number
+    std::vector<Device> known;
     std::map<std::uint64_t, Device> open;
 };
 
