@@ -12,20 +12,20 @@ bool Bit(std::uint32_t word, const Wire& wire) {
 
 } // namespace
 
-void LineLog::Drive(rig_line line, std::optional<bool> level, const Instant& when) {
+void LineLog::Drive(rig_line line, std::optional<bool> level, const Instant& when, bool isRead) {
     driven[line] = true;
-    entries.push_back({when, line, level, false});
+    entries.push_back({when, line, level, false, isRead});
 }
 
 void LineLog::Release(rig_line line, const Instant& when) {
     driven[line] = false;
-    entries.push_back({when, line, std::nullopt, false});
+    entries.push_back({when, line, std::nullopt, false, false});
 }
 
 void LineLog::Read(rig_line line, bool level, const Instant& when, const DrivenLines& drivenThen) {
     if (!drivenThen[line]) {
         const bool isCameras = line == RIG_READY || line == RIG_MEP;
-        entries.push_back({when, line, level, isCameras});
+        entries.push_back({when, line, level, isCameras, true});
     }
 }
 
@@ -40,7 +40,8 @@ void LineLog::WriteTo(RecordedLines& lines) const {
         }
         if (levels[entry.line] != entry.level) {
             levels[entry.line] = entry.level;
-            lines.changes.push_back({entry.when.time, entry.line, entry.level, entry.when.call});
+            lines.changes.push_back(
+                {entry.when.time, entry.line, entry.level, entry.when.call, entry.isRead});
         }
     }
 }
@@ -67,10 +68,10 @@ void PinRecord::SetOutputs(std::uint32_t pins, const Instant& when) {
     }
 }
 
-void PinRecord::Drive(const Wire& wire, const Instant& when) {
+void PinRecord::Drive(const Wire& wire, const Instant& when, bool isRead) {
     if (wire.isDrivenByChip) {
         const bool level = Bit(latch, wire) == wire.activeLevel;
-        log.Drive(wire.line, Bit(known, wire) ? std::optional(level) : std::nullopt, when);
+        log.Drive(wire.line, Bit(known, wire) ? std::optional(level) : std::nullopt, when, isRead);
     }
 }
 
@@ -82,7 +83,7 @@ void PinRecord::Read(std::uint32_t value, std::uint32_t mask, const Instant& whe
     for (const Wire& wire : wires) {
         const bool isOutput = wire.isDrivenByChip && Bit(outputs, wire);
         if (isOutput && Bit(shown, wire)) {
-            Drive(wire, when);
+            Drive(wire, when, true);
         } else if (!isOutput && Bit(mask, wire)) {
             log.Read(wire.line, Bit(value, wire) == wire.activeLevel, when, drivenThen);
         }

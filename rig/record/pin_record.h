@@ -25,8 +25,8 @@ using DrivenLines = std::array<bool, RIG_LINE_COUNT>;
 /// levels may be entered for an instant that has passed.
 class LineLog {
   public:
-    /// A chip drives the line; unset: to a level that is not known.
-    void Drive(rig_line line, std::optional<bool> level, const Instant& when);
+    /// A chip drives the line; unset: to a level that is not known. `isRead`: as was read back.
+    void Drive(rig_line line, std::optional<bool> level, const Instant& when, bool isRead);
     void Release(rig_line line, const Instant& when);
 
     const DrivenLines& Driven() const { return driven; }
@@ -43,6 +43,7 @@ class LineLog {
         rig_line line;
         std::optional<bool> level;
         bool isSample;
+        bool isRead;
     };
 
     std::vector<Entry> entries;
@@ -68,7 +69,7 @@ class PinRecord {
     }
 
   private:
-    void Drive(const Wire& wire, const Instant& when);
+    void Drive(const Wire& wire, const Instant& when, bool isRead = false);
 
     LineLog& log;
     std::span<const Wire> wires;

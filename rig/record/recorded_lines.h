@@ -21,6 +21,7 @@ struct LineChange {
     std::optional<bool>
         level;        ///< 1 means active; unset: nobody drives the line, or it is not known
     std::size_t call; ///< index of the call
+    bool isRead;      ///< the host learned it by reading
 };
 
 /// The hardware looked at a line that the camera drives.

@@ -13,6 +13,7 @@
 #include "proof_operations.h"
 #include "recorded_calls.h"
 #include "recorded_lines.h"
+#include "recorded_scenario.h"
 
 namespace {
 
@@ -112,6 +113,16 @@ class EveryRecordingTest : public LibraryOnTheRig {
         session.recording = rig::record::ReadRecording(recorded.Text());
         session.journal = TakeRigJournal();
         return session;
+    }
+
+    static std::vector<std::string> CallsOf(const std::vector<Entry>& journal) {
+        std::vector<std::string> calls;
+        for (const Entry& entry : journal) {
+            if (entry.kind == RIG_CALL) {
+                calls.push_back(entry.text);
+            }
+        }
+        return calls;
     }
 
     /// Compares the edges of a line that the host drives.
@@ -224,6 +235,24 @@ TEST_F(EveryRecordingTest, ShowsWhenAChipLeavesAndWhenItIsBack) {
     EXPECT_TRUE(events[2].ends_with(" plug 0")) << events[2];
     EXPECT_GE(std::stoi(events[2]), 500'000);
     EXPECT_LT(std::stoi(events[2]), 530'000);
+}
+
+TEST_F(EveryRecordingTest, HasAScenarioInWhichTheHostMeetsTheSame) {
+    for (const auto& file : std::filesystem::directory_iterator(SCENARIO_DIRECTORY)) {
+        const std::string name = file.path().filename().string();
+        SCOPED_TRACE(name);
+        const Session session = Record(ContentOf(file.path()));
+        const auto scenario = ScenarioOf(session.recording);
+        std::cout << name << ": " << scenario.calls << " calls, " << scenario.faults << " faults, "
+                  << scenario.others.size() << " others\n";
+        for (const auto& other : scenario.others) {
+            std::cout << other.number << ' ' << other.recorded << "\n   " << other.simulated << '\n';
+        }
+        SLV::Internal::GetLibraryState().controller.reset();
+        Load(scenario.text);
+        RunHost();
+        EXPECT_EQ(CallsOf(TakeRigJournal()), CallsOf(session.journal)) << scenario.text.substr(0, 1000);
+    }
 }
 
 } // namespace
