@@ -241,21 +241,21 @@ ChipsListed(const Recording& recording, const RecordedHardware& hardware, std::s
     return std::nullopt;
 }
 
-bool HasLeft(const Recording& recording, std::size_t call) {
-    const std::uint64_t handle = Number(Input(recording.calls[call].call, 0));
+bool HasLeft(const Recording& recording, const RecordedHardware& hardware, std::size_t call) {
+    const auto chip = hardware.ChipOf(recording.calls[call].handle);
+    std::set<std::uint64_t> openedAfterwards;
     for (std::size_t i = call + 1; i < recording.calls.size(); ++i) {
         const Call& next = recording.calls[i].call;
-        const bool isOpened =
-            next.function.id == Function::FT_Open || next.function.id == Function::FT_OpenEx;
-        const std::size_t place = next.function.id == Function::FT_OpenEx ? 2 : 1;
-        if (isOpened && Number(Output(next, place)) == handle) {
-            break; // another handle of the same number
+        const bool isOpenEx = next.function.id == Function::FT_OpenEx;
+        if (next.status != FT_OK || !recording.calls[i].returned) {
+            continue;
         }
-        const bool isOnHandle = IsOnHandle(next) && Number(Input(next, 0)) == handle;
-        if (isOnHandle && next.function.id == Function::FT_Close) {
-            break;
+        if (next.function.id == Function::FT_Open || isOpenEx) {
+            openedAfterwards.insert(Number(Output(next, isOpenEx ? 2 : 1)));
         }
-        if (isOnHandle && recording.calls[i].returned && next.status == FT_OK) {
+        if (IsOnHandle(next) && next.function.id != Function::FT_Close &&
+            hardware.ChipOf(recording.calls[i].handle) == chip &&
+            !openedAfterwards.contains(Number(Input(next, 0)))) {
             return false;
         }
     }

@@ -51,7 +51,7 @@ std::optional<std::set<std::size_t>>
 ChipsListed(const Recording& recording, const RecordedHardware& hardware, std::size_t call);
 
 /// Whether a call on a handle that answered "I/O error" met a chip that had left the bus: no later
-/// call on the handle works.
-bool HasLeft(const Recording& recording, std::size_t call);
+/// call works on a handle that was open for the chip then.
+bool HasLeft(const Recording& recording, const RecordedHardware& hardware, std::size_t call);
 
 } // namespace rig::record

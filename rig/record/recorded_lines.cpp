@@ -62,7 +62,8 @@ class Follower {
         if (call.function.id == Function::FT_CreateDeviceInfoList) {
             FollowList();
         }
-        if (device != nullptr && call.status == usb::kIoError && HasLeft(recording, now.call)) {
+        if (device != nullptr && call.status == usb::kIoError &&
+            HasLeft(recording, hardware, now.call)) {
             Leave(device->serial);
         } else if (call.status != FT_OK) {
             AddEvent(std::string("fault ") + call.function.name);

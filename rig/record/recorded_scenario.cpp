@@ -42,11 +42,20 @@ std::optional<std::size_t> ReportedPlace(const VendorFunction& function) {
                : std::nullopt;
 }
 
+/// Whether a call that worked gave the same things.
+bool GivesTheSame(const Call& one, const Call& other) {
+    for (std::size_t i = 0; one.status == 0 && i < one.inputs.size(); ++i) {
+        if (IsThere(one.inputs[i]) && IsThere(Output(one, i)) != IsThere(Output(other, i))) {
+            return false;
+        }
+    }
+    return one.function.id != Function::FT_Read ||
+           BytesOf(Output(one, 1)) == BytesOf(Output(other, 1));
+}
+
 /// Whether a host sees the same.
 bool IsSameAnswer(const Call& one, const Call& other) {
-    return TextOfAnswer(one) == TextOfAnswer(other) &&
-           (one.function.id != Function::FT_Read ||
-            BytesOf(Output(one, 1)) == BytesOf(Output(other, 1)));
+    return TextOfAnswer(one) == TextOfAnswer(other) && GivesTheSame(one, other);
 }
 
 /// Calls that change nothing, so that the rig can be asked in advance what it would answer.
@@ -169,7 +178,7 @@ class Explanation {
     void Decide(std::size_t index, const Call& recorded, const Call& simulated) {
         if (const auto culprit = Culprit(index, recorded, simulated)) {
             decisions.erase(decisions.upper_bound(*culprit), decisions.end());
-            decisions[*culprit] = DoneButFails(recording.calls[*culprit].call);
+            decisions[*culprit] = OtherEffect(recording.calls[*culprit].call);
             isToRunAgain = true;
             return;
         }
@@ -203,33 +212,51 @@ class Explanation {
         return alternatives;
     }
 
-    static std::size_t DoneButFails(const Call& recorded) {
-        return recorded.status != 0
-                   ? 1
-                   : Alternatives(recorded).size() - (recorded.function.result != Show::No ? 2 : 1);
+    /// The alternative in which a call had the other effect: it was done, although it failed; or it
+    /// did nothing, although it succeeded.
+    static std::size_t OtherEffect(const Call& recorded) {
+        const auto alternatives = Alternatives(recorded);
+        const auto silent = std::ranges::find(alternatives, Fault(recorded, "silent"));
+        return recorded.status != 0 ? 1 : static_cast<std::size_t>(silent - alternatives.begin());
     }
 
-    /// An earlier call on the same device whose effect was another than it seemed: a handle that is
-    /// still open for the rig, or not any more.
+    /// An earlier call whose effect was another than it seemed: for the rig the device is still
+    /// open, or not any more; or the board's library initialised.
     std::optional<std::size_t> Culprit(std::size_t index, const Call& recorded,
                                        const Call& simulated) const {
-        const bool opens = recorded.function.id == Function::FT_Open;
-        const bool isHeld = opens && recorded.status == FT_OK && simulated.status != FT_OK;
+        const bool works = recorded.status == 0;
+        const Function function = recorded.function.id;
+        const bool isHeld =
+            function == Function::FT_Open && works && simulated.status == usb::kDeviceNotOpened;
         const bool isLost =
-            IsOnHandle(recorded) && recorded.status == FT_OK &&
+            IsOnHandle(recorded) && works &&
             (simulated.status == usb::kIoError || simulated.status == usb::kInvalidHandle);
-        for (std::size_t i = index; (isHeld || isLost) && i-- > 0;) {
+        const bool isEnded =
+            &recorded.function.library == &kEapi && simulated.status == eapi::kNotInitialised;
+        const bool isNotEnded =
+            function == Function::EApiLibInitialize && recorded.status == EAPI_STATUS_INITIALIZED;
+        const auto isSuspect = [&](const Call& earlier) {
+            const bool worked = earlier.status == 0;
+            switch (earlier.function.id) {
+            case Function::FT_Close:
+                return (isHeld && !worked) ||
+                       (isLost && worked && Input(earlier, 0) == Input(recorded, 0));
+            case Function::FT_ResetPort:
+            case Function::FT_CyclePort:
+                return isLost && worked;
+            case Function::EApiLibInitialize:
+                return isEnded && !worked;
+            case Function::EApiLibUnInitialize:
+                return (isNotEnded && worked) || (isEnded && worked);
+            default:
+                return false;
+            }
+        };
+        for (std::size_t i = index; i-- > 0;) {
             const Call& earlier = recording.calls[i].call;
-            const bool isSuspect =
-                isHeld ? earlier.function.id == Function::FT_Close && earlier.status != FT_OK
-                       : IsOnHandle(earlier) && earlier.function.id != Function::FT_Write &&
-                             earlier.function.id != Function::FT_Read &&
-                             earlier.function.id != Function::FT_GetQueueStatus &&
-                             (earlier.function.id == Function::FT_ResetPort ||
-                              earlier.function.id == Function::FT_CyclePort ||
-                              earlier.function.id == Function::FT_Close) &&
-                             Input(earlier, 0) == Input(recorded, 0);
-            if (isSuspect && !decisions.contains(i)) {
+            const auto decision = decisions.find(i);
+            if (isSuspect(earlier) &&
+                (decision == decisions.end() || decision->second != OtherEffect(earlier))) {
                 return i;
             }
         }
@@ -311,7 +338,8 @@ class Explanation {
     bool IsAFault(const Call& recorded) const {
         using namespace eapi;
         const std::uint32_t status = recorded.status;
-        const bool isOfArguments = status == kInvalidParameter || status == kInvalidDirection ||
+        const bool isOfArguments = status == EAPI_STATUS_INITIALIZED ||
+                                   status == kInvalidParameter || status == kInvalidDirection ||
                                    status == kInvalidBitmask ||
                                    (status == kUnsupported && IsOnPin(recorded) &&
                                     Word(Input(recorded, 0)) >= hardware.gpios.value_or(0));
@@ -336,7 +364,7 @@ class Explanation {
         }
         const auto chip = hardware.ChipOf(recording.calls[index].handle);
         if (IsOnHandle(call) && recorded.status == usb::kIoError && chip &&
-            HasLeft(recording, index)) {
+            HasLeft(recording, hardware, index)) {
             Do("unplug " + std::to_string(*chip));
         } else {
             Do(Fault(recorded, Status(recorded.status)));
