@@ -170,7 +170,7 @@ void Rig::Build(const Scenario& scenario, std::string called) {
 
 std::optional<Fault> Rig::BeginCall(std::string_view function) {
     if (rerun) {
-        rerun->Come({faults.Calls(kAnyFunction) + 1, 0}, 0);
+        rerun->BeginCall(function);
     }
     recorder.BeginCall(timeline.Now());
     faults.CountCall(function);
@@ -267,7 +267,7 @@ void Rig::Note(std::string line) {
 
 void Rig::ComeToNextStep(std::uint64_t length) {
     if (rerun) {
-        rerun->Come(recorder.Next(), length);
+        rerun->ComeToStep(recorder.Next().step, length);
     }
     recorder.NextStep(timeline.Now());
 }

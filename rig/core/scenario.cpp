@@ -310,6 +310,7 @@ Session::Event ReadSessionEvent(TableReader table, std::size_t chips) {
 Session ReadSession(TableReader table, std::size_t chips) {
     Session session;
     session.calls = ReadCallTimes(table);
+    session.countsWmi = table.Boolean("wmi").value_or(true);
     for (const TableReader& event : table.Tables("event")) {
         session.events.push_back(ReadSessionEvent(event, chips));
         if (const auto& hardware = session.events.back().action.scenario) {

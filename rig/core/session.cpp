@@ -46,6 +46,13 @@ Rerun::Rerun(const Session& again, Timeline& time, std::function<void(const Acti
     }
 }
 
+void Rerun::BeginCall(std::string_view function) {
+    const bool isWmi = function.find("::") != std::string_view::npos;
+    if (session.countsWmi || !isWmi) {
+        Come({++call, 0}, 0);
+    }
+}
+
 void Rerun::Come(const Moment& moment, std::uint64_t length) {
     while (next < session.events.size() && session.events[next].moment <= moment) {
         timeline.MoveTo(session.events[next].at);

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <string_view>
 #include <vector>
 
 #include "action.h"
@@ -33,6 +34,7 @@ struct Session {
 
     std::vector<CallTimes> calls; ///< the first element is the time before any call
     std::vector<Event> events;    ///< in their order
+    bool countsWmi = true;        ///< whether calls of WMI methods are among them
 };
 
 /// Records a session.
@@ -65,21 +67,26 @@ class Rerun {
   public:
     Rerun(const Session& again, Timeline& time, std::function<void(const Action&)> whatToDo);
 
-    /// Moves time to a step; by `length` if the recording has no such step.
-    void Come(const Moment& moment, std::uint64_t length);
+    /// A call begins: moves time to it.
+    void BeginCall(std::string_view function);
+
+    /// Moves time to a step of that call; by `length` if the recording has no such step.
+    void ComeToStep(std::uint32_t step, std::uint64_t length) { Come({call, step}, length); }
 
     /// After the last call, schedules the remaining events by the clock. Call it again when the
     /// timeline was cleared.
     void Schedule();
 
   private:
+    void Come(const Moment& moment, std::uint64_t length);
     void PerformNext();
 
     const Session session;
     Timeline& timeline;
     std::function<void(const Action&)> perform;
-    std::size_t next = 0; ///< index of the next event
-    bool isOver = false;  ///< all recorded calls have come
+    std::uint32_t call = 0; ///< the last one that has begun
+    std::size_t next = 0;   ///< index of the next event
+    bool isOver = false;    ///< all recorded calls have come
     Timeline::Ticket scheduled;
 };
 

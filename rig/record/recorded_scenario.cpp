@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <map>
 #include <optional>
-#include <set>
 #include <stdexcept>
 #include <utility>
 
 #include "call_parts.h"
 #include "commands.h"
+#include "correction.h"
 #include "front.h"
 #include "hardware_scenario.h"
 #include "recorded_hardware.h"
@@ -19,86 +19,29 @@ namespace rig::record {
 
 namespace {
 
-using Actions = std::vector<std::string>; ///< in the words of commands
-
-std::string Fault(const Call& call, const std::string& what) {
-    return std::string("fault ") + call.function.name + ' ' + what;
-}
-
-std::string Status(std::uint32_t status) {
-    return "status=" + std::to_string(status);
-}
-
-std::string Count(std::uint32_t count) {
-    return "count=" + std::to_string(count);
-}
-
-/// The place of the output that a fault's count sets; none if the function has none.
-std::optional<std::size_t> ReportedPlace(const VendorFunction& function) {
-    const auto& parameters = function.parameters;
-    const auto found = std::ranges::find_if(parameters, &Parameter::isReported);
-    return found != parameters.end()
-               ? std::optional(static_cast<std::size_t>(found - parameters.begin()))
-               : std::nullopt;
-}
-
-/// Whether a call that worked gave the same things.
-bool GivesTheSame(const Call& one, const Call& other) {
-    for (std::size_t i = 0; one.status == 0 && i < one.inputs.size(); ++i) {
-        if (IsThere(one.inputs[i]) && IsThere(Output(one, i)) != IsThere(Output(other, i))) {
-            return false;
-        }
-    }
-    return one.function.id != Function::FT_Read ||
-           BytesOf(Output(one, 1)) == BytesOf(Output(other, 1));
-}
-
-/// Whether a host sees the same.
-bool IsSameAnswer(const Call& one, const Call& other) {
-    return TextOfAnswer(one) == TextOfAnswer(other) && GivesTheSame(one, other);
-}
-
-/// Calls that change nothing, so that the rig can be asked in advance what it would answer.
-bool IsQuestion(Function function) {
-    switch (function) {
-    case Function::FT_GetQueueStatus:
-    case Function::FT_GetQueueStatusEx:
-    case Function::FT_CreateDeviceInfoList: // it is about to be asked anyway
-    case Function::FT_GetDeviceInfoList:
-    case Function::EApiGPIOGetCount:
-    case Function::EApiGPIOGetLevel:
-    case Function::Inp32:
-    case Function::IsInpOutDriverOpen:
-        return true;
-    default:
-        return false;
-    }
-}
-
-Call Copy(const Call& call) {
-    return {call.function, call.inputs, {}};
-}
-
-/// Puts a recording's calls to the rig, and does to the rig what makes it answer as the real
-/// hardware.
+/// Puts a recording's calls to the rig until it answers them as the real hardware did. Most of what
+/// is to be done to the rig can be told before each call; where an answer differs all the same, it
+/// begins anew and tries something else before that call, or before the earlier one that it comes
+/// from.
 class Explanation {
   public:
     Explanation(const Recording& whatWas, const RecordedHardware& itsHardware,
-                const RecordedLines& lines)
-        : recording(whatWas), hardware(itsHardware) {
-        for (const InputSample& sample : lines.samples) {
-            samples.emplace(sample.call, sample);
-        }
-    }
+                const RecordedLines& itsLines)
+        : recording(whatWas), hardware(itsHardware), lines(itsLines) {}
 
     /// The scenario's text, without comments.
     std::string Find(const std::string& hardwareText) {
         std::size_t runs = 0;
         do {
             Load(hardwareText + AtRecordedTimes());
+            mayRunAgain = ++runs < kMostRuns;
             RunAll();
-        } while (isToRunAgain && ++runs < kMostRuns);
-        return Perform({"keep"}, false).text;
+        } while (isToRunAgain);
+        const Reply kept = Perform({"keep"}, false);
+        if (kept.exitCode != 0) {
+            throw std::runtime_error("the recording is too long for a scenario: " + kept.text);
+        }
+        return kept.text;
     }
 
     /// The answers with a scenario, as it is.
@@ -142,31 +85,31 @@ class Explanation {
     void RunAll() {
         isToRunAgain = false;
         faults = 0;
-        forced.clear();
+        Correction correction(recording, hardware, lines);
         for (std::size_t i = 0; i < recording.calls.size() && !isToRunAgain; ++i) {
-            Run(i);
+            Run(i, correction);
         }
     }
 
-    void Run(std::size_t index) {
+    void Run(std::size_t index, Correction& correction) {
         const RecordedCall& recorded = recording.calls[index];
         {
             const Access rig;
             rig->timeline.MoveTo(recorded.begun * 1000);
         }
         Call call = Asked(recorded);
-        const std::size_t before = faults;
+        const std::size_t before = correction.Done();
         if (recorded.returned) {
-            SetInputs(index);
+            correction.SetInputs(index);
             if (const auto decision = decisions.find(index); decision != decisions.end()) {
                 if (decision->second < Alternatives(recorded.call).size()) {
-                    Do(Alternatives(recorded.call)[decision->second]);
+                    correction.Do(Alternatives(recorded.call)[decision->second]);
                 }
             } else {
-                Prepare(index, call);
+                correction.Prepare(index, call);
             }
         }
-        faults = std::min(faults, before + 1);
+        faults += correction.Done() != before ? 1 : 0;
         AnswerHere(call);
         Pair(recorded.call, call);
         if (recorded.returned && !IsSameAnswer(recorded.call, call)) {
@@ -176,6 +119,9 @@ class Explanation {
 
     /// The answer differs: tries the next alternative for this call, or for an earlier one.
     void Decide(std::size_t index, const Call& recorded, const Call& simulated) {
+        if (!mayRunAgain) {
+            return;
+        }
         if (const auto culprit = Culprit(index, recorded, simulated)) {
             decisions.erase(decisions.upper_bound(*culprit), decisions.end());
             decisions[*culprit] = OtherEffect(recording.calls[*culprit].call);
@@ -231,9 +177,7 @@ class Explanation {
         const bool isLost =
             IsOnHandle(recorded) && works &&
             (simulated.status == usb::kIoError || simulated.status == usb::kInvalidHandle);
-        const bool isEnded =
-            &recorded.function.library == &kEapi && simulated.status == eapi::kNotInitialised;
-        const bool isNotEnded =
+        const bool isStillThere =
             function == Function::EApiLibInitialize && recorded.status == EAPI_STATUS_INITIALIZED;
         const auto isSuspect = [&](const Call& earlier) {
             const bool worked = earlier.status == 0;
@@ -244,10 +188,8 @@ class Explanation {
             case Function::FT_ResetPort:
             case Function::FT_CyclePort:
                 return isLost && worked;
-            case Function::EApiLibInitialize:
-                return isEnded && !worked;
             case Function::EApiLibUnInitialize:
-                return (isNotEnded && worked) || (isEnded && worked);
+                return isStillThere && worked;
             default:
                 return false;
             }
@@ -263,220 +205,9 @@ class Explanation {
         return std::nullopt;
     }
 
-    void Do(const std::string& action) {
-        const Access rig;
-        rig->Do(ReadAction(WordsOf(action), rig->Chips()));
-        ++faults;
-    }
-
-    bool Level(rig_line line) const {
-        const Access rig;
-        return rig->installation->Level(line);
-    }
-
-    /// The camera's outputs become what the call is known to have seen.
-    void SetInputs(std::size_t index) {
-        for (auto [sample, end] = samples.equal_range(index); sample != end; ++sample) {
-            SetInput(sample->second.line, sample->second.level);
-        }
-    }
-
-    void SetInput(rig_line line, bool level) {
-        const std::string name = LineName(line);
-        const auto is = [&] { return Level(line) == level; };
-        if (!is() && forced.erase(line) != 0) {
-            Do("force " + name + " free");
-        }
-        if (!is() && line == RIG_READY) {
-            Do(level ? "ready on" : "ready off");
-        } else if (!is() && level) {
-            Do("mep latch");
-        }
-        if (!is()) {
-            Do("force " + name + (level ? " 1" : " 0"));
-            forced.insert(line);
-        }
-    }
-
-    /// Does what makes the rig answer a call as it was answered.
-    void Prepare(std::size_t index, const Call& call) {
-        const RecordedCall& was = recording.calls[index];
-        const Call& recorded = was.call;
-        if (recorded.function.id == Function::FT_CreateDeviceInfoList) {
-            SetChips(index);
-        }
-        if (recorded.function.id == Function::FT_Open ||
-            recorded.function.id == Function::FT_OpenEx) {
-            PrepareOpening(recorded, call);
-        } else if (IsQuestion(recorded.function.id)) {
-            Call asked = Copy(call);
-            AnswerPlainly(asked);
-            if (!IsSameAnswer(recorded, asked)) {
-                PrepareQuestion(index, recorded, call);
-            }
-        } else if (&recorded.function.library == &kFtd2xx) {
-            PrepareDevice(index, recorded, call);
-        } else if (&recorded.function.library == &kEapi && IsAFault(recorded)) {
-            Do(Fault(recorded, Status(recorded.status)));
-        }
-    }
-
-    void PrepareQuestion(std::size_t index, const Call& recorded, const Call& call) {
-        const auto place = ReportedPlace(recorded.function);
-        if (recorded.function.id == Function::IsInpOutDriverOpen && recorded.status != 0) {
-            Do("open-driver");
-        } else if (&recorded.function.library == &kInpout || recorded.status != 0) {
-            PrepareFailure(index, recorded, call);
-        } else if (place && IsThere(Output(recorded, *place))) {
-            Do(Fault(recorded, Count(Word(Output(recorded, *place)))));
-        } else {
-            Do(Fault(recorded, "silent"));
-        }
-    }
-
-    /// A board's functions refuse what is wrong with their arguments by themselves.
-    bool IsAFault(const Call& recorded) const {
-        using namespace eapi;
-        const std::uint32_t status = recorded.status;
-        const bool isOfArguments = status == EAPI_STATUS_INITIALIZED ||
-                                   status == kInvalidParameter || status == kInvalidDirection ||
-                                   status == kInvalidBitmask ||
-                                   (status == kUnsupported && IsOnPin(recorded) &&
-                                    Word(Input(recorded, 0)) >= hardware.gpios.value_or(0));
-        return status != EAPI_STATUS_SUCCESS && hardware.gpios && !isOfArguments;
-    }
-
-    static bool IsOnPin(const Call& call) {
-        return call.function.id == Function::EApiGPIOSetDirection ||
-               call.function.id == Function::EApiGPIOSetLevel;
-    }
-
-    std::uint32_t Refusal(const Call& call) const {
-        const Access rig;
-        const auto front = std::ranges::find_if(
-            Fronts(), [&](const Front& one) { return &one.library == &call.function.library; });
-        return front->refusal(call);
-    }
-
-    void PrepareFailure(std::size_t index, const Call& recorded, const Call& call) {
-        if (IsOnHandle(call) && Refusal(call) == recorded.status) {
-            return;
-        }
-        const auto chip = hardware.ChipOf(recording.calls[index].handle);
-        if (IsOnHandle(call) && recorded.status == usb::kIoError && chip &&
-            HasLeft(recording, hardware, index)) {
-            Do("unplug " + std::to_string(*chip));
-        } else {
-            Do(Fault(recorded, Status(recorded.status)));
-        }
-    }
-
-    void PrepareDevice(std::size_t index, const Call& recorded, const Call& call) {
-        const auto place = ReportedPlace(recorded.function);
-        if (recorded.function.id == Function::FT_Close) {
-            return; // whether it works shows afterwards
-        }
-        if (recorded.status != FT_OK) {
-            if (place && IsThere(Output(recorded, *place))) {
-                Do(Fault(recorded,
-                         Status(recorded.status) + ' ' + Count(Word(Output(recorded, *place)))));
-            } else {
-                PrepareFailure(index, recorded, call);
-            }
-        } else if (recorded.function.id == Function::FT_Write) {
-            const bool isThere = IsThere(Output(recorded, 3));
-            const std::uint32_t written = Word(Output(recorded, 3));
-            if (!isThere || written != BytesOf(Input(recorded, 1)).size()) {
-                Do(Fault(recorded, isThere ? Count(written) : "silent"));
-            }
-        } else if (recorded.function.id == Function::FT_Read) {
-            PrepareRead(recorded, call);
-        }
-    }
-
-    void PrepareRead(const Call& recorded, const Call& call) {
-        if (!IsThere(Output(recorded, 3))) {
-            Do(Fault(recorded, "silent"));
-            return;
-        }
-        Call waiting{VendorFunctions()[static_cast<std::size_t>(Function::FT_GetQueueStatus)],
-                     {call.inputs.front(), std::uint64_t{1}},
-                     {}};
-        AnswerPlainly(waiting);
-        const std::uint32_t read = Word(Output(recorded, 3));
-        if (read < Word(Input(call, 2)) && read < Word(Output(waiting, 1))) {
-            Do(Fault(recorded, Count(read)));
-        }
-    }
-
-    /// The chips on the bus become those of the list.
-    void SetChips(std::size_t index) {
-        const auto listed = ChipsListed(recording, hardware, index);
-        if (!listed) {
-            return;
-        }
-        const std::set<std::size_t> present = PresentChips();
-        for (std::size_t chip = 0; chip < hardware.chips.size(); ++chip) {
-            if (listed->contains(chip) != present.contains(chip) &&
-                !hardware.chips[chip].isOpenElsewhere) {
-                Do((listed->contains(chip) ? "plug " : "unplug ") + std::to_string(chip));
-            }
-        }
-    }
-
-    /// Those that the rig has on its bus.
-    std::set<std::size_t> PresentChips() const {
-        constexpr std::uint64_t kRoom = 64;
-        Call count{VendorFunctions()[static_cast<std::size_t>(Function::FT_CreateDeviceInfoList)],
-                   {std::uint64_t{1}},
-                   {}};
-        Call list{VendorFunctions()[static_cast<std::size_t>(Function::FT_GetDeviceInfoList)],
-                  {std::uint64_t{1}, kRoom},
-                  {}};
-        AnswerPlainly(count);
-        AnswerPlainly(list);
-        std::set<std::size_t> chips;
-        for (const Device& device : DevicesIn(BytesOf(Output(list, 0)))) {
-            if (const auto chip = hardware.ChipOf(device.serial)) {
-                chips.insert(*chip);
-            }
-        }
-        return chips;
-    }
-
-    /// Opens in advance, to see what would happen.
-    void PrepareOpening(const Call& recorded, const Call& call) {
-        const std::size_t place = recorded.function.id == Function::FT_OpenEx ? 2 : 1;
-        Call asked = Copy(call);
-        AnswerPlainly(asked);
-        if (asked.status == FT_OK && IsThere(Output(asked, place))) {
-            Call close{VendorFunctions()[static_cast<std::size_t>(Function::FT_Close)],
-                       {Output(asked, place)},
-                       {}};
-            AnswerPlainly(close);
-        }
-        if (recorded.status != asked.status && recorded.status != FT_OK) {
-            Do(Fault(recorded, Status(recorded.status) +
-                                   (IsThere(Output(recorded, place)) ? ' ' + Count(~0U) : "")));
-        } else if (recorded.status == FT_OK && !IsThere(Output(recorded, place))) {
-            Do(Fault(recorded, "silent"));
-        } else if (recorded.status == FT_OK && asked.status == usb::kDeviceNotFound) {
-            PlugAll();
-        }
-    }
-
-    void PlugAll() {
-        const std::set<std::size_t> present = PresentChips();
-        for (std::size_t chip = 0; chip < hardware.chips.size(); ++chip) {
-            if (!present.contains(chip)) {
-                Do("plug " + std::to_string(chip));
-            }
-        }
-    }
-
     /// The call with the rig's handle.
     Call Asked(const RecordedCall& recorded) const {
-        Call call = Copy(recorded.call);
+        Call call{recorded.call.function, recorded.call.inputs, {}};
         if (IsOnHandle(call) && !call.inputs.empty()) {
             const auto found = handles.find(Number(call.inputs.front()));
             if (found != handles.end()) {
@@ -504,13 +235,52 @@ class Explanation {
 
     const Recording& recording;
     const RecordedHardware& hardware;
-    std::multimap<std::size_t, InputSample> samples; ///< by the index of their call
-    std::map<std::uint64_t, std::uint64_t> handles;  ///< the rig's, by the recording's
-    std::set<rig_line> forced;
-    std::map<std::size_t, std::size_t> decisions; ///< an alternative, by the index of its call
+    const RecordedLines& lines;
+    std::map<std::uint64_t, std::uint64_t> handles; ///< the rig's, by the recording's
+    std::map<std::size_t, std::size_t> decisions;   ///< an alternative, by the index of its call
+    bool mayRunAgain = true;
     bool isToRunAgain = false;
     std::vector<OtherAnswer> others;
 };
+
+/// A session without WMI calls would otherwise count those of the host that runs on it.
+std::string WithoutWmi(std::string scenario) {
+    const std::string key = "\ncalls_ns = [";
+    return scenario.insert(scenario.find(key, scenario.find("[session]")), "\nwmi = false");
+}
+
+std::string Comment(const std::string& text) {
+    std::string line = "# " + text + '\n';
+    std::replace_if(
+        line.begin(), line.end() - 1, [](char c) { return c < ' ' || c > '~'; }, '?');
+    return line;
+}
+
+/// What a reader of the scenario should know of it.
+std::string Comments(const Recording& recording, const RecordedScenario& scenario) {
+    constexpr std::size_t kMost = 20;
+    const std::size_t same = scenario.calls - scenario.others.size();
+    std::string text =
+        Comment("From a recording of " + recording.head.program + " on " + recording.head.system) +
+        Comment(std::to_string(same) + " of " + std::to_string(scenario.calls) +
+                " calls are answered as recorded" +
+                (scenario.others.empty() ? "." : "; others are"));
+    for (const OtherAnswer& other : scenario.others) {
+        if (&other - scenario.others.data() == kMost) {
+            return text + Comment("  ...");
+        }
+        text +=
+            Comment("  call " + std::to_string(other.number) + ", recorded:  " + other.recorded) +
+            Comment("    here:  " + other.simulated);
+    }
+    for (const RecordedCall& recorded : recording.calls) {
+        if (!recorded.returned) {
+            text += Comment("  call " + std::to_string(recorded.number) + ", " +
+                            QuestionOf(recorded) + ", has not returned; here it does");
+        }
+    }
+    return text;
+}
 
 } // namespace
 
@@ -520,9 +290,16 @@ RecordedScenario ScenarioOf(const Recording& recording) {
     Explanation explanation(recording, hardware, lines);
     RecordedScenario scenario;
     scenario.text = explanation.Find(HardwareScenario(recording, hardware, lines));
+    const bool hasWmi = std::ranges::any_of(recording.calls, [](const RecordedCall& recorded) {
+        return &recorded.call.function.library == &kWmi;
+    });
+    if (!hasWmi) {
+        scenario.text = WithoutWmi(std::move(scenario.text));
+    }
     scenario.faults = explanation.faults;
     scenario.others = explanation.Check(scenario.text);
     scenario.calls = InOrderOfReturn(recording).size();
+    scenario.text.insert(0, Comments(recording, scenario) + '\n');
     return scenario;
 }
 

@@ -239,22 +239,51 @@ TEST_F(EveryRecordingTest, ShowsWhenAChipLeavesAndWhenItIsBack) {
     EXPECT_LT(std::stoi(events[2]), 530'000);
 }
 
+/// As the real hardware's recorder writes it: it does not see the calls of WMI, but what WMI says.
+Recording WithoutWmi(const Recording& all, bool hasPort) {
+    Recording recording;
+    recording.head.system = "Windows";
+    if (hasPort) {
+        recording.head.ports = {{rig::Value("LPT1"), {rig::Value("888")}}};
+    }
+    for (const auto& recorded : all.calls) {
+        if (&recorded.call.function.library != &rig::kWmi) {
+            recording.calls.push_back(recorded);
+        }
+    }
+    return recording;
+}
+
+bool IsOfWmi(const std::string& call) {
+    return call.find("::") != std::string::npos;
+}
+
 TEST_F(EveryRecordingTest, HasAScenarioInWhichTheHostMeetsTheSame) {
     std::size_t same = 0;
     for (const auto& file : std::filesystem::directory_iterator(SCENARIO_DIRECTORY)) {
         SCOPED_TRACE(file.path().filename());
         const Session session = Record(ContentOf(file.path()));
-        const auto scenario = ScenarioOf(session.recording);
-        EXPECT_EQ(scenario.calls, session.recording.calls.size());
-        EXPECT_EQ(scenario.others.size(), 0U);
-        SLV::Internal::GetLibraryState().controller.reset();
-        Load(scenario.text);
-        RunHost();
-        const bool isSame = CallsOf(TakeRigJournal()) == CallsOf(session.journal);
-        EXPECT_TRUE(isSame) << scenario.text;
-        same += isSame ? 1 : 0;
+        for (const bool hasWmi : {true, false}) {
+            const Recording recording =
+                hasWmi ? session.recording
+                       : WithoutWmi(session.recording, file.path().stem() == "lpt");
+            const auto scenario = ScenarioOf(recording);
+            EXPECT_EQ(scenario.calls, recording.calls.size());
+            EXPECT_EQ(scenario.others.size(), 0U);
+            SLV::Internal::GetLibraryState().controller.reset();
+            Load(scenario.text);
+            RunHost();
+            auto was = CallsOf(session.journal);
+            auto is = CallsOf(TakeRigJournal());
+            if (!hasWmi) {
+                std::erase_if(was, IsOfWmi);
+                std::erase_if(is, IsOfWmi);
+            }
+            EXPECT_EQ(is, was) << scenario.text;
+            same += is == was ? 1 : 0;
+        }
     }
-    EXPECT_EQ(same, kShown.size());
+    EXPECT_EQ(same, 2 * kShown.size());
 }
 
 class EveryRecordedFailureTest : public OnTheRig, public testing::WithParamInterface<Kind> {
@@ -307,14 +336,27 @@ class EveryRecordedFailureTest : public OnTheRig, public testing::WithParamInter
         return calls.OfVendors(GetParam());
     }
 
+    /// Whether the host, on the scenario of a recording, makes these calls and gets these answers.
+    bool MeetsTheSame(const Operation& operation, const Recording& recording,
+                      const Journal& calls) {
+        const auto scenario = ScenarioOf(recording);
+        Load(scenario.text);
+        RunHost(operation, nullptr);
+        Journal now = TakeEntries({RIG_CALL});
+        if (now.size() != calls.size()) {
+            std::erase_if(now, IsOfWmi);
+        }
+        EXPECT_EQ(now, calls) << scenario.text;
+        return now == calls && scenario.others.empty();
+    }
+
     SLV::Internal::ControllerPtr controller;
 };
 
 TEST_P(EveryRecordedFailureTest, HasAScenarioInWhichTheHostMeetsTheSame) {
     std::size_t all = 0;
     std::size_t same = 0;
-    std::size_t others = 0;
-    std::size_t calls = 0;
+    constexpr std::size_t kMostComplaints = 3;
     for (const Operation& operation : kOperations) {
         if (operation.op == Op::EnforceFTDI) {
             continue;
@@ -330,25 +372,24 @@ TEST_P(EveryRecordedFailureTest, HasAScenarioInWhichTheHostMeetsTheSame) {
                 recording = rig::record::ReadRecording(recorded.Text());
             }
             const Journal first = TakeEntries({RIG_CALL});
-            const auto scenario = ScenarioOf(recording);
-            Load(scenario.text);
-            RunHost(operation, nullptr);
-            const Journal second = TakeEntries({RIG_CALL});
             ++all;
-            same += first == second ? 1 : 0;
-            others += scenario.others.empty() ? 0 : 1;
-            calls += recording.calls.size();
-            if (first != second && all - same <= 3) {
-                std::cout << Text(planned) << " in " << operation.name << ": " << scenario.others.size() << '\n';
-                for (const auto& other : scenario.others) {
-                    std::cout << other.number << ' ' << other.recorded << "\n   " << other.simulated << '\n';
-                }
-                EXPECT_EQ(first, second) << scenario.text;
+            same += MeetsTheSame(operation, recording, first) ? 1 : 0;
+            EXPECT_EQ(same, all) << Text(planned) << " in " << operation.name;
+            const bool isOfPort = planned.function == "Inp32" || planned.function == "Out32";
+            if (isOfPort && GetParam().scenario == std::string(kLptCamera)) {
+                Journal ports = first;
+                std::erase_if(ports, IsOfWmi);
+                ++all;
+                same += MeetsTheSame(operation, WithoutWmi(recording, true), ports) ? 1 : 0;
+                EXPECT_EQ(same, all) << Text(planned) << " in " << operation.name << ", no WMI";
             }
+            ASSERT_LT(all - same, kMostComplaints);
         }
     }
-    std::cout << GetParam().name << ": " << same << " of " << all << ", others " << others << ", calls " << calls
-              << '\n';
+    static const std::map<std::string, std::size_t> kFailures = {
+        {"FT2232H", 843}, {"Super I/O", 606}, {"Embedded API", 366}, {"Parallel port", 346 + 232}};
+    EXPECT_EQ(all, kFailures.at(GetParam().name));
+    EXPECT_EQ(same, all);
 }
 
 INSTANTIATE_TEST_SUITE_P(Kinds, EveryRecordedFailureTest, testing::ValuesIn(Kinds()), TestName);
