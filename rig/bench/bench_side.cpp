@@ -12,8 +12,10 @@ HostNumber Hosts::Join(const Introduction& who) {
     ++place->second.connections;
     if (isNew) {
         ++last;
-        Access()->trace.Event("host " + std::to_string(last) + " joins: " + who.program +
-                              " (process " + std::to_string(who.process) + ')');
+        Access rig;
+        rig->guests[last] = {who.program, who.process};
+        rig->trace.Event("host " + std::to_string(last) + " joins: " + who.program + " (process " +
+                         std::to_string(who.process) + ')');
     }
     return place->second.number;
 }
@@ -28,6 +30,7 @@ void Hosts::Leave(std::uint64_t key) {
     known.erase(place);
     Access rig;
     rig->Release(left);
+    rig->guests.erase(left);
     rig->trace.Event("host " + std::to_string(left) + " leaves");
 }
 

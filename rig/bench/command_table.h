@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 #include <stop_token>
@@ -57,6 +58,8 @@ Told TellCaptures(Arguments arguments, const std::stop_token& stop);
 Told TellCalls(Arguments arguments, const std::stop_token& stop);
 Told TellJournal(Arguments arguments, const std::stop_token& stop);
 Told TellStatus(Arguments arguments, const std::stop_token& stop);
+Told TellState(Arguments arguments, const std::stop_token& stop);
+Told TellWaveform(Arguments arguments, const std::stop_token& stop);
 
 Told Keep(Arguments arguments, const std::stop_token& stop);
 
@@ -73,6 +76,14 @@ bool WaitUntil(const Access& rig, std::uint64_t within, const std::stop_token& s
 std::uint64_t ReadMilliseconds(std::string_view text);
 /// Nanoseconds as text in milliseconds: "61.1744".
 std::string Milliseconds(std::uint64_t nanoseconds);
+
+/// Entries from number `first` up to `end` as a reply; each is found by `at`. `now` is the rig's
+/// time.
+Told TellEntries(std::uint64_t first, std::uint64_t end, std::uint64_t now,
+                 const std::function<const Journal::Entry&(std::uint64_t)>& at);
+
+/// "ready              1"
+void AddRow(std::string& text, std::string_view name, const std::string& value);
 
 /// A line by its name, or throws ActionError.
 rig_line ReadLine(const std::string& name);

@@ -19,10 +19,13 @@ constexpr std::array kCommands = {
     CommandKind{"captures", "", "how many captures the camera has made", TellCaptures},
     CommandKind{"calls", "[FUNCTION]", "how often each vendor function was called, or one",
                 TellCalls},
-    CommandKind{"journal", "[--since N] [--within MS]",
+    CommandKind{"journal", "[--since N] [--most COUNT] [--within MS]",
                 "what happened, from entry N on; with --within, waits until there is something",
                 TellJournal},
     CommandKind{"status", "", "what the rig is, and how far it has come", TellStatus},
+    CommandKind{"state", "", "levels, camera, chips, wires, faults, hosts", TellState},
+    CommandKind{"vcd", "FILE", "writes the lines, as far as the journal goes back, as a waveform",
+                TellWaveform},
     CommandKind{"keep", "FILE",
                 "writes the session so far as a scenario: with it, the same host meets the same",
                 Keep},
@@ -89,6 +92,26 @@ std::vector<std::string> CommandNames() {
         names.emplace_back(command.name);
     }
     return names;
+}
+
+Texts SplitLine(std::string_view line) {
+    Texts words;
+    bool isInWord = false;
+    char quote = 0;
+    for (const char c : line) {
+        if (quote != 0 ? c == quote : c == '"' || c == '\'') {
+            quote = quote != 0 ? '\0' : c;
+            words.resize(words.size() + (isInWord ? 0 : 1));
+            isInWord = true;
+        } else if (quote == 0 && c == ' ') {
+            isInWord = false;
+        } else {
+            words.resize(words.size() + (isInWord ? 0 : 1));
+            words.back() += c;
+            isInWord = true;
+        }
+    }
+    return words;
 }
 
 Reply Perform(const std::vector<std::string>& words, bool json, const std::stop_token& stop) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <stop_token>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "elsewhere.h"
@@ -12,6 +13,9 @@ namespace rig {
 
 /// The names of all commands.
 std::vector<std::string> CommandNames();
+
+/// Splits a line as a shell does: a quoted part may contain blanks and quotes of the other kind.
+Texts SplitLine(std::string_view line);
 
 /// Carries out a command such as {"fault", "FT_Write", "status=4"}. A command that waits blocks
 /// until its condition holds, its time is over or `stop` is requested. Any thread may call this.

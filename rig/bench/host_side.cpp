@@ -45,9 +45,18 @@ RigAnswer HostSide::Answer(const RigQuestion& question) {
     }
 }
 
-Reply HostSide::Answer(const Command& command) {
+Reply HostSide::Ask(const Command& command) {
     try {
         return DecodedReply(Exchange(Encoded(command)));
+    } catch (const std::runtime_error&) {
+        Leave(); // none of the connections works
+        throw;
+    }
+}
+
+Reply HostSide::Answer(const Command& command) {
+    try {
+        return Ask(command);
     } catch (const std::runtime_error& why) {
         Complain(why.what());
         return {1, why.what()};

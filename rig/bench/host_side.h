@@ -37,6 +37,8 @@ class HostSide {
     void Answer(Call& call);
     RigAnswer Answer(const RigQuestion& question);
     Reply Answer(const Command& command);
+    /// The same, but throws std::runtime_error without a bench, and does not complain.
+    Reply Ask(const Command& command);
 
     /// Closes the connections that are not in use. After the last one the bench frees what the host
     /// held. The next call connects again.

@@ -7,21 +7,12 @@
 
 namespace rig {
 
-namespace {
-
-/// "ready              1"
-std::string Row(std::string_view name, const std::string& value) {
+void AddRow(std::string& text, std::string_view name, const std::string& value) {
     constexpr std::size_t kColumn = 19;
     std::string row(name);
     row.resize(std::max(kColumn, row.size() + 1), ' ');
-    return row + value;
+    text += (text.empty() ? "" : "\n") + row + value;
 }
-
-void AddRow(std::string& text, std::string_view name, const std::string& value) {
-    text += (text.empty() ? "" : "\n") + Row(name, value);
-}
-
-} // namespace
 
 Told TellLevels(Arguments arguments, const std::stop_token&) {
     arguments.RefuseOthers();
@@ -63,10 +54,10 @@ Told TellCalls(Arguments arguments, const std::stop_token&) {
 }
 
 Told TellJournal(Arguments arguments, const std::stop_token& stop) {
-    static constexpr std::array kKinds = {"call", "edge", "event", "note"};
     const bool waits = arguments.Has("--within");
     const std::uint64_t within = arguments.Milliseconds("--within", 0);
     const std::uint64_t since = arguments.Number("--since").value_or(0);
+    const std::uint64_t most = arguments.Number("--most").value_or(Journal::kCapacity);
     arguments.RefuseOthers();
 
     const Access rig;
@@ -74,13 +65,26 @@ Told TellJournal(Arguments arguments, const std::stop_token& stop) {
     if (waits) {
         WaitUntil(rig, within, stop, [&] { return journal.End() > since; });
     }
+    const std::uint64_t first = std::clamp(since, journal.Begin(), journal.End());
+    const auto at = [&](std::uint64_t n) -> const Journal::Entry& {
+        return journal[static_cast<std::size_t>(n - journal.Begin())];
+    };
+    return TellEntries(first, first + std::min(most, journal.End() - first), rig->timeline.Now(),
+                       at);
+}
+
+Told TellEntries(std::uint64_t first, std::uint64_t end, std::uint64_t now,
+                 const std::function<const Journal::Entry&(std::uint64_t)>& at) {
+    static constexpr std::array kKinds = {"call", "edge", "event", "note"};
     Told told;
     std::string list;
-    for (std::uint64_t i = std::max(since, journal.Begin()); i < journal.End(); ++i) {
-        const Journal::Entry& entry = journal[static_cast<std::size_t>(i - journal.Begin())];
+    for (std::uint64_t n = first; n < end; ++n) {
+        const Journal::Entry& entry = at(n);
         told.text += (told.text.empty() ? "" : "\n") + LineOf(entry);
         Json item;
-        item.AddRaw("time_ms", Milliseconds(entry.time))
+        item.Add("n", n)
+            .Add("ns", entry.time)
+            .AddRaw("time_ms", Milliseconds(entry.time))
             .Add("kind", kKinds[static_cast<std::size_t>(entry.kind)])
             .Add("text", entry.text);
         if (entry.host != kThisProcess) {
@@ -88,8 +92,11 @@ Told TellJournal(Arguments arguments, const std::stop_token& stop) {
         }
         list += (list.empty() ? "" : ",") + item.Text();
     }
-    told.next = journal.End();
-    told.json.Add("next", told.next).AddRaw("entries", "[" + list + "]");
+    told.next = end;
+    told.json.Add("ns", now)
+        .Add("first", first)
+        .Add("next", end)
+        .AddRaw("entries", "[" + list + "]");
     return told;
 }
 
@@ -97,7 +104,7 @@ Told TellStatus(Arguments arguments, const std::stop_token&) {
     arguments.RefuseOthers();
     const Access rig;
     const std::string time = Milliseconds(rig->timeline.Now());
-    const std::uint64_t faults = rig->faults.Planned();
+    const std::uint64_t faults = rig->faults.Planned().size();
     const std::uint32_t calls = rig->faults.Calls(kAnyFunction);
     const std::uint32_t captures = rig->installation->Captures();
     Told told;

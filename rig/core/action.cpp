@@ -203,6 +203,9 @@ Action ReadLift(const Words& words, std::size_t) {
     if (words.empty()) {
         return {.text = "lift", .work = [](Rig& rig) { rig.faults.Clear(); }};
     }
+    if (const auto id = WholeNumber<std::uint32_t>(words[0])) {
+        return {.text = "lift " + words[0], .work = [id](Rig& rig) { rig.faults.Clear(*id); }};
+    }
     const std::vector<std::string> names = FunctionNames();
     if (std::ranges::find(names, words[0]) == names.end()) {
         Fail(NoSuch("function", words[0], names));
@@ -255,7 +258,8 @@ constexpr std::array kKinds = {
         "fault", "FUNCTION [status=N] [count=N] [silent] [call=N] [times=N]",
         "makes calls fail: the next one, or from the Nth on; with times=0 until it is lifted",
         ReadFaultAction},
-    ActionKind{"lift", "[FUNCTION]", "lifts the faults of a function, or all", ReadLift},
+    ActionKind{"lift", "[FUNCTION|ID]",
+               "lifts the faults of a function, one by its id (see state), or all", ReadLift},
     ActionKind{kNote, "TEXT", "writes a line into the journal", ReadNote},
     ActionKind{kReplace, "FILE", "replaces the whole hardware; counts and journal go on",
                ReadReplace},

@@ -24,6 +24,9 @@ std::string WireName(const Wire& wire);
 /// Every name that a wire can have on some kind of hardware.
 std::vector<std::string> WireNames();
 
+/// The condition of a wire without a fault.
+inline constexpr const char* kHealthy = "healthy";
+
 struct WireFault {
     enum class Kind { Broken, StuckAt0, StuckAt1, Inverted, SwappedWith, ShortedTo };
 

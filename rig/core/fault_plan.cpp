@@ -27,6 +27,7 @@ std::vector<std::string> FunctionNames() {
 
 void FaultPlan::Restart() {
     faults.clear();
+    lastId = 0;
     for (auto& [function, count] : counts) {
         count = 0;
     }
@@ -36,12 +37,17 @@ bool FaultPlan::Add(Fault fault) {
     if (!Knows(fault.function) || fault.call == 0 || !IsSensible(fault.kind)) {
         return false;
     }
+    fault.id = ++lastId;
     faults.push_back(std::move(fault));
     return true;
 }
 
 void FaultPlan::Clear(std::string_view function) {
     std::erase_if(faults, [&](const Fault& fault) { return fault.function == function; });
+}
+
+void FaultPlan::Clear(std::uint32_t id) {
+    std::erase_if(faults, [&](const Fault& fault) { return fault.id == id; });
 }
 
 void FaultPlan::CountCall(std::string_view function) {
@@ -54,7 +60,7 @@ std::uint32_t FaultPlan::Calls(std::string_view function) const {
     return found != counts.end() ? found->second : 0;
 }
 
-const Fault* FaultPlan::Find(std::string_view function) const {
+const Fault* FaultPlan::Occur(std::string_view function) {
     const auto applies = [&](const Fault& fault) {
         if (fault.function != function && fault.function != kAnyFunction) {
             return false;
@@ -63,7 +69,11 @@ const Fault* FaultPlan::Find(std::string_view function) const {
         return call >= fault.call && (fault.times == 0 || call - fault.call < fault.times);
     };
     const auto found = std::find_if(faults.begin(), faults.end(), applies);
-    return found != faults.end() ? &*found : nullptr;
+    if (found == faults.end()) {
+        return nullptr;
+    }
+    ++found->occurred;
+    return &*found;
 }
 
 } // namespace rig

@@ -24,6 +24,8 @@ struct Fault {
     std::uint32_t kind = 0;
     std::uint32_t status = 0;
     std::uint32_t count = 0;
+    std::uint32_t id = 0;       ///< numbers the faults since the scenario began, from 1
+    std::uint32_t occurred = 0; ///< in how many calls
 };
 
 class FaultPlan {
@@ -35,21 +37,24 @@ class FaultPlan {
     /// Sets all call counts to 0 and drops all faults.
     void Restart();
 
-    /// False for an unknown function, for call 0 and for an invalid kind.
+    /// Gives the fault its id. False for an unknown function, for call 0 and for an invalid kind.
     bool Add(Fault fault);
     void Clear() { faults.clear(); }
     void Clear(std::string_view function);
-    std::size_t Planned() const { return faults.size(); }
+    void Clear(std::uint32_t id);
+    const std::vector<Fault>& Planned() const { return faults; }
 
     void CountCall(std::string_view function);
     std::uint32_t Calls(std::string_view function) const;
 
-    /// The fault of the call counted last, or null. Of several, the one planned first.
-    const Fault* Find(std::string_view function) const;
+    /// The fault of the call counted last, or null; counts that it occurred. Of several, the one
+    /// planned first.
+    const Fault* Occur(std::string_view function);
 
   private:
     std::map<std::string, std::uint32_t, std::less<>> counts{{std::string(kAnyFunction), 0}};
     std::vector<Fault> faults;
+    std::uint32_t lastId = 0;
 };
 
 } // namespace rig

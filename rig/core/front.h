@@ -2,6 +2,7 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <span>
 #include <string>
 #include <type_traits>
@@ -17,6 +18,20 @@ namespace rig {
 
 /// Carries out a call: fills in its outputs and returns the vendor's status.
 using Work = std::uint32_t (*)(Call&);
+
+/// What hosts reach the lines by, as people see it, and what they have open.
+struct Equipment {
+    struct Chip {
+        std::string kind;                      ///< such as "FT2232H"
+        std::string name;                      ///< its serial number; empty: it has none
+        std::optional<std::size_t> index = {}; ///< its number among the chips with a plug
+        bool isPlugged = true;
+        bool hasCamera = true; ///< whether it is wired to the camera
+    };
+
+    std::vector<Chip> chips;
+    std::multimap<HostNumber, std::string> handles; ///< the names of what each host has open
+};
 
 struct Front {
     const Library& library; ///< the vendor DLL that it stands in for
@@ -38,6 +53,8 @@ struct Front {
 
     /// Switches its power off or on, as when the PC sleeps and resumes.
     void (*setAsleep)(bool) = [](bool) {};
+
+    void (*describe)(Equipment&) = [](Equipment&) {};
 
     /// Opens InpOut's kernel driver.
     void (*openDriver)() = [] {};

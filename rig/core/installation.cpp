@@ -6,6 +6,19 @@
 
 namespace rig {
 
+namespace {
+
+constexpr const void* kForcer = nullptr; // drives a line that is forced: no chip
+
+/// With its blank where the name of another wire follows.
+std::string ConditionName(WireFault::Kind kind) {
+    static constexpr std::array kNames = {"broken",   "stuck at 0",    "stuck at 1",
+                                          "inverted", "swapped with ", "shorted to "};
+    return kNames[static_cast<std::size_t>(kind)];
+}
+
+} // namespace
+
 Installation::Installation(const CameraSetup& start, Timeline& time, Trace& log)
     : setup(start), timeline(time), trace(log) {
     activity = !Pull(RIG_CAMERA_POWER) ? Activity::Off
@@ -162,6 +175,7 @@ void Installation::React(rig_line line) {
         if (active && activity == Activity::Ready) {
             Capture();
         } else if (active) {
+            ++ignored;
             trace.Event("ignored trigger");
         }
         break;
@@ -235,12 +249,34 @@ void Installation::SetAsleep(bool asleep) {
 }
 
 void Installation::Force(rig_line line, std::optional<bool> level) {
-    static constexpr const void* forcer = nullptr; // no chip
     if (level) {
-        Drive(line, *level, forcer);
+        Drive(line, *level, kForcer);
     } else {
-        Release(line, forcer);
+        Release(line, kForcer);
     }
+}
+
+std::optional<bool> Installation::Forced(rig_line line) const {
+    const std::vector<Driver>& drivers = lines[line].drivers;
+    const auto forcer = std::ranges::find(drivers, kForcer, &Driver::who);
+    return forcer != drivers.end() ? forcer->level : std::nullopt;
+}
+
+const char* Installation::ActivityName() const {
+    static constexpr std::array kNames = {"off", "starting", "asleep", "busy", "ready", "exposing"};
+    return kNames[static_cast<std::size_t>(activity)];
+}
+
+std::string Installation::ConditionOf(const std::string& wire) const {
+    for (const WireFault& fault : setup.wiring) {
+        if (fault.wire == wire) {
+            return ConditionName(fault.kind) + fault.other;
+        }
+        if (fault.HasOther() && fault.other == wire) {
+            return ConditionName(fault.kind) + fault.wire;
+        }
+    }
+    return kHealthy;
 }
 
 void Installation::Become(Activity next) {

@@ -48,6 +48,9 @@ class Installation {
     bool Level(rig_line line) const { return lines[line].level; }
     Levels AllLevels() const;
 
+    /// The condition of a wire in the words of a scenario: "healthy", "swapped with dark".
+    std::string ConditionOf(const std::string& wire) const;
+
     std::span<const WireFault> WireFaults() const { return setup.wiring; }
 
     /// Shorts two wires: from now on, if either is low, both are.
@@ -71,11 +74,19 @@ class Installation {
 
     /// Holds an output of the camera at a level, whatever the camera does; nullopt ends that.
     void Force(rig_line line, std::optional<bool> level);
+    std::optional<bool> Forced(rig_line line) const;
 
     /// Changes apply to what starts from now on; an exposure that is running keeps its duration.
     CameraBehaviour& Behaviour() { return setup.behaviour; }
 
+    const CameraBehaviour& Behaviour() const { return setup.behaviour; }
+
     std::uint32_t Captures() const { return captures; }
+    /// How many triggers the camera has ignored.
+    std::uint32_t Ignored() const { return ignored; }
+
+    /// What the camera does: "off", "starting", "asleep", "busy", "ready" or "exposing".
+    const char* ActivityName() const;
 
   private:
     enum class Activity { Off, Starting, Asleep, Busy, Ready, Exposing };
@@ -113,6 +124,7 @@ class Installation {
     Activity activity;
     Timeline::Ticket pending; ///< the end of Starting or Exposing
     std::uint32_t captures = 0;
+    std::uint32_t ignored = 0;
 };
 
 } // namespace rig

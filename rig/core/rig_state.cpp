@@ -184,7 +184,7 @@ std::optional<Fault> Rig::BeginCall(std::string_view function) {
     for (const ScenarioEvent& event : events) {
         Perform(event.action);
     }
-    const Fault* planned = faults.Find(function);
+    const Fault* planned = faults.Occur(function);
     // A copy: the plan may change while the call waits.
     const std::optional<Fault> fault = planned != nullptr ? std::optional(*planned) : std::nullopt;
     WaitWhileAsleep();

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <map>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -72,6 +73,16 @@ class Rig {
     FaultPlan faults;
     std::optional<Installation> installation;
     HostNumber host = kThisProcess; ///< the caller of the call being answered
+
+    /// A program in another process that uses this hardware.
+    struct Guest {
+        std::string program;
+        std::uint64_t process;
+        std::uint64_t calls = 0;
+    };
+    std::map<HostNumber, Guest> guests;
+
+    bool IsAsleep() const { return resumesAt.has_value(); }
 
   private:
     friend class Access;

@@ -69,7 +69,7 @@ std::vector<WireFault> ReadWiring(TableReader& table) {
         conditions.push_back("swapped with " + name);
         conditions.push_back("shorted to " + name);
     }
-    conditions.emplace_back("healthy");
+    conditions.emplace_back(kHealthy);
     for (const std::string& name : names) {
         const auto choice = table.Choice(name, {conditions.begin(), conditions.end()});
         if (!choice || *choice + 1 == conditions.size()) {
@@ -101,7 +101,7 @@ UsbChipSetup ReadUsbChip(TableReader& table, std::size_t index) {
     constexpr const char* kDescriptions[] = {"Dual RS232-HS", "FT232R USB UART", "Dual RS232",
                                              "Quad RS232-HS", "Single RS232-HS"};
     chip.type = static_cast<Type>(
-        *table.Choice("chip", {"FT2232H", "FT232R", "FT2232D", "FT4232H", "FT232H"}));
+        *table.Choice("chip", {UsbChipSetup::kTypeNames.begin(), UsbChipSetup::kTypeNames.end()}));
     chip.serial = table.Text("serial").value_or("SLV" + std::to_string(index + 1));
     chip.description =
         table.Text("description").value_or(kDescriptions[static_cast<std::size_t>(chip.type)]);

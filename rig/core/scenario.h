@@ -2,6 +2,7 @@
 /// keys with their units and defaults.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <stdexcept>
@@ -20,6 +21,7 @@ namespace rig {
 /// A USB chip with the D2XX driver behind it.
 struct UsbChipSetup {
     enum class Type { FT2232H, FT232R, FT2232D, FT4232H, FT232H };
+    static constexpr std::array kTypeNames = {"FT2232H", "FT232R", "FT2232D", "FT4232H", "FT232H"};
 
     Type type = Type::FT2232H;
     std::string serial;

@@ -1,5 +1,7 @@
 #include "trace.h"
 
+#include "rig_clock.h"
+
 namespace rig {
 
 void Trace::Restart(const Levels& levels) {
@@ -27,12 +29,21 @@ void Trace::Edge(rig_line line, bool level) {
 }
 
 bool Trace::StartWaveform(const std::filesystem::path& path, const Levels& levels) {
-    waveform.reset();
-    waveform.emplace(path, levels, timeline.AbsoluteNow());
-    if (!waveform->IsOpen()) {
-        waveform.reset();
+    EndWaveform();
+    waveformFile.clear();
+    waveformFile.open(path, std::ios::binary);
+    if (waveformFile.is_open()) {
+        waveform.emplace(waveformFile, levels, timeline.AbsoluteNow());
     }
     return waveform.has_value();
+}
+
+void Trace::EndWaveform() {
+    if (waveform) {
+        waveform->MoveTo(clock::Now());
+        waveform.reset();
+    }
+    waveformFile.close();
 }
 
 void Trace::Add(rig_entry_kind kind, std::string text, HostNumber host) {

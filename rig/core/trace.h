@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <fstream>
 #include <optional>
 #include <string>
 
@@ -26,7 +27,7 @@ class Trace {
 
     /// False when the file cannot be opened; no waveform is written then.
     bool StartWaveform(const std::filesystem::path& path, const Levels& levels);
-    void EndWaveform() { waveform.reset(); }
+    void EndWaveform();
 
     Journal journal;
 
@@ -34,6 +35,7 @@ class Trace {
     void Add(rig_entry_kind kind, std::string text, HostNumber host = kThisProcess);
 
     const Timeline& timeline;
+    std::ofstream waveformFile;
     std::optional<Waveform> waveform;
 };
 

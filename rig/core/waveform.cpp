@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "rig_clock.h"
-
 namespace rig {
 
 namespace {
@@ -35,8 +33,8 @@ const char* LineName(rig_line line) {
     return names[line];
 }
 
-Waveform::Waveform(const std::filesystem::path& path, const Levels& start, std::uint64_t begin)
-    : file(path, std::ios::binary), levels(start), origin(begin) {
+Waveform::Waveform(std::ostream& out, const Levels& start, std::uint64_t begin)
+    : file(out), levels(start), origin(begin) {
     file << kHeader;
     for (std::size_t i = 0; i < levels.size(); ++i) {
         file << "$var wire 1 " << CodeOf(i) << ' ' << LineName(static_cast<rig_line>(i))
@@ -51,11 +49,6 @@ Waveform::Waveform(const std::filesystem::path& path, const Levels& start, std::
         file << DigitOf(levels[i]) << CodeOf(i) << '\n';
     }
     file << "$end\n" << std::flush;
-}
-
-Waveform::~Waveform() {
-    // Without a final time stamp, the last levels would have no duration.
-    MoveTo(clock::Now());
 }
 
 void Waveform::Set(rig_line line, bool level, std::uint64_t time) {

@@ -107,6 +107,12 @@ const rig::Linked front({
                 board->LosePower();
             }
         },
+    .describe =
+        [](auto& equipment) {
+            if (board) {
+                equipment.chips.push_back({"Embedded API", ""});
+            }
+        },
 });
 
 } // namespace

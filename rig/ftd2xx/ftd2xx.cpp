@@ -358,6 +358,7 @@ const rig::Linked front({
     .release = [](rig::HostNumber host) { bus->Release(host); },
     .setPlugged = [](unsigned chip, bool plugged) { bus->SetPlugged(chip, plugged); },
     .setAsleep = [](bool asleep) { bus->SetAsleep(asleep); },
+    .describe = [](auto& equipment) { bus->Describe(equipment); },
 });
 
 } // namespace

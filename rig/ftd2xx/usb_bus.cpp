@@ -124,6 +124,18 @@ void UsbBus::SetPlugged(unsigned chip, bool plugged) {
     }
 }
 
+void UsbBus::Describe(Equipment& equipment) const {
+    for (std::size_t i = 0; i < chips.size(); ++i) {
+        const UsbChipSetup& setup = chips[i].setup;
+        equipment.chips.push_back({UsbChipSetup::kTypeNames[static_cast<std::size_t>(setup.type)],
+                                   setup.serial, i, chips[i].isPlugged, setup.camera});
+    }
+    for (const auto& [handle, open] : handles) {
+        const Place& place = open.place;
+        equipment.handles.emplace(open.host, chips[place.chip].SerialOf(place.channel));
+    }
+}
+
 std::vector<UsbBus::Place> UsbBus::PresentPlaces() const {
     std::vector<Place> places;
     for (std::size_t chip = 0; chip < chips.size(); ++chip) {

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "d2xx.h"
+#include "front.h"
 #include "host_number.h"
 #include "surroundings.h"
 #include "usb_chip.h"
@@ -52,6 +53,8 @@ class UsbBus {
     std::string NameOf(FT_HANDLE handle) const;
 
     void SetPlugged(unsigned chip, bool plugged);
+
+    void Describe(Equipment& equipment) const;
 
     /// Closes the handles of a host that has ended.
     void Release(HostNumber host);

@@ -87,6 +87,15 @@ const rig::Linked front({
         },
     .build = Build,
     .setAsleep = SetAsleep,
+    .describe =
+        [](auto& equipment) {
+            if (superIo) {
+                equipment.chips.push_back({"Super I/O", ""});
+            }
+            if (lpt) {
+                equipment.chips.push_back({"parallel port", ""});
+            }
+        },
     .openDriver = [] { isDriverOpen = true; },
 });
 

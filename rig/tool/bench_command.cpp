@@ -192,9 +192,10 @@ int Command(const std::string& name, bench::Command command, std::ostream& out, 
     if (words == Texts{"journal", "--follow"}) {
         return Follow(*connection, std::move(command), out);
     }
-    const bool isFile = words.size() == 2 && (words[0] == "scenario" || words[0] == "keep");
+    const bool isKept = words.size() == 2 && (words[0] == "keep" || words[0] == "vcd");
+    const bool isFile = isKept || (words.size() == 2 && words[0] == "scenario");
     const std::string file = isFile ? words[1] : "";
-    if (isFile && words[0] == "scenario") {
+    if (isFile && !isKept) {
         std::optional<std::string> text = ContentOf(PathOf(file));
         if (!text) {
             throw std::runtime_error(file + ": cannot be read");
@@ -202,12 +203,13 @@ int Command(const std::string& name, bench::Command command, std::ostream& out, 
         words.push_back(*std::move(text));
     }
     const Reply answer = Ask(*connection, command);
-    if (isFile && words[0] == "keep" && answer.exitCode == 0) {
+    if (isKept && answer.exitCode == 0) {
         std::ofstream kept(PathOf(file), std::ios::binary);
         if (!(kept << answer.text << '\n' << std::flush)) {
             throw std::runtime_error(file + ": cannot be written");
         }
-        out << "The session is kept in " << file << ".\n";
+        out << (words[0] == "keep" ? "The session is kept in " : "The waveform is in ") << file
+            << ".\n";
     } else if (!answer.text.empty()) {
         (answer.exitCode == kUsageError ? err : out) << answer.text << '\n';
     }

@@ -89,7 +89,7 @@ std::map<std::string, std::uint32_t> AllCalls() {
 SystemCall::SystemCall(const char* function) {
     const std::lock_guard lock(mutex);
     plan.CountCall(function);
-    if (const rig::Fault* const fault = plan.Find(function)) {
+    if (const rig::Fault* const fault = plan.Occur(function)) {
         ++failures;
         kind = fault->kind;
         status = fault->status;

@@ -275,10 +275,24 @@ TEST_F(CommandsTest, TellWhatHappenedSinceTheLastLook) {
     EXPECT_EQ(first.next, start + 2);
     EXPECT_EQ(Perform({"journal", "--since", std::to_string(first.next)}, false).text, "");
     EXPECT_EQ(Json({"journal", "--since", std::to_string(start)}),
-              (json{{"next", start + 2},
+              (json{{"ns", 12'000'000},
+                    {"first", start},
+                    {"next", start + 2},
                     {"entries",
-                     {{{"time_ms", 0}, {"kind", "note"}, {"text", "quote \" and \x02 and ?"}},
-                      {{"time_ms", 12}, {"kind", "call"}, {"text", "FT_Open(0) -> 0"}}}}}));
+                     {{{"n", start},
+                       {"ns", 0},
+                       {"time_ms", 0},
+                       {"kind", "note"},
+                       {"text", "quote \" and \x02 and ?"}},
+                      {{"n", start + 1},
+                       {"ns", 12'000'000},
+                       {"time_ms", 12},
+                       {"kind", "call"},
+                       {"text", "FT_Open(0) -> 0"}}}}}));
+    const Reply one = Perform({"journal", "--since", std::to_string(start), "--most", "1"}, false);
+    EXPECT_EQ(one.text, first.text.substr(0, first.text.find('\n')));
+    EXPECT_EQ(one.next, start + 1);
+    EXPECT_EQ(Perform({"journal", "--since", "99999999"}, false).next, start + 2);
     rig_journal_clear();
     EXPECT_EQ(Perform({"journal"}, false).next, start + 2) << "numbers are not given again";
     rig_note("again");
@@ -310,7 +324,7 @@ TEST_F(CommandsTest, HelpNamesEachOfThem) {
         const Reply reply = Perform({name, "--colour", "red", "1", "2", "3"}, false);
         EXPECT_EQ(reply.exitCode, name == "note" ? 0 : 2) << name << ": " << reply.text;
     }
-    EXPECT_EQ(commands.size(), 22U);
+    EXPECT_EQ(commands.size(), 24U);
 }
 
 TEST_F(CommandsTest, WaitForAnEdge) {
@@ -403,7 +417,8 @@ TEST_F(CommandsTest, TellWhatThereIsForWordsThatAreWrong) {
         {{},
          "'' is no command; there are unplug, plug, ready, mep, open-driver, sleep, set, wire, "
          "force, fault, lift, "
-         "note, scenario, levels, captures, calls, journal, status, keep, wait-edge, expect-pulse, "
+         "note, scenario, levels, captures, calls, journal, status, state, vcd, keep, wait-edge, "
+         "expect-pulse, "
          "help"},
         {{"unplg"}, "'unplg' is no command; there are unplug, plug, "},
         {{"unplug", "1"}, "there is no chip 1; there is 0"},
