@@ -16,20 +16,15 @@
 #include "commands.h"
 #include "environment.h"
 #include "file_content.h"
-#include "host_dlls.h"
-#include "host_guard.h"
+#include "own_bench.h"
 #include "pipe.h"
-#include "placement.h"
 #include "replay.h"
-#include "rig_state.h"
 #include "this_program.h"
 #include "tool.h"
 
 namespace rig {
 
 namespace {
-
-constexpr const char* kRigVariable = "SOLVANE_RIG";
 
 /// The options of the command line.
 struct Request {
@@ -42,44 +37,20 @@ struct Request {
     bool IsReplay() const { return !replay.recording.empty(); }
 };
 
-std::atomic<bool> isToStop{false};
-
-/// Carries out a command. `stop` ends this process; all others concern the hardware.
-Reply Obey(const bench::Command& command) {
-    if (command.words == Texts{"stop"}) {
-        isToStop = true;
-        return {0, command.json ? "{\"done\":\"stop\"}" : "stop"};
-    }
-    return Perform(command.words, command.json);
-}
-
-/// Offers the hardware of this process to all hosts.
-void StartBench(const Request& request, std::ostream& err) {
-    static bench::Hosts& hosts = // threads still use it at exit
-        *new bench::Hosts(request.IsReplay() ? AnswerFromRecording : Answerer(AnswerHere));
-    SetVariable(kRigVariable, std::nullopt); // the bench itself uses its own hardware
+/// Offers the hardware of this process, simulated or recorded, to all hosts.
+void Start(const Request& request, std::ostream& err) {
     if (request.IsReplay()) {
-        StartReplay(request.replay, request.scenario, err);
+        StartBench(
+            request.name, [&] { StartReplay(request.replay, request.scenario, err); },
+            AnswerFromRecording);
     } else {
-        Access rig;
-        if (request.scenario.empty()) {
-            rig->LoadDefault();
-        } else if (!rig->LoadFile(PathOf(request.scenario))) {
-            throw std::runtime_error(rig->Error());
-        }
+        StartBench(request.name, [&] { LoadScenario(request.scenario); });
     }
-    bench::ServePipe(request.name, hosts, Obey);
-}
-
-/// Brings the journal and the waveform up to date before the process ends.
-void EndBench() {
-    Access rig;
-    rig->trace.EndWaveform();
 }
 
 int RunBench(const Request& request, std::ostream& out, std::ostream& err) {
     constexpr std::chrono::milliseconds kGlance{20};
-    StartBench(request, err);
+    Start(request, err);
     StopWhenInterrupted(isToStop);
     out << "The bench \"" << request.name << "\" runs. Hosts join it by SOLVANE_RIG=bench"
         << (request.name == kDefaultBench ? "" : ':' + request.name) << ".\n"
@@ -99,37 +70,6 @@ int RunBench(const Request& request, std::ostream& out, std::ostream& err) {
     return request.IsReplay() ? TellReplay(out) : kSuccess;
 }
 
-/// Keeps the rig's DLLs in a host's folder during its lifetime. DLLs placed before stay there.
-class Placed {
-  public:
-    explicit Placed(std::filesystem::path place) : folder(std::move(place)) {
-        std::error_code ignored;
-        const std::filesystem::path rig = PathBesideThisProgram("");
-        isOurs = !std::filesystem::exists(folder / kPlacementRecord, ignored) &&
-                 !std::filesystem::equivalent(rig / kHostDlls.front(), folder / kHostDlls.front(),
-                                              ignored);
-        if (isOurs) {
-            std::ostringstream unheard; // only the host's output is to be shown
-            Place(rig, folder, false, unheard);
-        }
-    }
-    ~Placed() {
-        if (isOurs) {
-            try {
-                std::ostringstream unheard;
-                Unplace(folder, unheard);
-            } catch (const std::exception&) { // the record in the folder lists what is left
-            }
-        }
-    }
-    Placed(const Placed&) = delete;
-    Placed& operator=(const Placed&) = delete;
-
-  private:
-    const std::filesystem::path folder;
-    bool isOurs = false;
-};
-
 /// Returns the host's exit code or, of a replay, whether it was followed to the end.
 int RunHost(Request request, const std::vector<std::string>& host, std::ostream& out,
             std::ostream& err) {
@@ -137,13 +77,10 @@ int RunHost(Request request, const std::vector<std::string>& host, std::ostream&
         throw CLI::RequiredError("-- HOST");
     }
     try {
-        const std::filesystem::path program = FindProgram(host.front());
+        const std::string folder = FolderOfHost(host, request.folder);
         request.name = NameOfThisProcess();
-        StartBench(request, err);
-        const Placed placed(request.folder.empty() ? program.parent_path()
-                                                   : PathOf(request.folder));
-        SetVariable(kRigVariable, "bench:" + request.name);
-        const int code = RunGuarded(host);
+        Start(request, err);
+        const int code = RunOnBench(host, folder, request.name);
         EndBench();
         if (!request.IsReplay()) {
             return code;
@@ -317,6 +254,8 @@ void AddBenchCommands(CLI::App& app, std::ostream& out, std::ostream& err,
                   "started or was ended.");
     replay.callback(
         [=, &host, &out, &err, &exitCode] { exitCode = RunHost(*request, host, out, err); });
+
+    AddPanelCommand(app, out, err, host, exitCode);
 
     for (const std::string& verb : CommandNames()) {
         if (verb != "status") { // `status` shows the whole virtual PC

@@ -39,5 +39,8 @@ void AddBenchCommands(CLI::App& app, std::ostream& out, std::ostream& err,
 /// above.
 void AddRecordCommand(CLI::App& app, std::ostream& out, std::ostream& err,
                       const std::vector<std::string>& host, int& exitCode);
+/// `panel`: a bench in the browser.
+void AddPanelCommand(CLI::App& app, std::ostream& out, std::ostream& err,
+                     const std::vector<std::string>& host, int& exitCode);
 
 } // namespace rig

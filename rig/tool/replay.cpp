@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "file_content.h"
+#include "own_bench.h"
 #include "recording_text.h"
 #include "replayer.h"
 #include "rig_state.h"
@@ -16,15 +17,6 @@ namespace rig {
 namespace {
 
 std::unique_ptr<record::Replayer> replayer;
-
-void LoadScenario(const std::string& scenario) {
-    Access rig;
-    if (scenario.empty()) {
-        rig->LoadDefault();
-    } else if (!rig->LoadFile(PathOf(scenario))) {
-        throw std::runtime_error(rig->Error());
-    }
-}
 
 } // namespace
 

@@ -39,6 +39,9 @@ void SetVariable(const char* name, const std::optional<std::string>& value);
 /// Makes Ctrl-C and the end of the session set the flag.
 void StopWhenInterrupted(std::atomic<bool>& isToStop);
 
+/// Opens an address in the user's browser. False when that cannot be started.
+bool OpenInBrowser(const std::string& address);
+
 /// The path of a file in the directory of this program; the file need not exist.
 std::filesystem::path PathBesideThisProgram(const char* file);
 

@@ -4,6 +4,8 @@
 
 #include <windows.h>
 
+#include <shellapi.h>
+
 #include "windows_text.h"
 
 namespace rig {
@@ -47,6 +49,12 @@ std::filesystem::path FindProgram(const std::string& name) {
 
 void SetVariable(const char* name, const std::optional<std::string>& value) {
     SetEnvironmentVariableW(PathOf(name).c_str(), value ? PathOf(*value).c_str() : nullptr);
+}
+
+bool OpenInBrowser(const std::string& address) {
+    constexpr INT_PTR kMostErrors = 32; // greater ones are success
+    return reinterpret_cast<INT_PTR>(ShellExecuteW(nullptr, L"open", PathOf(address).c_str(),
+                                                   nullptr, nullptr, SW_SHOWNORMAL)) > kMostErrors;
 }
 
 namespace {

@@ -29,7 +29,7 @@ int Run(CLI::App& app, std::vector<std::string> arguments, std::ostream& out, st
 
 /// Takes the host and its arguments, which follow `--`, out of the arguments.
 std::vector<std::string> TakeHost(std::vector<std::string>& arguments) {
-    static const std::set<std::string> withHost = {"run", "record", "replay"};
+    static const std::set<std::string> withHost = {"run", "record", "replay", "panel"};
     const bool hasHost = arguments.size() > 1 && withHost.contains(arguments[1]);
     const auto dashes = std::find(arguments.begin(), arguments.end(), "--");
     if (!hasHost || dashes == arguments.end()) {

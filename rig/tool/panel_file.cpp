@@ -1,0 +1,103 @@
+#include "panel_file.h"
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <utility>
+
+#include "command_table.h"
+#include "file_content.h"
+#include "this_program.h"
+#include "vcd_reader.h"
+#include "wave_picture.h"
+
+namespace rig {
+
+namespace {
+
+std::uint64_t Nanoseconds(double milliseconds) {
+    return static_cast<std::uint64_t>(
+        std::llround(milliseconds * static_cast<double>(kNanosecondsPerMillisecond)));
+}
+
+char DigitOf(wave::Level level) {
+    return wave::kLevelDigits[static_cast<std::size_t>(level)];
+}
+
+/// The entries of a line. Its first level is not an edge.
+void AddEdges(const wave::Signal& signal, std::vector<Journal::Entry>& entries) {
+    for (std::size_t i = 1; i < signal.changes.size(); ++i) {
+        const wave::Change& change = signal.changes[i];
+        entries.push_back(
+            {Nanoseconds(change.time), RIG_EDGE, signal.name + ' ' + DigitOf(change.level)});
+    }
+}
+
+Reply TellFile(const FileContent& content, const bench::Command& command) {
+    const std::string name = command.words.empty() ? "" : command.words.front();
+    Told told{.exitCode = 1, .text = "A file does not tell this."};
+    if (name == "journal") {
+        Arguments arguments(std::span(command.words).subspan(1));
+        const std::uint64_t size = content.entries.size();
+        const std::uint64_t first = std::min(arguments.Number("--since").value_or(0), size);
+        const std::uint64_t most = arguments.Number("--most").value_or(size);
+        told = TellEntries(
+            first, first + std::min(most, size - first),
+            content.end, [&](std::uint64_t n) -> const auto& {
+                return content.entries[static_cast<std::size_t>(n)];
+            });
+    } else if (name == "state") {
+        told = {.json = Json().Add("ns", content.end).Add("lines", content.lines)};
+    } else if (name == "vcd") {
+        told = {.text = content.vcd};
+    }
+    return {told.exitCode, command.json ? told.json.Text() : told.text, told.next};
+}
+
+} // namespace
+
+FileContent ReadContent(const std::string& name) {
+    std::optional<std::string> text = ContentOf(PathOf(name));
+    if (!text) {
+        throw std::runtime_error(name + " cannot be read.");
+    }
+    FileContent content;
+    try {
+        const wave::Recording recording = wave::ReadVcd(*text);
+        content.end = Nanoseconds(recording.end);
+        for (const wave::Signal& signal : recording.signals) {
+            AddEdges(signal, content.entries);
+            const char level = signal.changes.empty() ? 'x' : DigitOf(signal.changes.back().level);
+            const bool isKnown = level == '0' || level == '1';
+            content.lines.AddRaw(signal.name,
+                                 isKnown ? std::string(1, level) : Json::Quoted({&level, 1}));
+        }
+        for (const wave::Mark& mark : recording.marks) {
+            content.entries.push_back({Nanoseconds(mark.time), RIG_EVENT, mark.name});
+        }
+    } catch (const wave::VcdError& mistake) {
+        throw std::runtime_error(name + ", " + mistake.what());
+    }
+    std::ranges::stable_sort(content.entries, {}, &Journal::Entry::time);
+    content.vcd = *std::move(text);
+    if (content.vcd.ends_with('\n')) {
+        content.vcd.pop_back(); // as replies have none
+    }
+    return content;
+}
+
+std::string DrawWaveform(const std::string& vcd) {
+    return DrawSvg(TakePicture(wave::ReadVcd(vcd), {}, wave::Form::drawing));
+}
+
+panel::Source SourceOfFile(const std::string& name) {
+    const auto content = std::make_shared<const FileContent>(ReadContent(name));
+    return {.name = name,
+            .isFile = true,
+            .ask = [content](const auto& command) { return TellFile(*content, command); },
+            .draw = DrawWaveform};
+}
+
+} // namespace rig
