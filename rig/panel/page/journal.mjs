@@ -1,0 +1,185 @@
+// What has happened on the bench: the edges of each line, the marks, and the journal's entries. Times are
+// nanoseconds of the bench.
+
+export const LINES = ["trigger", "ready", "mep", "clear_mep", "dark", "camera_power", "accessories_power"];
+
+const MOST_EDGES = 4_000_000; // of a line; 36 MB
+const MOST_ENTRIES = 400_000;
+const MOST_MARKS = 100_000;
+
+/** The first index below `length` for which `isLater` holds, of a list where it holds from there on. */
+function firstIndex(length, isLater) {
+  let low = 0;
+  let high = length;
+  while (low < high) {
+    const middle = (low + high) >> 1;
+    if (isLater(middle)) {
+      high = middle;
+    } else {
+      low = middle + 1;
+    }
+  }
+  return low;
+}
+
+class Edges {
+  times = new Float64Array(1024);
+  levels = new Uint8Array(1024);
+  length = 0;
+  count = 0; // with those that were forgotten
+  rest = undefined; // the level while there is no edge
+
+  add(time, level) {
+    if (this.length === MOST_EDGES) {
+      this.forgetHalf();
+    }
+    if (this.length === this.times.length) {
+      this.grow();
+    }
+    this.times[this.length] = time;
+    this.levels[this.length++] = level;
+    ++this.count;
+  }
+
+  grow() {
+    const { times, levels } = this;
+    this.times = new Float64Array(times.length * 2);
+    this.levels = new Uint8Array(levels.length * 2);
+    this.times.set(times);
+    this.levels.set(levels);
+  }
+
+  forgetHalf() {
+    const half = this.length >> 1;
+    this.times.copyWithin(0, half, this.length);
+    this.levels.copyWithin(0, half, this.length);
+    this.length -= half;
+  }
+
+  firstAfter(time) {
+    return firstIndex(this.length, (i) => this.times[i] > time);
+  }
+
+  /** The level just before edge `index`, or the present one. Undefined when nobody knows. */
+  levelBefore(index) {
+    if (index > 0) {
+      return this.levels[index - 1];
+    }
+    return this.length > 0 ? 1 - this.levels[0] : this.rest;
+  }
+
+  get level() {
+    return this.levelBefore(this.length);
+  }
+
+  /** The time with one level round a moment: `from` is undefined before the first edge, `to` after the last. */
+  stretch(time) {
+    const index = this.firstAfter(time);
+    return {
+      level: this.levelBefore(index),
+      from: index > 0 ? this.times[index - 1] : undefined,
+      to: index < this.length ? this.times[index] : undefined,
+    };
+  }
+
+  next(time) {
+    const index = this.firstAfter(time);
+    return index < this.length ? this.times[index] : undefined;
+  }
+
+  previous(time) {
+    const index = firstIndex(this.length, (i) => this.times[i] >= time);
+    return index > 0 ? this.times[index - 1] : undefined;
+  }
+}
+
+/** Whether a mark is of something that went wrong. A fault that is planned has words after its function. */
+function isDisturbance(text) {
+  return /^(unplug|sleep|ignored)\b/.test(text) || /^fault \S+$/.test(text);
+}
+
+export class Journal {
+  constructor() {
+    this.began(0);
+  }
+
+  /** Forgets everything. What follows is the journal from entry `first` on. */
+  began(first) {
+    this.edges = LINES.map(() => new Edges());
+    this.marks = [];
+    this.entries = []; // {n, ns, kind, text}
+    this.forgotten = 0; // entries that made room
+    this.last = 0; // the latest time of an entry
+    this.start = first > 0 ? undefined : 0; // from here on everything is known
+    this.functions = new Map(); // calls of each
+    ++this.generation;
+  }
+
+  generation = 0;
+
+  /** Takes levels from the bench's state for the lines that have had no edge. */
+  learn(levels) {
+    LINES.forEach((name, i) => {
+      this.edges[i].rest = levels[name];
+    });
+  }
+
+  add(entries) {
+    for (const entry of entries) {
+      this.start ??= entry.ns;
+      this.last = Math.max(this.last, entry.ns);
+      if (entry.kind === "edge") {
+        const blank = entry.text.indexOf(" ");
+        const line = LINES.indexOf(entry.text.slice(0, blank));
+        if (line >= 0) {
+          this.edges[line].add(entry.ns, Number(entry.text.slice(blank + 1)));
+        }
+      } else if (entry.kind === "event" && !/^host \d/.test(entry.text)) {
+        this.marks.push({ ns: entry.ns, n: entry.n, text: entry.text, isDisturbance: isDisturbance(entry.text) });
+      } else if (entry.kind === "call") {
+        const name = entry.text.slice(0, entry.text.indexOf("("));
+        this.functions.set(name, (this.functions.get(name) ?? 0) + 1);
+      }
+      this.entries.push(entry);
+    }
+    this.makeRoom();
+  }
+
+  makeRoom() {
+    if (this.entries.length > MOST_ENTRIES) {
+      const many = this.entries.length - (MOST_ENTRIES >> 1);
+      this.entries.splice(0, many);
+      this.forgotten += many;
+    }
+    if (this.marks.length > MOST_MARKS) {
+      this.marks.splice(0, this.marks.length - (MOST_MARKS >> 1));
+    }
+  }
+
+  level(line) {
+    return this.edges[line].level;
+  }
+
+  /** The edge of any line that is nearest to a time, if it is within `reach`. */
+  nearestEdge(time, reach) {
+    let best;
+    for (const edges of this.edges) {
+      for (const each of [edges.previous(time + 0.5), edges.next(time)]) {
+        if (each !== undefined && Math.abs(each - time) <= Math.min(reach, Math.abs((best ?? Infinity) - time))) {
+          best = each;
+        }
+      }
+    }
+    return best;
+  }
+
+  /** The index of the first mark at or after a time. */
+  firstMark(time) {
+    return firstIndex(this.marks.length, (i) => this.marks[i].ns >= time);
+  }
+
+  /** The index of the first entry at or after a time. */
+  firstEntry(time) {
+    return firstIndex(this.entries.length, (i) => this.entries[i].ns >= time);
+  }
+}
