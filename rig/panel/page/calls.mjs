@@ -1,5 +1,6 @@
 // The journal as it grows: a list of which only the rows in view exist.
 import { NS_PER_MS } from "./format.mjs";
+import { functionOf, textOf } from "./journal.mjs";
 
 const ROW = 22; // pixels, as in the style sheet
 const SPARE = 6; // rows beyond those that are seen
@@ -50,8 +51,8 @@ export class CallsView {
 
   matches(entry) {
     const wanted = this.functions.value;
-    const isWanted = wanted === "" || (wanted.startsWith("kind:") ? entry.kind === wanted.slice(5) : entry.kind === "call" && entry.text.startsWith(wanted + "("));
-    return isWanted && (this.needle === "" || entry.text.toLowerCase().includes(this.needle));
+    const isWanted = wanted === "" || (wanted.startsWith("kind:") ? entry.kind === wanted.slice(5) : entry.kind === "call" && functionOf(entry) === wanted);
+    return isWanted && (this.needle === "" || textOf(entry).toLowerCase().includes(this.needle));
   }
 
   /** Takes the journal's new entries. */
@@ -113,7 +114,7 @@ export class CallsView {
       line.setAttribute("aria-selected", String(row === this.current));
       line.setAttribute("aria-setsize", String(this.rows.length));
       line.setAttribute("aria-posinset", String(row + 1));
-      for (const [style, text] of [["time", (entry.ns / NS_PER_MS).toFixed(4)], ["kind", entry.kind], ["what", entry.text]]) {
+      for (const [style, text] of [["time", (entry.ns / NS_PER_MS).toFixed(4)], ["kind", entry.kind], ["what", textOf(entry)]]) {
         const cell = document.createElement("span");
         cell.className = style;
         cell.textContent = text;

@@ -98,6 +98,16 @@ function isDisturbance(text) {
   return /^(unplug|sleep|ignored)\b/.test(text) || /^fault \S+$/.test(text);
 }
 
+/** The function of a call: "FT_Read(SLV1B, 2, 2) -> 0, [aa]", which may begin with whose call it is, "host 2: ". */
+export function functionOf({ text }) {
+  return /^(?:host \d+: )?([^(]*)/.exec(text)[1];
+}
+
+/** An entry as the journal's file has it: the calls of the second and later hosts say whose they are. */
+export function textOf({ text, host }) {
+  return host > 1 ? `host ${host}: ${text}` : text;
+}
+
 export class Journal {
   constructor() {
     this.began(0);
@@ -107,7 +117,7 @@ export class Journal {
   began(first) {
     this.edges = LINES.map(() => new Edges());
     this.marks = [];
-    this.entries = []; // {n, ns, kind, text}
+    this.entries = []; // {n, ns, kind, text, host}
     this.forgotten = 0; // entries that made room
     this.last = 0; // the latest time of an entry
     this.start = first > 0 ? undefined : 0; // from here on everything is known
@@ -137,7 +147,7 @@ export class Journal {
       } else if (entry.kind === "event" && !/^host \d/.test(entry.text)) {
         this.marks.push({ ns: entry.ns, n: entry.n, text: entry.text, isDisturbance: isDisturbance(entry.text) });
       } else if (entry.kind === "call") {
-        const name = entry.text.slice(0, entry.text.indexOf("("));
+        const name = functionOf(entry);
         this.functions.set(name, (this.functions.get(name) ?? 0) + 1);
       }
       this.entries.push(entry);
