@@ -64,7 +64,7 @@ test("a host that joins is drawn with its handles, and the lines have their leve
   await seen(page.locator("#hosts"), "no host");
   watch = stage.host("watch");
   await watch.line(/ms +yes +off +on +on/);
-  await seen(part("host1"), /solvane\.exe.*SLV1B open/);
+  await seen(part("host1"), /solvane\.exe, process \d+: SLV1B open.*SLV1B · [\d,]+ calls/);
   await seen(page.locator("#hosts"), /solvane\.exe \([\d,]+ calls\)/);
   await seen(page.locator("#bench"), stage.name);
   const names = await page.locator("#names button").allTextContents();

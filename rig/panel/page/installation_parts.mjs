@@ -8,9 +8,10 @@ const BOX = 56;
 const PITCH = BOX + 10; // from one host or chip to the next
 const TOP = 14;
 
-// Pixels, for a laptop's width and for a phone's.
-export const WIDE = { width: 920, host: [10, 190], chip: [310, 140], wire: [450, 700], camera: [700, 210] };
-export const NARROW = { width: 360, host: [6, 348], chip: [6, 66], wire: [72, 216], camera: [216, 138] };
+// Pixels, for a laptop's width and for a phone's: where each begins, and how wide it is. `edge` is the PC's, from which
+// the cables go out; `spine` joins the chips that carry the camera's wires.
+export const WIDE = { width: 920, host: [10, 190], edge: 218, chip: [310, 126], spine: 450, wire: [450, 700], camera: [700, 210] };
+export const NARROW = { width: 360, host: [6, 348], edge: 16, chip: [120, 220], spine: 16, wire: [16, 216], camera: [216, 138] };
 
 export function powerCommand(state) {
   return `wire camera_power ${state.wiring.camera_power === "stuck at 0" ? "healthy" : "stuck at 0"}`;
@@ -39,6 +40,10 @@ function text(x, y, content, style = "") {
   return `<text class="${style}" x="${x}" y="${y}">${escaped(content)}</text>`;
 }
 
+function middleText(x, y, content, style = "") {
+  return `<text class="middle ${style}" x="${x}" y="${y}">${escaped(content)}</text>`;
+}
+
 function cut(content, width) {
   const most = Math.floor(width / 7.3);
   return content.length > most ? content.slice(0, most - 1) + "…" : content;
@@ -49,26 +54,22 @@ function hostBox(host, x, y, width) {
   const label = `Host ${host.number}, ${host.program}, process ${host.process}: ${handles}, ${count(host.calls, "call")}`;
   return still(`host${host.number}`, label,
     box(x, y, width, BOX) + text(x + 10, y + 23, cut(host.program, width - 20)) +
-    text(x + 10, y + 42, cut(`${handles} · ${host.calls.toLocaleString("en")}`, width - 20), "soft"));
+    text(x + 10, y + 42, cut([...new Set(host.handles), count(host.calls, "call")].join(" · "), width - 20), "soft"));
 }
 
 /** A cable of two parts, which are apart when it is pulled. */
-function cable(chip, points) {
-  const [[ax, ay], [bx, by]] = points;
-  const middle = [(ax + bx) / 2, (ay + by) / 2];
-  const isDown = Math.abs(by - ay) > Math.abs(bx - ax);
-  const gap = isDown ? [0, 9] : [14, 0];
-  const whole = `M${ax} ${ay}L${bx} ${by}`;
+function cable(chip, [from, to], y) {
+  const whole = `M${from} ${y}H${to}`;
   if (chip.index === undefined) {
     return path(`cable-of-${chip.kind}`, whole);
   }
-  const parts = chip.plugged
-    ? whole
-    : `M${ax} ${ay}L${middle[0] - gap[0]} ${middle[1] - gap[1]}M${middle[0] + gap[0]} ${middle[1] + gap[1]}L${bx} ${by}`;
-  const name = `${chip.plugged ? "pull" : "put back"} the cable of chip ${chip.index}, ${chip.name}`;
-  const words = text(middle[0] + (isDown ? 16 : -32), middle[1] + (isDown ? 4 : -8), chip.plugged ? "pull" : "put back", chip.plugged ? "soft" : "bad");
-  return touch(`cable${chip.index}`, `${chip.plugged ? "unplug" : "plug"} ${chip.index}`, name,
-    `<path class="reach" d="${whole}"/><path class="cable ${chip.plugged ? "" : "bad"}" d="${parts}"/>${words}`, !chip.plugged);
+  const middle = (from + to) / 2;
+  const parts = chip.plugged ? whole : `M${from} ${y}H${middle - 14}M${middle + 14} ${y}H${to}`;
+  const word = chip.plugged ? "pull" : "put back";
+  return touch(`cable${chip.index}`, `${chip.plugged ? "unplug" : "plug"} ${chip.index}`,
+    `${word} the cable of chip ${chip.index}, ${chip.name}`,
+    `<path class="reach" d="${whole}"/><path class="cable ${chip.plugged ? "" : "bad"}" d="${parts}"/>` +
+    middleText(middle, y - 8, word, chip.plugged ? "soft" : "bad"), !chip.plugged);
 }
 
 function chipBox(chip, x, y, width) {
@@ -99,14 +100,10 @@ const ACTIVITIES = {
   off: "no power", starting: "starting", asleep: "asleep", busy: "busy", ready: "ready", exposing: "exposing",
 };
 
-function middle(x, y, words, style = "") {
-  return `<text class="middle ${style}" x="${x}" y="${y}">${escaped(words)}</text>`;
-}
-
 /** A key on the camera's body. */
 function key(x, y, width, words, style) {
   return `<rect class="key ${style}" x="${x}" y="${y}" width="${width}" height="28" rx="5"/>` +
-    middle(x + width / 2, y + 18, words, "small");
+    middleText(x + width / 2, y + 18, words, "small");
 }
 
 function cameraParts(state, levels, x, y, width) {
@@ -127,7 +124,7 @@ function cameraParts(state, levels, x, y, width) {
       `<rect class="reach" x="${x + 8}" y="${y + 8}" width="${width - 16}" height="${height - 50}"/>` +
       `<circle class="lens ${activity}" cx="${centre}" cy="${y + 40}" r="27"/>` +
       `<circle class="iris ${activity} ${dark ? "dark" : ""}" cx="${centre}" cy="${y + 40}" r="13"/>` +
-      middle(centre, y + 86, words) + middle(centre, y + 104, captures, "soft")),
+      middleText(centre, y + 86, words) + middleText(centre, y + 104, captures, "soft")),
     touch("flag", "mep latch", `MEP flag ${isLatched ? 1 : 0}. Latch it`,
       key(x + 10, y + height - 36, half, isLatched ? "flag 1" : "flag 0", isLatched ? "high" : ""), isLatched),
     touch("power", powerCommand(state), `Camera power ${power}. ${isCut ? "Give it back" : "Cut it"}`,
@@ -153,34 +150,38 @@ function hostParts(state, [x, width], top) {
 /** The markup of each part, by its key, and the height of all. `levels` by the names of the lines. */
 export function installationParts(state, levels, layout) {
   const isNarrow = layout === NARROW;
+  const { edge, spine } = layout;
   const { chips } = state;
-  const hosts = hostParts(state, layout.host, isNarrow ? 4 : TOP);
-  const top = isNarrow ? hosts.length * PITCH + 40 : TOP;
   const [chipX, chipWidth] = layout.chip;
   const [cameraX, cameraWidth] = layout.camera;
-  const parts = [...hosts];
+  const hosts = hostParts(state, layout.host, TOP);
+  const centre = (i, top) => top + i * PITCH + BOX / 2;
+  // On a phone, chips stand below the hosts, and the wires below the chips.
+  const chipTop = isNarrow ? TOP + hosts.length * PITCH : TOP;
+  const top = isNarrow ? chipTop + chips.length * PITCH + 12 : TOP;
 
-  // From the hosts to the chips: along the PC's edge, or down from it.
-  const edge = isNarrow ? chipX + 16 : layout.host[0] + layout.host[1] + 18;
-  if (!isNarrow) {
-    const rows = Math.max(hosts.length, chips.length) - 1;
-    parts.push(path("pc", hosts.map((_, i) => `M${edge - 18} ${TOP + i * PITCH + BOX / 2}h18`).join("") + `M${edge} ${TOP + BOX / 2}v${rows * PITCH}`));
-  }
+  const joints = isNarrow
+    ? `M${edge} ${centre(hosts.length - 1, TOP) + BOX / 2}V${centre(Math.max(0, chips.length - 1), chipTop)}`
+    : hosts.map((_, i) => `M${edge - 18} ${centre(i, TOP)}h18`).join("") +
+      `M${edge} ${centre(0, TOP)}V${centre(Math.max(hosts.length, chips.length) - 1, TOP)}`;
+  const parts = chips.length ? [path("pc", joints), ...hosts] : [...hosts];
+  let links = `M${spine} ${top + 8}V${top + 20 + 6 * ROW}`;
   chips.forEach((chip, i) => {
-    const y = top + i * PITCH;
-    const ends = isNarrow ? [[edge, i === 0 ? y - 40 : y - (PITCH - BOX)], [edge, y]] : [[edge, y + BOX / 2], [chipX, y + BOX / 2]];
-    parts.push(cable(chip, ends), chipBox(chip, chipX, y, chipWidth));
+    const y = centre(i, chipTop);
+    parts.push(cable(chip, [edge, chipX], y), chipBox(chip, chipX, y - BOX / 2, chipWidth));
+    if (chip.camera) {
+      links += isNarrow ? `M${chipX + chipWidth} ${y}h8V${top - 8}H${spine}V${top + 8}` : `M${chipX + chipWidth} ${y}H${spine}V${top + 8}`;
+    }
   });
   if (!chips.length) {
-    parts.push(still("no-chip", "No hardware", text(chipX, top + 24, isNarrow ? "no chip" : "no hardware", "soft")));
+    parts.push(still("no-chip", "No hardware", text(isNarrow ? spine : chipX, isNarrow ? top : top + 30, "no hardware", "soft")));
   }
-
+  parts.push(path("spine", links));
   LINES.forEach((name, i) => {
     parts.push(wire(name, top + 14 + i * ROW, layout.wire, state.wiring[name] ?? "healthy", levels[name]));
   });
-  parts.push(path("wires", `M${layout.wire[0]} ${top + 8}V${top + 20 + 6 * ROW}`));
   parts.push(...cameraParts(state, levels, cameraX, top, cameraWidth));
   parts.push(accessories(levels.accessories_power === 1, cameraX, top + 6 * ROW, cameraWidth));
-  const height = Math.max(top + 7 * ROW + 14, top + chips.length * PITCH, isNarrow ? 0 : TOP + hosts.length * PITCH);
+  const height = Math.max(top + 7 * ROW + 14, chipTop + chips.length * PITCH, TOP + hosts.length * PITCH);
   return { parts: new Map(parts.map((markup) => [markup.match(/data-key="([^"]*)"/)[1], markup])), height };
 }

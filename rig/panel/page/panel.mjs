@@ -133,7 +133,8 @@ function showHeader() {
   find("#bench").textContent = state ? (isFile ? state.bench : `bench “${state.bench}”`) : "panel";
   document.title = state ? `${state.bench} – Solvane panel` : "Solvane panel";
   find("#activity").textContent = word || (isFile ? `file, ${duration(journal.last)}` : state?.pc === "asleep" ? "the PC sleeps" : "running");
-  find("#scenario").textContent = isFile ? "" : (state?.scenario ?? "");
+  find("#scenario").textContent = isFile ? "" : (state?.scenario ?? "").replace(/.*[\\/]/, "");
+  find("#scenario").title = state?.scenario ?? "";
   find("#counts").textContent = state ? `${count(state.captures, "capture")} · ${state.refused} refused` : "";
   find("#hosts").textContent = state && !isFile ? state.hosts.map((host) => `${host.program} (${count(host.calls, "call")})`).join(", ") || "no host" : "";
   const notice = find("#notice");
