@@ -381,7 +381,7 @@ test("the keyboard alone reaches and works everything", async () => {
 async function violations(on) {
   await on.addScriptTag({ path: AXE }).catch(() => {}); // the page's policy lets no script in …
   await on.evaluate(await readFile(AXE, "utf8")); // … but a debugger may
-  const { violations: found } = await on.evaluate(() => axe.run());
+  const { violations: found } = await on.evaluate(() => axe.run({ resultTypes: ["violations"] }));
   return found.map(({ id, nodes }) => `${id}: ${nodes.map((node) => node.html.slice(0, 120)).join(" | ")}`);
 }
 
@@ -395,6 +395,20 @@ test("axe finds nothing, by day and by night, and a phone's width is enough", as
     assert.deepEqual(other.faults.filter((fault) => !/script-src|Content Security/.test(fault)), []);
     await other.context().close();
   }
+});
+
+// ---- Much at once ----
+
+test("of 10,000 edges a second none is lost", async () => {
+  const seconds = 3;
+  const look = () => ofPage(() => ({ count: solvanePanel.journal.edges[0].count, generation: solvanePanel.journal.generation }));
+  const before = await look();
+  const host = stage.edgesHost(seconds);
+  assert.equal(await host.ended, 0, host.error);
+  assert.match(host.text, /^30000 edges in \d+ ms/);
+  await until(async () => (await look()).count >= before.count + seconds * 10_000, "all edges");
+  assert.deepEqual(await look(), { ...before, count: before.count + seconds * 10_000 });
+  assert.ok(await ofPage(() => solvanePanel.journal.entries.every(({ n }, i, all) => n === all[0].n + i)), "no entry is missing");
 });
 
 // ---- Ends ----

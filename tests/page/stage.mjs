@@ -74,6 +74,11 @@ export class Stage {
     return new Program("bin/solvane.exe", words, { SOLVANE_RIG: `bench:${this.name}` });
   }
 
+  /** The host that makes 10,000 edges a second, for some seconds. */
+  edgesHost(seconds) {
+    return new Program("tests/page/edges_host.exe", [String(seconds)], { SOLVANE_RIG: `bench:${this.name}` });
+  }
+
   /** A command of the bench; returns what it prints. */
   async command(name, ...words) {
     const program = this.rig(name, "--bench", this.name, ...words);
