@@ -144,9 +144,11 @@ namespace Solvane
         }
 
         /// <summary>Holds RigLine.Ready or RigLine.Mep at a level, whatever the camera does.</summary>
-        public static void Force(RigLine line, bool level)
+        /// <returns>Releases the line when it is disposed of.</returns>
+        public static IDisposable Force(RigLine line, bool level)
         {
             Accept(Native.rig_force(line, level ? 1 : 0), () => "No line to force: " + line);
+            return new Until(() => Release(line));
         }
 
         /// <summary>Lets go of a line that is forced.</summary>
@@ -338,15 +340,32 @@ namespace Solvane
 
         /// <summary>Writes the lines to a waveform (VCD) from now on.</summary>
         /// <param name="path">The file; null ends the one that is being written.</param>
-        public static void WriteVcd(string path)
+        /// <returns>Ends the file when it is disposed of.</returns>
+        public static IDisposable WriteVcd(string path)
         {
             Accept(Native.rig_write_vcd(Utf8(path)), () => "Cannot be written: " + path);
+            return new Until(() => Native.rig_write_vcd(null));
         }
 
         /// <summary>How many interfaces of the rig's WMI the host holds.</summary>
         public static int WbemInterfaces
         {
             get { return Native.rig_wbem_interfaces(); }
+        }
+
+        private sealed class Until : IDisposable
+        {
+            private readonly Action end;
+
+            internal Until(Action whatEndsIt)
+            {
+                end = whatEndsIt;
+            }
+
+            public void Dispose()
+            {
+                end();
+            }
         }
 
         // ---- Texts are UTF-8 with a zero at the end

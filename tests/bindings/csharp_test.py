@@ -73,10 +73,13 @@ class Case(unittest.TestCase):
         return process.returncode, out.splitlines(), err
 
     def run_cases(self, name, *arguments, **variables):
-        """All cases of a test in C#, which are the methods that its Main names."""
+        """All cases of a test in C#: its methods without parameters, each of which its Main names."""
         with open(os.path.join(HERE, "csharp", f"{name}.cs")) as file:
-            cases = re.search(r"Expect\.Run\((.*?)\);", file.read(), re.S)[1].replace(",", " ").split()
-        self.assertEqual(self.run_program(name, *arguments, **variables), (0, cases, ""))
+            text = file.read()
+        cases = re.search(r"Expect\.Run\((.*?)\);", text, re.S)[1].replace(",", " ").split()
+        self.assertEqual(sorted(cases), sorted(re.findall(r"^    static void (\w+)\(\)", text, re.M)))
+        code, passed, err = self.run_program(name, *arguments, **variables)
+        self.assertEqual((code, passed), (0, cases), err)
         return cases
 
 

@@ -107,10 +107,12 @@ static class RigTest
         Expect.Equal(false, SolvaneCamera.CheckSystemReady());
         Rig.Release(RigLine.Ready);
         Expect.Equal(true, SolvaneCamera.CheckSystemReady());
-        Rig.Force(RigLine.Mep, true);
-        Expect.Equal(true, SolvaneCamera.CheckAndResetMepFlag());
-        Expect.Equal(true, SolvaneCamera.CheckAndResetMepFlag()); // it cannot be cleared
-        Rig.Release(RigLine.Mep);
+        using (Rig.Force(RigLine.Mep, true))
+        {
+            Expect.Equal(true, SolvaneCamera.CheckAndResetMepFlag());
+            Expect.Equal(true, SolvaneCamera.CheckAndResetMepFlag()); // it cannot be cleared
+        }
+        Expect.Equal(false, SolvaneCamera.CheckAndResetMepFlag());
         Expect.Throws<RigException>(() => Rig.Force(RigLine.Dark, true));
         Expect.Throws<RigException>(() => Rig.Release(RigLine.Trigger));
     }
@@ -270,10 +272,16 @@ static class RigTest
     {
         Load();
         string path = Path.Combine(folder, "Größe.vcd");
+        using (Rig.WriteVcd(path))
+        {
+            SolvaneCamera.TriggerCapture();
+        }
+        string waveform = File.ReadAllText(path);
+        Expect.Contains("$var wire 1", waveform);
+        SolvaneCamera.EnableForcedBlackUpdate();
+        Expect.Equal(waveform, File.ReadAllText(path));
         Rig.WriteVcd(path);
-        SolvaneCamera.TriggerCapture();
         Rig.WriteVcd(null);
-        Expect.Contains("$var wire 1", File.ReadAllText(path));
         Expect.Throws<RigException>(() => Rig.WriteVcd(Path.Combine(folder, "no/such/folder/lines.vcd")));
     }
 
