@@ -138,7 +138,7 @@ class Stops(Case):
 
 
 class Exits(Case):
-    """A process that ends with a timer keeps its exit code and leaves a driver that works; its log function
+    """A process that ends inside a call keeps its exit code and leaves a driver that works; its log function
     throws all the time. They need the driver."""
 
     def ends(self, how, code, lines, complaint=""):
@@ -157,6 +157,9 @@ class Exits(Case):
 
     def test_exit_in_the_function_of_a_timer(self):
         self.ends("exit-inside", 7, [])
+
+    def test_exit_in_the_log_function(self):
+        self.ends("exit-in-log", 7, [])
 
     def test_a_timer_that_nobody_disposes_of(self):
         self.ends("collected", 7, ["failed", "begun", "lines about the disposal: 1"])

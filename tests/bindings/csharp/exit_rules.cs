@@ -1,4 +1,4 @@
-// Ends of a process while a timer runs. The first argument says how it ends; the exit code is 7.
+// Ends of a process inside a call, most while a timer runs. The first argument says how it ends; the exit code is 7.
 
 using System;
 using System.Threading;
@@ -14,7 +14,10 @@ static class ExitRules
         int lines = 0;
         SolvaneLogger logger = new SolvaneLogger(line => // is there until the end
         {
-            Interlocked.Increment(ref lines);
+            if (Interlocked.Increment(ref lines) == 1 && arguments[0] == "exit-in-log")
+            {
+                Environment.Exit(ExitCode);
+            }
             throw new FormatException(line);
         });
         switch (arguments[0])
@@ -24,6 +27,7 @@ static class ExitRules
             case "exit-inside": Run(number => { if (number == 3) Environment.Exit(ExitCode); }); break;
             case "collected": RunUntil(BeginRunThatFails); Collect(() => lines); break;
             case "not-collected": RunUntil(BeginRunThatFails); break;
+            case "exit-in-log": SolvaneCamera.CheckAvailable(); return 1;
             case "unhandled": Run(number => { throw new FormatException("out of event " + number); }); break;
             default: return 2;
         }
