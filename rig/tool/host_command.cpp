@@ -1,11 +1,17 @@
 #include "command_line.h"
 
+#include <filesystem>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
+#include "file_content.h"
+#include "host_dlls.h"
 #include "host_guard.h"
 #include "placement.h"
+#include "recording_result.h"
+#include "recording_setup.h"
 #include "this_program.h"
 #include "tool.h"
 
@@ -25,6 +31,15 @@ CLI::App& AddCommand(CLI::App& app, const char* name, const char* about,
         ->required()
         ->type_name("FOLDER");
     return command;
+}
+
+/// Unplace(), and tells what was recorded if that was what the DLLs did.
+void TakeAway(const std::filesystem::path& folder, std::ostream& out) {
+    const std::optional<std::string> setup = ContentOf(folder / kRecordSetup);
+    Unplace(folder, out);
+    if (setup) {
+        TellRecordings(PathOf(record::ReadSetup(*setup).file), out);
+    }
 }
 
 int Guard(const CLI::App& command) {
@@ -50,7 +65,7 @@ void AddHostCommands(CLI::App& app, std::ostream& out, int& hostExit) {
         Place(PathBesideThisProgram(""), PathOf(request->folder), request->setAside, out);
     });
     AddCommand(app, "unplace", "Takes them away, and puts back what was there before", request)
-        .callback([request, &out] { Unplace(PathOf(request->folder), out); });
+        .callback([request, &out] { TakeAway(PathOf(request->folder), out); });
 
     CLI::App& guard = *app.add_subcommand("guard", "Runs a host that must not reach real hardware");
     guard.footer(

@@ -24,8 +24,13 @@ HMODULE ModuleOf(const void* address) {
     return module;
 }
 
-HMODULE Load(const std::string& utf8) {
-    const std::filesystem::path path = std::u8string(utf8.begin(), utf8.end());
+/// Loads a vendor's DLL. The one of its name that records stays in the process from now on, or a
+/// host that loads that name again would get the vendor's.
+HMODULE Load(const ThisRecording& recording, const RealDll& dll) {
+    HMODULE placed = nullptr;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_PIN, (recording.Folder() / dll.name).c_str(),
+                       &placed);
+    const std::filesystem::path path = std::u8string(dll.path.begin(), dll.path.end());
     // The DLLs that it needs itself are beside it, or where the host's are.
     HMODULE module = LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
     if (module == nullptr) {
@@ -49,7 +54,7 @@ HMODULE RealModule(const std::string& name) {
     HMODULE module = nullptr;
     if (real == dlls.end()) {
         recording.Complain("nobody said where the real " + name + " is");
-    } else if (module = Load(real->path); module == nullptr) {
+    } else if (module = Load(recording, *real); module == nullptr) {
         recording.Complain(real->path + " cannot be loaded: Windows error " +
                            std::to_string(GetLastError()));
     }

@@ -73,8 +73,7 @@ ThisRecording* ThisRecording::Begun() {
     return begun;
 }
 
-ThisRecording::ThisRecording() {
-    const fs::path folder = PathOfModule(KeepThisDll()).parent_path();
+ThisRecording::ThisRecording() : folder(PathOfModule(KeepThisDll()).parent_path()) {
     try {
         std::ifstream file(folder / kSetupFile, std::ios::binary);
         const std::string text{std::istreambuf_iterator<char>(file), {}};

@@ -1,6 +1,7 @@
 /// The recording of the process that has loaded this DLL.
 #pragma once
 
+#include <filesystem>
 #include <string>
 
 #include "recorder.h"
@@ -20,6 +21,9 @@ class ThisRecording {
 
     const RecordingSetup& Setup() const { return setup; }
 
+    /// Where this DLL is, and those that forward to it.
+    const std::filesystem::path& Folder() const { return folder; }
+
     /// Null if there can be no recording: calls pass all the same.
     Recorder* recorder = nullptr;
 
@@ -29,6 +33,7 @@ class ThisRecording {
   private:
     ThisRecording();
 
+    const std::filesystem::path folder;
     RecordingSetup setup;
 };
 
