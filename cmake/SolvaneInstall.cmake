@@ -45,7 +45,7 @@ endfunction()
 
 solvane_install_binary(Solvane bin)
 solvane_install_binary(solvane_host bin)
-foreach(target solvane_rig EAPI_Library FTD2XX inpoutx64 rig_wbem solvane_rig_tool SolvaneDevice)
+foreach(target solvane_rig EAPI_Library FTD2XX inpoutx64 rig_wbem solvane_record solvane_rig_tool SolvaneDevice)
   solvane_install_binary(${target} rig)
 endforeach()
 

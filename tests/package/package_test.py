@@ -20,7 +20,8 @@ RUN = 'WINEPATH="$PWD/rig;$PWD/bin" wine '
 BINARIES = [
     "bin/Solvane.dll", "bin/solvane.exe",
     "rig/EAPI_Library.dll", "rig/FTD2XX.dll", "rig/SolvaneDevice.sys", "rig/inpoutx64.dll",
-    "rig/rig_wbem.dll", "rig/solvane-rig.exe", "rig/solvane_rig.dll"]
+    "rig/rig_wbem.dll", "rig/solvane-rig.exe", "rig/solvane_record.dll",
+    "rig/solvane_rig.dll"]
 SHIPPED = BINARIES + [
     "SHA256SUMS", "include/solvane/solvane.h", "lib/Solvane.lib", "lib/solvane.def",
     "lib/cmake/Solvane/SolvaneConfig.cmake", "lib/cmake/Solvane/SolvaneConfigVersion.cmake",
