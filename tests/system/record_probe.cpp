@@ -69,6 +69,22 @@ int CallOddExports() {
     return 0;
 }
 
+/// Passes pointers that lead nowhere to a function that fails before it looks at them.
+int PassBadPointers() {
+    auto* const level =
+        Find<unsigned(unsigned, unsigned, void*)>(Load(L"EAPI_Library.dll"), "EApiGPIOGetLevel");
+    constexpr DWORD kProtections[] = {PAGE_NOACCESS, PAGE_READWRITE | PAGE_GUARD, PAGE_EXECUTE};
+    std::vector<void*> pointers = {reinterpret_cast<void*>(8), reinterpret_cast<void*>(~7ULL),
+                                   VirtualAlloc(nullptr, 4096, MEM_RESERVE, PAGE_READWRITE)};
+    for (const DWORD protection : kProtections) {
+        pointers.push_back(VirtualAlloc(nullptr, 4096, MEM_RESERVE | MEM_COMMIT, protection));
+    }
+    for (void* const pointer : pointers) {
+        std::printf("%x\n", level(0, 1, pointer));
+    }
+    return 0;
+}
+
 int CallAndDie() {
     auto* const inp = Find<Inp>(Load(L"inpoutx64.dll"), "Inp32");
     inp(0x378);
@@ -173,6 +189,9 @@ int wmain(int count, wchar_t** arguments) {
     const std::wstring more = count > 2 ? arguments[2] : L"";
     if (what == L"odd") {
         return CallOddExports();
+    }
+    if (what == L"bad") {
+        return PassBadPointers();
     }
     if (what == L"die") {
         return CallAndDie();

@@ -163,6 +163,12 @@ class Record(unittest.TestCase):
         path = next(line for line in recording.head if "inpoutx64.dll" in line)
         self.assertTrue(path.endswith("\\inpoutx64.dll"), path)
 
+    def test_pointers_that_lead_nowhere_end_nobody(self):
+        code, out, err = self.record(self.host / "probe.exe", "bad", options=("--real", OPTIONS.rig))
+        self.assertEqual((code, out.split()), (DONE, 6 * ["ffffffff"]), err)
+        self.assertEqual(Recording(self.file).calls(),
+                         6 * ["EApiGPIOGetLevel(0, 1) -> 0xffffffff"])
+
     def test_threads_call_at_the_same_time(self):
         self.assertEqual(self.odd_record("threads", "500")[:2], (DONE, "done\n"))
         recording = Recording(self.file)
