@@ -1,8 +1,11 @@
 /// The file of a recording: what is in it whatever becomes of the process, and of the disk.
+#include <atomic>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <random>
+#include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -143,6 +146,43 @@ TEST_F(RecordingFileTest, EndsWithTheDiskAndSaysSo) {
     ASSERT_EQ(recording.remarks.size(), 1U);
     EXPECT_EQ(recording.remarks[0].text, "the disk is full, the recording ends here");
     EXPECT_FALSE(recording.isEnded);
+}
+
+TEST_F(RecordingFileTest, HasTheCallsOfThreadsOneByOne) {
+    constexpr std::uint64_t kThreads = 4;
+    constexpr std::uint64_t kCalls = 3000;
+    {
+        RecordingFile recording(file);
+        Recorder recorder(recording, kHead, Timeless());
+        std::atomic<std::uint64_t> ready{0};
+        std::vector<std::thread> threads;
+        for (std::uint64_t thread = 0; thread < kThreads; ++thread) {
+            threads.emplace_back([&, thread] {
+                for (++ready; ready != kThreads;) {
+                }
+                for (std::uint64_t i = 0; i < kCalls; ++i) {
+                    const auto& open = rig::VendorFunctions()[0];
+                    rig::Call call{open, {thread, std::uint64_t{1}}, {}};
+                    const std::uint64_t number = recorder.Begin(call);
+                    call.outputs = {{}, number};
+                    recorder.End(number, call, 0);
+                }
+            });
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        recorder.Finish();
+    }
+    const auto recording = rig::record::ReadRecording(ContentOf(file));
+    ASSERT_EQ(recording.calls.size(), kThreads * kCalls);
+    std::map<std::uint64_t, std::uint64_t> calls;
+    for (const auto& one : recording.calls) {
+        ASSERT_EQ(one.call.outputs.at(1), rig::Value(one.number));
+        ++calls[rig::Number(one.call.inputs[0])];
+    }
+    EXPECT_EQ(calls, (std::map<std::uint64_t, std::uint64_t>{
+                         {0, kCalls}, {1, kCalls}, {2, kCalls}, {3, kCalls}}));
 }
 
 TEST_F(RecordingFileTest, CannotBeginOnAFullDisk) {
