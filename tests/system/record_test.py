@@ -238,6 +238,23 @@ class Record(unittest.TestCase):
             self.assertEqual(len(Recording(self.top / name).calls()), 5)
             self.assertIn(f"{name}: 5 calls.\n", out)
 
+    def test_a_vendors_dll_that_is_gone_or_is_the_recorder_itself_is_complained_of(self):
+        self.assertEqual(self.place()[0], DONE)
+        setup = self.host / "solvane-record.txt"
+        before = setup.read_text()
+        for number, (path, reason) in enumerate((
+                (self.top / "gone.dll", "cannot be loaded: Windows error 126"),
+                (self.host / "inpoutx64.dll", "is the one that records, and no vendor's")), 1):
+            setup.write_text(re.sub(r"(?m)^(real: inpoutx64\.dll ).*$",
+                                    lambda line: line[1] + on_windows(path), before))
+            code, out, err = self.wine(self.host / "probe.exe", "often", "3")
+            self.assertEqual((code, out), (DONE, "done\n"))
+            self.assertEqual(err.count(reason), 1, err)
+            name = self.top / ("field.rec" if number == 1 else f"field-{number}.rec")
+            self.assertIn(reason, Recording(name).remarks()[0])
+        setup.write_text(before)
+        self.assertEqual(self.tool("unplace", self.host)[0], DONE)
+
     def test_in_which_nothing_was_recorded_says_why(self):
         other = self.top / "other"
         other.mkdir()
