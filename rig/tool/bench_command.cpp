@@ -18,6 +18,7 @@
 #include "file_content.h"
 #include "own_bench.h"
 #include "pipe.h"
+#include "recording_command.h"
 #include "replay.h"
 #include "this_program.h"
 #include "tool.h"
@@ -122,6 +123,8 @@ int Command(const std::string& name, bench::Command command, std::ostream& out, 
     const bool wantsHelp = std::find(words.begin(), words.end(), "--help") != words.end();
     if (wantsHelp || words == Texts{"help"}) { // needs no bench
         out << Perform({"help"}, command.json).text << "\nstop\n    ends the bench\n"
+            << "\njournal FILE\n    what happened in a recording of vendor calls\n"
+            << "scenario FILE [-o FILE]\n    makes a scenario of a recording\n"
             << "\nEach has --bench NAME and --json; journal has --follow, too.\n";
         return kSuccess;
     }
@@ -162,17 +165,23 @@ void AddCommand(CLI::App& app, const std::string& verb, std::ostream& out, std::
     command.callback([&command, &out, &err, &exitCode] {
         bench::Command asked{{command.get_name()}, false};
         std::string name = kDefaultBench;
+        bool isNamed = false;
         const std::vector<std::string> words = command.remaining();
         for (std::size_t i = 0; i < words.size(); ++i) {
             if (words[i] == "--json") {
                 asked.json = true;
             } else if (words[i] == "--bench" && i + 1 < words.size()) {
                 name = words[++i];
+                isNamed = true;
             } else {
                 asked.words.push_back(words[i]);
             }
         }
-        exitCode = Command(name, std::move(asked), out, err);
+        if (const auto done = CommandOnRecording(asked.words, isNamed || asked.json, out, err)) {
+            exitCode = *done;
+        } else {
+            exitCode = Command(name, std::move(asked), out, err);
+        }
     });
 }
 

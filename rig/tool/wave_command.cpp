@@ -3,6 +3,7 @@
 #include <fstream>
 #include <memory>
 
+#include "recorded_wave.h"
 #include "this_program.h"
 #include "wave_picture.h"
 
@@ -28,6 +29,7 @@ struct Request {
     std::size_t columns = 100;
     bool ascii = false;
     std::string svg; ///< a file, or "-"; empty: none
+    std::string vcd; ///< a file; empty: none
 };
 
 Recording Read(const std::string& name) {
@@ -36,11 +38,12 @@ Recording Read(const std::string& name) {
         throw std::runtime_error(name + " cannot be opened.");
     }
     try {
-        return ReadVcd(std::string(std::istreambuf_iterator<char>(stream), {}));
-    } catch (const VcdError& mistake) {
-        throw std::runtime_error(name + ", " + mistake.what());
+        const std::string text(std::istreambuf_iterator<char>(stream), {});
+        return IsOfCalls(text) ? LinesOfCalls(text) : ReadVcd(text);
     } catch (const std::ios_base::failure&) { // such as a directory, which opens
         throw std::runtime_error(name + " cannot be read.");
+    } catch (const std::runtime_error& mistake) {
+        throw std::runtime_error(name + ", " + mistake.what());
     }
 }
 
@@ -66,6 +69,9 @@ void Run(const Request& request, std::ostream& out, std::ostream& err) {
     for (const std::string& note : recording.notes) {
         err << "note: " << note << '\n';
     }
+    if (!request.vcd.empty()) {
+        Write(request.vcd, VcdOf(recording));
+    }
     const auto draw = [&] {
         return DrawSvg(TakePicture(recording, request.excerpt, Form::drawing));
     };
@@ -84,9 +90,10 @@ void Run(const Request& request, std::ostream& out, std::ostream& err) {
 
 void AddWaveCommand(CLI::App& app, std::ostream& out, std::ostream& err) {
     const auto request = std::make_shared<Request>();
-    CLI::App& wave = *app.add_subcommand("wave", "Shows a recording of the lines (VCD)");
+    CLI::App& wave = *app.add_subcommand(
+        "wave", "Shows the lines: of a VCD file, or of a recording of vendor calls");
     wave.footer(kFooter);
-    wave.add_option("file", request->file, "The recording")->required()->type_name("FILE.vcd");
+    wave.add_option("file", request->file, "The recording")->required()->type_name("FILE");
     wave.add_option("--signal", request->excerpt.signals,
                     "A line to be shown, again for each one (else all of them)")
         ->type_name("NAME")
@@ -101,6 +108,8 @@ void AddWaveCommand(CLI::App& app, std::ostream& out, std::ostream& err) {
     wave.add_option("--svg", request->svg,
                     "Draw it into this file too; - is standard output, without the text")
         ->type_name("FILE.svg");
+    wave.add_option("--vcd", request->vcd, "Write the lines into this file too, for other programs")
+        ->type_name("FILE.vcd");
     wave.callback([request, &out, &err] {
         CheckTimes(request->excerpt);
         Run(*request, out, err);
