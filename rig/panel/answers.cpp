@@ -52,7 +52,8 @@ Response Page() {
 
 bench::Command ReadCommand(const std::string& body) {
     const std::size_t end = std::min(body.find('\n'), body.size());
-    bench::Command command{SplitLine(body.substr(0, end)), false};
+    const bool hasReturn = end != 0 && body[end - 1] == '\r';
+    bench::Command command{SplitLine(body.substr(0, hasReturn ? end - 1 : end)), false};
     command.json = std::erase(command.words, "--json") != 0;
     if (const std::string text = body.substr(std::min(end + 1, body.size())); !text.empty()) {
         command.words.push_back(text); // of a scenario

@@ -114,15 +114,18 @@ bool Feed::LookAtJournal() {
     }
     // Without the bracket that ends the object.
     const std::string list = reply.text.substr(entries, reply.text.size() - entries - 1);
-    {
-        const std::lock_guard lock(mutex);
-        isThere = true;
-        const bool isOther = isNew || now < std::exchange(time, now);
-        Take(list, first, reply.next, isOther || first != since);
-    }
     // What the journal does not tell changes the state, too: a host's rig_force(), its fault.
+    std::optional<Reply> told;
     if (first != reply.next || isNew || std::chrono::steady_clock::now() >= nextState) {
-        LookAtState();
+        nextState = std::chrono::steady_clock::now() + kBetweenStates;
+        told = source.ask({{"state"}, true});
+    }
+    const std::lock_guard lock(mutex);
+    isThere = true;
+    const bool isEarlier = now < std::exchange(time, now);
+    Take(list, first, reply.next, isNew || isEarlier || first != since);
+    if (told) {
+        TakeState(told->text);
     }
     return reply.next - first == kMostEntries;
 }
@@ -150,16 +153,12 @@ void Feed::Take(const std::string& entries, std::uint64_t first, std::uint64_t n
     }
 }
 
-void Feed::LookAtState() {
-    nextState = std::chrono::steady_clock::now() + kBetweenStates;
-    const Reply reply = source.ask({{"state"}, true});
+void Feed::TakeState(const std::string& told) {
     // Its time, which comes first, is no change.
-    const std::size_t rest = std::min(reply.text.find(','), reply.text.size());
-    const std::string told = StateOf(source, reply.text);
-    const std::lock_guard lock(mutex);
-    if (reply.text.compare(rest, reply.text.npos, stateText) != 0) {
-        stateText = reply.text.substr(rest);
-        state = Event("state", told);
+    const std::size_t rest = std::min(told.find(','), told.size());
+    if (told.compare(rest, told.npos, stateText) != 0) {
+        stateText = told.substr(rest);
+        state = Event("state", StateOf(source, told));
         ++states;
     }
 }
@@ -188,15 +187,15 @@ Feed::Position Feed::Begin(std::string_view from) const {
 
 EventText Feed::Next(Position& position) const {
     const std::lock_guard lock(mutex);
-    if (run != 0 && (position.run != run || position.next < Oldest())) {
+    if (state != nullptr && (position.run != run || position.next < Oldest())) {
         position = {.run = run, .next = Oldest()};
         return Event("began", Json().Add("first", position.next).Text());
     }
-    if (state != nullptr && position.state != states) {
+    if (state != nullptr && position.state != states) { // before the entries, once it is known
         position.state = states;
         return state;
     }
-    if (position.next < end && position.run == run) {
+    if (state != nullptr && position.next < end) {
         const auto batch = std::ranges::upper_bound(batches, position.next, {}, &Batch::end);
         const std::uint64_t from = std::exchange(position.next, batch->end);
         return from == batch->first ? batch->event : Rest(*batch, from);

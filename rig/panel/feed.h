@@ -55,9 +55,9 @@ class Feed {
 
     void Run();
     void Look();
-    void LookAtState();
     bool LookAtJournal();
     void Take(const std::string& entries, std::uint64_t first, std::uint64_t next, bool isOther);
+    void TakeState(const std::string& told);
     void End(const std::string& why);
     std::uint64_t Oldest() const { return batches.empty() ? end : batches.front().first; }
     static EventText Rest(const Batch& batch, std::uint64_t from);

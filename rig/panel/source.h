@@ -20,10 +20,10 @@ struct Source {
 
     /// Carries out a command, or throws NotThere. Several threads call this at the same time, and a
     /// command that waits blocks its thread.
-    std::function<Reply(const bench::Command&)> ask;
+    std::function<Reply(const bench::Command&)> ask = {};
 
     /// Draws a waveform (VCD) as SVG, or throws std::runtime_error.
-    std::function<std::string(const std::string& vcd)> draw;
+    std::function<std::string(const std::string& vcd)> draw = {};
 };
 
 /// The state of the rig, as `state --json` tells it, with whose it is.
