@@ -365,6 +365,16 @@ class RigFunctions(Case):
         self.maxDiff = None
         self.assertEqual((outcome.code, lines), (0, self.OBSERVATIONS), outcome.err)
 
+    def test_the_example(self):
+        outcome = self.run_example("on_the_rig")
+        if OPTIONS.language == "python":
+            self.assertEqual((outcome.code, outcome.err.split()[-1]), (0, "OK"), outcome.err)
+            self.assertIn("Ran 2 tests", outcome.err)
+        else:
+            self.expect(outcome, 0, [
+                "holds  a camera that is ready is triggered", "holds  it takes one picture",
+                "holds  one that is not ready is left alone", "holds  it takes no picture"])
+
     def test_in_this_process(self):
         self.observe()
 
