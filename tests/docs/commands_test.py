@@ -14,6 +14,7 @@ import os
 import re
 import select
 import shlex
+import shutil
 import signal
 import subprocess
 import tempfile
@@ -54,10 +55,15 @@ SECONDS = 120
 ON_WINDOWS = "C:\\solvane"
 
 # Commands that set up, configure and build are replaced: the tree is built already, and must not
-# change while other tests use it.
+# change while other tests use it. Hosts that are built in a directory of their own are, and npm's koffi is
+# the one that is there.
 STAND_INS = {
-    "cmake": 'case "$*" in\n"--preset windows-x64" | "--build --preset windows-x64 "*) exit ;;\nesac\n',
-    "apt-get": "", "sudo": "", "npm": "",
+    "cmake": 'case "$*" in\n"--preset windows-x64" | "--build --preset windows-x64 "*) exit ;;\n'
+             f'*build/installed*) exec {shutil.which("cmake")} "$@" ;;\nesac\n',
+    "npm": 'if [ "$*" = "install --prefix build/node-host --os=win32 --cpu=x64 --ignore-scripts koffi@3" ] &&\n'
+           "grep -q '\"version\": \"3\\.' build/npm/node/node_modules/koffi/package.json; then\n"
+           "exec cp -r build/npm/node/node_modules build/node-host\nfi\n",
+    "apt-get": "", "sudo": "",
 }
 REFUSE = 'echo "${0##*/} $*: not while the documentation is tested; scripts/setup first" >&2\nexit 1\n'
 
