@@ -310,14 +310,33 @@ class TakeAPicture(Case):
                 self.assertIn("triggered, but not confirmed", outcome.err)
                 self.assertIn("answers with status -3", outcome.err)
 
+    def test_a_flag_that_is_up_before_the_trigger(self):
+        self.take("[camera]\nmep_latched = true\n" + CHIP, 0, 1)
+
+    def test_a_flag_that_never_goes_down(self):
+        self.take("[camera]\nmep = 'stuck'\nmep_latched = true\n" + CHIP, self.NOT_TRIGGERED, 0)
+        self.take("[camera]\nmep = 'stuck'\n" + CHIP, self.UNCONFIRMED, 1)
+
     def test_no_hardware(self):
         self.assertIn("status -3", self.take("", self.NOT_TRIGGERED, 0).err)
 
     def test_the_user_interface_goes_on(self):
-        if OPTIONS.language != "c":
+        if OPTIONS.language == "c":
+            self.check_that_c_draws()
+        else:
             outcome = self.take("[camera]\nexposure_ms = 800\n" + CHIP, 0, 1)
             drawn = int(re.search(r"drawn (\d+) times meanwhile", outcome.err)[1])
             self.assertGreater(drawn, 1, "a picture takes 800 ms, and it draws every 20 ms")
+
+    def check_that_c_draws(self):
+        outcome = self.run_example("keep_ui_alive")
+        self.expect(outcome, 0, ["triggered"])
+        # The first call configures the chip, too.
+        self.assertGreater(int(re.search(r"drawn (\d+) times meanwhile", outcome.err)[1]), 1)
+        self.assertEqual(outcome.rises("trigger"), 1)
+        outcome = self.run_example("keep_ui_alive", scenario="")
+        self.expect(outcome, 1, [])
+        self.assertIn("Solvane_TriggerCapture: status -3", outcome.err)
 
 
 class RigFunctions(Case):
