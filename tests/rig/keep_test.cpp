@@ -171,7 +171,7 @@ TEST_F(KeepTest, ASessionCanBecomeTooLong) {
 
 TEST_F(KeepTest, ASessionThatMakesNoSenseIsRefused) {
     EXPECT_EQ(ErrorOf("[session]\ncolour = 1"),
-              "line 2: unknown key 'colour' in [session]; there are calls_ns, event");
+              "line 2: unknown key 'colour' in [session]; there are calls_ns, event, wmi");
     EXPECT_EQ(ErrorOf("[session]\n[camera]"), "line 1: [session] must come last");
     EXPECT_EQ(ErrorOf("\n[[session.event]]\naction = 'ready'\n[[usb]]\nchip = 'FT2232H'"),
               "line 2: [session] must come last");
