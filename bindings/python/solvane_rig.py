@@ -124,7 +124,7 @@ library = _load()
 
 def _text(name: str) -> str:
     text: bytes = getattr(library, name)()
-    return text.decode()
+    return text.decode(errors="replace")
 
 
 def _path(path: Union[str, "os.PathLike[str]"]) -> bytes:
@@ -262,7 +262,7 @@ class Rig:
         """Does a command of solvane-rig: "set exposure_ms 80", "levels", "help"."""
         answer = c_char_p()
         exit_code: int = library.rig_command(words.encode(), json_answer, byref(answer))
-        text = (answer.value or b"").decode()
+        text = (answer.value or b"").decode(errors="replace")
         return Reply(exit_code, json.loads(text) if json_answer and text else text)
 
     def wait_edge(self, line: Line, level: int, *, within_ms: float = 5000,

@@ -62,7 +62,8 @@ STAND_INS = {
              f'*build/installed*) exec {shutil.which("cmake")} "$@" ;;\nesac\n',
     "npm": 'if [ "$*" = "install --prefix build/node-host --os=win32 --cpu=x64 --ignore-scripts koffi@3" ] &&\n'
            "grep -q '\"version\": \"3\\.' build/npm/node/node_modules/koffi/package.json; then\n"
-           "exec cp -r build/npm/node/node_modules build/node-host\nfi\n",
+           "mkdir build/node-host/node_modules && cd build/npm/node/node_modules &&\n"
+           "exec cp -r koffi @koromix ../../../node-host/node_modules\nfi\n",
     "apt-get": "", "sudo": "",
 }
 REFUSE = 'echo "${0##*/} $*: not while the documentation is tested; scripts/setup first" >&2\nexit 1\n'
