@@ -20,7 +20,7 @@ bool IsReadable(std::uint64_t address, std::size_t size) {
         MEMORY_BASIC_INFORMATION region{};
         if (VirtualQuery(reinterpret_cast<const void*>(next), &region, sizeof region) == 0 ||
             region.State != MEM_COMMIT || (region.Protect & (PAGE_NOACCESS | PAGE_GUARD)) != 0 ||
-            (region.Protect & ~PAGE_EXECUTE) == 0) {
+            (region.Protect & ~DWORD{PAGE_EXECUTE}) == 0) {
             return false;
         }
         next = reinterpret_cast<std::uintptr_t>(region.BaseAddress) + region.RegionSize;

@@ -19,6 +19,9 @@ class ThisRecording {
     /// Null if it has not begun.
     static ThisRecording* Begun();
 
+    ThisRecording(const ThisRecording&) = delete;
+    ThisRecording& operator=(const ThisRecording&) = delete;
+
     const RecordingSetup& Setup() const { return setup; }
 
     /// Where this DLL is, and those that forward to it.
