@@ -5,6 +5,10 @@
 #include <map>
 #include <stdexcept>
 
+#include "correction.h"
+#include "hardware_scenario.h"
+#include "recorded_hardware.h"
+#include "recorded_lines.h"
 #include "recording_values.h"
 #include "rig_state.h"
 #include "simulation.h"
@@ -112,14 +116,56 @@ std::string AtRecordedTimes(const Recording& recording, std::string scenario) {
     return scenario + "]\n";
 }
 
+void Load(const std::string& scenario) {
+    const Access rig;
+    if (!rig->LoadText(scenario)) {
+        throw std::runtime_error(rig->Error());
+    }
+}
+
+/// What happened to the hardware of a recording from outside.
+class RecordedEvents {
+  public:
+    explicit RecordedEvents(const Recording& whatWas)
+        : recording(whatWas), hardware(HardwareOf(whatWas)), lines(LinesOf(whatWas)),
+          correction(recording, hardware, lines) {
+        Load(AtRecordedTimes(recording, HardwareScenario(recording, hardware, lines)));
+    }
+
+    /// Does what must have happened before the call.
+    void ComeTo(std::size_t index) {
+        {
+            const Access rig;
+            rig->timeline.MoveTo(recording.calls[index].begun * 1000);
+            const RecordedCall& one = recording.calls[index];
+            const bool isList = one.call.function.id == Function::FT_CreateDeviceInfoList;
+            const auto listed = isList ? ChipsListed(recording, hardware, index) : std::nullopt;
+            for (std::size_t chip = 0; listed && chip < hardware.chips.size(); ++chip) {
+                rig->SetPlugged(static_cast<unsigned>(chip), listed->contains(chip));
+            }
+            const auto chip = hardware.ChipOf(one.handle);
+            if (chip && one.call.status == usb::kIoError && HasLeft(recording, hardware, index)) {
+                rig->SetPlugged(static_cast<unsigned>(*chip), false);
+            }
+        }
+        correction.SetInputs(index);
+    }
+
+  private:
+    const Recording& recording;
+    const RecordedHardware hardware;
+    const RecordedLines lines;
+    Correction correction;
+};
+
 } // namespace
 
-Comparison Compare(const Recording& recording, const std::string& scenario) {
-    {
-        const Access rig;
-        if (!rig->LoadText(AtRecordedTimes(recording, scenario))) {
-            throw std::runtime_error(rig->Error());
-        }
+Comparison Compare(const Recording& recording, const std::optional<std::string>& scenario) {
+    std::optional<RecordedEvents> events;
+    if (scenario) {
+        Load(AtRecordedTimes(recording, *scenario));
+    } else {
+        events.emplace(recording);
     }
     Comparison comparison;
     Simulation simulation;
@@ -127,6 +173,9 @@ Comparison Compare(const Recording& recording, const std::string& scenario) {
     for (std::size_t i = 0; i < recording.calls.size(); ++i) {
         const RecordedCall& one = recording.calls[i];
         const auto handle = HandleOf(one.call);
+        if (events) {
+            events->ComeTo(i);
+        }
         const bool isOpen = !handle || simulation.Knows(*handle);
         Call simulated = one.call;
         simulation.Follow(simulated);

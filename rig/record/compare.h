@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -25,13 +26,16 @@ struct Comparison {
     std::vector<Difference> differences;
 };
 
-/// Loads the scenario into the rig of this process and puts every recorded call to it, at its
-/// recorded time. Throws std::runtime_error if that is no scenario.
+/// Puts every recorded call to the rig of this process, at its recorded time. The hardware is that
+/// of the scenario, or else what the recording shows of it: chips come and go as they did, and the
+/// camera's outputs are what the host saw when it knew. Throws std::runtime_error if the scenario
+/// is none.
 ///
 /// These may differ from one PC or moment to another and are not compared: handles, addresses and
 /// locations on the bus; versions of drivers and libraries; COM ports; what a call that failed left
 /// in the host's variables; and how many bytes wait, if the host asks once more before it does
 /// anything else with that device.
-Comparison Compare(const Recording& recording, const std::string& scenario);
+Comparison Compare(const Recording& recording,
+                   const std::optional<std::string>& scenario = std::nullopt);
 
 } // namespace rig::record

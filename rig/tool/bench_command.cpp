@@ -216,7 +216,7 @@ void AddBenchCommands(CLI::App& app, std::ostream& out, std::ostream& err,
         command
             .add_option("--then", request->replay.then,
                         "What the hardware is after the first call that differs: gone, or "
-                        "simulated from\nthe scenario")
+                        "simulated from\nSCENARIO or from what the recording shows")
             ->check(CLI::IsMember({"gone", "simulate"}))
             ->capture_default_str();
     };

@@ -9,7 +9,6 @@
 #include "file_content.h"
 #include "json.h"
 #include "replay.h"
-#include "rig_state.h"
 #include "this_program.h"
 #include "tool.h"
 
@@ -62,13 +61,12 @@ int Compare(const Request& request, std::ostream& out, std::ostream& err) {
     // This program itself has the hardware.
     SetVariable("SOLVANE_RIG", std::nullopt);
     const record::Recording recording = RecordingIn(request.recording, err);
-    std::string scenario(kDefaultScenario);
+    std::optional<std::string> scenario;
     if (!request.scenario.empty()) {
-        const std::optional<std::string> text = ContentOf(PathOf(request.scenario));
-        if (!text) {
+        scenario = ContentOf(PathOf(request.scenario));
+        if (!scenario) {
             throw std::runtime_error(request.scenario + ": cannot be read");
         }
-        scenario = *text;
     }
     const record::Comparison comparison = record::Compare(recording, scenario);
     request.json ? TellAsJson(comparison, out) : Tell(comparison, out);
@@ -86,7 +84,7 @@ void AddCompareCommand(CLI::App& app, std::ostream& out, std::ostream& err, int&
         ->required();
     command
         .add_option("scenario", request->scenario,
-                    "A file with the hardware that was there; without it one FT2232H")
+                    "A file with the hardware that was there; without it, what the recording shows")
         ->type_name("SCENARIO");
     command.add_flag("--json", request->json, "One JSON object");
     command.footer("The exit code is 1 if an answer differs.");

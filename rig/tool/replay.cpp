@@ -5,7 +5,10 @@
 #include <utility>
 
 #include "file_content.h"
+#include "hardware_scenario.h"
 #include "own_bench.h"
+#include "recorded_hardware.h"
+#include "recorded_lines.h"
 #include "recording_text.h"
 #include "replayer.h"
 #include "rig_state.h"
@@ -17,6 +20,17 @@ namespace rig {
 namespace {
 
 std::unique_ptr<record::Replayer> replayer;
+
+/// Without a file, the hardware is what the recording shows of it.
+void LoadScenario(const std::string& file, const record::Recording& recording) {
+    if (!file.empty()) {
+        return LoadScenario(file);
+    }
+    const Access rig;
+    if (!rig->LoadText(HardwareScenario(recording, HardwareOf(recording), LinesOf(recording)))) {
+        throw std::runtime_error(rig->Error());
+    }
+}
 
 } // namespace
 
@@ -41,7 +55,7 @@ void StartReplay(const ReplayRequest& request, const std::string& scenario, std:
     record::ReplayOptions options{request.isFast};
     if (request.then == "simulate") {
         options.then = record::Then::Simulated;
-        LoadScenario(scenario);
+        LoadScenario(scenario, recording);
     } else {
         Access()->LoadText(ScenarioOfPorts(recording.head));
     }

@@ -20,7 +20,8 @@ struct ReplayRequest {
 /// the file, the line and the reason.
 record::Recording RecordingIn(const std::string& file, std::ostream& err);
 
-/// Makes AnswerFromRecording() ready. `scenario` is what is simulated; empty: the default.
+/// Makes AnswerFromRecording() ready. `scenario` is a file with what is simulated; empty:
+/// what the recording shows.
 void StartReplay(const ReplayRequest& request, const std::string& scenario, std::ostream& err);
 void AnswerFromRecording(Call& call);
 

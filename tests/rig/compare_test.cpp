@@ -70,6 +70,9 @@ TEST_F(CompareTest, AnAnswerThatIsChangedIsFound) {
     EXPECT_EQ(differences[0].question, "FT_Close(?)");
     EXPECT_EQ(differences[0].recorded, "FT_Close -> 4");
     EXPECT_EQ(differences[0].simulated, "FT_Close -> 1");
+    const Comparison withoutScenario = Compare(ReadRecording(text));
+    ASSERT_EQ(withoutScenario.differences.size(), 1U) << "the hardware is what the recording shows";
+    EXPECT_EQ(withoutScenario.differences[0].number, differences[0].number);
 }
 
 // Of every call in turn.
