@@ -9,6 +9,8 @@ import subprocess
 import tempfile
 import time
 import unittest
+import urllib.error
+import urllib.request
 from pathlib import Path
 
 DONE, FAILED, USAGE, NOT_STARTED = 0, 1, 2, 125
@@ -212,6 +214,96 @@ class Run(unittest.TestCase):
         path.write_bytes(content)
         self.before.append("old.exe")
         return path
+
+
+class Panel(Bench):
+    """`solvane-rig panel`; tests/panel/ has what its server answers."""
+
+    def panel(self, *arguments, **variables):
+        process = self.start(OPTIONS.tool, "panel", "--no-browser", *arguments, **variables)
+        self.addCleanup(process.communicate)
+        self.addCleanup(process.kill)
+        address = process.stdout.readline().strip()
+        self.assertRegex(address, r"^http://127\.0\.0\.1:\d+/[0-9a-f]{32}/$", "one line")
+        return process, address
+
+    def get(self, address):
+        with urllib.request.urlopen(address, timeout=60) as answer:
+            return answer.read().decode()
+
+    def post(self, address, command):
+        with urllib.request.urlopen(address + "command", command.encode(), timeout=60) as answer:
+            return json.load(answer)
+
+    def events(self, address):
+        """The kinds of events of a stream, as they come."""
+        with urllib.request.urlopen(address + "events", timeout=60) as stream:
+            for line in stream:
+                if line.startswith(b"event: "):
+                    yield line.split()[1].decode()
+
+    def wait_for(self, events, kind):
+        self.assertIn(kind, iter(lambda: next(events), None))
+
+    def test_takes_up_a_bench_that_comes_back(self):
+        _, address = self.panel("--bench", self.name)
+        self.assertIn("<html", self.get(address))
+        self.assertEqual(self.post(address, "unplug 0"), {"exit": 0, "text": "unplug 0"})
+        self.assertEqual(self.answer("state")["chips"][0]["plugged"], False)
+        events = self.events(address)
+        self.wait_for(events, "journal")
+        self.end()
+        self.wait_for(events, "ended")
+        with self.assertRaises(urllib.error.HTTPError) as refused:
+            self.get(address + "state")
+        self.assertEqual(refused.exception.code, 503)
+        self.assertIn(f'here is no bench "{self.name}"', refused.exception.read().decode())
+        self.bench = self.start(OPTIONS.tool, "bench", "--name", self.name)
+        self.wait_for(events, "began")
+        self.wait_for(events, "state")
+        self.assertEqual(json.loads(self.get(address + "state"))["chips"][0]["plugged"], True)
+
+    def test_runs_a_host_and_stays(self):
+        for name in ("Solvane.dll", "solvane.exe"):
+            shutil.copy(Path(OPTIONS.host).parent / name, self.folder)
+        name = self.name[:50] + "-panel"
+        panel, address = self.panel("--name", name, "--", self.folder / "solvane.exe", "trigger",
+                                    "-n", "2", WINEPATH="")
+        self.assertIn("triggered 1 of 2", panel.stdout.readline())
+        events = self.events(address)
+        self.wait_for(events, "journal")
+        self.assertIn("the host has ended with exit code 0; the panel stays until `solvane-rig stop`",
+                      panel.stderr.readline())
+        state = json.loads(self.get(address + "state"))
+        self.assertEqual((state["bench"], state["captures"], state["hosts"]), (name, 2, []))
+        self.assertIn("FT_Write(SLV1B, ", self.get(address + "journal.txt"))
+        self.assertIn("<svg", self.get(address + "lines.svg"))
+        kept = self.folder / "lines.vcd"
+        kept.write_text(self.get(address + "lines.vcd"))
+        self.assertEqual(self.post(address, "stop"), {"exit": 0, "text": "stop"})
+        self.wait_for(events, "ended")
+        self.assertEqual(panel.wait(60), DONE)
+
+        _, address = self.panel("--file", kept)
+        state = json.loads(self.get(address + "state"))
+        self.assertEqual((state["mode"], state["lines"]["ready"]), ("file", 1))
+        journal = self.get(address + "journal.txt")
+        self.assertEqual(journal.count("edge  trigger 1"), 2)
+        self.assertEqual(journal.count("event capture"), 2)
+        with self.assertRaises(urllib.error.HTTPError) as refused:
+            self.post(address, "unplug 0")
+        self.assertEqual(refused.exception.code, 409)
+
+    def test_what_cannot_be_shown_is_told(self):
+        for arguments, code, reason in (
+                (("--bench", "nobody"), FAILED, 'there is no bench "nobody"'),
+                (("--name", self.name), FAILED, f'a bench "{self.name}" runs already'),
+                (("--file", self.folder / "none.vcd"), FAILED, "cannot be read"),
+                (("--bench", self.name, "--", OPTIONS.host), USAGE, "a bench of the panel's own"),
+                (("--name", "new", "--", "nobody.exe"), FAILED, "there is no such program")):
+            done, out, err = self.run_to_end(OPTIONS.tool, "panel", "--no-browser", *arguments)
+            self.assertEqual((done, out), (code, ""), err)
+            self.assertIn(reason, err)
 
 
 class Crowd(Bench):
