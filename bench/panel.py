@@ -10,6 +10,7 @@ import contextlib
 import json
 import os
 import re
+import socket
 import statistics
 import subprocess
 import tempfile
@@ -23,20 +24,20 @@ ROOT = Path(__file__).resolve().parent.parent
 TOOL = ROOT / "build/windows-x64/rig/solvane-rig.exe"
 PROBE = ROOT / "build/windows-x64/tests/system/bench_probe.exe"
 NAME = f"measured-{os.getpid()}"
-CLICKS = 101
+CLICKS = 51
 EDGES = 10_000
 PAGES = 50
-ROUNDS = 5
+ROUNDS = 3
 
 
 class Listener:
     """A page's stream of events, read in a thread of its own."""
 
     def __init__(self, server, path):
-        self.began = time.perf_counter()
-        self.connection = http.client.HTTPConnection(server, timeout=120)
-        self.connection.request("GET", path + "events")
-        self.stream = self.connection.getresponse()
+        connection = http.client.HTTPConnection(server, timeout=120)
+        connection.request("GET", path + "events")
+        self.socket = connection.sock
+        self.stream = connection.getresponse()
         self.condition = threading.Condition()
         self.entries = []  # (when it came, the entry)
         self.started = None
@@ -56,6 +57,9 @@ class Listener:
                         else:
                             self.entries += [(now, entry) for entry in json.loads(line[6:])]
                         self.condition.notify_all()
+
+    def close(self):
+        self.socket.shutdown(socket.SHUT_RDWR)
 
     def wait(self, is_so):
         with self.condition:
@@ -80,7 +84,7 @@ def starts(server, path):
         listener = Listener(server, path)
         listener.wait(lambda: listener.started)
         times.append(1000 * (listener.started - begin))
-        listener.connection.close()
+        listener.close()
     return statistics.median(times)
 
 
@@ -136,7 +140,7 @@ def pages(server, path):
             listeners = [Listener(server, path) for _ in range(count)]
             list_.append(cost(NAME))
             for listener in listeners:
-                listener.connection.close()
+                listener.close()
     return {count: statistics.median(list_) for count, list_ in costs.items()}
 
 

@@ -59,6 +59,8 @@ void Shared::End() {
 Connection::Connection(net::ip::tcp::socket socket, std::shared_ptr<Shared> server)
     : stream(std::move(socket)), shared(std::move(server)), buffer(kBufferSize) {
     shared->connections.insert(this);
+    Error ignored;
+    stream.socket().set_option(net::ip::tcp::no_delay(true), ignored); // events are short
 }
 
 Connection::~Connection() {
