@@ -161,7 +161,7 @@ export class LinesView {
   }
 
   fit() {
-    const end = Math.max(this.journal.last, 1e6);
+    const end = Math.max(this.now(), 1e6);
     const start = this.journal.start ?? 0;
     this.follow(false);
     this.view.span = Math.max(SHORTEST, (end - start) * 1.04);

@@ -126,16 +126,26 @@ function levels() {
   return Object.fromEntries(LINES.map((name, line) => [name, journal.level(line) ?? state?.lines[name]]));
 }
 
+function fileName(path) {
+  return path.replace(/.*[\\/]/, "");
+}
+
+function marked(what) {
+  return journal.marks.filter((mark) => mark.text.startsWith(what)).length;
+}
+
 function showHeader() {
   const [word, sentence] = REASONS[isOver] ?? ["", ""];
   document.body.dataset.over = isOver;
   const isFile = state?.mode === "file";
-  find("#bench").textContent = state ? (isFile ? state.bench : `bench “${state.bench}”`) : "panel";
+  document.body.dataset.mode = state?.mode ?? "";
+  find("#bench").textContent = state ? (isFile ? fileName(state.bench) : `bench “${state.bench}”`) : "panel";
   document.title = state ? `${state.bench} – Solvane panel` : "Solvane panel";
-  find("#activity").textContent = word || (isFile ? `file, ${duration(journal.last)}` : state?.pc === "asleep" ? "the PC sleeps" : "running");
-  find("#scenario").textContent = isFile ? "" : (state?.scenario ?? "").replace(/.*[\\/]/, "");
+  find("#activity").textContent = word || (isFile ? `file, ${duration(now())}` : state?.pc === "asleep" ? "the PC sleeps" : "running");
+  find("#scenario").textContent = fileName(state?.scenario ?? "");
   find("#scenario").title = state?.scenario ?? "";
-  find("#counts").textContent = state ? `${count(state.captures, "capture")} · ${state.refused} refused` : "";
+  const { captures = marked("capture"), refused = marked("ignored") } = state ?? {};
+  find("#counts").textContent = state ? `${count(captures, "capture")} · ${refused} refused` : "";
   find("#hosts").textContent = state && !isFile ? state.hosts.map((host) => `${host.program} (${count(host.calls, "call")})`).join(", ") || "no host" : "";
   const notice = find("#notice");
   notice.hidden = sentence === "";
@@ -160,7 +170,7 @@ function showControls() {
     }
   }
   const power = find("#cut");
-  if (state) {
+  if (state?.mode === "live") {
     const isCut = state.wiring.camera_power === "stuck at 0";
     power.dataset.command = powerCommand(state);
     power.textContent = isCut ? "Give it back" : "Cut it";
@@ -219,11 +229,11 @@ function showSlowly() {
   if (isChanged || isGrown) {
     showHeader();
     showMarks();
-    if (state) {
+    if (state?.mode === "live") {
       installation.update(state, levels(), isStill());
     }
   }
-  if (isChanged && state) {
+  if (isChanged && state?.mode === "live") {
     showWires();
     showControls();
     faults.update(state.faults);
