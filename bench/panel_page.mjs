@@ -1,5 +1,5 @@
 // How fast the panel is, in a real browser on a bench in Wine: medians of one run, as a table for docs/panel.md.
-import { Stage, until } from "./stage.mjs";
+import { Stage, until } from "../tests/page/stage.mjs";
 
 const SAMPLES = 31;
 const stage = new Stage("measured");
