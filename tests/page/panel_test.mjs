@@ -274,6 +274,21 @@ test("wheel, pointer and keys zoom and pan about what is looked at", async () =>
   await seen(page.locator("#reading"), "ready is 0 for 60 ms");
   await page.mouse.move(...(await place(20)));
   await seen(page.locator("#pointed"), "ready is 0 for 60 ms");
+  await page.mouse.dblclick(...(await place(20)));
+  const wide = await view();
+  assert.ok(Math.abs(wide.span - 100 * MS) < 1 && Math.abs(wide.from - (down - 20 * MS)) < 1, "a double click shows the stretch");
+  // Cursors are dragged, and take the edges nearby.
+  await page.keyboard.press("a");
+  const at = async (time) => [box.x + (await ofPage((ns) => solvanePanel.lines.drawing.x(ns), time)), box.y + 60];
+  await page.waitForTimeout(100);
+  await page.mouse.move(...(await at((await view()).cursors.A)));
+  await page.mouse.down();
+  const [x, y] = await at(down + 60 * MS);
+  await page.mouse.move(x - 40, y);
+  await page.mouse.move(x - 3, y);
+  await page.mouse.up();
+  assert.equal((await view()).cursors.A, down + 60 * MS);
+  await page.keyboard.press("Escape");
 });
 
 test("a pause stands still while the bench goes on, and following takes up", async () => {
@@ -385,6 +400,21 @@ async function violations(on) {
   return found.map(({ id, nodes }) => `${id}: ${nodes.map((node) => node.html.slice(0, 120)).join(" | ")}`);
 }
 
+/** Two fingers that part to twice their distance show half as much. */
+async function pinch(on) {
+  await on.locator("canvas").scrollIntoViewIfNeeded();
+  const box = await on.locator("canvas").boundingBox();
+  const session = await on.context().newCDPSession(on);
+  const touch = (type, ...places) => session.send("Input.dispatchTouchEvent", { type, touchPoints: places.map((x, id) => ({ x: box.x + x, y: box.y + 100, id })) });
+  const span = () => on.evaluate(() => solvanePanel.lines.view.span);
+  const before = await span();
+  await touch("touchStart", 100);
+  await touch("touchStart", 100, 140);
+  await touch("touchMove", 100, 180);
+  await touch("touchEnd");
+  await until(async () => Math.abs((await span()) / before - 0.5) < 0.01, `half of ${before}, not ${await span()}`, 5000);
+}
+
 test("axe finds nothing, by day and by night, and a phone's width is enough", async () => {
   for (const options of [{ colorScheme: "light" }, { colorScheme: "dark" }, { viewport: { width: 360, height: 740 }, hasTouch: true }]) {
     const other = await stage.open(options);
@@ -392,6 +422,9 @@ test("axe finds nothing, by day and by night, and a phone's width is enough", as
     assert.deepEqual(await violations(other), []);
     const widths = await other.evaluate(() => [document.documentElement.scrollWidth, innerWidth]);
     assert.ok(widths[0] <= widths[1], `no sideways scrolling: ${widths}`);
+    if (options.hasTouch) {
+      await pinch(other);
+    }
     assert.deepEqual(other.faults, []);
     await other.context().close();
   }
