@@ -444,6 +444,35 @@ test("of 10,000 edges a second none is lost", async () => {
   assert.ok(await ofPage(() => solvanePanel.journal.entries.every(({ n }, i, all) => n === all[0].n + i)), "no entry is missing");
 });
 
+test("more pages than a browser opens connections: hidden ones make room, and miss nothing", async () => {
+  const first = await stage.open();
+  const hidden = [];
+  const context = first.context();
+  await context.addInitScript(() => {
+    let isHidden = true;
+    Object.defineProperty(document, "hidden", { get: () => isHidden });
+    globalThis.become = (visible) => {
+      isHidden = !visible;
+      document.dispatchEvent(new Event("visibilitychange"));
+    };
+  });
+  for (let i = 0; i < 6; ++i) {
+    hidden.push(await stage.openIn(context));
+  }
+  const last = await stage.openIn(context);
+  await last.evaluate(() => become(true));
+  const from = await journalEnd();
+  await last.locator('[data-key="flag"]').click();
+  await entry("mep latch", from);
+  await until(() => last.evaluate(() => solvanePanel.journal.entries.at(-1).text.startsWith("mep")), "the visible page has it");
+  const has = () => hidden[0].evaluate((n) => solvanePanel.journal.entries.at(-1).n >= n, from);
+  assert.equal(await has(), false, "the hidden page has no connection");
+  await hidden[0].evaluate(() => become(true));
+  await until(has, "the page that is seen again takes up");
+  assert.ok(await hidden[0].evaluate(() => solvanePanel.journal.entries.every(({ n }, i, all) => n === all[0].n + i)), "without a gap");
+  await context.close();
+});
+
 // ---- Ends ----
 
 test("a bench that ends is shown as ended, and the page takes up again", async () => {

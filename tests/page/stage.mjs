@@ -112,6 +112,10 @@ export class Stage {
   /** A page on the panel, which shows the bench's state. */
   async open(options = {}) {
     const context = await this.browser.newContext({ viewport: { width: 1366, height: 768 }, acceptDownloads: true, ...options });
+    return this.openIn(context);
+  }
+
+  async openIn(context) {
     const page = await context.newPage();
     page.faults = [];
     page.on("pageerror", (error) => page.faults.push(error.stack));

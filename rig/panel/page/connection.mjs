@@ -1,15 +1,17 @@
 // What comes from the bench, and what goes to it.
 
 const RETRY_MS = 500;
-const MISSED_MS = 2000; // a stream that has not begun by then waits for a place among the browser's six
+const MOST_PAGES = 4; // with more of them, hidden pages have no stream: a browser opens six connections with one server
 
 export class Connection {
   /** `on` has a function for each event of the stream, and lost(reason) for the loss of it. */
   constructor(on) {
     this.on = on;
-    this.room = typeof BroadcastChannel === "function" ? new BroadcastChannel("solvane-panel") : { postMessage() {} };
-    this.room.onmessage = () => document.hidden && this.close();
-    document.addEventListener("visibilitychange", () => !document.hidden && !this.source && this.open());
+    this.room = new BroadcastChannel("solvane-panel");
+    this.room.onmessage = () => this.makeRoom();
+    document.addEventListener("visibilitychange", () => (document.hidden ? this.makeRoom() : !this.source && this.open()));
+    navigator.locks.request(`page ${crypto.randomUUID()}`, () => new Promise(() => {})); // held while the page is open
+    this.room.postMessage("another page is open");
     addEventListener("pagehide", () => this.close());
     addEventListener("pageshow", () => !this.source && this.open());
   }
@@ -18,16 +20,13 @@ export class Connection {
     clearTimeout(this.retry);
     const source = new EventSource("events" + (this.lastId ? "?from=" + encodeURIComponent(this.lastId) : ""));
     this.source = source;
-    const missed = setTimeout(() => this.room.postMessage("a stream waits for a connection"), MISSED_MS);
     for (const type of ["began", "state", "journal", "ended"]) {
       source.addEventListener(type, (event) => {
-        clearTimeout(missed);
         this.lastId = event.lastEventId || this.lastId;
         this.on[type](JSON.parse(event.data));
       });
     }
     source.onerror = () => {
-      clearTimeout(missed);
       if (source !== this.source) {
         return;
       }
@@ -41,6 +40,13 @@ export class Connection {
     this.source?.close();
     this.source = undefined;
     clearTimeout(this.retry);
+  }
+
+  async makeRoom() {
+    const { held } = await navigator.locks.query();
+    if (document.hidden && held.length > MOST_PAGES) {
+      this.close();
+    }
   }
 
   /** Why the stream has broken off. */
