@@ -77,6 +77,9 @@
 
 #include <stdint.h>
 
+/** The version of this header and of the Solvane.dll that it came with. */
+#define SOLVANE_VERSION "100.1.0.1"
+
 /** Calling convention of every function and callback. It has a meaning on 32-bit Windows only. */
 #if defined(_WIN32)
 #define SOLVANE_CALL __stdcall
