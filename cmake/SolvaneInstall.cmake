@@ -1,4 +1,4 @@
-# The content of `cmake --install` and `cpack`: the library for host developers, the rig to run their
+# The content of `cmake --install` and of the packages: the library for host developers, the rig to run their
 # hosts on, and beside every binary its symbols (<file>.debug).
 
 # solvane_import_library(<name> <file.def>): <build tree>/lib/<name>.lib, an import library that both
@@ -13,6 +13,8 @@ function(solvane_import_library name definition)
   add_custom_target(${name}_import_library ALL DEPENDS "${CMAKE_BINARY_DIR}/lib/${name}.lib")
   add_dependencies(products ${name}_import_library)
 endfunction()
+
+file(MAKE_DIRECTORY "${CMAKE_BINARY_DIR}/maps")
 
 set(definition "${CMAKE_SOURCE_DIR}/src/api/solvane.def")
 solvane_import_library(Solvane "${definition}")
@@ -31,6 +33,8 @@ solvane_import_library(solvane_rig "${CMAKE_BINARY_DIR}/lib/solvane_rig.def")
 # that objcopy would write into it.
 function(solvane_install_binary target directory)
   install(PROGRAMS "$<TARGET_FILE:${target}>" DESTINATION ${directory})
+  # The map says what is linked in, for the bill of materials.
+  target_link_options(${target} PRIVATE "LINKER:-Map,${CMAKE_BINARY_DIR}/maps/$<TARGET_FILE_NAME:${target}>.map")
   install(CODE "
     set(installed \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${directory}\")
     string(APPEND installed \"/$<TARGET_FILE_NAME:${target}>\")
@@ -69,15 +73,9 @@ install(FILES cmake/install/SolvaneConfig.cmake "${generated}/SolvaneConfigVersi
 configure_file(cmake/install/solvane.pc.in "${generated}/solvane.pc" @ONLY)
 install(FILES "${generated}/solvane.pc" DESTINATION lib/pkgconfig)
 
-# The same paths as in the source tree, so that links work.
-install(FILES README.md DESTINATION .)
+# The same paths as in the source tree, so that links work. The first page is the archive's own.
+configure_file(packaging/archive.md.in "${generated}/README.md" @ONLY)
+install(FILES "${generated}/README.md" CHANGELOG.md DESTINATION .)
 install(DIRECTORY docs DESTINATION .
   FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN "*.vcd")
 install(FILES rig/README.md DESTINATION rig)
-
-set(CPACK_GENERATOR External)
-set(CPACK_EXTERNAL_ENABLE_STAGING ON)
-set(CPACK_EXTERNAL_PACKAGE_SCRIPT "${CMAKE_SOURCE_DIR}/cmake/install/archives.cmake")
-set(CPACK_PACKAGE_FILE_NAME "solvane-${PROJECT_VERSION}-win64")
-set(CPACK_VERBATIM_VARIABLES ON)
-include(CPack)

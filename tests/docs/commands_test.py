@@ -30,11 +30,11 @@ NOT_EXECUTED = {
     "cmake --preset windows-x64": "configures the tree that is being tested",
     "cmake --build --preset windows-x64": "builds the tree that is being tested",
     "gtkwave build/lines.vcd": "needs a screen",
+    "python3 packaging/packages.py --build build/windows-x64 --output build/some --only wheel":
+        "tests/package makes all packages",
 }
 # Documents and sections whose commands another test executes.
 EXECUTED_ELSEWHERE = {
-    ("README.md", "Install from the archive"):
-        "tests/package/package_test.py does it, in an unpacked archive",
     ("docs/waveforms.md", None): "scripts/waveforms does it, and compares the lines as well",
 }
 # Blocks without a name are figures, by document and first word.
@@ -180,9 +180,6 @@ def presets(kind):
 
 
 def cmake_complaint(words):
-    if "--install" in words:
-        tree = words[words.index("--install") + 1]
-        return "" if os.path.exists(f"{tree}/cmake_install.cmake") else f"there is no {tree}"
     kind = "build" if "--build" in words else "configure"
     preset = words[words.index("--preset") + 1]
     return "" if preset in presets(kind) else f"no {kind} preset {preset}"
@@ -216,11 +213,6 @@ def ctest_complaint(words):
     return ""
 
 
-def cpack_complaint(words):
-    config = words[words.index("--config") + 1]
-    return "" if os.path.exists(config) else f"there is no {config}"
-
-
 def program_complaint(words):
     """For the project's own programs: whether their help lists the command and its options."""
     commands = [word for word in words[1:2] if not word.startswith("-")]
@@ -235,8 +227,8 @@ def program_complaint(words):
     return ""
 
 
-COMPLAINTS = {"cmake": cmake_complaint, "ctest": ctest_complaint, "cpack": cpack_complaint,
-              "solvane": program_complaint, "solvane-rig": program_complaint}
+COMPLAINTS = {"cmake": cmake_complaint, "ctest": ctest_complaint, "solvane": program_complaint,
+              "solvane-rig": program_complaint}
 
 
 def without_variables(command):

@@ -1,5 +1,5 @@
 """The release archive, unpacked into an empty directory: its content, and several kinds of hosts,
-built from it alone by the README's commands and run on its rig."""
+built from it alone by its README's commands and run on its rig."""
 
 import argparse
 import os
@@ -7,6 +7,7 @@ import re
 import stat
 import struct
 import subprocess
+import sys
 import tempfile
 import unittest
 import zipfile
@@ -27,21 +28,13 @@ SHIPPED = BINARIES + [
     "lib/cmake/Solvane/SolvaneConfig.cmake", "lib/cmake/Solvane/SolvaneConfigVersion.cmake",
     "lib/pkgconfig/solvane.pc", "rig/README.md", "rig/include/solvane/rig.h",
     "rig/lib/solvane_rig.lib", "rig/scenarios/usb.toml", "examples/CMakeLists.txt", "examples/c/timer.c",
-    "README.md", "docs/architecture.md", "docs/hardware.md", "docs/timers.md",
+    "README.md", "CHANGELOG.md", "solvane.cdx.json", "docs/architecture.md", "docs/hardware.md", "docs/timers.md",
     "docs/waveforms.md", "docs/images/usb.svg"]
 FUNCTIONS = 24
 
 
 def run(*command, **options):
     return subprocess.run(command, check=True, capture_output=True, text=True, **options).stdout
-
-
-def package(directory, umask=0o022, zone="UTC"):
-    """Has CPack make the archives there; returns their paths, the symbols' second."""
-    run("cpack", "--config", os.path.join(OPTIONS.build, "CPackConfig.cmake"), "-B", directory,
-        umask=umask, env=dict(os.environ, SOURCE_DATE_EPOCH="1700000000", TZ=zone))
-    return [os.path.join(directory, f"solvane-{OPTIONS.version}-win64{end}.zip")
-            for end in ("", "-symbols")]
 
 
 def unpack(archive, directory):
@@ -64,7 +57,8 @@ class Archive(unittest.TestCase):
     def setUpClass(cls):
         cls.folder = tempfile.TemporaryDirectory()
         cls.addClassCleanup(cls.folder.cleanup)
-        cls.archives = package(os.path.join(cls.folder.name, "archives"))
+        cls.archives = [os.path.join(OPTIONS.packages, f"solvane-{OPTIONS.version}-win64{end}.zip")
+                        for end in ("", "-symbols")]
         # A directory without anything of the project above or beside it.
         cls.pristine = os.path.join(cls.folder.name, "pristine")
         unpack(cls.archives[0], cls.pristine)
@@ -96,10 +90,16 @@ class Archive(unittest.TestCase):
                          [name for name in files_below(self.root) if name != "SHA256SUMS"])
 
     def test_nothing_depends_on_when_where_and_by_whom_it_was_packed(self):
-        again = package(os.path.join(self.folder.name, "again"), 0o077, "Asia/Tokyo")
-        for first, second in zip(self.archives, again):
-            with open(first, "rb") as one, open(second, "rb") as other:
-                self.assertTrue(one.read() == other.read(), f"{first} differs")
+        again = os.path.join(self.folder.name, "again")
+        run(sys.executable, "-B", os.path.join(OPTIONS.source, "packaging/packages.py"), "--build", OPTIONS.build,
+            "--output", again, umask=0o077,
+            env=dict(os.environ, SOURCE_DATE_EPOCH="1700000000", TZ="Asia/Tokyo"))
+        self.assertEqual(len(os.listdir(again)), 7)
+        for name in os.listdir(again):
+            with open(os.path.join(OPTIONS.packages, name), "rb") as one, \
+                    open(os.path.join(again, name), "rb") as other:
+                self.assertTrue(one.read() == other.read(), f"{name} differs")
+        for first in self.archives:
             with zipfile.ZipFile(first) as file:
                 entries = file.infolist()
             self.assertEqual({entry.extra for entry in entries}, {b""})
@@ -124,6 +124,10 @@ class Archive(unittest.TestCase):
                                    re.M)[1], version)
         config = self.read("lib/cmake/Solvane/SolvaneConfigVersion.cmake")
         self.assertEqual(re.search(r'set\(PACKAGE_VERSION "(.*)"\)', config)[1], version)
+        header = self.read("include/solvane/solvane.h")
+        self.assertEqual(re.search(r'#define SOLVANE_VERSION "(.*)"', header)[1], version)
+        self.assertTrue(self.read("README.md").startswith(f"# Solvane {version}\n"))
+        self.assertIn(f"## {version}\n", self.read("CHANGELOG.md"))
         with open(self.shipped("bin/Solvane.dll"), "rb") as file:
             library = file.read()
         for key in ("FileVersion", "ProductVersion"):
@@ -209,12 +213,11 @@ class Archive(unittest.TestCase):
     def test_the_readme_has_a_host_of_each_kind(self):
         self.assertEqual(len(self.hosts()), 5)
 
-    @staticmethod
-    def hosts():
+    def hosts(self):
         """The blocks of each host in the README, whose commands are at most three."""
-        readme = document.Document(os.path.join(OPTIONS.source, "README.md"))
+        readme = document.Document(self.shipped("README.md"))
         return [block for block in readme.blocks
-                if block.language == "sh" and block.section == "Install from the archive"]
+                if block.language == "sh" and block.section == "Build a host"]
 
     def capture_with(self, of_its_kind):
         [host] = [host for host in self.hosts() if of_its_kind in host.text]
@@ -262,7 +265,7 @@ class Archive(unittest.TestCase):
 
 if __name__ == "__main__":
     parser = argparse.ArgumentParser()
-    for option in ("build", "source", "version", "wine", "objdump", "nm", "addr2line"):
+    for option in ("build", "source", "packages", "version", "wine", "objdump", "nm", "addr2line"):
         parser.add_argument("--" + option, required=True)
     OPTIONS, rest = parser.parse_known_args()
     unittest.main(argv=["package_test", *rest])
