@@ -9,6 +9,9 @@
 
 #include "command_table.h"
 #include "file_content.h"
+#include "recorded_journal.h"
+#include "recorded_wave.h"
+#include "recording_text.h"
 #include "this_program.h"
 #include "vcd_reader.h"
 #include "wave_picture.h"
@@ -26,13 +29,32 @@ char DigitOf(wave::Level level) {
     return wave::kLevelDigits[static_cast<std::size_t>(level)];
 }
 
-/// The entries of a line. Its first level is not an edge.
-void AddEdges(const wave::Signal& signal, std::vector<Journal::Entry>& entries) {
-    for (std::size_t i = 1; i < signal.changes.size(); ++i) {
-        const wave::Change& change = signal.changes[i];
-        entries.push_back(
-            {Nanoseconds(change.time), RIG_EDGE, signal.name + ' ' + DigitOf(change.level)});
+/// The edges and marks of a waveform. The first level of a line is not an edge.
+std::vector<Journal::Entry> EntriesOf(const wave::Recording& recording) {
+    std::vector<Journal::Entry> entries;
+    for (const wave::Signal& signal : recording.signals) {
+        for (std::size_t i = 1; i < signal.changes.size(); ++i) {
+            const wave::Change& change = signal.changes[i];
+            entries.push_back(
+                {Nanoseconds(change.time), RIG_EDGE, signal.name + ' ' + DigitOf(change.level)});
+        }
     }
+    for (const wave::Mark& mark : recording.marks) {
+        entries.push_back({Nanoseconds(mark.time), RIG_EVENT, mark.name});
+    }
+    std::ranges::stable_sort(entries, {}, &Journal::Entry::time);
+    return entries;
+}
+
+/// The level of each line at the end of a waveform.
+Json LevelsAtEnd(const wave::Recording& recording) {
+    Json levels;
+    for (const wave::Signal& signal : recording.signals) {
+        const char level = signal.changes.empty() ? 'x' : DigitOf(signal.changes.back().level);
+        const bool isKnown = level == '0' || level == '1';
+        levels.AddRaw(signal.name, isKnown ? std::string(1, level) : Json::Quoted({&level, 1}));
+    }
+    return levels;
 }
 
 Reply TellFile(const FileContent& content, const bench::Command& command) {
@@ -65,22 +87,20 @@ FileContent ReadContent(const std::string& name) {
     }
     FileContent content;
     try {
+        if (wave::IsOfCalls(*text)) {
+            const record::Recording calls = record::ReadRecording(*text);
+            content.entries = JournalOf(calls, LinesOf(calls));
+            text = wave::VcdOf(wave::LinesOfCalls(*text));
+        }
         const wave::Recording recording = wave::ReadVcd(*text);
+        if (content.entries.empty()) {
+            content.entries = EntriesOf(recording);
+        }
         content.end = Nanoseconds(recording.end);
-        for (const wave::Signal& signal : recording.signals) {
-            AddEdges(signal, content.entries);
-            const char level = signal.changes.empty() ? 'x' : DigitOf(signal.changes.back().level);
-            const bool isKnown = level == '0' || level == '1';
-            content.lines.AddRaw(signal.name,
-                                 isKnown ? std::string(1, level) : Json::Quoted({&level, 1}));
-        }
-        for (const wave::Mark& mark : recording.marks) {
-            content.entries.push_back({Nanoseconds(mark.time), RIG_EVENT, mark.name});
-        }
-    } catch (const wave::VcdError& mistake) {
+        content.lines = LevelsAtEnd(recording);
+    } catch (const std::runtime_error& mistake) {
         throw std::runtime_error(name + ", " + mistake.what());
     }
-    std::ranges::stable_sort(content.entries, {}, &Journal::Entry::time);
     content.vcd = *std::move(text);
     if (content.vcd.ends_with('\n')) {
         content.vcd.pop_back(); // as replies have none
