@@ -1,8 +1,7 @@
 #include "real_dlls.h"
 
 #include <algorithm>
-#include <array>
-#include <atomic>
+#include <exception>
 #include <filesystem>
 #include <map>
 #include <mutex>
@@ -81,17 +80,21 @@ void* AddressIn(const std::string& dll, const char* nameOrOrdinal, const std::st
 
 } // namespace
 
-void* RealFunction(const VendorFunction& function) {
+void* RealFunction(const VendorFunction& function) noexcept {
     struct Known {
         std::once_flag once;
         void* address = nullptr;
     };
-    static Known* const known = new Known[VendorFunctions().size()];
-    Known& mine = known[static_cast<std::size_t>(function.id)];
-    std::call_once(mine.once, [&] {
-        mine.address = AddressIn(function.library.name, function.name, function.name);
-    });
-    return mine.address;
+    try {
+        static Known* const known = new Known[VendorFunctions().size()];
+        Known& mine = known[static_cast<std::size_t>(function.id)];
+        std::call_once(mine.once, [&] {
+            mine.address = AddressIn(function.library.name, function.name, function.name);
+        });
+        return mine.address;
+    } catch (const std::exception&) { // no memory: the next call tries again
+        return nullptr;
+    }
 }
 
 void* RealExport(unsigned slot) {

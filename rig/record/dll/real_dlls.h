@@ -6,7 +6,7 @@
 namespace rig::record {
 
 /// The vendor's function; null if there is none, which is complained about once.
-void* RealFunction(const VendorFunction& function);
+void* RealFunction(const VendorFunction& function) noexcept;
 
 /// The vendor's export that has a slot; null as above.
 void* RealExport(unsigned slot);
