@@ -1,8 +1,18 @@
 #include "super_io.h"
 
+#include <array>
+
 namespace rig::io {
 
 namespace {
+
+/// The power pins are active high.
+constexpr std::array kBankWires = {
+    Wire{0, RIG_TRIGGER, true, true},      Wire{1, RIG_READY, true, false},
+    Wire{2, RIG_MEP, false, false},        Wire{3, RIG_CLEAR_MEP, false, true},
+    Wire{4, RIG_DARK, true, true},         Wire{5, RIG_ACCESSORIES_POWER, true, true},
+    Wire{6, RIG_CAMERA_POWER, true, true}, Wire{7, RIG_CAMERA_POWER, true, false},
+};
 
 constexpr std::uint8_t kOpeningKey = 0x87;
 constexpr unsigned kOpeningKeys = 2;
@@ -11,6 +21,10 @@ constexpr std::uint8_t kGpioDevice = 7;
 constexpr std::uint8_t kNothing = 0xFF; ///< what a read returns where no device answers
 
 } // namespace
+
+std::span<const Wire> BankWires() {
+    return kBankWires;
+}
 
 void RegisterSelection::WriteIndex(std::uint8_t value) {
     if (!isConfiguring) {
@@ -29,7 +43,7 @@ bool RegisterSelection::IsOfGpio() const {
 }
 
 SuperIo::SuperIo(const SuperIoSetup& start, Installation& camera)
-    : setup(start), pins(camera, kBankWires, 0) {
+    : setup(start), pins(camera, BankWires(), 0) {
     LosePower();
 }
 

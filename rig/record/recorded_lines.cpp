@@ -298,7 +298,7 @@ class Follower {
     std::set<std::size_t> present;                 ///< chips that were seen at any time
     std::set<std::size_t> away;
     PinRecord board{log, eapi::kBoardWires};
-    PinRecord bank{log, io::kBankWires};
+    PinRecord bank{log, io::BankWires()};
     PinRecord data{log, io::kDataWires};
     PinRecord status{log, io::kStatusWires};
     PinRecord control{log, io::kControlWires};
