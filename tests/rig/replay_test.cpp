@@ -269,5 +269,19 @@ TEST_F(ReplayTest, ThreadsMayComeInAnyOrder) {
               "FT_SetLatencyTimer(SLV1B, 2); before that, 3 calls of 6 were as recorded");
 }
 
+TEST_F(ReplayTest, OfSeveralThatAskTheSameTheFirstAnswers) {
+    std::string text;
+    AppendHead(text, {});
+    text += "> 0.000 2 1 IsInpOutDriverOpen()\n"
+            "< 0.001 2 1 IsInpOutDriverOpen -> 1\t1 0\n"
+            "> 0.002 1 2 IsInpOutDriverOpen()\n"
+            "< 0.003 1 2 IsInpOutDriverOpen -> 0\t0 0\n"
+            "! 0.004 end\n";
+    Replay(text);
+    EXPECT_EQ(IsInpOutDriverOpen(), 1);
+    EXPECT_EQ(IsInpOutDriverOpen(), 0);
+    EXPECT_TRUE(current->IsFollowed());
+}
+
 } // namespace
 } // namespace test
