@@ -268,7 +268,7 @@ class Panel(Bench):
             shutil.copy(Path(OPTIONS.host).parent / name, self.folder)
         name = self.name[:50] + "-panel"
         panel, address = self.panel("--name", name, "--", self.folder / "solvane.exe", "trigger",
-                                    "-n", "2", WINEPATH="")
+                                    "-n", "2", "--wait-ready", "5000", WINEPATH="")
         self.assertIn("triggered 1 of 2", panel.stdout.readline())
         events = self.events(address)
         self.wait_for(events, "journal")
