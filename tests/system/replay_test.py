@@ -1,0 +1,64 @@
+"""Every shipped scenario is the real hardware of a host that is recorded: it meets the same again in
+a replay, and the model answers as the hardware did."""
+
+import argparse
+import os
+import re
+import shutil
+import subprocess
+import tempfile
+import unittest
+from pathlib import Path
+
+DONE, FAILED = 0, 1
+SCENARIOS = 10
+
+
+class Replay(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory(prefix="solvane replay ")
+        self.addCleanup(folder.cleanup)
+        self.folder = Path(folder.name)
+        for file in (OPTIONS.host, OPTIONS.library):
+            shutil.copy(file, self.folder)
+        self.host = str(self.folder / Path(OPTIONS.host).name)
+
+    def tool(self, *arguments, **variables):
+        done = subprocess.run([OPTIONS.wine, OPTIONS.tool, *arguments], text=True, timeout=120,
+                              env=dict(os.environ, **variables), stdin=subprocess.DEVNULL,
+                              stdout=subprocess.PIPE, stderr=subprocess.PIPE, check=False)
+        return done.returncode, done.stdout, done.stderr
+
+    @staticmethod
+    def untimed(text):
+        return re.sub(r"\d+\.\d+ ms", "... ms", text)
+
+    def test_shipped_scenarios(self):
+        scenarios = sorted(Path(OPTIONS.scenarios).glob("*.toml"))
+        for scenario in scenarios:
+            with self.subTest(scenario.stem):
+                recording = str(self.folder / (scenario.stem + ".rec"))
+                host = ("--", self.host, "trigger")
+                code, out, _ = self.tool("record", "-o", recording, *host,
+                                         SOLVANE_RIG=f"Z:{scenario}")
+                replayed, again, err = self.tool("replay", recording, *host)
+                self.assertEqual(replayed, DONE, again + err)
+                self.assertRegex(again, r"Replay: all \d+ calls were as recorded\.\n$")
+                self.assertTrue(self.untimed(again).startswith(self.untimed(out)), out + again)
+                self.assertEqual(f"The host's exit code was {code}." in again, code != DONE)
+                compared, differences, err = self.tool("compare", recording)
+                self.assertEqual(compared, DONE, differences + err)
+        self.assertEqual(len(scenarios), SCENARIOS)
+        # Another host is another.
+        code, out, _ = self.tool("replay", "--fast", str(self.folder / "usb.rec"), "--", self.host,
+                                 "ready")
+        self.assertEqual(code, FAILED)
+        self.assertRegex(out, r"Replay: call \d+ differs: the recording has FT_Write\(.*, the host asked")
+
+
+parser = argparse.ArgumentParser()
+for option in ("wine", "tool", "host", "library", "scenarios"):
+    parser.add_argument("--" + option, required=True)
+OPTIONS, rest = parser.parse_known_args()
+if __name__ == "__main__":
+    unittest.main(argv=[__file__, *rest], verbosity=2)
