@@ -9,7 +9,7 @@ from sphinx.transforms import SphinxTransform
 ROOT = Path(__file__).resolve().parents[2]
 
 project = "Solvane"
-release = re.search(r"VERSION ([\d.]+)\n? +LANGUAGES", (ROOT / "CMakeLists.txt").read_text())[1]
+release = re.search('#define SOLVANE_VERSION "(.*)"', (ROOT / "include/solvane/solvane.h").read_text())[1]
 extensions = ["myst_parser", "breathe"]
 include_patterns = ["*.md", "docs/*.md", "docs/site/*.md", "rig/*.md", "bindings/*/*.md",
                     "tests/*/*.md"]

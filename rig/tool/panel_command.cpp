@@ -135,7 +135,9 @@ void AddPanelCommand(CLI::App& app, std::ostream& out, std::ostream& err,
         panel.add_option("--bench", request->bench, "Show this bench, which runs already")
             ->type_name("NAME")
             ->excludes(scenario);
-    panel.add_option("--file", request->file, "Show a waveform (VCD), or a recording of vendor calls")
+    panel
+        .add_option("--file", request->file,
+                    "Show a waveform (VCD), or a recording of vendor calls")
         ->type_name("FILE")
         ->excludes(scenario)
         ->excludes(bench);

@@ -19,7 +19,8 @@ struct FileContent {
     std::string vcd;                     ///< the lines as a waveform
 };
 
-/// Reads a waveform (VCD), or a recording of vendor calls. Throws std::runtime_error when it cannot.
+/// Reads a waveform (VCD), or a recording of vendor calls. Throws std::runtime_error when it
+/// cannot.
 FileContent ReadContent(const std::string& name);
 
 /// A waveform as a picture. Throws std::runtime_error when there is none.
