@@ -21,11 +21,8 @@ namespace {
 
 std::unique_ptr<record::Replayer> replayer;
 
-/// Without a file, the hardware is what the recording shows of it.
-void LoadScenario(const std::string& file, const record::Recording& recording) {
-    if (!file.empty()) {
-        return LoadScenario(file);
-    }
+/// Has the hardware simulated that the recording shows.
+void LoadHardwareOf(const record::Recording& recording) {
     const Access rig;
     if (!rig->LoadText(HardwareScenario(recording, HardwareOf(recording), LinesOf(recording)))) {
         throw std::runtime_error(rig->Error());
@@ -55,7 +52,7 @@ void StartReplay(const ReplayRequest& request, const std::string& scenario, std:
     record::ReplayOptions options{request.isFast};
     if (request.then == "simulate") {
         options.then = record::Then::Simulated;
-        LoadScenario(scenario, recording);
+        scenario.empty() ? LoadHardwareOf(recording) : LoadScenario(scenario);
     } else {
         Access()->LoadText(ScenarioOfPorts(recording.head));
     }
