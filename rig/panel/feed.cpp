@@ -71,16 +71,17 @@ void Feed::SetListeners(std::size_t count) {
 
 void Feed::Run() {
     std::unique_lock lock(mutex);
-    while (!isToStop) {
+    for (;;) {
         wake.wait(lock, [this] { return isToStop || listeners != 0; });
-        if (!isToStop) {
-            lock.unlock();
-            Look();
-            news();
-            lock.lock();
-            wake.wait_for(lock, isThere ? kBetweenLooks : kBetweenAttempts,
-                          [this] { return isToStop; });
+        if (isToStop) {
+            return;
         }
+        lock.unlock();
+        Look();
+        news();
+        lock.lock();
+        wake.wait_for(lock, isThere ? kBetweenLooks : kBetweenAttempts,
+                      [this] { return isToStop; });
     }
 }
 

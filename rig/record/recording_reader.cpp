@@ -79,7 +79,7 @@ bool CanComeOut(const Parameter& parameter, const Value& value) {
 }
 
 std::vector<Value> ValuesFrom(ValueReader& reader, const VendorFunction& function,
-                              bool (&canBe)(const Parameter&, const Value&)) {
+                              bool (*canBe)(const Parameter&, const Value&)) {
     std::vector<Value> values;
     while (!reader.IsEmpty()) {
         const std::size_t index = values.size();
@@ -182,7 +182,6 @@ class RecordingReader {
     }
 
     static LibraryFile LibraryFrom(std::string_view text) {
-        LibraryFile library;
         const auto [file, path] = SplitAt(text, kPath);
         const auto [nameAndVersion, sha256] = SplitAt(file, kSha256);
         const auto [name, version] = SplitAt(nameAndVersion, " ");
