@@ -18,6 +18,7 @@ LICENCES = {
                   {"license": {"name": "ZPL-2.1 and others, see /usr/share/doc/mingw-w64-x86-64-dev/copyright"}}),
     "cli11": ("CLI11", {"license": {"id": "BSD-3-Clause"}}),
     "tomlplusplus": ("toml++", {"license": {"id": "MIT"}}),
+    "boost1.74": ("Boost", {"license": {"id": "BSL-1.0"}}),
     "nlohmann-json3": ("JSON for Modern C++", {"license": {"id": "MIT"}}),
 }
 

@@ -11,10 +11,10 @@ ROOT = Path(__file__).resolve().parents[2]
 project = "Solvane"
 release = re.search('#define SOLVANE_VERSION "(.*)"', (ROOT / "include/solvane/solvane.h").read_text())[1]
 extensions = ["myst_parser", "breathe"]
-include_patterns = ["*.md", "docs/*.md", "docs/site/*.md", "rig/*.md", "bindings/*/*.md",
+include_patterns = ["*.md", "docs/*.md", "docs/site/*.rst", "rig/*.md", "bindings/*/*.md",
                     "tests/*/*.md"]
 exclude_patterns = ["build", ".git"]
-root_doc = "docs/first-hour"
+root_doc = "docs/site/index"
 nitpicky = True
 nitpick_ignore_regex = [("c:identifier", r"u?int\d+_t|size_t")]
 smartquotes = False  # the system's texts are to be found as they are

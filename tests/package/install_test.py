@@ -277,7 +277,7 @@ class Installed(unittest.TestCase):
         run("msiextract", "-C", folder, installer)
         binaries = [os.path.join(folder, name) for name in files_below(folder)
                     if name.endswith((".dll", ".exe", ".sys"))]
-        self.assertEqual(len(binaries), 9)
+        self.assertEqual(len(binaries), 10)
         verify = ["osslsigncode", "verify", "-CAfile", certificate, "-in"]
         for path in (installer, *binaries):
             with self.subTest(path):

@@ -1,4 +1,4 @@
-// The pictures of the panel in the documents, by day and by night: docs/images/panel-light.png and panel-dark.png.
+// The pictures of the panel in the documents, by day and by night: docs/pictures/panel-light.png and panel-dark.png.
 import { mkdtemp, rm, writeFile } from "node:fs/promises";
 import { tmpdir } from "node:os";
 import { join } from "node:path";
@@ -6,7 +6,7 @@ import { fileURLToPath } from "node:url";
 
 import { Stage } from "./stage.mjs";
 
-const IMAGES = fileURLToPath(new URL("../../docs/images/", import.meta.url));
+const IMAGES = fileURLToPath(new URL("../../docs/pictures/", import.meta.url));
 const folder = await mkdtemp(join(tmpdir(), "solvane panel "));
 const stage = new Stage("lab");
 
