@@ -520,3 +520,18 @@ test("a file is shown whole, and nothing can be done to it", async () => {
   assert.deepEqual(await violations(file), []);
   assert.deepEqual(file.faults, []);
 });
+
+test("a recording is shown with its calls, and the lines that follow from them", async () => {
+  await stage.panel.end();
+  const name = fileURLToPath(new URL("../fuzz/corpus/fuzz_recording/usb", import.meta.url));
+  const writes = (await readFile(name, "utf8")).match(/^> .* FT_Write\(/gm).length;
+  assert.ok(writes > 0);
+  stage.panel = stage.rig("panel", "--file", name, "--no-browser");
+  stage.address = await stage.panel.line(/^http:/);
+  const file = await stage.open();
+  await seen(file.locator("#bench"), "usb");
+  await seen(file.locator("#names"), "camera_power 1");
+  await file.selectOption("#function", "FT_Write");
+  await seen(file.locator("#shown"), `${writes} of `);
+  assert.deepEqual(file.faults, []);
+});
