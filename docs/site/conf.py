@@ -52,6 +52,17 @@ def leave_folders_unlinked(_app, _env, reference, text):
     return text if target.is_dir() else None
 
 
+def follow_the_system(app, failure):
+    """Debian's build of the theme is dark only when a button says so, and that needs a server. So the
+    rules for dark are repeated for who has asked the system for it."""
+    if failure is None:
+        style = Path(app.outdir, "_static/styles/furo.css")
+        rules = style.read_text()
+        dark = re.search(r'body\[data-theme="dark"\] ({[^{}]*--color[^{}]*})', rules)[1]
+        style.write_text(f"{rules}\n@media (prefers-color-scheme: dark) {{ body {dark} }}\n")
+
+
 def setup(app):
+    app.connect("build-finished", follow_the_system)
     app.add_transform(RowAnchors)
     app.connect("missing-reference", leave_folders_unlinked)
