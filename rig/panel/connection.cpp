@@ -74,9 +74,25 @@ void Connection::ReadRequest() {
     parser.emplace();
     SetLimits(*parser);
     stream.expires_after(shared->limits.patience);
-    http::async_read(
+    http::async_read_header(
         stream, buffer, *parser,
-        [self = shared_from_this()](Error error, std::size_t) { self->Receive(error); });
+        [self = shared_from_this()](Error error, std::size_t) { self->ReceiveHeader(error); });
+}
+
+/// Bodies in chunks are refused: browsers and curl send none for what is asked of this server, and
+/// Boost's parser of them asserts on some that come byte by byte.
+void Connection::ReceiveHeader(Error error) {
+    if (error) {
+        Refuse(error);
+    } else if (parser->chunked()) {
+        Response refused = Respond(kChunksRefused);
+        refused.keep_alive(false);
+        Send(std::move(refused));
+    } else {
+        http::async_read(
+            stream, buffer, *parser,
+            [self = shared_from_this()](Error failure, std::size_t) { self->Receive(failure); });
+    }
 }
 
 void Connection::Receive(Error error) {

@@ -69,6 +69,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
     void Close();
 
   private:
+    void ReceiveHeader(boost::beast::error_code error);
     void Receive(boost::beast::error_code error);
     void Refuse(boost::beast::error_code error);
     void Work(std::function<Response()> work);

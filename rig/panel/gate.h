@@ -33,6 +33,10 @@ struct Refusal {
     std::string_view reason;
 };
 
+/// Of a request whose body comes in chunks.
+inline constexpr Refusal kChunksRefused{http::status::length_required,
+                                        "A request says by Content-Length how long it is."};
+
 class Gate {
   public:
     /// A gate with a new token, of a server on this port of the loopback interface.

@@ -100,7 +100,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
 
     RequestParser parser;
     SetLimits(parser);
-    parser.eager(true);
     std::string waiting;
     boost::beast::error_code error;
     for (std::size_t at = 0; at < text.size() && !error && !parser.is_done();) {
@@ -108,8 +107,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
         waiting.append(text, at, next - at);
         at = next;
         waiting.erase(0, parser.put(boost::asio::buffer(waiting), error));
+        if (!error && parser.is_header_done() && !parser.chunked() && !parser.is_done()) {
+            parser.eager(true); // the body, too
+            waiting.erase(0, parser.put(boost::asio::buffer(waiting), error));
+        }
         if (error == http::error::need_more) {
             error = {};
+        }
+        if (parser.is_header_done() && parser.chunked()) {
+            CheckHeaders(Respond(kChunksRefused));
+            return 0;
         }
     }
     if (parser.is_done() && !error) {

@@ -228,12 +228,8 @@ TEST_F(PanelTest, WhatIsTooLargeOrMalformedIsRefused) {
     EXPECT_EQ(refusal("GET / HTTP/9.9\r\n\r\n"), "400");
     EXPECT_EQ(refusal("GET /\x01 HTTP/1.1\r\n\r\n"), "400");
     EXPECT_EQ(refusal("\r\n\r\n\r\nGET"), "400");
-    PanelClient chunks(address);
-    chunks.Send("POST / HTTP/1.1\r\n" + host + "Transfer-Encoding: chunked\r\n\r\n");
-    for (int i = 0; i < 17; ++i) {
-        chunks.Send("10000\r\n" + std::string(0x10000, 'x') + "\r\n");
-    }
-    EXPECT_EQ(StatusOf(chunks.Response()), "413");
+    EXPECT_EQ(refusal("POST / HTTP/1.1\r\n" + host + "Transfer-Encoding: chunked\r\n\r\n0\r\n\r\n"),
+              "411");
 }
 
 TEST_F(PanelTest, WhoIsTooSlowIsClosed) {
