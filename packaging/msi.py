@@ -56,8 +56,8 @@ class Tree:
 
 
 def msi(release):
-    names = [name for name in release.files() if re.match(r"(bin/|rig/(scenarios/|[^/]+$))|CHANGELOG", name)
-             and not name.endswith((".debug", ".md")) or name == "CHANGELOG.md"]
+    names = [name for name in release.files() if not name.endswith(".debug")
+             and re.match(r"bin/|docs/|rig/(scenarios/|[^/]+$)|CHANGELOG\.md$", name)]
     # Windows compares three numbers only: all with the same three replace each other.
     major, minor, patch, _ = map(int, release.version.split("."))
     following = f"{major}.{minor}.{patch + 1}"

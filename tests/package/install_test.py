@@ -217,7 +217,7 @@ class Installed(unittest.TestCase):
         names = {name.removeprefix(there) for name in new_files if name.startswith(there)}
         with zipfile.ZipFile(package("-win64.zip")) as file:
             expected = {name for name in (each.split("/", 1)[1] for each in file.namelist())
-                        if re.fullmatch(r"bin/.*|rig/scenarios/.*|rig/[^/]*\.(dll|exe|sys)|CHANGELOG.md", name)}
+                        if re.fullmatch(r"bin/.*|docs/.*|rig/scenarios/.*|rig/[^/]*\.(dll|exe|sys|md)|CHANGELOG.md", name)}
         self.assertEqual(names, expected)
         self.assertEqual(new_path.strip(), path.strip() + r";C:\Program Files\Solvane\bin" + "\\")
         self.assertRegex(new_installed, rf"DisplayVersion +REG_SZ +{re.escape(OPTIONS.version)}\n")
