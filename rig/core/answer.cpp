@@ -92,11 +92,8 @@ void Answer(Call& call) {
 
 void AnswerHere(Call& call) {
     const Access rig;
-    if (const auto guest = rig->guests.find(call.host); guest != rig->guests.end()) {
-        ++guest->second.calls;
-    }
     const std::string question = AnswerCounted(rig, call);
-    rig->trace.Call(question + TextOfAnswer(call), call.host);
+    rig->AddCall(question + TextOfAnswer(call), call.host);
 }
 
 void AnswerUntraced(Call& call) {

@@ -260,6 +260,13 @@ void Rig::WaitAwake(std::uint64_t nanoseconds) {
     ComeToNextStep(nanoseconds);
 }
 
+void Rig::AddCall(std::string call, HostNumber caller) {
+    if (const auto guest = guests.find(caller); guest != guests.end()) {
+        ++guest->second.calls;
+    }
+    trace.Call(std::move(call), caller);
+}
+
 void Rig::Note(std::string line) {
     ComeToNextStep(0);
     trace.Note(std::move(line));

@@ -59,6 +59,9 @@ class Rig {
     /// Frees what a host held that has ended.
     void Release(HostNumber left);
 
+    /// Writes a call of a host into the journal, and counts it as the host's.
+    void AddCall(std::string text, HostNumber caller);
+
     /// Writes a line of the host's into the journal.
     void Note(std::string text);
 

@@ -179,7 +179,7 @@ std::string Replayer::NameOfHandle(const Call& call) const {
 }
 
 void Replayer::Trace(const Call& call, const std::string& handle) const {
-    Access()->trace.Call(QuestionOf(call, handle) + TextOfAnswer(call), call.host);
+    Access()->AddCall(QuestionOf(call, handle) + TextOfAnswer(call), call.host);
 }
 
 std::string ScenarioOfPorts(const Head& head) {

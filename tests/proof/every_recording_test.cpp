@@ -294,6 +294,17 @@ class EveryRecordedFailureTest : public OnTheRig, public testing::WithParamInter
     }
     ~EveryRecordedFailureTest() override { rig::answerer = rig::Answer; }
 
+    void Operate(const Operation& operation) {
+        if (operation.op == Op::RecheckStatus) {
+            controller.reset();
+            controller = GetParam().make(logger);
+            controller->CheckAvailable();
+        } else {
+            short answer = kUntouched;
+            operation.run(*controller, &answer);
+        }
+    }
+
     /// A host that uses the hardware before, during and after the fault.
     void RunHost(const Operation& operation, const PlannedFault* planned) {
         controller.reset();
@@ -303,15 +314,9 @@ class EveryRecordedFailureTest : public OnTheRig, public testing::WithParamInter
         if (planned != nullptr) {
             ASSERT_TRUE(Arm(*planned));
         }
-        short answer = kUntouched;
-        if (operation.op == Op::RecheckStatus) {
-            controller.reset();
-            controller = GetParam().make(logger);
-            controller->CheckAvailable();
-        } else {
-            operation.run(*controller, &answer);
-        }
+        Operate(operation);
         host::Advance(60 * kMillisecond);
+        short answer = kUntouched;
         controller->CheckSystemReady(&answer);
         controller->TriggerCapture();
         controller->CloseDevice();
@@ -325,14 +330,7 @@ class EveryRecordedFailureTest : public OnTheRig, public testing::WithParamInter
         controller = GetParam().make(logger);
         controller->CheckAvailable();
         const CallCount calls;
-        short answer = kUntouched;
-        if (operation.op == Op::RecheckStatus) {
-            controller.reset();
-            controller = GetParam().make(logger);
-            controller->CheckAvailable();
-        } else {
-            operation.run(*controller, &answer);
-        }
+        Operate(operation);
         return calls.OfVendors(GetParam());
     }
 

@@ -10,6 +10,7 @@
 #include "front.h"
 #include "inpout.h"
 #include "recorded_calls.h"
+#include "rig_state.h"
 
 namespace test {
 namespace {
@@ -68,6 +69,19 @@ TEST_F(ReplayTest, AnswersAsTheHardwareDid) {
     EXPECT_EQ(Take(RIG_CALL), journal) << "the names of the devices too";
     EXPECT_EQ(rig_calls("FT_Write"), 3U);
     EXPECT_GE(Milliseconds() - start, 5U);
+}
+
+TEST_F(ReplayTest, CountsTheCallsOfItsHost) {
+    constexpr rig::HostNumber kGuest = 7;
+    Replay(Record(TakePicture));
+    rig::answerer = [](rig::Call& call) {
+        call.host = kGuest;
+        current->Answer(call);
+    };
+    rig::Access()->guests[kGuest] = {"host.exe", 100};
+    TakePicture();
+    EXPECT_EQ(rig::Access()->guests[kGuest].calls, 8U);
+    rig::Access()->guests.erase(kGuest);
 }
 
 TEST_F(ReplayTest, TakesAsLongAsTheHardwareDid) {
