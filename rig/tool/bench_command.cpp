@@ -136,7 +136,7 @@ int Command(const std::string& name, bench::Command command, std::ostream& out, 
     const bool isFile = isKept || (words.size() == 2 && words[0] == "scenario");
     const std::string file = isFile ? words[1] : "";
     if (isFile && !isKept) {
-        std::optional<std::string> text = ContentOf(PathOf(file));
+        std::optional<std::string> text = host::ContentOf(PathOf(file));
         if (!text) {
             throw std::runtime_error(file + ": cannot be read");
         }

@@ -63,7 +63,7 @@ int Compare(const Request& request, std::ostream& out, std::ostream& err) {
     const record::Recording recording = RecordingIn(request.recording, err);
     std::optional<std::string> scenario;
     if (!request.scenario.empty()) {
-        scenario = ContentOf(PathOf(request.scenario));
+        scenario = host::ContentOf(PathOf(request.scenario));
         if (!scenario) {
             throw std::runtime_error(request.scenario + ": cannot be read");
         }

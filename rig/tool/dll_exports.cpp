@@ -3,146 +3,50 @@
 #include <algorithm>
 #include <map>
 #include <stdexcept>
-#include <utility>
+
+#include "pe_file.h"
 
 namespace rig {
 
 namespace {
 
-// Microsoft's "PE Format" has these, with offsets from the beginning of each structure.
-constexpr std::size_t kOffsetOfPe = 0x3C; ///< in the MS-DOS header
-constexpr std::uint16_t kMachine64 = 0x8664;
-constexpr std::uint16_t kPe32 = 0x10B;
-constexpr std::uint16_t kPe64 = 0x20B;
-constexpr std::size_t kFileHeader = 4; ///< after "PE\0\0"
-constexpr std::size_t kOptionalHeader = kFileHeader + 20;
-constexpr std::size_t kSectionHeaderSize = 40;
-constexpr std::uint32_t kExecutable = 0x2000'0000;
+// Microsoft's "PE Format" has these.
 constexpr std::size_t kExportDirectorySize = 40;
 
 /// More exports than any of these DLLs has: a damaged count is not believed.
 constexpr std::uint32_t kMostExports = 65'536;
 
-struct Section {
-    std::uint32_t begin;
-    std::uint32_t size;
-    std::uint32_t offset; ///< in the file
-    std::uint32_t flags;
-};
-
-class Reader {
-  public:
-    explicit Reader(std::string_view file) : bytes(file) {
-        if (bytes.substr(0, 2) != "MZ") {
-            throw std::runtime_error("it is no program file for Windows");
-        }
-        pe = Number(kOffsetOfPe, 4);
-        if (bytes.substr(std::min(pe, bytes.size()), 4) != std::string_view("PE\0\0", 4)) {
-            throw std::runtime_error("it is no program file for Windows");
-        }
-        const std::size_t count = Number(pe + kFileHeader + 2, 2);
-        const std::size_t first = pe + kOptionalHeader + Number(pe + kFileHeader + 16, 2);
-        for (std::size_t i = 0; i < count; ++i) {
-            const std::size_t at = first + i * kSectionHeaderSize;
-            sections.push_back({Word(at + 12), std::max(Word(at + 8), Word(at + 16)), Word(at + 20),
-                                Word(at + 36)});
-        }
+std::uint32_t Count(const host::PeFile& file, std::size_t position) {
+    const std::uint32_t count = file.Word(position);
+    if (count > kMostExports) {
+        throw std::runtime_error("it is damaged: it has too many exports");
     }
+    return count;
+}
 
-    DllImage Read() const {
-        DllImage image;
-        const auto kind = Number(pe + kOptionalHeader, 2);
-        if (kind != kPe32 && kind != kPe64) {
-            throw std::runtime_error("it is damaged: its header is of an unknown kind");
-        }
-        image.is64Bit = kind == kPe64 && Number(pe + kFileHeader, 2) == kMachine64;
-        const std::size_t directories = pe + kOptionalHeader + (kind == kPe64 ? 112 : 96);
-        const std::uint32_t begin = Word(directories);
-        const std::uint32_t size = Word(directories + 4);
-        if (begin != 0 && size != 0) {
-            ReadExports(begin, size, image);
-        }
-        return image;
+void ReadExports(const host::PeFile& file, DllImage& image) {
+    const auto [begin, size] = file.Exports();
+    const std::size_t directory = file.PositionOf(begin);
+    image.name = file.Text(file.Word(directory + 12));
+    const std::uint32_t base = file.Word(directory + 16);
+    const std::uint32_t count = Count(file, directory + 20);
+    const std::uint32_t nameCount = Count(file, directory + 24);
+    std::map<std::uint32_t, std::vector<std::string>> names;
+    for (std::uint32_t i = 0; i < nameCount; ++i) {
+        const std::size_t name = file.PositionOf(file.Word(directory + 32) + 4 * i);
+        const std::size_t index = file.PositionOf(file.Word(directory + 36) + 2 * i);
+        names[file.Half(index)].push_back(file.Text(file.Word(name)));
     }
-
-  private:
-    void ReadExports(std::uint32_t begin, std::uint32_t size, DllImage& image) const {
-        const std::size_t directory = OffsetOf(begin);
-        image.name = Text(Word(directory + 12));
-        const std::uint32_t base = Word(directory + 16);
-        const std::uint32_t count = Count(directory + 20);
-        const std::uint32_t nameCount = Count(directory + 24);
-        std::map<std::uint32_t, std::vector<std::string>> names;
-        for (std::uint32_t i = 0; i < nameCount; ++i) {
-            const std::size_t name = OffsetOf(Word(directory + 32) + 4 * i);
-            const std::size_t index = OffsetOf(Word(directory + 36) + 2 * i);
-            names[static_cast<std::uint32_t>(Number(index, 2))].push_back(Text(Word(name)));
+    for (std::uint32_t i = 0; i < count; ++i) {
+        const std::uint32_t place = file.Word(file.PositionOf(file.Word(directory + 28) + 4 * i));
+        if (place == 0) { // a gap in the ordinals
+            continue;
         }
-        for (std::uint32_t i = 0; i < count; ++i) {
-            const std::uint32_t place = Word(OffsetOf(Word(directory + 28) + 4 * i));
-            if (place == 0) { // a gap in the ordinals
-                continue;
-            }
-            const bool isForward = place >= begin && place - begin < size;
-            image.exports.push_back({base + i, names[i], isForward ? Text(place) : "",
-                                     !isForward && !IsExecutable(place)});
-        }
+        const bool isForward = place >= begin && place - begin < size;
+        image.exports.push_back({base + i, names[i], isForward ? file.Text(place) : "",
+                                 !isForward && !file.IsExecutable(place)});
     }
-
-    std::size_t Number(std::size_t at, std::size_t size) const {
-        if (at > bytes.size() || bytes.size() - at < size) {
-            throw std::runtime_error("it is damaged: it ends too early");
-        }
-        std::size_t number = 0;
-        for (std::size_t i = size; i-- > 0;) {
-            number = number << 8 | static_cast<unsigned char>(bytes[at + i]);
-        }
-        return number;
-    }
-
-    std::uint32_t Word(std::size_t at) const { return static_cast<std::uint32_t>(Number(at, 4)); }
-
-    std::uint32_t Count(std::size_t at) const {
-        const std::uint32_t count = Word(at);
-        if (count > kMostExports) {
-            throw std::runtime_error("it is damaged: it has too many exports");
-        }
-        return count;
-    }
-
-    std::vector<Section>::const_iterator SectionOf(std::uint32_t place) const {
-        return std::find_if(sections.begin(), sections.end(), [=](const Section& section) {
-            return place >= section.begin && place - section.begin < section.size;
-        });
-    }
-
-    bool IsExecutable(std::uint32_t place) const {
-        const auto section = SectionOf(place);
-        return section != sections.end() && (section->flags & kExecutable) != 0;
-    }
-
-    /// Where in the file is what the loader maps to `place`.
-    std::size_t OffsetOf(std::uint32_t place) const {
-        const auto section = SectionOf(place);
-        if (section == sections.end()) {
-            throw std::runtime_error("it is damaged: its exports lie outside it");
-        }
-        return std::size_t{section->offset} + (place - section->begin);
-    }
-
-    std::string Text(std::uint32_t place) const {
-        const std::size_t begin = OffsetOf(place);
-        const std::size_t end = bytes.find('\0', std::min(begin, bytes.size()));
-        if (end == std::string_view::npos) {
-            throw std::runtime_error("it is damaged: it ends too early");
-        }
-        return std::string(bytes.substr(begin, end - begin));
-    }
-
-    std::string_view bytes;
-    std::size_t pe = 0;
-    std::vector<Section> sections;
-};
+}
 
 /// Bytes with little-endian numbers in them.
 class Writer {
@@ -216,6 +120,9 @@ std::string ExportSection(const std::string& dll, const std::vector<DllExport>& 
 /// The headers of a 64-bit DLL for Windows 10 with one section, which is only read.
 std::string Headers(std::size_t sectionSize) {
     constexpr std::size_t kPeBegins = 0x40;
+    constexpr std::size_t kOptionalHeader = kPeBegins + 4 + 20; // after "PE\0\0" and one header
+    constexpr std::uint16_t kMachine64 = 0x8664;
+    constexpr std::uint16_t kPe64 = 0x20B;
     constexpr std::size_t kOptionalHeaderSize = 240;
     constexpr std::uint64_t kPreferredBase = 0x1'8000'0000;
     constexpr std::uint16_t kDll = 0x2022;       // executable, may be large, a DLL
@@ -224,8 +131,8 @@ std::string Headers(std::size_t sectionSize) {
     constexpr std::uint32_t kRead = 0x4000'0040; // initialised data that can be read
     const std::size_t inFile = RoundedUp(sectionSize, kSector);
     Writer to;
-    to.Half(0x5A4D).FillTo(kOffsetOfPe).Word(kPeBegins); // "MZ"
-    to.Word(0x4550);                                     // "PE"
+    to.Half(0x5A4D).FillTo(0x3C).Word(kPeBegins); // "MZ"
+    to.Word(0x4550);                              // "PE"
     to.Half(kMachine64).Half(1).Word(0).Word(0).Word(0).Half(kOptionalHeaderSize).Half(kDll);
     to.Half(kPe64).Half(0).Word(0).Word(inFile).Word(0).Word(0).Word(0);
     to.Number(kPreferredBase, 8).Word(kPage).Word(kSector);
@@ -234,7 +141,7 @@ std::string Headers(std::size_t sectionSize) {
     to.Half(kGraphical).Half(kWhere);
     to.Number(0x10'0000, 8).Number(0x1000, 8).Number(0x10'0000, 8).Number(0x1000, 8); // stack, heap
     to.Word(0).Word(16).Word(kExports).Word(sectionSize);
-    to.FillTo(kPeBegins + kOptionalHeader + kOptionalHeaderSize);
+    to.FillTo(kOptionalHeader + kOptionalHeaderSize);
     to.Text(".edata").Number(0, 1); // eight bytes
     to.Word(sectionSize).Word(kExports).Word(inFile).Word(kSector);
     to.Word(0).Word(0).Word(0).Word(kRead);
@@ -244,7 +151,13 @@ std::string Headers(std::size_t sectionSize) {
 } // namespace
 
 DllImage ReadDll(std::string_view bytes) {
-    return Reader(bytes).Read();
+    const host::PeFile file(bytes);
+    DllImage image;
+    image.is64Bit = file.Is64Bit() && file.BuiltFor() == host::Processor::x64;
+    if (file.Exports().size != 0) {
+        ReadExports(file, image);
+    }
+    return image;
 }
 
 std::string ForwarderDll(const std::string& name, std::vector<DllExport> exports) {

@@ -35,7 +35,7 @@ CLI::App& AddCommand(CLI::App& app, const char* name, const char* about,
 
 /// Unplace(), and tells what was recorded if that was what the DLLs did.
 void TakeAway(const std::filesystem::path& folder, std::ostream& out) {
-    const std::optional<std::string> setup = ContentOf(folder / kRecordSetup);
+    const std::optional<std::string> setup = host::ContentOf(folder / kRecordSetup);
     Unplace(folder, out);
     if (setup) {
         TellRecordings(PathOf(record::ReadSetup(*setup).file), out);

@@ -127,7 +127,7 @@ class Guard {
   public:
     Guard() {
         for (const char* name : kHostDlls) {
-            std::optional<std::string> bytes = ContentOf(PathBesideThisProgram(name));
+            std::optional<std::string> bytes = host::ContentOf(PathBesideThisProgram(name));
             if (!bytes) {
                 throw std::runtime_error(std::string(name) + " is not beside this program.");
             }
@@ -156,7 +156,7 @@ class Guard {
     void Check(const fs::path& loaded) const {
         const std::string name = Utf8(loaded.filename());
         for (const auto& [rigs, bytes] : contents) {
-            if (IsSameName(name, rigs) && ContentOf(loaded) != bytes) {
+            if (IsSameName(name, rigs) && host::ContentOf(loaded) != bytes) {
                 throw std::runtime_error(
                     "the host would have used " + Utf8(loaded) + ", which is not this rig's, and " +
                     "was ended before. Windows looks into the host's own folder first: " +

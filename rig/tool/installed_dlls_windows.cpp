@@ -1,13 +1,17 @@
 #include "installed_dlls.h"
 
+#include <algorithm>
+#include <iterator>
 #include <sstream>
 #include <stdexcept>
 #include <utility>
 
 #include <windows.h>
 
+#include "dll_files.h"
 #include "file_content.h"
 #include "host_dlls.h"
+#include "parallel_ports.h"
 #include "this_program.h"
 
 namespace fs = std::filesystem;
@@ -15,45 +19,6 @@ namespace fs = std::filesystem;
 namespace rig {
 
 namespace {
-
-template <class Ask>
-std::wstring TextFrom(Ask ask) {
-    std::wstring text(32768, L'\0');
-    text.resize(ask(text.data(), static_cast<DWORD>(text.size())));
-    return text;
-}
-
-/// The folders in which Windows looks for DLLs after the host's own.
-std::vector<fs::path> SearchPath() {
-    std::vector<fs::path> folders = {TextFrom(GetSystemDirectoryW),
-                                     TextFrom(GetSystemWindowsDirectoryW)};
-    std::wistringstream path(TextFrom(
-        [](wchar_t* text, DWORD size) { return GetEnvironmentVariableW(L"PATH", text, size); }));
-    for (std::wstring folder; std::getline(path, folder, L';');) {
-        if (!folder.empty()) {
-            folders.emplace_back(folder);
-        }
-    }
-    return folders;
-}
-
-/// The version that a file tells of itself; empty without one.
-std::string VersionOf(const fs::path& file) {
-    DWORD ignored = 0;
-    std::vector<char> block(GetFileVersionInfoSizeW(file.c_str(), &ignored));
-    void* found = nullptr;
-    UINT size = 0;
-    if (block.empty() ||
-        !GetFileVersionInfoW(file.c_str(), 0, static_cast<DWORD>(block.size()), block.data()) ||
-        !VerQueryValueW(block.data(), L"\\", &found, &size) || size < sizeof(VS_FIXEDFILEINFO)) {
-        return {};
-    }
-    const auto& fixed = *static_cast<const VS_FIXEDFILEINFO*>(found);
-    std::ostringstream version;
-    version << HIWORD(fixed.dwFileVersionMS) << '.' << LOWORD(fixed.dwFileVersionMS) << '.'
-            << HIWORD(fixed.dwFileVersionLS) << '.' << LOWORD(fixed.dwFileVersionLS);
-    return version.str();
-}
 
 template <class Function>
 Function FromNtdll(const char* name) {
@@ -73,31 +38,29 @@ DWORD UpdateRevision() {
 } // namespace
 
 std::vector<InstalledDll> FindVendorDlls(const fs::path& real, const fs::path& hostFolder) {
-    std::vector<fs::path> folders = SearchPath();
-    folders.insert(folders.begin(), hostFolder);
+    std::vector<fs::path> first = {hostFolder};
     if (!real.empty()) {
-        folders.insert(folders.begin(), fs::absolute(real));
+        first.insert(first.begin(), fs::absolute(real));
     }
+    const std::vector<fs::path> folders = host::LoaderFolders(std::move(first));
     std::vector<InstalledDll> dlls;
-    std::string looked;
+    std::string names;
     for (const char* name : kVendorDlls) {
-        looked += std::string(looked.empty() ? "" : ", ") + name;
-        std::error_code ignored;
-        for (const fs::path& folder : folders) {
-            if (!fs::exists(folder / name, ignored)) {
-                continue;
-            }
-            const fs::path file = fs::canonical(folder / name, ignored); // as it is spelled there
-            std::optional<std::string> bytes = ContentOf(file);
-            if (!bytes) {
-                throw std::runtime_error(Utf8(folder / name) + " cannot be read.");
-            }
-            dlls.push_back({name, file, *std::move(bytes), VersionOf(file)});
-            break;
+        names += std::string(names.empty() ? "" : ", ") + name;
+        const std::vector<fs::path> files = host::FindFiles(folders, name);
+        if (files.empty()) {
+            continue;
         }
+        std::error_code ignored;
+        const fs::path file = fs::canonical(files.front(), ignored); // as it is spelled there
+        std::optional<std::string> bytes = host::ContentOf(file);
+        if (!bytes) {
+            throw std::runtime_error(Utf8(files.front()) + " cannot be read.");
+        }
+        dlls.push_back({name, file, *std::move(bytes), host::VersionOf(file)});
     }
     if (dlls.empty()) {
-        throw std::runtime_error("this machine has none of the vendors' DLLs (" + looked +
+        throw std::runtime_error("this machine has none of the vendors' DLLs (" + names +
                                  "). `--real FOLDER` says where they are.");
     }
     return dlls;
@@ -119,6 +82,19 @@ std::string SystemVersion() {
         text << ", Wine " << wine();
     }
     return text.str();
+}
+
+std::vector<record::ReportedPort> ReportedParallelPorts() {
+    const auto valueOf = [](const host::WmiProperty& property) {
+        return std::visit([](const auto& value) { return Value(value); }, property);
+    };
+    std::vector<record::ReportedPort> ports;
+    for (const host::ParallelPort& port : host::ListParallelPorts()) {
+        ports.push_back({valueOf(port.deviceId), {}});
+        std::ranges::transform(port.startingAddresses,
+                               std::back_inserter(ports.back().startingAddresses), valueOf);
+    }
+    return ports;
 }
 
 } // namespace rig

@@ -81,7 +81,7 @@ Reply TellFile(const FileContent& content, const bench::Command& command) {
 } // namespace
 
 FileContent ReadContent(const std::string& name) {
-    std::optional<std::string> text = ContentOf(PathOf(name));
+    std::optional<std::string> text = host::ContentOf(PathOf(name));
     if (!text) {
         throw std::runtime_error(name + " cannot be read.");
     }

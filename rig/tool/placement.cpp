@@ -35,7 +35,7 @@ struct RigDll {
 std::vector<HostFile> ReadRig(const fs::path& rig) {
     std::vector<HostFile> dlls;
     for (const char* name : kHostDlls) {
-        std::optional<std::string> bytes = ContentOf(rig / name);
+        std::optional<std::string> bytes = host::ContentOf(rig / name);
         if (!bytes) {
             throw std::runtime_error(Utf8(rig / name) + " is missing.");
         }
@@ -47,7 +47,7 @@ std::vector<HostFile> ReadRig(const fs::path& rig) {
 std::vector<RigDll> WithSums(const std::vector<HostFile>& files) {
     std::vector<RigDll> dlls;
     for (const HostFile& file : files) {
-        dlls.push_back({file.name, file.bytes, Sha256(file.bytes)});
+        dlls.push_back({file.name, file.bytes, host::Sha256(file.bytes)});
     }
     return dlls;
 }
@@ -88,8 +88,8 @@ class HostFolder {
     std::string SumOf(std::string_view name) const {
         const std::string found = Find(name);
         const std::optional<std::string> bytes =
-            found.empty() ? std::nullopt : ContentOf(path / found);
-        return bytes ? Sha256(*bytes) : std::string();
+            found.empty() ? std::nullopt : host::ContentOf(path / found);
+        return bytes ? host::Sha256(*bytes) : std::string();
     }
 
     /// Temporary and set-aside files of a placement.
@@ -129,7 +129,7 @@ std::vector<PlacedDll> TakeRecord(const HostFolder& folder) {
         }
         return {};
     }
-    const auto record = ReadRecord(ContentOf(folder / kRecord).value_or(""));
+    const auto record = ReadRecord(host::ContentOf(folder / kRecord).value_or(""));
     if (!record) {
         for (const char* name : kPlacedFiles) {
             if (std::string found = folder.Find(name); !found.empty()) {

@@ -49,7 +49,7 @@ void TryOut(const fs::path& file) {
 }
 
 std::string ContentBesideThisProgram(const char* name) {
-    std::optional<std::string> bytes = ContentOf(PathBesideThisProgram(name));
+    std::optional<std::string> bytes = host::ContentOf(PathBesideThisProgram(name));
     if (!bytes) {
         throw std::runtime_error(std::string(name) + " is not beside this program.");
     }

@@ -49,7 +49,7 @@ std::optional<int> CommandOnRecording(const std::vector<std::string>& words, boo
         return std::nullopt;
     }
     const std::string& file = words[1];
-    const std::optional<std::string> text = ContentOf(PathOf(file));
+    const std::optional<std::string> text = host::ContentOf(PathOf(file));
     const bool hasOutput = words.size() == 4 && words[2] == "-o";
     if (!text || !wave::IsOfCalls(*text)) {
         if (isScenario && words.size() == 2) {

@@ -88,7 +88,7 @@ class Planner {
         const std::string path = Utf8(dll.file);
         setup.dlls.push_back({dll.name, isInTheWay ? path + kAsideEnding : path});
         setup.head.libraries.push_back(
-            {dll.name, dll.version.empty() ? "-" : dll.version, Sha256(dll.bytes), path});
+            {dll.name, dll.version.empty() ? "-" : dll.version, host::Sha256(dll.bytes), path});
     }
 
     RecordingPlan Finish() {

@@ -43,7 +43,7 @@ std::size_t TellRecordings(const std::filesystem::path& first, std::ostream& out
     std::size_t calls = 0;
     for (unsigned number = 1;; ++number) {
         const std::filesystem::path file = record::Numbered(first, number);
-        const std::optional<std::string> text = ContentOf(file);
+        const std::optional<std::string> text = host::ContentOf(file);
         if (!text) {
             return calls;
         }

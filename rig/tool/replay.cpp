@@ -32,7 +32,7 @@ void LoadHardwareOf(const record::Recording& recording) {
 } // namespace
 
 record::Recording RecordingIn(const std::string& file, std::ostream& err) {
-    const std::optional<std::string> text = ContentOf(PathOf(file));
+    const std::optional<std::string> text = host::ContentOf(PathOf(file));
     if (!text) {
         throw std::runtime_error(file + ": cannot be read");
     }

@@ -6,6 +6,7 @@
 
 #include <shellapi.h>
 
+#include "dll_files.h"
 #include "windows_text.h"
 
 namespace rig {
@@ -22,9 +23,7 @@ bool RunsInWine() {
 }
 
 std::filesystem::path PathBesideThisProgram(const char* file) {
-    std::wstring path(32768, L'\0');
-    path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
-    return std::filesystem::path(path).parent_path() / file;
+    return host::ProgramFolder() / file;
 }
 
 std::string NameOfThisProcess() {

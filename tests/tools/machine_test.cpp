@@ -33,6 +33,24 @@ TEST_F(MachineTest, StateOfAServiceTellsStoppedFromRefused) {
     EXPECT_EQ(host::StateOfService(2, 0), DriverState::unknown) << "starting";
 }
 
+TEST_F(MachineTest, FirstPortIsDescribedByItsFirstRange) {
+    using Ports = std::vector<host::ParallelPort>;
+    const auto describe = [](const Ports& ports) {
+        const std::optional<host::FirstPort> port = host::FirstOf(ports);
+        return port ? port->Description() : "none";
+    };
+    EXPECT_EQ(describe({}), "none");
+    EXPECT_EQ(describe({{"LPT1", {"0x378", "0x778"}}}), "LPT1 at 0x378");
+    EXPECT_EQ(describe({{"LPT2", {"0x278"}}, {"LPT1", {"0x378"}}}),
+              "LPT2 at 0x278, the first of 2 parallel ports; the others are never used");
+    EXPECT_EQ(describe({{"LPT1", {"0xFFFF"}}}), "LPT1 at 0xffff");
+    for (const host::WmiProperty& address : std::vector<host::WmiProperty>{
+             {}, std::uint64_t{0x378}, "", "LPT", "0", "-1", "0x10000"}) {
+        EXPECT_EQ(describe({{"LPT1", {address}}}), "LPT1, without an I/O range");
+    }
+    EXPECT_EQ(describe({{{}, {"0x378"}}}), "a parallel port without a name at 0x378");
+}
+
 TEST_F(MachineTest, AbsentStoppedAndRefusedPortDriversHaveThreeAdvices) {
     struct Case {
         DriverState state;

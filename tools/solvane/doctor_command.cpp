@@ -66,7 +66,7 @@ ExitCode Doctor(const Session& session) {
         facts.serving = session.log.LastTried();
         facts.unreadLine = FindUnreadLine(session);
     }
-    facts.port = FindFirstPort();
+    facts.port = FirstOf(ListParallelPorts());
     facts.inpout = FindDriver(kInpoutService);
     facts.memoryIntegrity = FindMemoryIntegrity();
 

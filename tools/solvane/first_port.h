@@ -4,6 +4,9 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
+
+#include "parallel_ports.h"
 
 namespace host {
 
@@ -17,7 +20,7 @@ struct FirstPort {
     std::string Description() const;
 };
 
-/// Asks WMI, as the library does; empty when there is no port or WMI fails.
-std::optional<FirstPort> FindFirstPort();
+/// Empty when there is no port.
+std::optional<FirstPort> FirstOf(const std::vector<ParallelPort>& ports);
 
 } // namespace host

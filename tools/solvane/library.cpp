@@ -1,6 +1,6 @@
 #include "library.h"
 
-#include "dll_search.h"
+#include "dll_files.h"
 #include "driver_timer.h"
 #include "missing_imports.h"
 #include "windows_text.h"
@@ -48,7 +48,7 @@ std::string DescribeFailure(const fs::path& path, DWORD error) {
 }
 
 Module Load(const fs::path& given) {
-    const fs::path programDirectory = PathOf(nullptr).parent_path();
+    const fs::path programDirectory = ProgramFolder();
     // Adds the program's folder to the search for vendor DLLs and removes the current directory, in
     // which anybody could have put a DLL.
     SetDllDirectoryW(programDirectory.c_str());

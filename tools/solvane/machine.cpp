@@ -1,6 +1,7 @@
 #include "machine.h"
 
 #include <cstdio>
+#include <cstdlib>
 
 #include "symptoms.h"
 
@@ -18,6 +19,26 @@ std::string FirstPort::Description() const {
     return ports == 1 ? text
                       : text + ", the first of " + std::to_string(ports) +
                             " parallel ports; the others are never used";
+}
+
+std::optional<FirstPort> FirstOf(const std::vector<ParallelPort>& ports) {
+    if (ports.empty()) {
+        return std::nullopt;
+    }
+    const auto textOf = [](const WmiProperty& property) {
+        const auto* const text = std::get_if<std::string>(&property);
+        return text != nullptr ? *text : std::string();
+    };
+    const ParallelPort& first = ports.front();
+    FirstPort port{textOf(first.deviceId), {}, static_cast<unsigned>(ports.size())};
+    if (!first.startingAddresses.empty()) {
+        const long address =
+            std::strtol(textOf(first.startingAddresses.front()).c_str(), nullptr, 0);
+        if (address > 0 && address <= 0xFFFF) {
+            port.address = static_cast<std::uint16_t>(address);
+        }
+    }
+    return port;
 }
 
 DriverState StateOfService(unsigned long state, unsigned long exitCode) {

@@ -8,16 +8,9 @@
 
 #include "first_port.h"
 #include "functions.h"
+#include "pe_file.h"
 
 namespace host {
-
-/// What a DLL was built for.
-enum class Processor {
-    x64, ///< as the library itself
-    x86,
-    other,
-    none ///< the file is not a DLL
-};
 
 /// A file with the name of a DLL, in a folder where Windows searches for it.
 struct DllFile {

@@ -2,22 +2,22 @@
 
 #include <algorithm>
 #include <array>
-#include <cstddef>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <memory>
 #include <type_traits>
 
 #include <windows.h>
 
-#include <bcrypt.h>
 #include <mmsystem.h>
 #include <powrprof.h>
 #include <winsvc.h>
 
-#include "dll_search.h"
+#include "dll_files.h"
+#include "file_content.h"
+#include "missing_imports.h"
+#include "parallel_ports.h"
 #include "vendor_dlls.h"
 #include "virtual_rig.h"
 #include "windows_text.h"
@@ -28,56 +28,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string VersionOf(const fs::path& path) {
-    DWORD ignored = 0;
-    std::vector<std::byte> resource(GetFileVersionInfoSizeW(path.c_str(), &ignored));
-    void* found = nullptr;
-    UINT size = 0;
-    if (resource.empty() ||
-        GetFileVersionInfoW(path.c_str(), 0, static_cast<DWORD>(resource.size()),
-                            resource.data()) == 0 ||
-        VerQueryValueW(resource.data(), L"\\", &found, &size) == 0 ||
-        size < sizeof(VS_FIXEDFILEINFO)) {
-        return "";
-    }
-    const auto* const info = static_cast<const VS_FIXEDFILEINFO*>(found);
-    std::string text;
-    for (const WORD part : {HIWORD(info->dwFileVersionMS), LOWORD(info->dwFileVersionMS),
-                            HIWORD(info->dwFileVersionLS), LOWORD(info->dwFileVersionLS)}) {
-        text += (text.empty() ? "" : ".") + std::to_string(part);
-    }
-    return text;
-}
-
-std::string Sha256Of(const fs::path& path) {
-    std::ifstream stream(path, std::ios::binary);
-    if (!stream) {
-        return "";
-    }
-    std::string content{std::istreambuf_iterator<char>(stream), {}};
-    std::array<UCHAR, 32> hash{};
-    BCRYPT_ALG_HANDLE algorithm = nullptr;
-    if (BCryptOpenAlgorithmProvider(&algorithm, BCRYPT_SHA256_ALGORITHM, nullptr, 0) != 0) {
-        return "";
-    }
-    const NTSTATUS status = BCryptHash(
-        algorithm, nullptr, 0, reinterpret_cast<PUCHAR>(content.data()),
-        static_cast<ULONG>(content.size()), hash.data(), static_cast<ULONG>(hash.size()));
-    BCryptCloseAlgorithmProvider(algorithm, 0);
-    if (status != 0) {
-        return "";
-    }
-    std::string text;
-    for (const UCHAR byte : hash) {
-        constexpr const char* kDigits = "0123456789abcdef";
-        text += kDigits[byte >> 4];
-        text += kDigits[byte & 0xF];
-    }
-    return text;
-}
-
 DllFile LookAt(const fs::path& path, bool isBefore) {
-    return {Utf8(path.native()), VersionOf(path), Sha256Of(path), ProcessorOf(path), isBefore};
+    const std::optional<std::string> content = ContentOf(path);
+    return {Utf8(path.native()), VersionOf(path), content ? Sha256(*content) : "",
+            ProcessorOf(content.value_or("")), isBefore};
 }
 
 HMODULE ModuleOf(const Functions& library) {
@@ -89,7 +43,7 @@ HMODULE ModuleOf(const Functions& library) {
 }
 
 LoadedDll LookAt(HMODULE module, const char* name, const std::vector<fs::path>& folders) {
-    const fs::path path = PathOf(module);
+    const fs::path path = FileOf(module);
     LoadedDll dll{name, LookAt(path, false), {}};
     bool isBefore = true;
     for (const fs::path& file : FindFiles(folders, name)) {
@@ -280,10 +234,10 @@ Machine LookAtMachine(const Functions& library) {
     machine.rig = DescribeVirtualRig();
     machine.dllsMs = Measured([&] {
         machine.library = LookAt(module, "Solvane.dll", {}); // loaded by path, not searched
-        machine.vendorDlls = FindVendorDlls(LoaderFolders(PathOf(module)));
+        machine.vendorDlls = FindVendorDlls(ImportFolders(FileOf(module)));
     });
     machine.usb = FindUsb();
-    machine.port = FindFirstPort();
+    machine.port = FirstOf(ListParallelPorts());
     machine.inpout = FindDriver(kInpoutService);
     machine.timerDriver = FindDriver(kTimerService);
     machine.memoryIntegrity = FindMemoryIntegrity();

@@ -1,19 +1,16 @@
 #include "missing_imports.h"
 
 #include <algorithm>
-#include <cstddef>
-#include <fstream>
-#include <iterator>
 #include <optional>
 #include <set>
-#include <span>
 #include <utility>
 
 #include <windows.h>
 
-#include "dll_search.h"
+#include "dll_files.h"
+#include "file_content.h"
 #include "module.h"
-#include "pe_imports.h"
+#include "pe_file.h"
 #include "windows_text.h"
 
 namespace host {
@@ -22,18 +19,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::vector<std::string> ImportsOf(const fs::path& path) {
-    std::ifstream stream(path, std::ios::binary);
-    const std::string content{std::istreambuf_iterator<char>(stream), {}};
-    return ImportedDlls(std::as_bytes(std::span(content)));
-}
-
 /// The file that the loader takes or fails on. It skips files for other processors, but if there
 /// are no others it fails on the first of these.
 std::optional<fs::path> Locate(const std::vector<fs::path>& folders, const std::wstring& dll) {
     const std::vector<fs::path> files = FindFiles(folders, dll);
     const auto isLookedAt = [](const fs::path& file) {
-        const Processor processor = ProcessorOf(file);
+        const Processor processor = ProcessorOf(ContentOf(file).value_or(""));
         return processor == Processor::x64 || processor == Processor::none;
     };
     const auto found = std::ranges::find_if(files, isLookedAt);
@@ -47,7 +38,7 @@ class Search {
     explicit Search(std::vector<fs::path> loaderFolders) : folders(std::move(loaderFolders)) {}
 
     void LookInto(const fs::path& importer) {
-        for (const std::string& dll : ImportsOf(importer)) {
+        for (const std::string& dll : ImportedDlls(ContentOf(importer).value_or(""))) {
             if (tried.insert(dll).second) {
                 Try(Utf8(importer.filename().native()), dll);
             }
@@ -86,8 +77,12 @@ class Search {
 
 } // namespace
 
+std::vector<fs::path> ImportFolders(const fs::path& library) {
+    return LoaderFolders({library.parent_path(), ProgramFolder()});
+}
+
 std::vector<MissingImport> FindMissingImports(const fs::path& library) {
-    Search search(LoaderFolders(library));
+    Search search(ImportFolders(library));
     search.LookInto(library);
     return search.missing;
 }

@@ -15,6 +15,10 @@ struct MissingImport {
     bool absent;          ///< false: there is a file, but it cannot be loaded
 };
 
+/// The folders that the loader searches for the imports of a library loaded by its path, in order.
+/// They include the program's own folder, which Library adds with SetDllDirectory.
+std::vector<std::filesystem::path> ImportFolders(const std::filesystem::path& library);
+
 /// Tries to load every DLL that the library imports, and follows the imports of those that fail.
 /// The path is absolute.
 std::vector<MissingImport> FindMissingImports(const std::filesystem::path& library);

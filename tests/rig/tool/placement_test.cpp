@@ -69,7 +69,7 @@ class Placement : public testing::Test {
     Files InHost() const {
         Files files;
         for (const fs::directory_entry& entry : fs::directory_iterator(host)) {
-            files[entry.path().filename().string()] = rig::ContentOf(entry.path()).value();
+            files[entry.path().filename().string()] = host::ContentOf(entry.path()).value();
         }
         return files;
     }
@@ -151,7 +151,7 @@ TEST_F(Placement, MarksTheFolderForAnybody) {
     EXPECT_THAT(record, HasSubstr("simulated camera"));
     EXPECT_THAT(record, HasSubstr("`solvane-rig unplace`"));
     for (const auto& [name, content] : kRig) {
-        EXPECT_THAT(record, HasSubstr("\n" + rig::Sha256(content) + "  " + name + "\n"))
+        EXPECT_THAT(record, HasSubstr("\n" + host::Sha256(content) + "  " + name + "\n"))
             << "as sha256sum --check reads it";
     }
 }

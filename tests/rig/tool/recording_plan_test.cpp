@@ -68,7 +68,7 @@ TEST(RecordingPlan, ForwardsEveryExportUnderItsNameAndOrdinal) {
                                                       {"FTD2XX.dll", 200, ""}}));
     ASSERT_EQ(setup.head.libraries.size(), 1U);
     EXPECT_EQ(setup.head.libraries[0].version, "3.2.14.0");
-    EXPECT_EQ(setup.head.libraries[0].sha256, rig::Sha256(D2xx("").bytes));
+    EXPECT_EQ(setup.head.libraries[0].sha256, host::Sha256(D2xx("").bytes));
 }
 
 TEST(RecordingPlan, FindsADllThatMakesWayUnderItsOtherName) {

@@ -1,7 +1,4 @@
-#include "first_port.h"
-
-#include <cwchar>
-#include <vector>
+#include "parallel_ports.h"
 
 #include <windows.h>
 
@@ -17,7 +14,6 @@ namespace host {
 namespace {
 
 using Microsoft::WRL::ComPtr;
-using Object = ComPtr<IWbemClassObject>;
 
 /// Initialises COM on this thread, and uninitialises it at the end.
 struct ComSession {
@@ -42,6 +38,12 @@ struct Text {
     Text& operator=(const Text&) = delete;
 };
 
+/// WMI answers only callers whom it may impersonate.
+void AllowImpersonation(IUnknown* proxy) {
+    CoSetProxyBlanket(proxy, RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, nullptr, RPC_C_AUTHN_LEVEL_CALL,
+                      RPC_C_IMP_LEVEL_IMPERSONATE, nullptr, EOAC_NONE);
+}
+
 /// The WMI namespace root\cimv2; null if it cannot be reached.
 ComPtr<IWbemServices> Connect() {
     ComPtr<IWbemLocator> locator;
@@ -54,67 +56,68 @@ ComPtr<IWbemServices> Connect() {
                                services.GetAddressOf());
     }
     if (services) {
-        CoSetProxyBlanket(services.Get(), RPC_C_AUTHN_WINNT, RPC_C_AUTHZ_NONE, nullptr,
-                          RPC_C_AUTHN_LEVEL_CALL, RPC_C_IMP_LEVEL_IMPERSONATE, nullptr, EOAC_NONE);
+        AllowImpersonation(services.Get());
     }
     return services;
 }
 
-std::vector<Object> Query(IWbemServices& services, const std::wstring& query) {
-    std::vector<Object> objects;
+WmiProperty PropertyOf(IWbemClassObject& object, const wchar_t* name) {
+    VARIANT value;
+    VariantInit(&value);
+    object.Get(name, 0, &value, nullptr, nullptr);
+    WmiProperty property;
+    if (value.vt == VT_BSTR && value.bstrVal != nullptr) {
+        property = Utf8(value.bstrVal);
+    } else if (value.vt == VT_I4) {
+        property = static_cast<std::uint64_t>(std::int64_t{value.lVal});
+    }
+    VariantClear(&value);
+    return property;
+}
+
+/// A property of each object that a query finds.
+std::vector<WmiProperty> Query(IWbemServices& services, const std::wstring& query,
+                               const wchar_t* property) {
+    std::vector<WmiProperty> found;
     ComPtr<IEnumWbemClassObject> results;
     services.ExecQuery(Text(L"WQL").string, Text(query).string, WBEM_FLAG_FORWARD_ONLY, nullptr,
                        results.GetAddressOf());
+    if (results) {
+        AllowImpersonation(results.Get());
+    }
     while (results) {
-        Object object;
+        ComPtr<IWbemClassObject> object;
         ULONG returned = 0;
         results->Next(static_cast<LONG>(WBEM_INFINITE), 1, object.GetAddressOf(), &returned);
         if (returned == 0 || !object) {
             break;
         }
-        objects.push_back(object);
+        found.push_back(PropertyOf(*object.Get(), property));
     }
-    return objects;
-}
-
-/// A text property; empty if it is missing or of another type.
-std::wstring Property(IWbemClassObject& object, const wchar_t* name) {
-    VARIANT value;
-    VariantInit(&value);
-    std::wstring text;
-    if (SUCCEEDED(object.Get(name, 0, &value, nullptr, nullptr)) && value.vt == VT_BSTR &&
-        value.bstrVal != nullptr) {
-        text = value.bstrVal;
-    }
-    VariantClear(&value);
-    return text;
+    return found;
 }
 
 } // namespace
 
-std::optional<FirstPort> FindFirstPort() {
+std::vector<ParallelPort> ListParallelPorts() {
     const ComSession session;
+    std::vector<ParallelPort> ports;
     const ComPtr<IWbemServices> services = Connect();
     if (!services) {
-        return std::nullopt;
+        return ports;
     }
-    const std::vector<Object> ports = Query(*services.Get(), L"SELECT * FROM Win32_ParallelPort");
-    if (ports.empty()) {
-        return std::nullopt;
-    }
-    const std::wstring name = Property(*ports.front().Get(), L"DeviceID");
-    FirstPort port{Utf8(name), {}, static_cast<unsigned>(ports.size())};
-    const std::vector<Object> ranges =
-        Query(*services.Get(), L"ASSOCIATORS OF {Win32_ParallelPort.DeviceID='" + name +
-                                   L"'} WHERE ResultClass = Win32_PortResource");
-    if (!ranges.empty()) {
-        const std::wstring begin = Property(*ranges.front().Get(), L"StartingAddress");
-        const long address = std::wcstol(begin.c_str(), nullptr, 0);
-        if (address > 0 && address <= 0xFFFF) {
-            port.address = static_cast<std::uint16_t>(address);
+    for (WmiProperty& id :
+         Query(*services.Get(), L"SELECT * FROM Win32_ParallelPort", L"DeviceID")) {
+        ports.push_back({std::move(id), {}});
+        if (const auto* name = std::get_if<std::string>(&ports.back().deviceId)) {
+            ports.back().startingAddresses =
+                Query(*services.Get(),
+                      L"ASSOCIATORS OF {Win32_ParallelPort.DeviceID='" + Wide(*name) +
+                          L"'} WHERE ResultClass = Win32_PortResource",
+                      L"StartingAddress");
         }
     }
-    return port;
+    return ports;
 }
 
 } // namespace host

@@ -4,13 +4,14 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
 
-namespace rig {
+namespace host {
 
 /// All bytes of a file; none when it cannot be read.
 std::optional<std::string> ContentOf(const std::filesystem::path& path);
 
 /// The SHA-256 sum (FIPS 180-4) of some bytes, in lower-case hexadecimal digits.
-std::string Sha256(const std::string& bytes);
+std::string Sha256(std::string_view bytes);
 
-} // namespace rig
+} // namespace host

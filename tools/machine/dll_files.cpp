@@ -1,8 +1,9 @@
-#include "dll_search.h"
+#include "dll_files.h"
 
 #include <algorithm>
 #include <array>
-#include <fstream>
+#include <cstddef>
+#include <utility>
 
 namespace host {
 
@@ -23,18 +24,9 @@ std::wstring SearchPath() {
     return path;
 }
 
-/// A value from a file; all zero where the file ends before.
-template <typename Value>
-Value ReadAt(std::ifstream& stream, std::streamoff offset) {
-    Value value{};
-    stream.seekg(offset);
-    stream.read(reinterpret_cast<char*>(&value), sizeof value);
-    return stream ? value : Value{};
-}
-
 } // namespace
 
-fs::path PathOf(HMODULE module) {
+fs::path FileOf(HMODULE module) {
     std::wstring path(MAX_PATH, L'\0');
     DWORD length = 0;
     while ((length = GetModuleFileNameW(module, path.data(), static_cast<DWORD>(path.size()))) ==
@@ -45,10 +37,15 @@ fs::path PathOf(HMODULE module) {
     return path;
 }
 
-std::vector<fs::path> LoaderFolders(const fs::path& library) {
-    const fs::path windows = SystemFolder(GetWindowsDirectoryW);
-    std::vector<fs::path> folders{library.parent_path(), PathOf(nullptr).parent_path(),
-                                  SystemFolder(GetSystemDirectoryW), windows / L"System", windows};
+fs::path ProgramFolder() {
+    return FileOf(nullptr).parent_path();
+}
+
+std::vector<fs::path> LoaderFolders(std::vector<fs::path> first) {
+    const fs::path windows = SystemFolder(GetSystemWindowsDirectoryW);
+    std::vector<fs::path> folders = std::move(first);
+    folders.insert(folders.end(),
+                   {SystemFolder(GetSystemDirectoryW), windows / L"System", windows});
     const std::wstring path = SearchPath();
     for (std::size_t begin = 0; begin < path.size();) {
         const std::size_t end = std::min(path.find(L';', begin), path.size());
@@ -73,26 +70,25 @@ std::vector<fs::path> FindFiles(const std::vector<fs::path>& folders, const fs::
     return files;
 }
 
-Processor ProcessorOf(const fs::path& dll) {
-    std::ifstream stream(dll, std::ios::binary);
-    const auto dos = ReadAt<IMAGE_DOS_HEADER>(stream, 0);
-    const auto headers = static_cast<std::streamoff>(dos.e_lfanew);
-    if (dos.e_magic != IMAGE_DOS_SIGNATURE ||
-        ReadAt<DWORD>(stream, headers) != IMAGE_NT_SIGNATURE) {
-        return Processor::none;
+std::string VersionOf(const fs::path& path) {
+    DWORD ignored = 0;
+    std::vector<std::byte> resource(GetFileVersionInfoSizeW(path.c_str(), &ignored));
+    void* found = nullptr;
+    UINT size = 0;
+    if (resource.empty() ||
+        GetFileVersionInfoW(path.c_str(), 0, static_cast<DWORD>(resource.size()),
+                            resource.data()) == 0 ||
+        VerQueryValueW(resource.data(), L"\\", &found, &size) == 0 ||
+        size < sizeof(VS_FIXEDFILEINFO)) {
+        return "";
     }
-    const std::streamoff behindSignature = headers + static_cast<std::streamoff>(sizeof(DWORD));
-    const auto header = ReadAt<IMAGE_FILE_HEADER>(stream, behindSignature);
-    switch (header.Machine) {
-    case IMAGE_FILE_MACHINE_AMD64:
-        return Processor::x64;
-    case IMAGE_FILE_MACHINE_I386:
-        return Processor::x86;
-    case IMAGE_FILE_MACHINE_UNKNOWN:
-        return Processor::none;
-    default:
-        return Processor::other;
+    const auto* const info = static_cast<const VS_FIXEDFILEINFO*>(found);
+    std::string text;
+    for (const WORD part : {HIWORD(info->dwFileVersionMS), LOWORD(info->dwFileVersionMS),
+                            HIWORD(info->dwFileVersionLS), LOWORD(info->dwFileVersionLS)}) {
+        text += (text.empty() ? "" : ".") + std::to_string(part);
     }
+    return text;
 }
 
 } // namespace host

@@ -7,7 +7,7 @@
 #include <fstream>
 #include <system_error>
 
-namespace rig {
+namespace host {
 
 namespace {
 
@@ -84,7 +84,7 @@ std::optional<std::string> ContentOf(const std::filesystem::path& path) {
     return stream ? std::optional(std::move(bytes)) : std::nullopt;
 }
 
-std::string Sha256(const std::string& bytes) {
+std::string Sha256(std::string_view bytes) {
     State state = {0x6a09e667, 0xbb67ae85, 0x3c6ef372, 0xa54ff53a,
                    0x510e527f, 0x9b05688c, 0x1f83d9ab, 0x5be0cd19};
     const std::size_t whole = bytes.size() / kBlock * kBlock;
@@ -93,7 +93,7 @@ std::string Sha256(const std::string& bytes) {
     }
     // The padding: the remaining bytes, a 1 bit, zeros, and the length in bits at the end of a
     // block.
-    std::string last = bytes.substr(whole) + '\x80';
+    std::string last = std::string(bytes.substr(whole)) + '\x80';
     last.resize(last.size() <= kBlock - 8 ? kBlock - 8 : 2 * kBlock - 8);
     const std::uint64_t bits = 8 * static_cast<std::uint64_t>(bytes.size());
     for (int shift = 56; shift >= 0; shift -= 8) {
@@ -112,4 +112,4 @@ std::string Sha256(const std::string& bytes) {
     return digits;
 }
 
-} // namespace rig
+} // namespace host
