@@ -7,22 +7,26 @@ namespace rig {
 namespace {
 
 constexpr std::uint64_t kNanosecondsPerUnit = 1'000;
-constexpr const char* kHeader = "$version Solvane rig $end\n"
-                                "$timescale 1 us $end\n"
-                                "$scope module camera $end\n";
 
 /// The events that get a mark. Without one, a pulse that an unplugged cable cut short looks normal.
 constexpr std::array<std::string_view, 7> kMarks = {"capture", "ignored", "unplug", "plug",
                                                     "sleep",   "resume",  "fault"};
 
-/// The short name of a variable in the VCD, a printable character from '!' on. Events come after
-/// the lines.
-char CodeOf(std::size_t line) {
-    return static_cast<char>('!' + line);
+/// The short name of a variable, a printable character from '!' on.
+char CodeOf(std::size_t index) {
+    return static_cast<char>('!' + index);
 }
 
 char DigitOf(bool level) {
     return level ? '1' : '0';
+}
+
+std::vector<std::string> LineNames() {
+    std::vector<std::string> names;
+    for (std::size_t i = 0; i < RIG_LINE_COUNT; ++i) {
+        names.emplace_back(LineName(static_cast<rig_line>(i)));
+    }
+    return names;
 }
 
 } // namespace
@@ -33,20 +37,39 @@ const char* LineName(rig_line line) {
     return names[line];
 }
 
-Waveform::Waveform(std::ostream& out, const Levels& start, std::uint64_t begin)
-    : file(out), levels(start), origin(begin) {
-    file << kHeader;
-    for (std::size_t i = 0; i < levels.size(); ++i) {
-        file << "$var wire 1 " << CodeOf(i) << ' ' << LineName(static_cast<rig_line>(i))
-             << " $end\n";
+VcdWriter::VcdWriter(std::ostream& out, const std::vector<std::string>& lines,
+                     const std::vector<std::string>& events)
+    : file(out) {
+    file << "$version Solvane rig $end\n$timescale 1 us $end\n$scope module camera $end\n";
+    std::size_t index = 0;
+    for (const std::string& line : lines) {
+        file << "$var wire 1 " << CodeOf(index++) << ' ' << line << " $end\n";
     }
     file << "$upscope $end\n$scope module events $end\n";
-    for (std::size_t i = 0; i < kMarks.size(); ++i) {
-        file << "$var event 1 " << CodeOf(levels.size() + i) << ' ' << kMarks[i] << " $end\n";
+    for (const std::string& event : events) {
+        file << "$var event 1 " << CodeOf(index++) << ' ' << event << " $end\n";
     }
-    file << "$upscope $end\n$enddefinitions $end\n#0\n$dumpvars\n";
+    file << "$upscope $end\n$enddefinitions $end\n";
+}
+
+void VcdWriter::MoveTo(std::uint64_t time) {
+    if (!written || time > *written) {
+        written = time;
+        file << '#' << time << '\n';
+    }
+}
+
+void VcdWriter::Set(std::size_t index, char value) {
+    file << value << CodeOf(index) << '\n';
+}
+
+Waveform::Waveform(std::ostream& out, const Levels& start, std::uint64_t begin)
+    : file(out), vcd(out, LineNames(), {kMarks.begin(), kMarks.end()}), levels(start),
+      origin(begin) {
+    vcd.MoveTo(0);
+    file << "$dumpvars\n";
     for (std::size_t i = 0; i < levels.size(); ++i) {
-        file << DigitOf(levels[i]) << CodeOf(i) << '\n';
+        vcd.Set(i, DigitOf(levels[i]));
     }
     file << "$end\n" << std::flush;
 }
@@ -57,8 +80,8 @@ void Waveform::Set(rig_line line, bool level, std::uint64_t time) {
     }
     levels[line] = level;
     MoveTo(time);
-    // Each change reaches the file at once: the host may be killed.
-    file << DigitOf(level) << CodeOf(line) << '\n' << std::flush;
+    vcd.Set(line, DigitOf(level));
+    file << std::flush;
 }
 
 void Waveform::Mark(std::string_view event, std::uint64_t time) {
@@ -66,17 +89,13 @@ void Waveform::Mark(std::string_view event, std::uint64_t time) {
     const bool isPlan = std::ranges::count(event, ' ') > 1; // "fault FT_Write status=4"
     if (kind != kMarks.end() && !isPlan) {
         MoveTo(time);
-        const auto index = static_cast<std::size_t>(kind - kMarks.begin());
-        file << DigitOf(true) << CodeOf(levels.size() + index) << '\n' << std::flush;
+        vcd.Set(levels.size() + static_cast<std::size_t>(kind - kMarks.begin()), '1');
+        file << std::flush;
     }
 }
 
 void Waveform::MoveTo(std::uint64_t time) {
-    const std::uint64_t unit = time > origin ? (time - origin) / kNanosecondsPerUnit : 0;
-    if (unit > written) {
-        written = unit;
-        file << '#' << unit << '\n';
-    }
+    vcd.MoveTo(time > origin ? (time - origin) / kNanosecondsPerUnit : 0);
 }
 
 } // namespace rig

@@ -4,8 +4,11 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <ostream>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include <solvane/rig.h>
 
@@ -15,7 +18,26 @@ using Levels = std::array<bool, RIG_LINE_COUNT>;
 
 const char* LineName(rig_line line);
 
-/// Times are nanoseconds; in the file they count from its beginning.
+/// Knows the format alone. Times are microseconds. Lines and events are counted together from 0,
+/// the lines first.
+class VcdWriter {
+  public:
+    VcdWriter(std::ostream& out, const std::vector<std::string>& lines,
+              const std::vector<std::string>& events);
+
+    /// Writes a time stamp, unless the file has come so far already.
+    void MoveTo(std::uint64_t time);
+
+    /// '0', '1' or 'x' for a line, '1' for an event.
+    void Set(std::size_t index, char value);
+
+  private:
+    std::ostream& file;
+    std::optional<std::uint64_t> written; ///< the last time stamp
+};
+
+/// Times are nanoseconds; in the file they count from its beginning. Each change reaches the file
+/// at once: the host may be killed.
 class Waveform {
   public:
     Waveform(std::ostream& out, const Levels& start, std::uint64_t begin);
@@ -31,9 +53,9 @@ class Waveform {
 
   private:
     std::ostream& file;
+    VcdWriter vcd;
     Levels levels;
     std::uint64_t origin;
-    std::uint64_t written = 0; ///< the last time stamp, in the file's unit
 };
 
 } // namespace rig

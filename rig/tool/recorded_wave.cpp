@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
+#include <sstream>
 
 #include "recorded_lines.h"
 #include "recording_lines.h"
@@ -32,11 +33,6 @@ void Set(std::vector<Change>& changes, double time, Level level) {
     if (changes.empty() ? level != Level::unknown : changes.back().level != level) {
         changes.push_back({time, level});
     }
-}
-
-/// The short name of a variable, a printable character from '!' on.
-char CodeOf(std::size_t index) {
-    return static_cast<char>('!' + index);
 }
 
 } // namespace
@@ -71,51 +67,34 @@ Recording LinesOfCalls(std::string_view text) {
 }
 
 std::string VcdOf(const Recording& recording) {
-    std::string text =
-        "$version Solvane rig $end\n$timescale 1 us $end\n$scope module camera $end\n";
+    std::multimap<long long, std::pair<std::size_t, char>> changes; // by time, in µs
+    const auto add = [&](double time, std::size_t index, char value) {
+        changes.emplace(std::llround(time * kMicrosecondsPerMillisecond), std::pair(index, value));
+    };
+    std::vector<std::string> lines;
+    for (const Signal& signal : recording.signals) {
+        for (const Change& change : signal.changes) {
+            add(change.time, lines.size(), kLevelDigits[static_cast<std::size_t>(change.level)]);
+        }
+        lines.push_back(signal.name);
+    }
     std::vector<std::string> events;
     for (const Mark& mark : recording.marks) {
-        if (std::ranges::find(events, mark.name) == events.end()) {
+        const auto event = std::ranges::find(events, mark.name);
+        add(mark.time, lines.size() + static_cast<std::size_t>(event - events.begin()), '1');
+        if (event == events.end()) {
             events.push_back(mark.name);
         }
     }
-    std::multimap<long long, std::string> changes; // by time, in µs
-    const auto add = [&](double time, char value, std::size_t code) {
-        changes.emplace(std::llround(time * kMicrosecondsPerMillisecond),
-                        std::string{value, CodeOf(code), '\n'});
-    };
-    std::size_t code = 0;
-    for (const Signal& signal : recording.signals) {
-        text += std::string("$var wire 1 ") + CodeOf(code) + ' ' + signal.name + " $end\n";
-        for (const Change& change : signal.changes) {
-            add(change.time, kLevelDigits[static_cast<std::size_t>(change.level)], code);
-        }
-        ++code;
-    }
-    text += "$upscope $end\n$scope module events $end\n";
-    for (const std::string& event : events) {
-        text += std::string("$var event 1 ") + CodeOf(code) + ' ' + event + " $end\n";
-        for (const Mark& mark : recording.marks) {
-            if (mark.name == event) {
-                add(mark.time, '1', code);
-            }
-        }
-        ++code;
-    }
-    text += "$upscope $end\n$enddefinitions $end\n";
-    long long written = -1;
-    const auto moveTo = [&](long long time) {
-        if (time > written) {
-            text += '#' + std::to_string(time) + '\n';
-            written = time;
-        }
-    };
+    std::ostringstream text;
+    VcdWriter vcd(text, lines, events);
     for (const auto& [time, change] : changes) {
-        moveTo(time);
-        text += change;
+        vcd.MoveTo(static_cast<std::uint64_t>(time));
+        vcd.Set(change.first, change.second);
     }
-    moveTo(std::llround(recording.end * kMicrosecondsPerMillisecond));
-    return text;
+    vcd.MoveTo(
+        static_cast<std::uint64_t>(std::llround(recording.end * kMicrosecondsPerMillisecond)));
+    return text.str();
 }
 
 } // namespace rig::wave
