@@ -68,7 +68,7 @@ int RunBench(const Request& request, std::ostream& out, std::ostream& err) {
         std::this_thread::sleep_for(isLast ? std::chrono::milliseconds{0} : kGlance);
     }
     EndBench();
-    return request.IsReplay() ? TellReplay(out) : kSuccess;
+    return request.IsReplay() ? PrintReplay(out) : kSuccess;
 }
 
 /// Returns the host's exit code or, of a replay, whether it was followed to the end.
@@ -87,7 +87,7 @@ int RunHost(Request request, const std::vector<std::string>& host, std::ostream&
             return code;
         }
         out << (code != 0 ? "The host's exit code was " + std::to_string(code) + ".\n" : "");
-        return TellReplay(out);
+        return PrintReplay(out);
     } catch (const std::runtime_error& failure) {
         throw GuardFailure(failure.what());
     }
@@ -187,7 +187,7 @@ void AddCommand(CLI::App& app, const std::string& verb, std::ostream& out, std::
 
 } // namespace
 
-void TellBenches(std::ostream& out) {
+void PrintBenches(std::ostream& out) {
     for (const std::string& name : bench::BenchesThatRun()) {
         out << "Bench \"" << name << "\": ";
         try {

@@ -28,7 +28,7 @@ void AddHostCommands(CLI::App& app, std::ostream& out, int& hostExit);
 void AddCompareCommand(CLI::App& app, std::ostream& out, std::ostream& err, int& exitCode);
 
 /// Prints the running benches, and why a host last found no hardware.
-void TellBenches(std::ostream& out);
+void PrintBenches(std::ostream& out);
 
 /// `bench`, `run`, `replay`, and the commands for a running bench. `host` is the command line after
 /// `--`. `exitCode` is set to that of the host or of the command.

@@ -22,7 +22,7 @@ struct Request {
     bool json = false;
 };
 
-void TellAsJson(const record::Comparison& comparison, std::ostream& out) {
+void PrintAsJson(const record::Comparison& comparison, std::ostream& out) {
     std::string list;
     for (const record::Difference& difference : comparison.differences) {
         list += (list.empty() ? "" : ",") + Json()
@@ -41,7 +41,7 @@ void TellAsJson(const record::Comparison& comparison, std::ostream& out) {
         << '\n';
 }
 
-void Tell(const record::Comparison& comparison, std::ostream& out) {
+void PrintAsText(const record::Comparison& comparison, std::ostream& out) {
     for (const record::Difference& difference : comparison.differences) {
         out << "call " << difference.number << ' ' << difference.question
             << "\n    recorded:  " << difference.recorded
@@ -69,7 +69,7 @@ int Compare(const Request& request, std::ostream& out, std::ostream& err) {
         }
     }
     const record::Comparison comparison = record::Compare(recording, scenario);
-    request.json ? TellAsJson(comparison, out) : Tell(comparison, out);
+    request.json ? PrintAsJson(comparison, out) : PrintAsText(comparison, out);
     return comparison.differences.empty() ? kSuccess : kFailure;
 }
 

@@ -116,7 +116,7 @@ void RemoveDriver(std::ostream& out) {
     out << "The driver is not installed.\n";
 }
 
-void TellDriver(std::ostream& out) {
+void PrintDriverState(std::ostream& out) {
     const ServiceHandle manager = OpenManager("ask for");
     const ServiceHandle service = OpenDriver(manager.get());
     if (!service) {

@@ -38,7 +38,7 @@ void TakeAway(const std::filesystem::path& folder, std::ostream& out) {
     const std::optional<std::string> setup = host::ContentOf(folder / kRecordSetup);
     Unplace(folder, out);
     if (setup) {
-        TellRecordings(PathOf(record::ReadSetup(*setup).file), out);
+        PrintRecordings(PathOf(record::ReadSetup(*setup).file), out);
     }
 }
 

@@ -96,19 +96,19 @@ struct Loading {
     HANDLE handle; ///< of the process that has been started
 };
 
-/// Sees to a debug event, and tells `told` what it says. Returns how the program goes on.
-template <class Told>
-DWORD Serve(const DEBUG_EVENT& event, Told told) {
+/// Handles a debug event, and calls `onLoading` if it is one. Returns how the program goes on.
+template <class OnLoading>
+DWORD HandleEvent(const DEBUG_EVENT& event, OnLoading onLoading) {
     switch (event.dwDebugEventCode) {
     case CREATE_PROCESS_DEBUG_EVENT: {
         const Handle file(event.u.CreateProcessInfo.hFile);
         HideDebugger(event.u.CreateProcessInfo.hProcess);
-        told(Loading{event.dwProcessId, {}, event.u.CreateProcessInfo.hProcess});
+        onLoading(Loading{event.dwProcessId, {}, event.u.CreateProcessInfo.hProcess});
         return DBG_CONTINUE;
     }
     case LOAD_DLL_DEBUG_EVENT: {
         const Handle file(event.u.LoadDll.hFile);
-        told(Loading{event.dwProcessId, PathOfFile(file.get()), nullptr});
+        onLoading(Loading{event.dwProcessId, PathOfFile(file.get()), nullptr});
         return DBG_CONTINUE;
     }
     case EXCEPTION_DEBUG_EVENT: {
@@ -144,7 +144,7 @@ class Guard {
                                          std::to_string(GetLastError()) + '.');
             }
             const DWORD answer =
-                Serve(event, [this](const Loading& loading) { Check(loading.file); });
+                HandleEvent(event, [this](const Loading& loading) { Check(loading.file); });
             ContinueDebugEvent(event.dwProcessId, event.dwThreadId, answer);
             if (event.dwDebugEventCode == EXIT_PROCESS_DEBUG_EVENT && event.dwProcessId == host) {
                 return static_cast<int>(event.u.ExitProcess.dwExitCode);
@@ -195,7 +195,8 @@ class Watcher {
             return;
         }
         bool isOurs = false;
-        const DWORD answer = Serve(event, [&](const Loading& loading) { isOurs = Note(loading); });
+        const DWORD answer =
+            HandleEvent(event, [&](const Loading& loading) { isOurs = Note(loading); });
         watched -= event.dwDebugEventCode == EXIT_PROCESS_DEBUG_EVENT ? 1 : 0;
         ContinueDebugEvent(event.dwProcessId, event.dwThreadId, answer);
         if (isOurs && DebugActiveProcessStop(event.dwProcessId)) {

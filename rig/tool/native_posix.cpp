@@ -62,7 +62,7 @@ std::filesystem::path PathBesideThisProgram(const char* file) {
     return std::filesystem::read_symlink("/proc/self/exe", ignored).parent_path() / file;
 }
 
-void TellBenches(std::ostream&) {}
+void PrintBenches(std::ostream&) {}
 
 /// There are no benches: they need Windows' named pipes.
 void AddBenchCommands(CLI::App&, std::ostream&, std::ostream&, const std::vector<std::string>&,
@@ -85,7 +85,7 @@ void RemoveDriver(std::ostream&) {
     RefuseDriver();
 }
 
-void TellDriver(std::ostream&) {
+void PrintDriverState(std::ostream&) {
     RefuseDriver();
 }
 
@@ -97,7 +97,7 @@ void RemoveWmiClass(std::ostream&) {
     RefuseWmiClass();
 }
 
-void TellWmiClass(std::ostream&) {
+void PrintWmiClassState(std::ostream&) {
     RefuseWmiClass();
 }
 

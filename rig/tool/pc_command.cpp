@@ -45,7 +45,7 @@ void DoEach(const std::vector<Action>& actions, std::ostream& out, std::ostream&
 
 /// Prints what needs no installation: the vendor DLLs, which a host finds in its folder or on its
 /// search path, and the benches.
-void TellTheRest(std::ostream& out) {
+void PrintOtherParts(std::ostream& out) {
     std::string found;
     for (const char* file : kVendorDlls) {
         std::error_code ignored;
@@ -54,7 +54,7 @@ void TellTheRest(std::ostream& out) {
         }
     }
     out << "Vendor DLLs beside this program: " << (found.empty() ? "none" : found) << ".\n";
-    TellBenches(out);
+    PrintBenches(out);
 }
 
 /// Adds a command whose options select parts.
@@ -88,7 +88,7 @@ void AddPcCommands(CLI::App& app, std::ostream& out, std::ostream& err) {
     AddCommand(app, "remove", "Removes the kernel driver and the WMI class", choice)
         .callback([doToParts] { doToParts(RemoveDriver, RemoveWmiClass, nullptr); });
     AddCommand(app, "status", "Tells what is installed", choice).callback([doToParts] {
-        doToParts(TellDriver, TellWmiClass, TellTheRest);
+        doToParts(PrintDriverState, PrintWmiClassState, PrintOtherParts);
     });
 }
 

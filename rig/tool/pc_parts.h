@@ -15,7 +15,7 @@ void InstallDriver(std::ostream& out);
 void RemoveDriver(std::ostream& out);
 
 /// Prints that the driver runs; throws if it does not.
-void TellDriver(std::ostream& out);
+void PrintDriverState(std::ostream& out);
 
 /// Registers the rig_wbem.dll beside this program in place of the system's own class, whose
 /// registration it saves. Does not save it again if the rig's class is registered already.
@@ -25,6 +25,6 @@ void InstallWmiClass(std::ostream& out);
 void RemoveWmiClass(std::ostream& out);
 
 /// Prints that the rig's class is registered; throws if it is not.
-void TellWmiClass(std::ostream& out);
+void PrintWmiClassState(std::ostream& out);
 
 } // namespace rig

@@ -137,7 +137,7 @@ int Record(const Request& request, const std::vector<std::string>& host, std::os
             const PlacedRecorder placed(request, folder, err);
             run = RunWatched(host);
         }
-        if (TellRecordings(fs::absolute(PathOf(request.file)), err) == 0) {
+        if (PrintRecordings(fs::absolute(PathOf(request.file)), err) == 0) {
             throw std::runtime_error(WhyNothing(run, folder));
         }
         return run.exitCode;

@@ -39,7 +39,7 @@ std::string EndOf(const record::Recording& recording) {
 
 } // namespace
 
-std::size_t TellRecordings(const std::filesystem::path& first, std::ostream& out) {
+std::size_t PrintRecordings(const std::filesystem::path& first, std::ostream& out) {
     std::size_t calls = 0;
     for (unsigned number = 1;; ++number) {
         const std::filesystem::path file = record::Numbered(first, number);

@@ -63,7 +63,7 @@ void AnswerFromRecording(Call& call) {
     replayer->Answer(call);
 }
 
-int TellReplay(std::ostream& out) {
+int PrintReplay(std::ostream& out) {
     out << "Replay: " << replayer->Report() << ".\n";
     return replayer->IsFollowed() ? kSuccess : kFailure;
 }

@@ -26,6 +26,6 @@ void StartReplay(const ReplayRequest& request, const std::string& scenario, std:
 void AnswerFromRecording(Call& call);
 
 /// Tells how far the hosts followed. The exit code: whether it was to the end.
-int TellReplay(std::ostream& out);
+int PrintReplay(std::ostream& out);
 
 } // namespace rig

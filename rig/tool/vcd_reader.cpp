@@ -59,7 +59,7 @@ class VcdReader {
     Recording Read() {
         ReadHeader();
         ReadBody();
-        TellNamesakesApart();
+        DistinguishNamesakes();
         return std::move(recording);
     }
 
@@ -251,7 +251,7 @@ class VcdReader {
         }
     }
 
-    void TellNamesakesApart() {
+    void DistinguishNamesakes() {
         std::unordered_map<std::string, int> bearers;
         for (const Signal& signal : recording.signals) {
             ++bearers[signal.name];

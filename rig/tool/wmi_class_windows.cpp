@@ -147,7 +147,7 @@ void RemoveWmiClass(std::ostream& out) {
     out << "The WMI class is not installed.\n";
 }
 
-void TellWmiClass(std::ostream& out) {
+void PrintWmiClassState(std::ostream& out) {
     const Key key = OpenServer("ask for", KEY_READ);
     if (!key || !Find(key.get(), kPath.before)) {
         throw std::runtime_error("the WMI class is not installed");

@@ -155,7 +155,7 @@ CheckResult Run::All() {
         step.milliseconds += Since(stepBegin);
         result.hasFailed = result.hasFailed || step.outcome == Outcome::failed;
         result.isComplete = result.isComplete && step.outcome != Outcome::notTested;
-        host.tell(step);
+        host.report(step);
         result.steps.push_back(std::move(step));
     }
     if (result.hasFailed) {

@@ -20,7 +20,7 @@ enum class Outcome {
     ok,
     failed,
     notTested, ///< a fault could not have been detected, or the step was not allowed
-    told       ///< for information; neither right nor wrong
+    note       ///< for information; neither right nor wrong
 };
 
 /// "ok", "FAIL", "not tested", "note".
@@ -58,7 +58,7 @@ struct CheckHost {
     std::function<Machine()> lookAtMachine;
     /// Why a step must not be run; empty if it may. `question` is put to the user.
     std::function<std::string(Needs needs, const char* question)> whyNot;
-    std::function<void(const StepResult&)> tell;
+    std::function<void(const StepResult&)> report;
     unsigned captures = 1;
     std::optional<std::uint32_t> timerParameter;
     std::chrono::seconds timerLimit{30}; ///< to wait for the timer's events

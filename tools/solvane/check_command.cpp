@@ -60,9 +60,9 @@ class Permissions {
 };
 
 /// Prints the check while it runs, and collects it for the report.
-class Telling {
+class CheckPrinter {
   public:
-    Telling(const Session& ofSession, const std::vector<Json>& ofBaseline)
+    CheckPrinter(const Session& ofSession, const std::vector<Json>& ofBaseline)
         : session(ofSession), baseline(ofBaseline) {}
 
     Machine LookAtMachine() {
@@ -77,7 +77,7 @@ class Telling {
         return machine;
     }
 
-    void Tell(const StepResult& step) {
+    void Add(const StepResult& step) {
         all.push_back(ToJson(step));
         steps.push_back(Public(all.back()));
         session.progress.Restart();
@@ -108,9 +108,9 @@ class Telling {
     }
 
   private:
-    template <typename Told>
-    Told Public(const Told& told) const {
-        return session.request.anonymous ? (*anonymiser)(told) : told;
+    template <typename Output>
+    Output Public(const Output& output) const {
+        return session.request.anonymous ? (*anonymiser)(output) : output;
     }
 
     void Print(const Json& object, const std::string& text) const {
@@ -161,18 +161,18 @@ ExitCode CheckInstallation(const Session& session) {
         }
     }
 
-    Telling telling(session, baseline);
+    CheckPrinter printer(session, baseline);
     const Permissions permissions(session);
     const CheckResult result = RunCheck(
-        {session.library, session.log, [&] { return telling.LookAtMachine(); },
+        {session.library, session.log, [&] { return printer.LookAtMachine(); },
          [&](Needs needs, const char* question) { return permissions.WhyNot(needs, question); },
-         [&](const StepResult& step) { telling.Tell(step); }, request.captures, request.checkTimer,
+         [&](const StepResult& step) { printer.Add(step); }, request.captures, request.checkTimer,
          std::chrono::seconds(request.timerLimitSeconds)});
-    const Json verdict = telling.Conclude(result);
+    const Json verdict = printer.Conclude(result);
     if (result.hasFailed && request.report.empty() && !request.json) {
         PrintText("for whoever is asked for help: the same once more, with --report check.html\n");
     }
-    if (!request.report.empty() && !(page << telling.Page(verdict) << std::flush)) {
+    if (!request.report.empty() && !(page << printer.Page(verdict) << std::flush)) {
         throw AnswerLost();
     }
     return result.hasFailed ? kFailedStatus : kSuccess;

@@ -182,8 +182,8 @@ void Run::SwitchBothWays(const Switch& line, Switched& switched, StepResult& ste
     }
 }
 
-void Run::TellSwitched(const Switch& line, ReadBack back, const Switched& switched,
-                       StepResult& step) {
+void Run::ReportSwitched(const Switch& line, ReadBack back, const Switched& switched,
+                         StepResult& step) {
     step.facts["read_back_on"] =
         switched.whenOn ? nlohmann::ordered_json(*switched.whenOn) : nullptr;
     step.facts["read_back_off"] =
@@ -232,7 +232,7 @@ void Run::Rest(StepResult& step) {
         if (!isRest && areSet) {
             step.Fail("Finding the hardware sets this line, and it reads otherwise.");
         } else if (!isRest && step.outcome == Outcome::ok) {
-            step.outcome = Outcome::told;
+            step.outcome = Outcome::note;
             step.advice = "A line is not at rest, perhaps as the last host left it.";
         }
     }
@@ -267,7 +267,7 @@ void Run::Ready(StepResult& step) {
     if (!seen.readyAtRest) {
         step.Fail();
     } else if (!*seen.readyAtRest) {
-        step.outcome = Outcome::told;
+        step.outcome = Outcome::note;
         step.advice = "It may be asleep or without power: the next steps try.";
     }
 }
@@ -286,10 +286,10 @@ void Run::Wake(StepResult& step) {
     if (!isDone || before != after || seen.isLost) {
         step.Fail();
     } else if (ready == false) {
-        step.outcome = Outcome::told;
+        step.outcome = Outcome::note;
         step.advice = "It may be without power: the next step tries.";
     } else if (!woke) {
-        step.outcome = Outcome::told;
+        step.outcome = Outcome::note;
         step.advice = "It was awake before: that it wakes, only a camera that sleeps can show.";
     }
 }
@@ -298,7 +298,7 @@ void Run::Dark(StepResult& step) {
     const Switch line{"dark", &Functions::EnableForcedBlackUpdate,
                       &Functions::DisableForcedBlackUpdate, kDark, false};
     SwitchBothWays(line, seen.dark, step);
-    TellSwitched(line, WiresOf(seen.kind).darkBack, seen.dark, step);
+    ReportSwitched(line, WiresOf(seen.kind).darkBack, seen.dark, step);
 }
 
 void Run::CameraPower(StepResult& step) {
@@ -306,7 +306,7 @@ void Run::CameraPower(StepResult& step) {
                       kCameraPower, true};
     const ReadBack back = WiresOf(seen.kind).cameraPowerBack;
     SwitchBothWays(line, seen.cameraPower, step);
-    TellSwitched(line, back, seen.cameraPower, step);
+    ReportSwitched(line, back, seen.cameraPower, step);
     step.facts["ready_without_power"] = seen.readyWithoutPower == true;
     if (step.outcome == Outcome::failed) {
         return;
@@ -323,7 +323,7 @@ void Run::AccessoriesPower(StepResult& step) {
     const Switch line{"accessories-power", &Functions::EnableAccessoriesPower,
                       &Functions::DisableAccessoriesPower, kAccessories, true};
     SwitchBothWays(line, seen.accessoriesPower, step);
-    TellSwitched(line, WiresOf(seen.kind).accessoriesPowerBack, seen.accessoriesPower, step);
+    ReportSwitched(line, WiresOf(seen.kind).accessoriesPowerBack, seen.accessoriesPower, step);
 }
 
 void Run::ReadyFollows(StepResult& step) {
@@ -341,7 +341,7 @@ void Run::ReadyFollows(StepResult& step) {
 
 void Run::Opening(StepResult& step) {
     if (seen.kind != "FT2232H") {
-        step.outcome = Outcome::told;
+        step.outcome = Outcome::note;
         step.seen.emplace_back("this kind is not opened again");
         return;
     }

@@ -115,7 +115,7 @@ void Run::VendorDlls(StepResult& step) {
                       "64-bit one, and take the other away if nobody needs it.";
     }
     if (!step.advice.empty()) {
-        step.outcome = Outcome::told;
+        step.outcome = Outcome::note;
     }
     if (result.machine.rig) {
         step.seen.push_back("they are " + *result.machine.rig);
@@ -162,7 +162,7 @@ void Run::Chip(StepResult& step) {
         step.facts["serial"] = chip == machine.usb.end() ? "" : chip->serial;
         step.facts["chips"] = chips;
         if (chips > 1) {
-            step.outcome = Outcome::told;
+            step.outcome = Outcome::note;
             step.advice =
                 "There are " + std::to_string(chips) +
                 " of them, and the first in D2XX's list is taken: leave the camera's alone "
@@ -173,7 +173,7 @@ void Run::Chip(StepResult& step) {
         step.seen.push_back(port + ", the first range that Windows lists");
         step.facts["port"] = port;
         if (host.library.CheckPowerControlAvailable() != SOLVANE_OK) {
-            step.outcome = Outcome::told;
+            step.outcome = Outcome::note;
             step.advice =
                 "The power interface is not wired (pin 16 to pin 13): nothing may hang on "
                 "the power lines.";
@@ -195,7 +195,7 @@ void Run::Timing(StepResult& step) {
     step.times["raised_ms"] = sleep.raised;
     step.times["plain_ms"] = sleep.plain;
     if (sleep.raised > kFineSleep) {
-        step.outcome = Outcome::told;
+        step.outcome = Outcome::note;
         step.advice =
             "Windows does not grant the resolution of 1 ms that the library asks for, as "
             "Windows 11 does not to a program whose window is hidden or minimised: "
@@ -214,7 +214,7 @@ void Run::Timer(StepResult& step) {
     step.seen.push_back(std::string("SolvaneDevice ") + Describe(state));
     step.facts["driver"] = Describe(state);
     if (state != DriverState::running && !host.timerParameter) {
-        step.outcome = Outcome::told;
+        step.outcome = Outcome::note;
         step.advice = AdviceOnTimerDriver(state);
         return;
     }

@@ -56,7 +56,7 @@ class Run {
     bool SeesPicture();
     Answers Others(const Switch& line);
     void SwitchBothWays(const Switch& line, Switched& seen, StepResult& step);
-    void TellSwitched(const Switch& line, ReadBack back, const Switched& seen, StepResult& step);
+    void ReportSwitched(const Switch& line, ReadBack back, const Switched& seen, StepResult& step);
     Capture TakeCapture();
     void Watch(Capture& capture, Moment earliestEdge, Moment latestEdge);
     double Since(Moment begin) const;

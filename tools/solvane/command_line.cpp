@@ -212,7 +212,7 @@ void AddOptions(CLI::App& app, Request& request) {
 }
 
 /// Prints a mistake for people as CLI11 words it, and as a JSON object if --json was given.
-void TellMistake(const CLI::App& app, const CLI::ParseError& mistake, bool json) {
+void PrintMistake(const CLI::App& app, const CLI::ParseError& mistake, bool json) {
     app.exit(mistake, std::cerr, std::cerr);
     if (json) {
         const std::vector<const CLI::App*> commands = app.get_subcommands({});
@@ -252,7 +252,7 @@ std::variant<Request, ExitCode> ReadCommandLine(std::vector<std::string> argumen
         // CLI11 ignores an unknown command when help is asked for, and otherwise reports only that
         // a command is missing.
         if (const std::vector<std::string> unknown = app.remaining(); !unknown.empty()) {
-            TellMistake(app, CLI::ExtrasError(unknown), json);
+            PrintMistake(app, CLI::ExtrasError(unknown), json);
             return kUsageError;
         }
         if (stopped.get_exit_code() == 0) {
@@ -260,7 +260,7 @@ std::variant<Request, ExitCode> ReadCommandLine(std::vector<std::string> argumen
             FlushAnswer();
             return kSuccess;
         }
-        TellMistake(app, stopped, json);
+        PrintMistake(app, stopped, json);
         return kUsageError;
     }
     return request;

@@ -42,7 +42,7 @@ ExitCode FinishDone(const Session& session, int status) {
 }
 
 /// Asks for the state of a line and prints it; `key` is both its key and its label.
-ExitCode Tell(const Session& session, const AskLine& ask, std::string_view key) {
+ExitCode PrintState(const Session& session, const AskLine& ask, std::string_view key) {
     const Answer answer = Ask(ask, session.log);
     Report report(session.request.command, answer.status);
     if (answer.status == SOLVANE_OK) {
@@ -94,11 +94,11 @@ ExitCode Wake(const Session& session) {
 }
 
 ExitCode Ready(const Session& session) {
-    return Tell(session, session.library.CheckSystemReady, "ready");
+    return PrintState(session, session.library.CheckSystemReady, "ready");
 }
 
 ExitCode Mep(const Session& session) {
-    return Tell(session, session.library.CheckAndResetMepFlag, "flag");
+    return PrintState(session, session.library.CheckAndResetMepFlag, "flag");
 }
 
 ExitCode Recheck(const Session& session) {

@@ -39,7 +39,7 @@ constexpr std::array kLostReads{
     std::string_view("[EAPI]: EApiGPIOGetLevel error "),
 };
 
-bool TellsOfLostRead(std::string_view line) {
+bool ReportsLostRead(std::string_view line) {
     for (const std::string_view words : kLostReads) {
         if (const std::size_t at = line.find(words); at != line.npos) {
             return words != kReadAgain || line.substr(at + words.size()) != "0";
@@ -93,7 +93,7 @@ std::optional<std::string_view> LibraryLog::LastTried() const {
 }
 
 void LibraryLog::Read(std::string_view line) {
-    if (TellsOfLostRead(line)) {
+    if (ReportsLostRead(line)) {
         lostRead = line;
     }
     if (line.find(kTrying) != line.npos) {

@@ -22,7 +22,7 @@ std::stop_source& Source() {
 
 std::atomic<const char*> linesAfterEnd{""};
 
-DWORD WINAPI TellOfLines(void*) {
+DWORD WINAPI PrintLinesAfterEnd(void*) {
     const std::string text = std::string("solvane: ended at once. ") + linesAfterEnd.load() + "\n";
     DWORD written = 0;
     WriteFile(GetStdHandle(STD_ERROR_HANDLE), text.data(), static_cast<DWORD>(text.size()),
@@ -34,7 +34,7 @@ DWORD WINAPI TellOfLines(void*) {
 void EndAtOnce() {
     constexpr DWORD kMostMilliseconds = 500;
     // On a thread of its own, because writing to standard error may block.
-    if (const HANDLE thread = CreateThread(nullptr, 0, TellOfLines, nullptr, 0, nullptr)) {
+    if (const HANDLE thread = CreateThread(nullptr, 0, PrintLinesAfterEnd, nullptr, 0, nullptr)) {
         WaitForSingleObject(thread, kMostMilliseconds);
         CloseHandle(thread);
     }

@@ -42,8 +42,8 @@ std::optional<std::string> DescribeVirtualRig() {
     if (virtualDlls == 0) { // the rig is loaded for its WMI only
         return std::nullopt;
     }
-    using TellScenario = const char* (*)();
-    const std::string name = reinterpret_cast<TellScenario>(reinterpret_cast<void*>(scenario))();
+    using ScenarioName = const char* (*)();
+    const std::string name = reinterpret_cast<ScenarioName>(reinterpret_cast<void*>(scenario))();
     return "the virtual rig, scenario " + name + (real.empty() ? "" : "; not the rig's: " + real);
 }
 

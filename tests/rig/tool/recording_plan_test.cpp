@@ -125,7 +125,7 @@ class RecordingResult : public testing::Test {
 
     std::string Told() {
         std::ostringstream out;
-        calls = rig::TellRecordings(folder / "a.rec", out);
+        calls = rig::PrintRecordings(folder / "a.rec", out);
         std::string text = out.str();
         for (std::size_t at = 0; (at = text.find(folder.string() + '/')) != std::string::npos;) {
             text.erase(at, folder.string().size() + 1);
