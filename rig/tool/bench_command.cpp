@@ -50,7 +50,7 @@ void Start(const Request& request, std::ostream& err) {
 }
 
 int RunBench(const Request& request, std::ostream& out, std::ostream& err) {
-    constexpr std::chrono::milliseconds kGlance{20};
+    constexpr std::chrono::milliseconds kPollInterval{20};
     Start(request, err);
     StopWhenInterrupted(isToStop);
     out << "The bench \"" << request.name << "\" runs. Hosts join it by SOLVANE_RIG=bench"
@@ -65,7 +65,7 @@ int RunBench(const Request& request, std::ostream& out, std::ostream& err) {
             out << journal.text << '\n' << std::flush;
             isToStop = isToStop || !out; // nobody reads the output any more
         }
-        std::this_thread::sleep_for(isLast ? std::chrono::milliseconds{0} : kGlance);
+        std::this_thread::sleep_for(isLast ? std::chrono::milliseconds{0} : kPollInterval);
     }
     EndBench();
     return request.IsReplay() ? PrintReplay(out) : kSuccess;

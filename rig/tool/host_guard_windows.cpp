@@ -174,7 +174,7 @@ class Watcher {
     WatchedRun Watch(HANDLE host) {
         DebugSetProcessKillOnExit(FALSE);
         do {
-            WatchFor(kGlance);
+            WatchFor(kPollInterval);
             std::erase_if(programs, [](const auto& program) {
                 return WaitForSingleObject(program.second.get(), 0) == WAIT_OBJECT_0;
             });
@@ -186,7 +186,7 @@ class Watcher {
     }
 
   private:
-    static constexpr DWORD kGlance = 20; // ms
+    static constexpr DWORD kPollInterval = 20; // ms
 
     void WatchFor(DWORD milliseconds) {
         DEBUG_EVENT event{};

@@ -31,15 +31,15 @@ class Placed {
                  !std::filesystem::equivalent(rig / kHostDlls.front(), folder / kHostDlls.front(),
                                               ignored);
         if (isOurs) {
-            std::ostringstream unheard; // only the host's output is to be shown
-            Place(rig, folder, false, unheard);
+            std::ostringstream discarded; // only the host's output is to be shown
+            Place(rig, folder, false, discarded);
         }
     }
     ~Placed() {
         if (isOurs) {
             try {
-                std::ostringstream unheard;
-                Unplace(folder, unheard);
+                std::ostringstream discarded;
+                Unplace(folder, discarded);
             } catch (const std::exception&) { // the record in the folder lists what is left
             }
         }

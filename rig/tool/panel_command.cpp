@@ -86,7 +86,7 @@ int RunHost(const Request& request, const std::vector<std::string>& host, const 
 
 int RunPanel(const Request& request, const std::vector<std::string>& host, std::ostream& out,
              std::ostream& err) {
-    constexpr std::chrono::milliseconds kGlance{20};
+    constexpr std::chrono::milliseconds kPollInterval{20};
     constexpr std::chrono::milliseconds kGoodbye{300}; // pages are told that the bench has ended
     const bool isOwn = request.bench.empty() && request.file.empty();
     if (!isOwn && !host.empty()) {
@@ -106,7 +106,7 @@ int RunPanel(const Request& request, const std::vector<std::string>& host, std::
     const int code = host.empty() ? kSuccess : RunHost(request, host, folder, err);
     StopWhenInterrupted(isToStop);
     while (!isToStop) {
-        std::this_thread::sleep_for(kGlance);
+        std::this_thread::sleep_for(kPollInterval);
     }
     std::this_thread::sleep_for(kGoodbye);
     if (isOwn) {

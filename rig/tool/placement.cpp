@@ -93,7 +93,7 @@ class HostFolder {
     }
 
     /// Temporary and set-aside files of a placement.
-    std::vector<std::string> Leavings() const {
+    std::vector<std::string> UnfinishedFiles() const {
         std::vector<std::string> names;
         for (const std::string name : kPlacedFiles) {
             for (const char* ending : {kAside, kUnfinished}) {
@@ -122,7 +122,7 @@ std::vector<PlacedDll> TakeRecord(const HostFolder& folder) {
     if (folder.Has(std::string(kRecord) + kUnfinished)) {
         RemoveFile(folder / (std::string(kRecord) + kUnfinished));
     }
-    std::vector<std::string> files = folder.Leavings();
+    std::vector<std::string> files = folder.UnfinishedFiles();
     if (!folder.Has(kRecord)) {
         if (!files.empty()) {
             FailWithoutRecord(" is gone", files);
@@ -182,7 +182,7 @@ void TakeAway(const HostFolder& folder, const std::vector<PlacedDll>& record, st
             isOver = false;
         }
     }
-    if (isOver && folder.Leavings().empty()) {
+    if (isOver && folder.UnfinishedFiles().empty()) {
         RemoveFile(folder / kRecord);
         out << kRecord << " is removed.\n";
     }
@@ -227,8 +227,8 @@ std::vector<PlacedDll> Plan(const HostFolder& folder, const std::vector<RigDll>&
 
 /// Writes the record first. Copying takes long and may fill the disk, so it is done under temporary
 /// names; the renames, which affect a host, come last.
-void Carry(const HostFolder& folder, const std::vector<RigDll>& dlls,
-           const std::vector<PlacedDll>& plan, std::ostream& out) {
+void CarryOut(const HostFolder& folder, const std::vector<RigDll>& dlls,
+              const std::vector<PlacedDll>& plan, std::ostream& out) {
     const std::string unfinished = std::string(kRecord) + kUnfinished;
     CreateNewFile(folder / unfinished, WriteRecord(plan));
     RenameFile(folder / unfinished, folder / kRecord);
@@ -282,7 +282,7 @@ void Place(const std::vector<HostFile>& files, const fs::path& hostFolder, bool 
     }
     const std::vector<PlacedDll> plan = Plan(folder, dlls, {}, setAside);
     try {
-        Carry(folder, dlls, plan, out);
+        CarryOut(folder, dlls, plan, out);
     } catch (const std::runtime_error& failure) {
         try {
             Unplace(folder.path, out);

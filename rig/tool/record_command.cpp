@@ -35,7 +35,7 @@ struct Request {
 };
 
 /// Throws std::runtime_error unless a recording can be made under this name.
-void TryOut(const fs::path& file) {
+void CheckWritable(const fs::path& file) {
     std::error_code ignored;
     if (fs::exists(file, ignored)) {
         throw std::runtime_error(Utf8(file) +
@@ -64,7 +64,7 @@ void PlaceRecorder(const Request& request, const fs::path& folder, std::ostream&
                                                 "unplace` takes them away.");
     }
     const fs::path file = fs::absolute(PathOf(request.file));
-    TryOut(file);
+    CheckWritable(file);
     record::RecordingSetup setup;
     setup.file = Utf8(file);
     setup.head.system = SystemVersion();
@@ -83,13 +83,13 @@ class PlacedRecorder {
   public:
     PlacedRecorder(const Request& request, fs::path place, std::ostream& messages)
         : folder(std::move(place)), err(messages) {
-        std::ostringstream unheard; // only the host's output is to be shown
-        PlaceRecorder(request, folder, unheard, err);
+        std::ostringstream discarded; // only the host's output is to be shown
+        PlaceRecorder(request, folder, discarded, err);
     }
     ~PlacedRecorder() {
         try {
-            std::ostringstream unheard;
-            Unplace(folder, unheard);
+            std::ostringstream discarded;
+            Unplace(folder, discarded);
         } catch (const std::exception& failure) {
             err << "solvane-rig: " << failure.what() << " When the programs have ended, "
                 << "`solvane-rig unplace` with " << Utf8(folder) << " takes it away.\n";
