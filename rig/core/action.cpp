@@ -216,7 +216,7 @@ Action ReadLift(const Words& words, std::size_t) {
 
 Action ReadNote(const Words& words, std::size_t) {
     const std::string text = PlainLine(Line(words));
-    return {.text = "note " + text, .isTold = false, .work = [text](Rig& rig) {
+    return {.text = "note " + text, .isJournaled = false, .work = [text](Rig& rig) {
                 rig.trace.Note(text);
             }};
 }

@@ -17,7 +17,7 @@ class Rig;
 struct Action {
     std::string text;                         ///< as one writes it: "set exposure_ms 80"
     std::optional<std::string> scenario = {}; ///< the new hardware, for kReplace
-    bool isTold = true;                       ///< whether `text` goes into the journal
+    bool isJournaled = true;                  ///< whether `text` goes into the journal
     std::function<void(Rig&)> work;
 };
 

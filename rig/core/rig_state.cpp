@@ -242,7 +242,7 @@ void Rig::Do(const Action& action) {
 }
 
 void Rig::Perform(const Action& action) {
-    if (action.isTold) {
+    if (action.isJournaled) {
         trace.Event(action.text);
     }
     action.work(*this);

@@ -49,7 +49,7 @@ std::string ToAscii(std::string_view text) {
     return ascii;
 }
 
-bool Surprises(std::string_view text) {
+bool FailsAssertion(std::string_view text) {
     try {
         static_cast<void>(toml::parse(text));
     } catch (const toml::parse_error&) {
@@ -62,13 +62,14 @@ bool Surprises(std::string_view text) {
 
 /// A failed assertion of toml++ has no line number. Finds the shortest beginning of the text that
 /// fails; its last line is at fault.
-std::size_t LineOfSurprise(std::string_view text) {
+std::size_t LineOfFailedAssertion(std::string_view text) {
     std::vector<std::size_t> ends;
     for (std::size_t end = text.find('\n'); end != text.npos; end = text.find('\n', end + 1)) {
         ends.push_back(end);
     }
-    const auto found = std::partition_point(
-        ends.begin(), ends.end(), [&](std::size_t end) { return !Surprises(text.substr(0, end)); });
+    const auto found = std::partition_point(ends.begin(), ends.end(), [&](std::size_t end) {
+        return !FailsAssertion(text.substr(0, end));
+    });
     return static_cast<std::size_t>(found - ends.begin()) + 1;
 }
 
@@ -84,7 +85,7 @@ toml::table ParseToml(std::string_view text) {
     } catch (const toml::parse_error& error) {
         FailAtLine(error.source().begin.line, error.description());
     } catch (const ImpossibleToml&) {
-        FailAtLine(LineOfSurprise(ascii), "not TOML");
+        FailAtLine(LineOfFailedAssertion(ascii), "not TOML");
     }
 }
 
