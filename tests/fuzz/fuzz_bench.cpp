@@ -103,7 +103,7 @@ void CheckAnswer(const std::string& answer) {
     Check(outcome == 0 || !reader.Text().empty(), "a refusal says why");
 }
 
-void TellTheBench(fuzz::Input& input) {
+void SendToBench(fuzz::Input& input) {
     std::vector<std::unique_ptr<BenchSide>> guests(3);
     for (int i = 0; i < kMostMessages && !input.IsEmpty(); ++i) {
         std::unique_ptr<BenchSide>& guest = guests[input.Byte() % guests.size()];
@@ -143,7 +143,7 @@ class AnyAnswers final : public Connection {
 HostSide* host = nullptr;
 
 /// Calls the vendor functions on arbitrary answers: they must not write beyond a host's buffers.
-void TellTheHost(fuzz::Input& input) {
+void SendToHost(fuzz::Input& input) {
     HostSide side([&] { return std::make_unique<AnyAnswers>(input); }, Introduction{},
                   [](const std::string&) {});
     host = &side;
@@ -191,10 +191,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
         CutAnywhere(input);
         break;
     case 1:
-        TellTheHost(input);
+        SendToHost(input);
         break;
     default:
-        TellTheBench(input);
+        SendToBench(input);
     }
     rig_load(nullptr);
     BenchSide next(test::HostsOfTheBench(), test::PerformNothing);

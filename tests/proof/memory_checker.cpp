@@ -126,7 +126,7 @@ void AtomicallyWritten(const volatile void* address, std::size_t size, int order
     }
 }
 
-void Tell(const AtomicAccess& access) {
+void Report(const AtomicAccess& access) {
     if (isWatching && tell) {
         const InLibrary outside(false);
         tell(access);
@@ -143,7 +143,7 @@ Value Load(const volatile Value* address, int order) {
     MayBePreempted();
     AtomicallyRead(address, sizeof *address, order);
     const Value value = *address;
-    Tell({sizeof value, false, static_cast<std::uint64_t>(value)});
+    Report({sizeof value, false, static_cast<std::uint64_t>(value)});
     return value;
 }
 
@@ -152,7 +152,7 @@ void Store(volatile Value* address, Value value, int order) {
     MayBePreempted();
     AtomicallyWritten(address, sizeof *address, order);
     *address = value;
-    Tell({sizeof value, true, static_cast<std::uint64_t>(value)});
+    Report({sizeof value, true, static_cast<std::uint64_t>(value)});
 }
 
 template <typename Value>

@@ -65,7 +65,7 @@ int EndWhileATimerLogs() {
     return 0;
 }
 
-LONG WINAPI TellOfFault(EXCEPTION_POINTERS* pointers) {
+LONG WINAPI PrintFault(EXCEPTION_POINTERS* pointers) {
     std::printf("fault 0x%lx\n", pointers->ExceptionRecord->ExceptionCode);
     std::fflush(stdout);
     ExitProcess(4);
@@ -73,7 +73,7 @@ LONG WINAPI TellOfFault(EXCEPTION_POINTERS* pointers) {
 
 /// The log function returns into code that was unloaded.
 int UnloadInALine() {
-    AddVectoredExceptionHandler(1, TellOfFault); // without the code the stack cannot be unwound
+    AddVectoredExceptionHandler(1, PrintFault); // without the code the stack cannot be unwound
     inside = [] { FreeLibrary(library->Module()); };
     text = "write bits";
     library->TriggerCapture();

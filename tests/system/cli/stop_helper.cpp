@@ -48,7 +48,7 @@ DWORD WINAPI EndSession(void* window) {
 }
 
 /// A thread that notifies the program; null on failure.
-HANDLE Tell(DWORD id, HANDLE process, const std::wstring& how) {
+HANDLE Notify(DWORD id, HANDLE process, const std::wstring& how) {
     if (how == L"session") {
         const HWND window = FindWindowOf(id);
         return window != nullptr ? CreateThread(nullptr, 0, EndSession, window, 0, nullptr)
@@ -70,7 +70,7 @@ HANDLE Tell(DWORD id, HANDLE process, const std::wstring& how) {
 int wmain(int count, wchar_t** values) {
     const DWORD id = count == 3 ? FindProcess(values[1]) : 0;
     const HANDLE process = OpenProcess(PROCESS_ALL_ACCESS, FALSE, id);
-    const HANDLE handler = process != nullptr ? Tell(id, process, values[2]) : nullptr;
+    const HANDLE handler = process != nullptr ? Notify(id, process, values[2]) : nullptr;
     if (handler == nullptr) {
         std::printf("cannot be notified\n");
         return 1;

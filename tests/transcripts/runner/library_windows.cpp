@@ -15,7 +15,7 @@ std::optional<test::LoadedLibrary> library;
 std::string played;
 
 /// A crash ends all cases, so print which one has crashed.
-LONG WINAPI TellWhere(EXCEPTION_POINTERS* pointers) {
+LONG WINAPI PrintFault(EXCEPTION_POINTERS* pointers) {
     std::fprintf(stderr, "%s: the process ends with exception 0x%lx\n", played.c_str(),
                  pointers->ExceptionRecord->ExceptionCode);
     return EXCEPTION_CONTINUE_SEARCH;
@@ -43,7 +43,7 @@ void Wait(unsigned milliseconds) {
 bool OnFreshLibrary(const std::string& title, const std::function<bool()>& body,
                     const std::function<bool()>& afterUnload) {
     played = title;
-    SetUnhandledExceptionFilter(TellWhere);
+    SetUnhandledExceptionFilter(PrintFault);
     library.emplace();
     const bool isWell = body();
     library->Unload();
