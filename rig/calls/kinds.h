@@ -124,8 +124,9 @@ using Text = Of<Parameter{.passing = Passing::Text, .in = Show::Text, .isOptiona
 using RequiredText = Of<Parameter{.passing = Passing::Text, .in = Show::Text}>;
 using Name = Of<Parameter{.passing = Passing::Own, .in = Show::Text}>;
 using Instance = Of<Parameter{.passing = Passing::Own}>;
-using Made = Of<Parameter{.passing = Passing::OwnOut}>;
-using Told = Of<Parameter{.passing = Passing::OwnOut, .out = Show::Decimal, .isReported = true}>;
+using ObjectOut = Of<Parameter{.passing = Passing::OwnOut}>;
+using CountOut =
+    Of<Parameter{.passing = Passing::OwnOut, .out = Show::Decimal, .isReported = true}>;
 using PropertyOut = Of<Parameter{.passing = Passing::OwnOut, .out = Show::Property}>;
 
 } // namespace kinds
