@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "environment.h"
-#include "front.h"
+#include "stand_in.h"
 
 namespace rig::bench {
 

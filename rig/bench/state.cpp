@@ -4,7 +4,7 @@
 #include <sstream>
 
 #include "command_table.h"
-#include "front.h"
+#include "stand_in.h"
 
 namespace rig {
 
@@ -149,8 +149,8 @@ Told TellState(Arguments arguments, const std::stop_token&) {
     arguments.RefuseOthers();
     const Access rig;
     Equipment equipment;
-    for (const Front& front : Fronts()) {
-        front.describe(equipment);
+    for (const StandIn& standIn : StandIns()) {
+        standIn.describe(equipment);
     }
     Told told;
     AddRow(told.text, "scenario", rig->ScenarioName());

@@ -19,8 +19,8 @@ struct Call {
     std::uint32_t host = 0; ///< the calling process, when several share one hardware
 };
 
-/// Answers every call of this process: fills in the outputs and the status. Linking a front sets it
-/// to rig::Answer.
+/// Answers every call of this process: fills in the outputs and the status. Linking a stand-in sets
+/// it to rig::Answer.
 using Answerer = void (*)(Call&);
 extern Answerer answerer;
 

@@ -1,17 +1,12 @@
 #include <algorithm>
 
 #include "elsewhere.h"
-#include "front.h"
 #include "rig_state.h"
+#include "stand_in.h"
 
 namespace rig {
 
 namespace {
-
-const Front& FrontOf(const Library& library) {
-    return *std::find_if(Fronts().begin(), Fronts().end(),
-                         [&](const Front& front) { return &front.library == &library; });
-}
 
 bool LacksAPointer(const Call& call) {
     const auto isGood = [](const Parameter& parameter, const Value& input) {
@@ -21,8 +16,8 @@ bool LacksAPointer(const Call& call) {
     return !std::equal(parameters.begin(), parameters.end(), call.inputs.begin(), isGood);
 }
 
-std::uint32_t DoWork(const Front& front, Call& call) {
-    if (const std::uint32_t status = front.refusal(call); status != 0) {
+std::uint32_t DoWork(const StandIn& standIn, Call& call) {
+    if (const std::uint32_t status = standIn.refusal(call); status != 0) {
         return status;
     }
     if (LacksAPointer(call)) {
@@ -35,11 +30,11 @@ std::uint32_t DoWork(const Front& front, Call& call) {
             call.outputs[i] = call.inputs[i];
         }
     }
-    return front.works.at(call.function.id)(call);
+    return standIn.works.at(call.function.id)(call);
 }
 
 /// Does the work for at most `count` items and reports exactly `count`.
-std::uint32_t DoWorkWithCount(const Front& front, Call& call, std::uint32_t count) {
+std::uint32_t DoWorkWithCount(const StandIn& standIn, Call& call, std::uint32_t count) {
     Call cut = call; // the journal shows what the host asked for
     const auto& parameters = call.function.parameters;
     for (std::size_t i = 0; i < parameters.size(); ++i) {
@@ -49,7 +44,7 @@ std::uint32_t DoWorkWithCount(const Front& front, Call& call, std::uint32_t coun
             cut.inputs[i] = std::min<std::uint64_t>(Number(cut.inputs[i]), count);
         }
     }
-    std::uint32_t status = DoWork(front, cut);
+    std::uint32_t status = DoWork(standIn, cut);
     for (std::size_t i = 0; i < cut.outputs.size(); ++i) {
         if (parameters[i].isReported && IsThere(cut.outputs[i])) {
             cut.outputs[i] = std::uint64_t{count};
@@ -64,13 +59,13 @@ std::uint32_t DoWorkWithCount(const Front& front, Call& call, std::uint32_t coun
 /// shows it.
 std::string AnswerCounted(const Access& rig, Call& call) {
     rig->host = call.host;
-    const Front& front = FrontOf(call.function.library);
+    const StandIn& standIn = StandInFor(call.function.library);
     const std::optional<Fault> fault = rig->BeginCall(call.function.name);
-    std::string question = TextOfQuestion(call, front.nameOf);
+    std::string question = TextOfQuestion(call, standIn.nameOf);
     if (!fault) {
-        call.status = DoWork(front, call);
+        call.status = DoWork(standIn, call);
     } else if ((fault->kind & RIG_FAULT_COUNT) != 0) {
-        call.status = DoWorkWithCount(front, call, fault->count);
+        call.status = DoWorkWithCount(standIn, call, fault->count);
     }
     if (fault && (fault->kind & RIG_FAULT_STATUS) != 0) {
         call.status = fault->status;
@@ -80,9 +75,14 @@ std::string AnswerCounted(const Access& rig, Call& call) {
 
 } // namespace
 
+const StandIn& StandInFor(const Library& library) {
+    return *std::ranges::find_if(
+        StandIns(), [&](const StandIn& standIn) { return &standIn.library == &library; });
+}
+
 void AnswerPlainly(Call& call) {
     const Access rig;
-    call.status = DoWork(FrontOf(call.function.library), call);
+    call.status = DoWork(StandInFor(call.function.library), call);
 }
 
 void Answer(Call& call) {

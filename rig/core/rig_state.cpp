@@ -11,8 +11,8 @@
 
 #include "elsewhere.h"
 #include "environment.h"
-#include "front.h"
 #include "rig_clock.h"
+#include "stand_in.h"
 
 namespace rig {
 
@@ -146,8 +146,8 @@ void Rig::Replace(const Scenario& scenario, std::string called) {
 void Rig::Build(const Scenario& scenario, std::string called) {
     name = std::move(called);
     chips = scenario.usb.size();
-    for (const Front& front : Fronts()) {
-        front.build(scenario, {*installation, timeline, trace});
+    for (const StandIn& standIn : StandIns()) {
+        standIn.build(scenario, {*installation, timeline, trace});
     }
     const auto later = [this](std::uint32_t call, std::string_view function) {
         constexpr std::uint32_t most = std::numeric_limits<std::uint32_t>::max();
@@ -195,8 +195,8 @@ std::optional<Fault> Rig::BeginCall(std::string_view function) {
 }
 
 void Rig::OpenDriver() {
-    for (const Front& front : Fronts()) {
-        front.openDriver();
+    for (const StandIn& standIn : StandIns()) {
+        standIn.openDriver();
     }
 }
 
@@ -205,8 +205,8 @@ void Rig::Sleep(std::uint64_t duration) {
         return;
     }
     const auto setAsleep = [](bool asleep) {
-        for (const Front& front : Fronts()) {
-            front.setAsleep(asleep);
+        for (const StandIn& standIn : StandIns()) {
+            standIn.setAsleep(asleep);
         }
     };
     setAsleep(true);
@@ -225,14 +225,14 @@ void Rig::WaitWhileAsleep() {
 }
 
 void Rig::Release(HostNumber left) {
-    for (const Front& front : Fronts()) {
-        front.release(left);
+    for (const StandIn& standIn : StandIns()) {
+        standIn.release(left);
     }
 }
 
 void Rig::SetPlugged(unsigned chip, bool plugged) {
-    for (const Front& front : Fronts()) {
-        front.setPlugged(chip, plugged);
+    for (const StandIn& standIn : StandIns()) {
+        standIn.setPlugged(chip, plugged);
     }
 }
 

@@ -6,9 +6,9 @@
 
 #include "c_function.h"
 #include "eapi_status.h"
-#include "front.h"
 #include "gpio_board.h"
 #include "rig_state.h"
+#include "stand_in.h"
 
 using rig::Call;
 using rig::Function;
@@ -91,7 +91,7 @@ std::uint32_t Refusal(const Call& call) {
     return isAlwaysServed || IsInitialised() ? EAPI_STATUS_SUCCESS : kNotInitialised;
 }
 
-const rig::Linked front({
+const rig::Linked standIn({
     .library = rig::kEapi,
     .works =
         {

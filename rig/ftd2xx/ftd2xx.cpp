@@ -9,8 +9,8 @@
 
 #include "c_function.h"
 #include "d2xx_status.h"
-#include "front.h"
 #include "rig_state.h"
+#include "stand_in.h"
 #include "usb_bus.h"
 
 using rig::Call;
@@ -344,7 +344,7 @@ std::uint32_t Refusal(const Call& call) {
     return status;
 }
 
-const rig::Linked front({
+const rig::Linked standIn({
     .library = rig::kFtd2xx,
     .works =
         {

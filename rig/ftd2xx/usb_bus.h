@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "d2xx.h"
-#include "front.h"
 #include "host_number.h"
+#include "stand_in.h"
 #include "surroundings.h"
 #include "usb_chip.h"
 

@@ -4,8 +4,8 @@
 #include <optional>
 
 #include "c_function.h"
-#include "front.h"
 #include "parallel_port.h"
+#include "stand_in.h"
 #include "super_io.h"
 
 using rig::Call;
@@ -78,7 +78,7 @@ void SetAsleep(bool asleep) {
     }
 }
 
-const rig::Linked front({
+const rig::Linked standIn({
     .library = rig::kInpout,
     .works =
         {

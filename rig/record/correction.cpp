@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "call_parts.h"
-#include "front.h"
 #include "rig_state.h"
+#include "stand_in.h"
 
 namespace rig::record {
 
@@ -162,9 +162,7 @@ bool Correction::IsOnPin(const Call& call) {
 
 std::uint32_t Correction::Refusal(const Call& call) const {
     const Access rig;
-    const auto front = std::ranges::find_if(
-        Fronts(), [&](const Front& one) { return &one.library == &call.function.library; });
-    return front->refusal(call);
+    return StandInFor(call.function.library).refusal(call);
 }
 
 void Correction::PrepareFailure(std::size_t index, const Call& recorded, const Call& call) {

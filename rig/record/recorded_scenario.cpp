@@ -9,11 +9,11 @@
 #include "call_parts.h"
 #include "commands.h"
 #include "correction.h"
-#include "front.h"
 #include "hardware_scenario.h"
 #include "recorded_hardware.h"
 #include "recorded_lines.h"
 #include "rig_state.h"
+#include "stand_in.h"
 
 namespace rig::record {
 

@@ -6,11 +6,11 @@
 #include <utility>
 
 #include "elsewhere.h"
-#include "front.h"
 #include "recording_values.h"
 #include "rig_clock.h"
 #include "rig_state.h"
 #include "same_call.h"
+#include "stand_in.h"
 
 namespace rig::record {
 

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "elsewhere.h"
-#include "front.h"
+#include "stand_in.h"
 
 namespace rig::record {
 

@@ -9,7 +9,7 @@
 #include <objidl.h>
 #include <wbemidl.h>
 
-#include "front.h"
+#include "stand_in.h"
 #include "wbem_status.h"
 #include "wql.h"
 
@@ -99,7 +99,7 @@ HRESULT Get(Value& property, const std::string& instance, const std::string& nam
 
 } // namespace work
 
-const Linked front({
+const Linked standIn({
     .library = kWmi,
     .works =
         {

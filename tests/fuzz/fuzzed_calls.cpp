@@ -9,7 +9,7 @@
 #include <solvane/rig.h>
 
 #include "answer_plan.h"
-#include "front.h"
+#include "stand_in.h"
 
 namespace fuzz::calls {
 

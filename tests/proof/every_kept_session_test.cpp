@@ -7,11 +7,11 @@
 #include <random>
 
 #include "commands.h"
-#include "front.h"
 #include "host_platform.h"
 #include "on_the_rig.h"
 #include "proof_kinds.h"
 #include "proof_operations.h"
+#include "stand_in.h"
 
 namespace {
 

@@ -7,7 +7,6 @@
 #include <iterator>
 #include <map>
 
-#include "front.h"
 #include "host_platform.h"
 #include "library_on_the_rig.h"
 #include "planned_faults.h"
@@ -16,6 +15,7 @@
 #include "recorded_calls.h"
 #include "recorded_lines.h"
 #include "recorded_scenario.h"
+#include "stand_in.h"
 
 namespace {
 

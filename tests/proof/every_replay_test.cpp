@@ -11,7 +11,6 @@
 #include <optional>
 
 #include "compare.h"
-#include "front.h"
 #include "host_platform.h"
 #include "library_on_the_rig.h"
 #include "on_the_rig.h"
@@ -20,6 +19,7 @@
 #include "proof_operations.h"
 #include "recorded_calls.h"
 #include "replayer.h"
+#include "stand_in.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 
 #include "bench_rig.h"
 #include "c_function.h"
-#include "front.h"
 #include "handle_names.h"
+#include "stand_in.h"
 
 extern "C" {
 #define D2XX(name, ordinal, parameters, ways) VENDOR_C_SIGNATURE(FT_CALL, name, Number, parameters);

@@ -6,9 +6,9 @@
 #include "bench_rig.h"
 #include "c_function.h"
 #include "eapi.h"
-#include "front.h"
 #include "inpout.h"
 #include "passed_call.h"
+#include "stand_in.h"
 
 extern "C" {
 #define D2XX(name, ordinal, parameters, ways) VENDOR_C_SIGNATURE(FT_CALL, name, Number, parameters);

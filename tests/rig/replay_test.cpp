@@ -7,10 +7,10 @@
 
 #include "bench_rig.h"
 #include "eapi.h"
-#include "front.h"
 #include "inpout.h"
 #include "recorded_calls.h"
 #include "rig_state.h"
+#include "stand_in.h"
 
 namespace test {
 namespace {

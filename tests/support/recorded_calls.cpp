@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "front.h"
 #include "rig_clock.h"
 #include "rig_state.h"
+#include "stand_in.h"
 
 namespace test {
 
@@ -16,11 +16,10 @@ RecordedCalls* running = nullptr;
 
 /// The name of the call's handle, by which the rig's journal shows it too.
 std::string NameOfHandle(const rig::Call& call) {
-    const auto front = std::ranges::find_if(rig::Fronts(), [&](const rig::Front& one) {
-        return &one.library == &call.function.library;
-    });
     const rig::Access locked;
-    return call.inputs.empty() ? "" : front->nameOf(rig::Number(call.inputs.front()));
+    return call.inputs.empty()
+               ? ""
+               : rig::StandInFor(call.function.library).nameOf(rig::Number(call.inputs.front()));
 }
 
 } // namespace

@@ -175,7 +175,7 @@ enum {
 
 /** Calls that fail. */
 typedef struct rig_fault {
-    const char* function; /**< the vendor call by its name, or "*" for any call of any front */
+    const char* function; /**< the vendor call by its name, or "*" for any call of any library */
     uint32_t call;        /**< the first call that fails, counted from 1 since the scenario began */
     uint32_t times;       /**< how many calls in a row fail; 0 = every one from then on */
     uint32_t kind;        /**< RIG_FAULT_... */

@@ -33,7 +33,7 @@ struct Equipment {
     std::multimap<HostNumber, std::string> handles; ///< the names of what each host has open
 };
 
-struct Front {
+struct StandIn {
     const Library& library; ///< the vendor DLL that it stands in for
     std::map<Function, Work> works;
 
@@ -60,11 +60,14 @@ struct Front {
     void (*openDriver)() = [] {};
 };
 
-/// All fronts that are linked in.
-inline std::vector<Front>& Fronts() {
-    static std::vector<Front> fronts;
-    return fronts;
+/// All stand-ins that are linked in.
+inline std::vector<StandIn>& StandIns() {
+    static std::vector<StandIn> standIns;
+    return standIns;
 }
+
+/// The one of a library, which must be linked in.
+const StandIn& StandInFor(const Library& library);
 
 /// Answers a call where the hardware is. In this process, that counts the call, applies a planned
 /// fault and writes the journal.
@@ -81,10 +84,10 @@ void AnswerAsGone(Call& call);
 /// Answers a call with the hardware of this process, without counting, faults or journal.
 void AnswerPlainly(Call& call);
 
-/// Registers a front. Each front has one as a static object.
+/// Registers a stand-in. Each has one as a static object.
 struct Linked {
-    explicit Linked(Front front) {
-        Fronts().push_back(std::move(front));
+    explicit Linked(StandIn standIn) {
+        StandIns().push_back(std::move(standIn));
         answerer = Answer;
     }
 };
