@@ -11,6 +11,7 @@ namespace rig {
 namespace {
 
 constexpr std::ptrdiff_t kMaxDotsInLine = 64;
+constexpr std::size_t kMostQuotes = 5; ///< that end a string: two belong to its text
 constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
 
 [[noreturn]] void FailAtLine(std::size_t line, std::string_view message) {
@@ -22,29 +23,35 @@ constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
 std::string ToAscii(std::string_view text) {
     std::string ascii(text);
     std::size_t line = 1;
-    char inside = '\n'; // the quote of a string, '#' in a comment, '\n' in neither
+    std::string_view inside; // the quotes round a string, the '#' of a comment, empty in neither
     bool isEscaped = false;
     std::ptrdiff_t dots = 0; // each makes a table in a table, and the stack is not endless
-    for (char& c : ascii) {
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
         dots = c == '\n' ? 0 : dots + (c == '.' ? 1 : 0);
+        line += c == '\n' ? 1 : 0;
         if (dots > kMaxDotsInLine) {
             FailAtLine(line, "too many dots");
         }
-        const bool isBeyondAscii = static_cast<unsigned char>(c) >= 0x80;
-        if (isBeyondAscii && inside != '#') {
-            FailAtLine(line, "only comments can have characters beyond ASCII");
+        if (static_cast<unsigned char>(c) >= 0x80) {
+            if (inside != "#") {
+                FailAtLine(line, "only comments can have characters beyond ASCII");
+            }
+            ascii[i] = '?';
         }
-        if (isBeyondAscii) {
-            c = '?';
-        } else if (c == '\n') {
-            ++line;
-            inside = inside == '#' ? '\n' : inside;
-        } else if (inside == '\n') {
-            inside = c == '"' || c == '\'' || c == '#' ? c : inside;
-        } else if (inside == c && inside != '#' && !isEscaped) {
-            inside = '\n';
+        const std::string_view next = text.substr(i, kMostQuotes);
+        const std::size_t quotes =
+            c == '"' || c == '\'' ? std::min(next.find_first_not_of(c), next.size()) : 0;
+        if (inside.empty() && (quotes > 0 || c == '#')) {
+            // Two quotes are an empty string, three begin one that may have quotes and lines in it.
+            inside = quotes == 2 ? "" : next.substr(0, quotes > 2 ? 3 : 1);
+            i += quotes == 2 ? 1 : inside.size() - 1;
+        } else if (inside == "#" ? c == '\n'
+                                 : quotes > 0 && !isEscaped && next.starts_with(inside)) {
+            i += inside.size() == 3 ? quotes - 1 : 0;
+            inside = {};
         }
-        isEscaped = inside == '"' && c == '\\' && !isEscaped;
+        isEscaped = inside.starts_with('"') && c == '\\' && !isEscaped;
     }
     return ascii;
 }

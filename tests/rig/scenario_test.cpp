@@ -25,6 +25,8 @@ const std::vector<Mistake> kMistakes = {
     {"\"#\xff\" = 1", "line 1: only comments can have characters beyond ASCII"},
     {"a = \"\\\"#\xff\"", "line 1: only comments can have characters beyond ASCII"},
     {"a = '#\xff'", "line 1: only comments can have characters beyond ASCII"},
+    {"a = '''it's #\xff'''", "line 1: only comments can have characters beyond ASCII"},
+    {"a = \"\"\"\n\"\n#\xff\"\"\"", "line 3: only comments can have characters beyond ASCII"},
     {"# fine\n\xd2\x81", "line 2: only comments can have characters beyond ASCII"},
 
     // Unknown keys in each table.
@@ -145,6 +147,10 @@ TEST_F(ScenarioTest, HasCommentsInAnyLanguage) {
     Load("\xef\xbb\xbf# it's \"here\": \xd2\x81\xe2\x80\xa8 \xff\n[[usb]]\n"
          "chip = 'FT2232H' # M\xc3\xbcller\nserial = \"a#\\\"b\" # \xc3\xbc\n");
     EXPECT_STREQ(Devices().at(1).SerialNumber, "a#\"bB");
+    Load("[[usb]]\nchip = 'FT2232H'\nserial = '''it's''' # \xc3\xbc\n");
+    EXPECT_STREQ(Devices().at(1).SerialNumber, "it'sB");
+    Load("[[usb]]\nchip = 'FT2232H'\nserial = \"\"\"\"a\\\"\"\"\"\" # \xc3\xbc\n");
+    EXPECT_STREQ(Devices().at(1).SerialNumber, "\"a\"\"B");
 }
 
 TEST_F(ScenarioTest, RefusesWhatNestsDeeply) {
