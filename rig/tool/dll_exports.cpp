@@ -13,7 +13,7 @@ namespace {
 // Microsoft's "PE Format" has these.
 constexpr std::size_t kExportDirectorySize = 40;
 
-/// More exports than any of these DLLs has: a damaged count is not believed.
+/// Ordinals have 16 bits: a damaged count is not believed.
 constexpr std::uint32_t kMostExports = 65'536;
 
 std::uint32_t Count(const host::PeFile& file, std::size_t position) {
@@ -30,6 +30,9 @@ void ReadExports(const host::PeFile& file, DllImage& image) {
     image.name = file.Text(file.Word(directory + 12));
     const std::uint32_t base = file.Word(directory + 16);
     const std::uint32_t count = Count(file, directory + 20);
+    if (base > kMostExports - count) {
+        throw std::runtime_error("it is damaged: its ordinals are too large");
+    }
     const std::uint32_t nameCount = Count(file, directory + 24);
     std::map<std::uint32_t, std::vector<std::string>> names;
     for (std::uint32_t i = 0; i < nameCount; ++i) {

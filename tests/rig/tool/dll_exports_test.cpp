@@ -17,6 +17,7 @@ using rig::ReadDll;
 constexpr std::size_t kMachine = 0x44;
 constexpr std::size_t kExportsSize = 0xCC;
 constexpr std::size_t kSectionFlags = 0x16C;
+constexpr std::size_t kOrdinalBase = 0x210;
 
 const std::vector<DllExport> kExports = {{9, {"Zebra", "Alias"}, "solvane_record.Zebra"},
                                          {4, {"FT_Write"}, "solvane_record.FT_Write"},
@@ -75,7 +76,7 @@ TEST(DllExports, OfADamagedFileAreReadOrRefused) {
     std::size_t refused = 0;
     const auto read = [&](const std::string& bytes) {
         try {
-            ReadDll(bytes);
+            ForwarderDll("again.dll", ReadDll(bytes).exports);
         } catch (const std::runtime_error&) {
             ++refused;
         }
@@ -90,6 +91,11 @@ TEST(DllExports, OfADamagedFileAreReadOrRefused) {
             bytes[place] = static_cast<char>(bytes[place] ^ mask);
             read(bytes);
         }
+    }
+    // The last ordinal is 66 above the first.
+    EXPECT_EQ(ReadDll(Changed(dll, kOrdinalBase, 0xFFFF - 66)).exports[2].ordinal, 0xFFFFU);
+    for (const std::uint32_t base : {0xFFFFU - 65, 0x1'0000U, 0xFFFF'FFFFU}) {
+        EXPECT_THROW(ReadDll(Changed(dll, kOrdinalBase, base)), std::runtime_error) << base;
     }
     for (const char* text : {"", "M", "MZ", "#!/bin/sh",
                              "\x7F"
