@@ -16,7 +16,7 @@
 namespace rig {
 
 /// A reply, as text for people and as JSON for programs.
-struct Told {
+struct Report {
     int exitCode = 0;
     std::string text = {};
     Json json = {};
@@ -49,23 +49,23 @@ struct CommandKind {
     std::string_view arguments;
     std::string_view meaning;
     /// Throws ActionError for wrong arguments.
-    Told (*perform)(Arguments arguments, const std::stop_token& stop);
+    Report (*perform)(Arguments arguments, const std::stop_token& stop);
 };
 
 // Questions.
-Told TellLevels(Arguments arguments, const std::stop_token& stop);
-Told TellCaptures(Arguments arguments, const std::stop_token& stop);
-Told TellCalls(Arguments arguments, const std::stop_token& stop);
-Told TellJournal(Arguments arguments, const std::stop_token& stop);
-Told TellStatus(Arguments arguments, const std::stop_token& stop);
-Told TellState(Arguments arguments, const std::stop_token& stop);
-Told TellWaveform(Arguments arguments, const std::stop_token& stop);
+Report ReportLevels(Arguments arguments, const std::stop_token& stop);
+Report ReportCaptures(Arguments arguments, const std::stop_token& stop);
+Report ReportCalls(Arguments arguments, const std::stop_token& stop);
+Report ReportJournal(Arguments arguments, const std::stop_token& stop);
+Report ReportStatus(Arguments arguments, const std::stop_token& stop);
+Report ReportState(Arguments arguments, const std::stop_token& stop);
+Report ReportWaveform(Arguments arguments, const std::stop_token& stop);
 
-Told Keep(Arguments arguments, const std::stop_token& stop);
+Report Keep(Arguments arguments, const std::stop_token& stop);
 
 // Waits.
-Told WaitEdge(Arguments arguments, const std::stop_token& stop);
-Told ExpectPulse(Arguments arguments, const std::stop_token& stop);
+Report WaitEdge(Arguments arguments, const std::stop_token& stop);
+Report ExpectPulse(Arguments arguments, const std::stop_token& stop);
 
 /// Waits until the condition holds, with the rig unlocked for others meanwhile. False when the time
 /// is over or `stop` is requested first.
@@ -79,8 +79,8 @@ std::string Milliseconds(std::uint64_t nanoseconds);
 
 /// Entries from number `first` up to `end` as a reply; each is found by `at`. `now` is the rig's
 /// time.
-Told TellEntries(std::uint64_t first, std::uint64_t end, std::uint64_t now,
-                 const std::function<const Journal::Entry&(std::uint64_t)>& at);
+Report ReportEntries(std::uint64_t first, std::uint64_t end, std::uint64_t now,
+                     const std::function<const Journal::Entry&(std::uint64_t)>& at);
 
 /// "ready              1"
 void AddRow(std::string& text, std::string_view name, const std::string& value);

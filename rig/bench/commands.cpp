@@ -12,20 +12,20 @@ namespace rig {
 
 namespace {
 
-Told TellHelp(Arguments arguments, const std::stop_token& stop);
+Report ReportHelp(Arguments arguments, const std::stop_token& stop);
 
 constexpr std::array kCommands = {
-    CommandKind{"levels", "", "the levels of the lines, 1 means active", TellLevels},
-    CommandKind{"captures", "", "how many captures the camera has made", TellCaptures},
+    CommandKind{"levels", "", "the levels of the lines, 1 means active", ReportLevels},
+    CommandKind{"captures", "", "how many captures the camera has made", ReportCaptures},
     CommandKind{"calls", "[FUNCTION]", "how often each vendor function was called, or one",
-                TellCalls},
+                ReportCalls},
     CommandKind{"journal", "[--since N] [--most COUNT] [--within MS]",
                 "what happened, from entry N on; with --within, waits until there is something",
-                TellJournal},
-    CommandKind{"status", "", "what the rig is, and how far it has come", TellStatus},
-    CommandKind{"state", "", "levels, camera, chips, wires, faults, hosts", TellState},
+                ReportJournal},
+    CommandKind{"status", "", "what the rig is, and how far it has come", ReportStatus},
+    CommandKind{"state", "", "levels, camera, chips, wires, faults, hosts", ReportState},
     CommandKind{"vcd", "FILE", "writes the lines, as far as the journal goes back, as a waveform",
-                TellWaveform},
+                ReportWaveform},
     CommandKind{"keep", "FILE",
                 "writes the session so far as a scenario: with it, the same host meets the same",
                 Keep},
@@ -35,16 +35,16 @@ constexpr std::array kCommands = {
     CommandKind{"expect-pulse", "LINE FROM..TO [--within MS] [--since N]",
                 "waits for a pulse to begin and end, and says whether its width is in the range",
                 ExpectPulse},
-    CommandKind{"help", "", "these commands", TellHelp},
+    CommandKind{"help", "", "these commands", ReportHelp},
 };
 
-Told TellHelp(Arguments arguments, const std::stop_token&) {
+Report ReportHelp(Arguments arguments, const std::stop_token&) {
     arguments.RefuseOthers();
-    Told told;
+    Report report;
     std::string list;
     const auto add = [&](std::string_view name, std::string_view words, std::string_view meaning) {
         std::string usage = Line({std::string(name), std::string(words)});
-        told.text += (told.text.empty() ? "" : "\n") + usage + "\n    " + std::string(meaning);
+        report.text += (report.text.empty() ? "" : "\n") + usage + "\n    " + std::string(meaning);
         list += (list.empty() ? "" : ",") +
                 Json().Add("command", name).Add("arguments", words).Add("meaning", meaning).Text();
     };
@@ -54,11 +54,11 @@ Told TellHelp(Arguments arguments, const std::stop_token&) {
     for (const CommandKind& command : kCommands) {
         add(command.name, command.arguments, command.meaning);
     }
-    told.json.AddRaw("commands", "[" + list + "]");
-    return told;
+    report.json.AddRaw("commands", "[" + list + "]");
+    return report;
 }
 
-Told DoAction(const Words& words) {
+Report DoAction(const Words& words) {
     Access rig;
     const Action action = ReadAction(words, rig->Chips());
     rig->Do(action);
@@ -68,7 +68,7 @@ Told DoAction(const Words& words) {
             Json().Add("done", action.text).AddRaw("time_ms", Milliseconds(rig->timeline.Now()))};
 }
 
-Told Obey(const Words& words, const std::stop_token& stop) {
+Report Obey(const Words& words, const std::stop_token& stop) {
     const std::string name = words.empty() ? "" : words[0];
     const std::vector<std::string> names = CommandNames();
     if (std::ranges::find(names, name) == names.end()) {
@@ -115,15 +115,17 @@ Texts SplitLine(std::string_view line) {
 }
 
 Reply Perform(const std::vector<std::string>& words, bool json, const std::stop_token& stop) {
-    Told told;
+    Report report;
     try {
-        told = Obey(words, stop);
+        report = Obey(words, stop);
     } catch (const ActionError& mistake) {
-        told = {.exitCode = 2, .text = mistake.what(), .json = Json().Add("error", mistake.what())};
+        report = {
+            .exitCode = 2, .text = mistake.what(), .json = Json().Add("error", mistake.what())};
     } catch (const std::exception& failure) { // no memory
-        told = {.exitCode = 1, .text = failure.what(), .json = Json().Add("error", failure.what())};
+        report = {
+            .exitCode = 1, .text = failure.what(), .json = Json().Add("error", failure.what())};
     }
-    return {told.exitCode, json ? told.json.Text() : told.text, told.next};
+    return {report.exitCode, json ? report.json.Text() : report.text, report.next};
 }
 
 Arguments::Arguments(std::span<const std::string> given) : words(given.begin(), given.end()) {}

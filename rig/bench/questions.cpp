@@ -14,25 +14,25 @@ void AddRow(std::string& text, std::string_view name, const std::string& value) 
     text += (text.empty() ? "" : "\n") + row + value;
 }
 
-Told TellLevels(Arguments arguments, const std::stop_token&) {
+Report ReportLevels(Arguments arguments, const std::stop_token&) {
     arguments.RefuseOthers();
     const Levels levels = Access()->installation->AllLevels();
-    Told told;
+    Report report;
     for (std::size_t i = 0; i < levels.size(); ++i) {
         const char* const name = LineName(static_cast<rig_line>(i));
-        AddRow(told.text, name, levels[i] ? "1" : "0");
-        told.json.AddRaw(name, levels[i] ? "1" : "0");
+        AddRow(report.text, name, levels[i] ? "1" : "0");
+        report.json.AddRaw(name, levels[i] ? "1" : "0");
     }
-    return told;
+    return report;
 }
 
-Told TellCaptures(Arguments arguments, const std::stop_token&) {
+Report ReportCaptures(Arguments arguments, const std::stop_token&) {
     arguments.RefuseOthers();
     const std::uint32_t captures = Access()->installation->Captures();
     return {.text = std::to_string(captures), .json = Json().Add("captures", captures)};
 }
 
-Told TellCalls(Arguments arguments, const std::stop_token&) {
+Report ReportCalls(Arguments arguments, const std::stop_token&) {
     const std::string function = arguments.Word();
     arguments.RefuseOthers();
     const std::vector<std::string> names = FunctionNames();
@@ -40,20 +40,20 @@ Told TellCalls(Arguments arguments, const std::stop_token&) {
         throw ActionError(NoSuch("function", function, names));
     }
     const Access rig;
-    Told told;
+    Report report;
     Json counts;
     for (const std::string& name : names) {
         const std::uint32_t calls = rig->faults.Calls(name);
         if (name == function || (function.empty() && calls != 0)) {
-            AddRow(told.text, name, std::to_string(calls));
+            AddRow(report.text, name, std::to_string(calls));
             counts.Add(name, calls);
         }
     }
-    told.json.Add("calls", counts);
-    return told;
+    report.json.Add("calls", counts);
+    return report;
 }
 
-Told TellJournal(Arguments arguments, const std::stop_token& stop) {
+Report ReportJournal(Arguments arguments, const std::stop_token& stop) {
     const bool waits = arguments.Has("--within");
     const std::uint64_t within = arguments.Milliseconds("--within", 0);
     const std::uint64_t since = arguments.Number("--since").value_or(0);
@@ -69,18 +69,18 @@ Told TellJournal(Arguments arguments, const std::stop_token& stop) {
     const auto at = [&](std::uint64_t n) -> const Journal::Entry& {
         return journal[static_cast<std::size_t>(n - journal.Begin())];
     };
-    return TellEntries(first, first + std::min(most, journal.End() - first), rig->timeline.Now(),
-                       at);
+    return ReportEntries(first, first + std::min(most, journal.End() - first), rig->timeline.Now(),
+                         at);
 }
 
-Told TellEntries(std::uint64_t first, std::uint64_t end, std::uint64_t now,
-                 const std::function<const Journal::Entry&(std::uint64_t)>& at) {
+Report ReportEntries(std::uint64_t first, std::uint64_t end, std::uint64_t now,
+                     const std::function<const Journal::Entry&(std::uint64_t)>& at) {
     static constexpr std::array kKinds = {"call", "edge", "event", "note"};
-    Told told;
+    Report report;
     std::string list;
     for (std::uint64_t n = first; n < end; ++n) {
         const Journal::Entry& entry = at(n);
-        told.text += (told.text.empty() ? "" : "\n") + LineOf(entry);
+        report.text += (report.text.empty() ? "" : "\n") + LineOf(entry);
         Json item;
         item.Add("n", n)
             .Add("ns", entry.time)
@@ -92,33 +92,33 @@ Told TellEntries(std::uint64_t first, std::uint64_t end, std::uint64_t now,
         }
         list += (list.empty() ? "" : ",") + item.Text();
     }
-    told.next = end;
-    told.json.Add("ns", now)
+    report.next = end;
+    report.json.Add("ns", now)
         .Add("first", first)
         .Add("next", end)
         .AddRaw("entries", "[" + list + "]");
-    return told;
+    return report;
 }
 
-Told TellStatus(Arguments arguments, const std::stop_token&) {
+Report ReportStatus(Arguments arguments, const std::stop_token&) {
     arguments.RefuseOthers();
     const Access rig;
     const std::string time = Milliseconds(rig->timeline.Now());
     const std::uint64_t faults = rig->faults.Planned().size();
     const std::uint32_t calls = rig->faults.Calls(kAnyFunction);
     const std::uint32_t captures = rig->installation->Captures();
-    Told told;
-    AddRow(told.text, "scenario", rig->ScenarioName());
-    AddRow(told.text, "time", time + " ms");
-    AddRow(told.text, "calls", std::to_string(calls));
-    AddRow(told.text, "captures", std::to_string(captures));
-    AddRow(told.text, "faults planned", std::to_string(faults));
-    told.json.Add("scenario", rig->ScenarioName())
+    Report report;
+    AddRow(report.text, "scenario", rig->ScenarioName());
+    AddRow(report.text, "time", time + " ms");
+    AddRow(report.text, "calls", std::to_string(calls));
+    AddRow(report.text, "captures", std::to_string(captures));
+    AddRow(report.text, "faults planned", std::to_string(faults));
+    report.json.Add("scenario", rig->ScenarioName())
         .AddRaw("time_ms", time)
         .Add("calls", calls)
         .Add("captures", captures)
         .Add("faults", faults);
-    return told;
+    return report;
 }
 
 } // namespace rig

@@ -27,20 +27,20 @@ const char* NameOf(Mep mep) {
     return kNames[static_cast<std::size_t>(mep)];
 }
 
-void TellLines(const Installation& camera, Told& told) {
+void ReportLines(const Installation& camera, Report& report) {
     Json lines;
     const Levels levels = camera.AllLevels();
     for (std::size_t i = 0; i < levels.size(); ++i) {
         const char* const name = LineName(static_cast<rig_line>(i));
         lines.AddRaw(name, levels[i] ? "1" : "0");
-        AddRow(told.text, name, levels[i] ? "1" : "0");
+        AddRow(report.text, name, levels[i] ? "1" : "0");
     }
-    told.json.Add("lines", lines);
+    report.json.Add("lines", lines);
 }
 
-void TellCamera(const Installation& camera, Told& told) {
+void ReportCamera(const Installation& camera, Report& report) {
     const CameraBehaviour& behaviour = camera.Behaviour();
-    told.json.Add("captures", camera.Captures())
+    report.json.Add("captures", camera.Captures())
         .Add("refused", camera.Ignored())
         .Add("camera", Json()
                            .Add("activity", camera.ActivityName())
@@ -50,12 +50,12 @@ void TellCamera(const Installation& camera, Told& told) {
                            .AddRaw("exposure_ms", Milliseconds(behaviour.exposure))
                            .AddRaw("ready_after_power_ms", Milliseconds(behaviour.readyAfterPower))
                            .Add("powered", camera.Level(RIG_CAMERA_POWER)));
-    AddRow(told.text, "camera", camera.ActivityName());
-    AddRow(told.text, "captures", std::to_string(camera.Captures()));
-    AddRow(told.text, "refused", std::to_string(camera.Ignored()));
+    AddRow(report.text, "camera", camera.ActivityName());
+    AddRow(report.text, "captures", std::to_string(camera.Captures()));
+    AddRow(report.text, "refused", std::to_string(camera.Ignored()));
 }
 
-void TellChips(const Equipment& equipment, Told& told) {
+void ReportChips(const Equipment& equipment, Report& report) {
     std::string chips;
     for (const Equipment::Chip& chip : equipment.chips) {
         Json json;
@@ -67,26 +67,26 @@ void TellChips(const Equipment& equipment, Told& told) {
             .Add("plugged", chip.isPlugged)
             .Add("camera", chip.hasCamera);
         AddItem(chips, json.Text());
-        AddRow(told.text, chip.index ? "chip " + std::to_string(*chip.index) : "board",
+        AddRow(report.text, chip.index ? "chip " + std::to_string(*chip.index) : "board",
                chip.kind + (chip.name.empty() ? "" : ' ' + chip.name) +
                    (chip.isPlugged ? "" : ", unplugged"));
     }
-    told.json.AddRaw("chips", List(chips));
+    report.json.AddRaw("chips", List(chips));
 }
 
-void TellWiring(const Installation& camera, Told& told) {
+void ReportWiring(const Installation& camera, Report& report) {
     Json wiring;
     for (const std::string& wire : WireNames()) {
         const std::string condition = camera.ConditionOf(wire);
         wiring.Add(wire, condition);
         if (condition != kHealthy) {
-            AddRow(told.text, "wire " + wire, condition);
+            AddRow(report.text, "wire " + wire, condition);
         }
     }
-    told.json.Add("wiring", wiring);
+    report.json.Add("wiring", wiring);
 }
 
-void TellFaults(const FaultPlan& plan, Told& told) {
+void ReportFaults(const FaultPlan& plan, Report& report) {
     std::string faults;
     for (const Fault& fault : plan.Planned()) {
         Json json = Json()
@@ -113,12 +113,12 @@ void TellFaults(const FaultPlan& plan, Told& told) {
                         " times=" + std::to_string(fault.times) + ", occurred " +
                         std::to_string(fault.occurred));
         AddItem(faults, json.Add("occurred", fault.occurred).Text());
-        AddRow(told.text, "fault " + std::to_string(fault.id), Line(words));
+        AddRow(report.text, "fault " + std::to_string(fault.id), Line(words));
     }
-    told.json.AddRaw("faults", List(faults));
+    report.json.AddRaw("faults", List(faults));
 }
 
-void TellHosts(const Access& rig, const Equipment& equipment, Told& told) {
+void ReportHosts(const Access& rig, const Equipment& equipment, Report& report) {
     std::string hosts;
     for (const auto& [number, host] : rig->guests) {
         std::string handles;
@@ -135,39 +135,39 @@ void TellHosts(const Access& rig, const Equipment& equipment, Told& told) {
                            .AddRaw("handles", List(handles))
                            .Add("calls", host.calls)
                            .Text());
-        AddRow(told.text, "host " + std::to_string(number),
+        AddRow(report.text, "host " + std::to_string(number),
                host.program + " (process " + std::to_string(host.process) + "), " +
                    std::to_string(host.calls) + " calls," +
                    (names.empty() ? " nothing open" : names));
     }
-    told.json.AddRaw("hosts", List(hosts));
+    report.json.AddRaw("hosts", List(hosts));
 }
 
 } // namespace
 
-Told TellState(Arguments arguments, const std::stop_token&) {
+Report ReportState(Arguments arguments, const std::stop_token&) {
     arguments.RefuseOthers();
     const Access rig;
     Equipment equipment;
     for (const StandIn& standIn : StandIns()) {
         standIn.describe(equipment);
     }
-    Told told;
-    AddRow(told.text, "scenario", rig->ScenarioName());
-    AddRow(told.text, "time", Milliseconds(rig->timeline.Now()) + " ms");
-    told.json.Add("ns", rig->timeline.Now())
+    Report report;
+    AddRow(report.text, "scenario", rig->ScenarioName());
+    AddRow(report.text, "time", Milliseconds(rig->timeline.Now()) + " ms");
+    report.json.Add("ns", rig->timeline.Now())
         .Add("scenario", rig->ScenarioName())
         .Add("pc", rig->IsAsleep() ? "asleep" : "on");
-    TellLines(*rig->installation, told);
-    TellCamera(*rig->installation, told);
-    TellChips(equipment, told);
-    TellWiring(*rig->installation, told);
-    TellFaults(rig->faults, told);
-    TellHosts(rig, equipment, told);
-    return told;
+    ReportLines(*rig->installation, report);
+    ReportCamera(*rig->installation, report);
+    ReportChips(equipment, report);
+    ReportWiring(*rig->installation, report);
+    ReportFaults(rig->faults, report);
+    ReportHosts(rig, equipment, report);
+    return report;
 }
 
-Told TellWaveform(Arguments arguments, const std::stop_token&) {
+Report ReportWaveform(Arguments arguments, const std::stop_token&) {
     arguments.Word(); // the file's name; the caller writes the file
     arguments.RefuseOthers();
     const Access rig;

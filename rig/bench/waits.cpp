@@ -37,7 +37,7 @@ std::string EdgeText(rig_line line, bool level) {
     return std::string(LineName(line)) + (level ? " 1" : " 0");
 }
 
-Told Failed(const std::string& why, Json json) {
+Report Failed(const std::string& why, Json json) {
     return {.exitCode = 1, .text = why, .json = json.Add("error", why)};
 }
 
@@ -68,7 +68,7 @@ rig_line ReadLine(const std::string& name) {
     throw ActionError(NoSuch("line", name, names));
 }
 
-Told WaitEdge(Arguments arguments, const std::stop_token& stop) {
+Report WaitEdge(Arguments arguments, const std::stop_token& stop) {
     const std::uint64_t within = arguments.Milliseconds("--within", kWithin);
     const std::optional<std::uint64_t> since = arguments.Number("--since");
     Words words = WordsOf(arguments.Word()); // "ready 0" as one word or as two
@@ -99,7 +99,7 @@ Told WaitEdge(Arguments arguments, const std::stop_token& stop) {
             .json = Json().Add("edge", wanted).AddRaw("time_ms", time)};
 }
 
-Told ExpectPulse(Arguments arguments, const std::stop_token& stop) {
+Report ExpectPulse(Arguments arguments, const std::stop_token& stop) {
     const std::uint64_t within = arguments.Milliseconds("--within", kWithin);
     const std::optional<std::uint64_t> since = arguments.Number("--since");
     const std::string name = arguments.Word();

@@ -57,25 +57,25 @@ Json LevelsAtEnd(const wave::Recording& recording) {
     return levels;
 }
 
-Reply TellFile(const FileContent& content, const bench::Command& command) {
+Reply ReportFile(const FileContent& content, const bench::Command& command) {
     const std::string name = command.words.empty() ? "" : command.words.front();
-    Told told{.exitCode = 1, .text = "A file does not tell this."};
+    Report report{.exitCode = 1, .text = "A file does not tell this."};
     if (name == "journal") {
         Arguments arguments(std::span(command.words).subspan(1));
         const std::uint64_t size = content.entries.size();
         const std::uint64_t first = std::min(arguments.Number("--since").value_or(0), size);
         const std::uint64_t most = arguments.Number("--most").value_or(size);
-        told = TellEntries(
+        report = ReportEntries(
             first, first + std::min(most, size - first),
             content.end, [&](std::uint64_t n) -> const auto& {
                 return content.entries[static_cast<std::size_t>(n)];
             });
     } else if (name == "state") {
-        told = {.json = Json().Add("ns", content.end).Add("lines", content.lines)};
+        report = {.json = Json().Add("ns", content.end).Add("lines", content.lines)};
     } else if (name == "vcd") {
-        told = {.text = content.vcd};
+        report = {.text = content.vcd};
     }
-    return {told.exitCode, command.json ? told.json.Text() : told.text, told.next};
+    return {report.exitCode, command.json ? report.json.Text() : report.text, report.next};
 }
 
 } // namespace
@@ -116,7 +116,7 @@ panel::Source SourceOfFile(const std::string& name) {
     const auto content = std::make_shared<const FileContent>(ReadContent(name));
     return {.name = name,
             .isFile = true,
-            .ask = [content](const auto& command) { return TellFile(*content, command); },
+            .ask = [content](const auto& command) { return ReportFile(*content, command); },
             .draw = DrawWaveform};
 }
 
