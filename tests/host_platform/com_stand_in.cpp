@@ -1,7 +1,6 @@
 #include "com_stand_in.h"
 
 #include <atomic>
-#include <cstdio>
 #include <cwchar>
 #include <limits>
 #include <mutex>
@@ -9,7 +8,6 @@
 #include <set>
 #include <utility>
 
-#include <solvane/rig.h>
 #include <wbemidl.h>
 
 #include "call.h"
@@ -44,16 +42,6 @@ bool IsString(const OLECHAR* text) {
 
 /// A BSTR is preceded by the size of its text in bytes.
 constexpr std::size_t kPrefix = 1;
-
-template <typename... Arguments>
-void Note(const char* format, Arguments... arguments) {
-    if (!IsRecording()) {
-        return;
-    }
-    char text[256];
-    std::snprintf(text, sizeof text, format, arguments...);
-    rig_note(text);
-}
 
 const char* NullOr(const void* pointer, const char* name = "?") {
     return pointer == nullptr ? "null" : name;
@@ -108,6 +96,7 @@ int Misuses() {
 } // namespace host::com
 
 using namespace host::com;
+using host::Note;
 using host::SystemCall;
 
 namespace {
@@ -136,7 +125,7 @@ HRESULT CoInitializeEx(void* reserved, DWORD model) {
 }
 
 void CoUninitialize() {
-    Note("%s", "CoUninitialize()");
+    Note("CoUninitialize()");
     const int left = --initialisations;
     misuses += left < 0 || (left == 0 && rig_wbem_interfaces() != 0) ? 1 : 0;
 }

@@ -1,6 +1,8 @@
 #include "host_platform.h"
 
+#include <array>
 #include <atomic>
+#include <cstdarg>
 #include <cstdio>
 #include <ctime>
 
@@ -33,15 +35,6 @@ std::uint64_t DurationOf(std::uint64_t sleep) {
     return (sleep + tick - 1) / tick * tick - now % tick;
 }
 
-void Note(const char* function, unsigned argument) {
-    if (!recording) {
-        return;
-    }
-    char text[64];
-    std::snprintf(text, sizeof text, "%s(%u)", function, argument);
-    rig_note(text);
-}
-
 } // namespace
 
 namespace host {
@@ -69,6 +62,17 @@ void Record(bool on) {
 bool IsRecording() {
     return recording;
 }
+void Note(const char* format, ...) {
+    if (!recording) {
+        return;
+    }
+    std::array<char, 256> text{};
+    std::va_list arguments;
+    va_start(arguments, format);
+    std::vsnprintf(text.data(), text.size(), format, arguments);
+    va_end(arguments);
+    rig_note(text.data());
+}
 
 } // namespace host
 
@@ -82,11 +86,12 @@ void rig::clock::Wait(std::uint64_t nanoseconds) {
     }
 }
 
+using host::Note;
 using host::SystemCall;
 
 /// At fault it sleeps longer or shorter.
 void Sleep(DWORD milliseconds) {
-    Note("Sleep", milliseconds);
+    Note("Sleep(%u)", milliseconds);
     now += DurationOf(SystemCall("Sleep").Count(milliseconds) * kNanosecondsPerMillisecond);
 }
 
@@ -123,13 +128,13 @@ int localtime_s(std::tm* local, const std::time_t* seconds) {
 // Calls are counted even if they are refused: they have to come in pairs.
 
 unsigned timeBeginPeriod(unsigned milliseconds) {
-    Note("timeBeginPeriod", milliseconds);
+    Note("timeBeginPeriod(%u)", milliseconds);
     ++raisedPeriods;
     return SystemCall("timeBeginPeriod").Status();
 }
 
 unsigned timeEndPeriod(unsigned milliseconds) {
-    Note("timeEndPeriod", milliseconds);
+    Note("timeEndPeriod(%u)", milliseconds);
     --raisedPeriods;
     return SystemCall("timeEndPeriod").Status();
 }

@@ -35,4 +35,7 @@ int RaisedTimerPeriods();
 void Record(bool on);
 bool IsRecording();
 
+/// Records a system call, formatted as by printf().
+[[gnu::format(printf, 1, 2)]] void Note(const char* format, ...);
+
 } // namespace host

@@ -8,8 +8,6 @@
 #include <set>
 #include <utility>
 
-#include <solvane/rig.h>
-
 #include "host_platform.h"
 #include "system_faults.h"
 
@@ -40,16 +38,6 @@ struct Request {
 };
 std::map<HANDLE, Request> requests; ///< by their events
 std::vector<Request> abandoned;
-
-template <typename... Arguments>
-void Note(const char* format, Arguments... arguments) {
-    if (!IsRecording()) {
-        return;
-    }
-    char text[256];
-    std::snprintf(text, sizeof text, format, arguments...);
-    rig_note(text);
-}
 
 void Trace(const CallRecord& record) {
     if (script.keepsTrace) {
@@ -196,6 +184,7 @@ std::vector<CallRecord> TakeTrace() {
 } // namespace host::kernel
 
 using namespace host::kernel;
+using host::Note;
 using host::SystemCall;
 
 HANDLE CreateFileW(const wchar_t* name, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security,
@@ -221,7 +210,7 @@ BOOL DeviceIoControl(HANDLE device, DWORD code, void* input, DWORD inputSize, vo
         std::all_of(bytes, bytes + outputSize, [](unsigned char byte) { return byte == 0; });
     if (!IsOpen(device) || returned == nullptr || *returned != 0 || !isClear ||
         (overlapped != nullptr && !IsOpen(overlapped->hEvent))) {
-        Note("%s", "... with a closed handle, no count or a buffer that is not clear");
+        Note("... with a closed handle, no count or a buffer that is not clear");
         LastError() = kInvalidHandle;
         return 0;
     }
