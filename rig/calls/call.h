@@ -33,7 +33,7 @@ std::uint32_t Ask(const VendorFunction& function, std::initializer_list<std::uin
 
 template <class... Arguments>
 std::uint32_t Ask(Function function, Arguments... arguments) {
-    return Ask(VendorFunctions()[static_cast<std::size_t>(function)], {AsNumber(arguments)...});
+    return Ask(Described(function), {AsNumber(arguments)...});
 }
 
 /// Gives the text by which the journal shows a handle.

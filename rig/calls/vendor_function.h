@@ -1,6 +1,7 @@
 /// The vendor functions that the rig stands in for, as vendor_functions.inc describes them.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 
@@ -38,5 +39,9 @@ struct VendorFunction {
 
 /// Indexed by Function.
 std::span<const VendorFunction> VendorFunctions();
+
+inline const VendorFunction& Described(Function function) {
+    return VendorFunctions()[static_cast<std::size_t>(function)];
+}
 
 } // namespace rig

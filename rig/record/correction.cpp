@@ -40,7 +40,7 @@ bool IsQuestion(Function function) {
 
 /// A call of the rig's own.
 Call CallOf(Function function, std::vector<Value> inputs) {
-    return {VendorFunctions()[static_cast<std::size_t>(function)], std::move(inputs), {}};
+    return {Described(function), std::move(inputs), {}};
 }
 
 } // namespace

@@ -201,10 +201,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     Introduction who;
     who.key = 99;
     CheckAnswer(next.Answer(Encoded(who)));
-    rig::Call call{
-        rig::VendorFunctions()[static_cast<std::size_t>(rig::Function::FT_CreateDeviceInfoList)],
-        {std::uint64_t{1}},
-        {}};
+    rig::Call call{rig::Described(rig::Function::FT_CreateDeviceInfoList), {std::uint64_t{1}}, {}};
     DecodeAnswer(next.Answer(Encoded(call)), call);
     Check(call.status == FT_OK && call.outputs == std::vector<Value>{std::uint64_t{2}},
           "who comes next is served");

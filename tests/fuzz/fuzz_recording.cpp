@@ -44,8 +44,7 @@ void Replay(const Recording& recording, Then then) {
         Check(!one.returned || call.status == one.call.status, "an answer is as recorded");
     }
     Check(replayer.IsFollowed(), "whoever asks the same follows");
-    rig::Call other{
-        rig::VendorFunctions()[static_cast<std::size_t>(rig::Function::FT_Rescan)], {}, {}};
+    rig::Call other{rig::Described(rig::Function::FT_Rescan), {}, {}};
     replayer.Answer(other);
     Check(!replayer.Report().empty(), "there is a report");
 }

@@ -16,8 +16,7 @@ using rig::record::SerialNumbers;
 using rig::record::WithoutUserName;
 
 Call CallOf(Function function, std::vector<Value> inputs, std::vector<Value> outputs) {
-    return {rig::VendorFunctions()[static_cast<std::size_t>(function)], std::move(inputs),
-            std::move(outputs)};
+    return {rig::Described(function), std::move(inputs), std::move(outputs)};
 }
 
 constexpr std::uint64_t kHere = 1;

@@ -15,10 +15,6 @@ using rig::Function;
 using rig::Value;
 using rig::VendorFunction;
 
-const VendorFunction& Described(Function function) {
-    return rig::VendorFunctions()[static_cast<std::size_t>(function)];
-}
-
 constexpr std::uint64_t kHere = 1; ///< stands for a pointer to an output
 
 constexpr Value* kNowhere = nullptr;

@@ -38,8 +38,7 @@ class HandleNamesTest : public BenchRig {
     static std::string NameOf(FT_HANDLE handle) { return names.NameOf(rig::AsNumber(handle)); }
 
     static void Learn(Function function, std::vector<Value> inputs, std::vector<Value> outputs) {
-        names.Learn({rig::VendorFunctions()[static_cast<std::size_t>(function)], std::move(inputs),
-                     std::move(outputs)});
+        names.Learn({rig::Described(function), std::move(inputs), std::move(outputs)});
     }
 
     static inline HandleNames names;

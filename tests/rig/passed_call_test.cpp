@@ -24,10 +24,6 @@ using rig::Texts;
 using rig::Value;
 using rig::record::PassedCall;
 
-const rig::VendorFunction& Described(Function function) {
-    return rig::VendorFunctions()[static_cast<std::size_t>(function)];
-}
-
 class PassedCallTest : public BenchRig {
   protected:
     PassedCallTest() {

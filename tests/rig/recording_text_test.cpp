@@ -39,8 +39,7 @@ constexpr const char* kCalls = "> 0.000 4711 1 FT_Open(1)\t1 1\n"
 
 Call CallOf(Function function, std::vector<Value> inputs, std::vector<Value> outputs = {},
             std::uint32_t status = 0) {
-    return {rig::VendorFunctions()[static_cast<std::size_t>(function)], std::move(inputs),
-            std::move(outputs), status};
+    return {rig::Described(function), std::move(inputs), std::move(outputs), status};
 }
 
 constexpr std::uint64_t kHere = 1; ///< a pointer that is not null

@@ -240,7 +240,7 @@ TEST_F(ReplayTest, WmiAnswersAsTheHeadSays) {
     AppendHead(text, head);
     AppendEnd(text, 0);
     Replay(text);
-    rig::Call query{rig::VendorFunctions()[static_cast<std::size_t>(rig::Function::ExecQuery)],
+    rig::Call query{rig::Described(rig::Function::ExecQuery),
                     {std::uint64_t{1}, std::string("WQL"),
                      std::string("SELECT * FROM Win32_ParallelPort"), std::uint64_t{0},
                      rig::Value()},

@@ -54,7 +54,7 @@ class Passage {
 template <class Result, class... Arguments>
 Result Pass(Function id, Arguments... arguments) {
     const DWORD before = GetLastError();
-    const VendorFunction& function = VendorFunctions()[static_cast<std::size_t>(id)];
+    const VendorFunction& function = Described(id);
     const auto real = reinterpret_cast<Result(FT_CALL*)(Arguments...)>(RealFunction(function));
     if (real == nullptr) {
         return static_cast<Result>(function.library.outOfMemory);

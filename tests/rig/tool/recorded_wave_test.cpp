@@ -38,13 +38,13 @@ class RecordedWaveTest : public testing::Test {
 
     void Add(std::uint64_t begun, std::uint64_t returned, Function function,
              std::vector<Value> inputs, std::vector<Value> outputs) {
-        recording.calls.push_back({recording.calls.size() + 1,
-                                   1,
-                                   begun,
-                                   {rig::VendorFunctions()[static_cast<std::size_t>(function)],
-                                    std::move(inputs), std::move(outputs)},
-                                   "SLV1B",
-                                   returned});
+        recording.calls.push_back(
+            {recording.calls.size() + 1,
+             1,
+             begun,
+             {rig::Described(function), std::move(inputs), std::move(outputs)},
+             "SLV1B",
+             returned});
     }
 
     void Write(std::uint64_t begun, std::uint64_t returned, std::initializer_list<int> bytes) {

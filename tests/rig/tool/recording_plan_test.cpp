@@ -143,7 +143,7 @@ std::string Unfinished() {
     using namespace rig::record;
     std::string text;
     AppendHead(text, {"host.exe", "Windows", {}, {}, false});
-    const auto& rescan = rig::VendorFunctions()[static_cast<std::size_t>(rig::Function::FT_Rescan)];
+    const auto& rescan = rig::Described(rig::Function::FT_Rescan);
     AppendQuestion(text, 1, 1, 1, {rescan, {}, {}}, "");
     AppendAnswer(text, 2, 1, 1, {rescan, {}, {}}, 0);
     AppendQuestion(text, 3, 1, 2, {rescan, {}, {}}, "");
