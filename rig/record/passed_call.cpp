@@ -42,7 +42,18 @@ Value ValueOf(std::optional<std::uint64_t> number) {
     return number ? Value(*number) : Value();
 }
 
+constexpr bool kIsRecorded[] = {
+#define FUNCTION(library, name, text, ordinal, result, parameters, ways) true,
+#define D2XX_REFUSED(name, ordinal, result, answer) false,
+#define WMI(object, name, parameters, ways) false,
+#include "vendor_functions.inc"
+};
+
 } // namespace
+
+bool IsRecorded(const VendorFunction& function) {
+    return kIsRecorded[static_cast<std::size_t>(function.id)];
+}
 
 PassedCall::Numbers PassedCall::Readable(const VendorFunction& function,
                                          std::span<const std::uint64_t> given) {

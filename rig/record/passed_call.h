@@ -9,6 +9,10 @@
 
 namespace rig::record {
 
+/// Whether calls of the function are recorded on their way to a vendor's DLL. Those of a function
+/// whose parameters nobody has described pass unseen, and those of COM methods go elsewhere.
+bool IsRecorded(const VendorFunction& function);
+
 /// Reads what a call says out of the host's memory, and changes nothing there. A pointer that leads
 /// nowhere counts as null: whether that ends the host is up to the vendor's DLL.
 class PassedCall {

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "elsewhere.h"
+#include "passed_call.h"
 #include "recording_values.h"
 #include "rig_clock.h"
 #include "rig_state.h"
@@ -15,10 +16,6 @@
 namespace rig::record {
 
 namespace {
-
-bool IsWmi(const Call& call) {
-    return &call.function.library == &kWmi;
-}
 
 Microseconds EndOf(const Recording& recording) {
     Microseconds end = 0;
@@ -48,8 +45,8 @@ std::string CallsText(std::size_t count) {
 
 Replayer::Replayer(Recording whatWas, ReplayOptions howTo)
     : recording(std::move(whatWas)), options(howTo),
-      hasWmi(std::ranges::any_of(recording.calls,
-                                 [](const RecordedCall& one) { return IsWmi(one.call); })),
+      hasAll(std::ranges::any_of(
+          recording.calls, [](const auto& one) { return !IsRecorded(one.call.function); })),
       end(EndOf(recording)) {
     for (const RecordedCall& one : recording.calls) {
         left[one.thread].push_back(&one);
@@ -61,7 +58,7 @@ Replayer::Replayer(Recording whatWas, ReplayOptions howTo)
 }
 
 void Replayer::Answer(Call& call) {
-    if (IsWmi(call) && !hasWmi) {
+    if (!hasAll && !IsRecorded(call.function)) {
         return AnswerHere(call);
     }
     const RecordedCall* one = nullptr;
@@ -92,7 +89,8 @@ std::string Replayer::Report() const {
                "; the recording goes on with call " + std::to_string(next->number) + ", " +
                QuestionOf(*next);
     }
-    return "all " + count + " were as recorded" +
+    return (recording.calls.size() == 1 ? "the only call was" : "all " + count + " were") +
+           " as recorded" +
            (recording.isEnded ? "" : ", until the recording was interrupted");
 }
 

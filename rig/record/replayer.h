@@ -25,8 +25,10 @@ struct ReplayOptions {
 };
 
 /// Each thread's calls are in their order, threads are in any. A call is answered by the next call
-/// of a recorded thread, if that asks the same; of several, by the one that began first. Calls of
-/// WMI methods are answered from the scenario of this process unless the recording has some.
+/// of a recorded thread, if that asks the same; of several, by the one that began first. Calls
+/// that no recorder sees, those of WMI methods and of functions whose parameters nobody has
+/// described, are answered by the rig of this process and are no difference, unless the recording
+/// was made on a rig and has such calls.
 class Replayer {
   public:
     Replayer(Recording whatWas, ReplayOptions howTo);
@@ -52,7 +54,7 @@ class Replayer {
 
     const Recording recording;
     const ReplayOptions options;
-    const bool hasWmi;
+    const bool hasAll; ///< calls that no recorder on Windows sees, too
     const Microseconds end;
 
     mutable std::mutex mutex;

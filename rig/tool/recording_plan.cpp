@@ -1,7 +1,6 @@
 #include "recording_plan.h"
 
 #include <algorithm>
-#include <array>
 #include <stdexcept>
 #include <string_view>
 #include <utility>
@@ -9,22 +8,12 @@
 #include "dll_exports.h"
 #include "file_content.h"
 #include "host_dlls.h"
+#include "passed_call.h"
 #include "this_program.h"
-#include "vendor_function.h"
 
 namespace rig {
 
 namespace {
-
-/// The functions that solvane_record.dll records. Those whose parameters nobody has described pass
-/// unseen.
-constexpr std::pair<std::string_view, std::string_view> kRecorded[] = {
-#define D2XX(function, ordinal, parameters, ways) {kFtd2xx.name, #function},
-#define D2XX_REFUSED(function, ordinal, result, answer)
-#define EAPI(function, parameters, ways) {kEapi.name, #function},
-#define INPOUT(function, ordinal, result, parameters, ways) {kInpout.name, #function},
-#include "vendor_functions.inc"
-};
 
 /// kRecordDll without its ending: what forwarders name.
 constexpr std::string_view kForwardTo = "solvane_record.";
@@ -32,8 +21,11 @@ constexpr std::string_view kForwardTo = "solvane_record.";
 /// Which of an export's names is recorded; empty: none.
 std::string RecordedName(const std::string& dll, const DllExport& one) {
     for (const std::string& name : one.names) {
-        const std::pair<std::string_view, std::string_view> wanted{dll, name};
-        if (std::find(std::begin(kRecorded), std::end(kRecorded), wanted) != std::end(kRecorded)) {
+        const auto isIt = [&](const VendorFunction& function) {
+            return record::IsRecorded(function) && dll == function.library.name &&
+                   name == function.name;
+        };
+        if (std::ranges::any_of(VendorFunctions(), isIt)) {
             return name;
         }
     }

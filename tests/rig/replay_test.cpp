@@ -157,7 +157,7 @@ TEST_F(ReplayTest, OfAnInterruptedRecordingGoesOnWithoutHardware) {
     EXPECT_EQ(FT_SetLatencyTimer(pins, 1), kIoError);
     EXPECT_TRUE(current->IsFollowed()) << "nobody knows what came then";
     EXPECT_EQ(current->Report(),
-              "all 1 call were as recorded, until the recording was interrupted");
+              "the only call was as recorded, until the recording was interrupted");
 }
 
 TEST_F(ReplayTest, ACallThatHungTakesAsLongAsItWasSeenTo) {
@@ -249,6 +249,27 @@ TEST_F(ReplayTest, WmiAnswersAsTheHeadSays) {
     EXPECT_EQ(query.outputs.at(0),
               rig::Value(rig::Texts{"DeviceID string LPT7", "DeviceID string \"\\"}));
     EXPECT_TRUE(current->IsFollowed()) << "not a call of the recording";
+}
+
+// A recorder passes such a call on unseen.
+TEST_F(ReplayTest, ACallThatNoRecordingHasIsNoDifference) {
+    std::string text = Record([] { FT_Close(Open(1)); });
+    const auto erase = [] { EXPECT_EQ(rig::Ask(rig::Function::FT_EraseEE), 17U); };
+    Replay(text);
+    FT_HANDLE pins = Open(1);
+    erase();
+    FT_Close(pins);
+    EXPECT_TRUE(current->IsFollowed()) << current->Report();
+    EXPECT_EQ(Take(RIG_CALL).at(1), "FT_EraseEE() -> 17");
+    EndReplay();
+
+    // One that was made on a rig has it.
+    text = Record(erase);
+    Replay(text);
+    erase();
+    EXPECT_TRUE(current->IsFollowed());
+    erase();
+    EXPECT_FALSE(current->IsFollowed());
 }
 
 // Two threads' calls, recorded one after the other, come mixed and from one thread.
