@@ -4,6 +4,8 @@
 #include <array>
 #include <cstring>
 
+#include "call_parts.h"
+
 namespace rig::record {
 
 namespace {
@@ -21,7 +23,8 @@ bool AreNodes(const Parameter& parameter) {
 
 /// Whether FT_ListDevices and FT_OpenEx identify devices by their serial numbers.
 bool IsBySerialNumber(const Value& flags) {
-    return (Number(flags) & (usb::kByDescription | usb::kByLocation)) == 0;
+    const std::uint32_t by = ListedBy(Number(flags));
+    return by != usb::kByDescription && by != usb::kByLocation;
 }
 
 char Lower(char letter) {
@@ -55,6 +58,9 @@ void SerialNumbers::HideInNodes(std::string& nodes) {
         std::string serial(node.SerialNumber, strnlen(node.SerialNumber, sizeof node.SerialNumber));
         Hide(serial);
         std::fill(std::begin(node.SerialNumber), std::end(node.SerialNumber), '\0');
+        // What follows the text may be anything that was in the host's memory.
+        std::fill(std::find(std::begin(node.Description), std::end(node.Description), '\0'),
+                  std::end(node.Description), '\0');
         serial.copy(node.SerialNumber, sizeof node.SerialNumber - 1);
         std::memcpy(nodes.data() + begin, &node, sizeof node);
     }

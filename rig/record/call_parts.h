@@ -33,6 +33,12 @@ inline std::string_view BytesOf(const Value& value) {
     return bytes != nullptr ? std::string_view(*bytes) : std::string_view();
 }
 
+/// How FT_OpenEx and FT_ListDevices identify a device, of the flags of the latter.
+inline std::uint32_t ListedBy(std::uint64_t flags) {
+    return static_cast<std::uint32_t>(flags) &
+           (usb::kBySerialNumber | usb::kByDescription | usb::kByLocation);
+}
+
 /// Whether the call is one of an open device, whose handle is its first parameter.
 inline bool IsOnHandle(const Call& call) {
     const auto& parameters = call.function.parameters;

@@ -164,8 +164,7 @@ void HandleNames::Describe(std::uint64_t handle, const Device& device) {
 /// FT_ListDevices gives one property of one device, or of all.
 void HandleNames::LearnList(const Call& call) {
     const std::uint32_t flags = Word(Input(call, 2));
-    const std::uint32_t by =
-        flags & (usb::kBySerialNumber | usb::kByDescription | usb::kByLocation);
+    const std::uint32_t by = ListedBy(flags);
     if ((flags & usb::kListByIndex) != 0 && IsThere(Output(call, 1))) {
         Enter(Number(Input(call, 0)), Known(by, Output(call, 1)));
     } else if (const auto* const texts = std::get_if<Texts>(&Output(call, 0))) {

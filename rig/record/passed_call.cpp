@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "call_parts.h"
 #include "host_memory.h"
 
 namespace rig::record {
@@ -129,7 +130,7 @@ Value PassedCall::Things(std::size_t i) const {
 /// FT_ListDevices, whose flags decide what its first two parameters are.
 void PassedCall::ReturnList() {
     const auto flags = static_cast<std::uint32_t>(arguments[2]);
-    const bool isByLocation = (flags & usb::kByLocation) != 0;
+    const bool isByLocation = ListedBy(flags) == usb::kByLocation;
     Value& first = call.outputs[0];
     Value& second = call.outputs[1];
     if (call.status != 0) {

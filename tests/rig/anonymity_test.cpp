@@ -27,6 +27,7 @@ TEST(Anonymity, SerialNumbersKeepTheirLastLetterAndStayDifferent) {
     std::strcpy(nodes[0].SerialNumber, "FT5A1B2CA");
     std::strcpy(nodes[0].Description, "Dual RS232-HS A");
     std::strcpy(nodes[1].SerialNumber, "FT5A1B2CB");
+    std::strcpy(nodes[1].Description + 16, "5A1B, of the host's memory");
     const std::string bytes(reinterpret_cast<const char*>(nodes), sizeof nodes);
     Call list = CallOf(Function::FT_GetDeviceInfoList, {kHere, std::uint64_t{3}},
                        {bytes, std::uint64_t{3}});
@@ -74,6 +75,8 @@ TEST(Anonymity, EveryFunctionThatTellsSerialNumbersHidesThem) {
     EXPECT_EQ(listed(kListAll | kBySerialNumber, Texts{"FT5A1B2CA", "XA"}, kHere)[0],
               Value(Texts{"SN1A", "SN2A"}));
     EXPECT_EQ(listed(kListByIndex | kBySerialNumber, Value(), serial)[1],
+              Value(std::string("SN1A")));
+    EXPECT_EQ(listed(kListByIndex | kBySerialNumber | kByDescription, Value(), serial)[1],
               Value(std::string("SN1A")));
     EXPECT_EQ(listed(kListByIndex | kByDescription, Value(), description)[1], description);
     EXPECT_EQ(listed(kListAll | kByLocation, std::string("\x11\0\0\0", 4), kHere)[0],
