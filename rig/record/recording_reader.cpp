@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "call_parts.h"
 #include "recording_lines.h"
 #include "recording_text.h"
 #include "recording_values.h"
@@ -78,6 +79,26 @@ bool CanComeOut(const Parameter& parameter, const Value& value) {
                                            : true;
 }
 
+/// Whether FT_ListDevices gives the value with these flags: what else is given goes where a host
+/// has no room for it.
+bool CanBeListed(std::size_t parameter, std::uint32_t flags, const Value& value) {
+    const bool isLocation = ListedBy(flags) == usb::kByLocation;
+    const bool isNumber = std::holds_alternative<std::uint64_t>(value);
+    const bool isText = std::holds_alternative<std::string>(value);
+    if (!IsThere(value)) {
+        return true;
+    }
+    if ((flags & usb::kListNumberOnly) != 0) {
+        return parameter == 0 && isNumber;
+    }
+    if ((flags & usb::kListByIndex) != 0) {
+        return parameter == 1 && (isLocation ? isNumber : isText);
+    }
+    return (flags & usb::kListAll) != 0 && (parameter == 1 ? isNumber
+                                            : isLocation   ? isText
+                                                           : !isNumber && !isText);
+}
+
 std::vector<Value> ValuesFrom(ValueReader& reader, const VendorFunction& function,
                               bool (*canBe)(const Parameter&, const Value&)) {
     std::vector<Value> values;
@@ -116,21 +137,27 @@ class RecordingReader {
 
   private:
     /// Goes to the next line; false at the end. A line that ends with the text or with a NUL is
-    /// cut.
+    /// cut, and so is one whose beginning is a NUL, since that is written last.
     bool NextLine() {
+        const bool isAfterRoom = rest.starts_with('\0');
         rest.remove_prefix(std::min(rest.find_first_not_of('\0'), rest.size()));
         if (rest.empty()) {
             return false;
         }
         ++number;
         const std::size_t end = rest.find_first_of(std::string_view("\n\0", 2));
-        isCut = end == rest.npos || rest[end] != '\n';
         line = rest.substr(0, end);
+        isCut = end == rest.npos || rest[end] != '\n' || (isAfterRoom && !IsBegun());
         rest.remove_prefix(std::min(end, rest.size() - 1) + 1);
         if (line.ends_with('\r')) { // of an editor
             line.remove_suffix(1);
         }
         return true;
+    }
+
+    bool IsBegun() const {
+        return line.substr(1, 1) == " " &&
+               (line.front() == kQuestion || line.front() == kAnswer || line.front() == kRemark);
     }
 
     void NextLineOfHead() {
@@ -274,10 +301,25 @@ class RecordingReader {
         if (!one.call.outputs.empty() && one.call.outputs.size() != one.call.inputs.size()) {
             Refuse("an answer has all parameters or none");
         }
+        if (one.call.function.id == Function::FT_ListDevices) {
+            RefuseUnasked(one.call);
+        }
+        if (time < one.begun) {
+            Refuse("call " + std::string(callNumber) + " returned before it began");
+        }
         if (AnswerOf(one.call) != shown) {
             RefuseText(AnswerOf(one.call));
         }
         one.returned = time;
+    }
+
+    static void RefuseUnasked(const Call& call) {
+        for (const std::size_t i : {0, 1}) {
+            if (!CanBeListed(i, Word(call.inputs.back()), Output(call, i))) {
+                Refuse("FT_ListDevices does not give parameter " + std::to_string(i + 1) +
+                       " with these flags");
+            }
+        }
     }
 
     [[noreturn]] static void RefuseText(const std::string& expected) {
