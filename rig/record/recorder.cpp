@@ -23,6 +23,7 @@ std::uint64_t Recorder::Begin(Call& call) {
         serials.HideInInputs(call);
     }
     const std::uint64_t number = ++calls;
+    text.clear(); // the last line may not have been finished
     AppendQuestion(text, process.now(), process.thread(), number, call, HandleIn(call));
     Write();
     return number;
@@ -34,6 +35,7 @@ void Recorder::End(std::uint64_t number, Call& call, std::uint32_t lastError) {
     if (isAnonymous) {
         serials.HideInOutputs(call);
     }
+    text.clear();
     AppendAnswer(text, now, process.thread(), number, call, lastError);
     Write();
     names.Learn(call);
@@ -41,6 +43,7 @@ void Recorder::End(std::uint64_t number, Call& call, std::uint32_t lastError) {
 
 void Recorder::Remark(std::string_view remark) {
     const std::lock_guard lock(access);
+    text.clear();
     AppendRemark(text, process.now(), isAnonymous ? WithoutUserName(remark) : remark);
     Write();
 }

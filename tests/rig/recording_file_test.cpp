@@ -185,6 +185,28 @@ TEST_F(RecordingFileTest, HasTheCallsOfThreadsOneByOne) {
                          {0, kCalls}, {1, kCalls}, {2, kCalls}, {3, kCalls}}));
 }
 
+// Without memory for a line, as with values that cannot be shown.
+TEST_F(RecordingFileTest, ALineThatCannotBeFinishedIsLeftOut) {
+    {
+        RecordingFile recording(file);
+        Recorder recorder(recording, kHead, Timeless());
+        const auto functions = rig::VendorFunctions();
+        const auto& open = functions[static_cast<std::size_t>(rig::Function::FT_Open)];
+        const auto& openEx = functions[static_cast<std::size_t>(rig::Function::FT_OpenEx)];
+        rig::Call odd{openEx, {rig::Texts{"two"}, std::uint64_t{1}, std::uint64_t{1}}, {}};
+        EXPECT_THROW(recorder.Begin(odd), std::bad_variant_access);
+        rig::Call call{open, {std::uint64_t{1}, std::uint64_t{1}}, {}};
+        const std::uint64_t number = recorder.Begin(call);
+        call.outputs = {{}, std::uint64_t{4112}};
+        recorder.End(number, call, 0);
+        recorder.Finish();
+    }
+    const auto recording = rig::record::ReadRecording(ContentOf(file));
+    ASSERT_EQ(recording.calls.size(), 1U);
+    EXPECT_EQ(recording.calls[0].number, 2U);
+    EXPECT_TRUE(recording.calls[0].returned);
+}
+
 TEST_F(RecordingFileTest, CannotBeginOnAFullDisk) {
     InFreshProcess([this] {
         LimitDisk(MappedFile::kPiece / 2);
