@@ -14,6 +14,7 @@
 #include "host_dlls.h"
 #include "host_guard.h"
 #include "installed_dlls.h"
+#include "mapped_file.h"
 #include "placement.h"
 #include "recording_plan.h"
 #include "recording_result.h"
@@ -37,9 +38,11 @@ struct Request {
 /// Throws std::runtime_error unless a recording can be made under this name.
 void CheckWritable(const fs::path& file) {
     std::error_code ignored;
-    if (fs::exists(file, ignored)) {
-        throw std::runtime_error(Utf8(file) +
-                                 " exists already; no recording is ever written over.");
+    for (const unsigned number : {1U, 2U}) { // the second would be taken for one of these
+        if (const fs::path one = record::Numbered(file, number); fs::exists(one, ignored)) {
+            throw std::runtime_error(Utf8(one) +
+                                     " exists already; no recording is ever written over.");
+        }
     }
     const bool isWritable = std::ofstream(file).is_open();
     fs::remove(file, ignored);

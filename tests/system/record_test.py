@@ -284,11 +284,12 @@ class Record(unittest.TestCase):
         self.assertIn("is the one that records, and no vendor's", err)
         code, _, err = self.tool("record", "-o", self.top / "none" / "a.rec", "--", probe)
         self.assertIn("cannot be written", err)
-        self.file.write_text("mine")
-        code, _, err = self.record(probe, "odd")
-        self.assertEqual(code, NOTHING)
-        self.assertIn("exists already", err)
-        self.assertEqual(self.file.read_text(), "mine")
+        for name in ("field-2.rec", "field.rec"):
+            (self.top / name).write_text("mine")
+            code, _, err = self.record(probe, "odd")
+            self.assertEqual(code, NOTHING)
+            self.assertIn(f"{name} exists already", err)
+            self.assertEqual((self.top / name).read_text(), "mine")
         self.assertEqual(self.files(), before)
         self.assertEqual(self.tool("record", "-o", self.top / "b.rec")[0], 2)
 
