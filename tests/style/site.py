@@ -1,4 +1,4 @@
-"""The site of the documents is made without a warning, and has an anchor for what programs say."""
+"""The site of the documents is made without a warning, is whole, and has an anchor for what programs say."""
 
 import re
 import subprocess
@@ -31,11 +31,22 @@ with tempfile.TemporaryDirectory() as folder:
             missing.append(f"{document}: only {len(texts)} rows were found")
         there = anchors(site / Path(document).with_suffix(".html"))
         missing += [f"{document}: {text}" for text in texts if anchor_of(text) not in there]
+    headings = re.findall(r"(?m)^### (.*)$", Path("docs/doctor.md").read_text())
+    there = anchors(site / "docs/doctor.html")
+    slugs = [re.sub(r"[^\w\- ]", "", heading).lower().replace(" ", "-") for heading in headings] # as doctor makes them
+    missing += [f"docs/doctor.md: {slug}" for slug in slugs if slug not in there]
+    missing += [] if len(headings) >= 40 else [f"docs/doctor.md: only {headings} were found"]
     for header, page in (("include/solvane/solvane.h", "solvane"), ("rig/include/solvane/rig.h", "rig")):
         functions = re.findall(r"(?m)^(?:SOLVANE|SOLVANE_RIG)_API .*?(\w+)\(", Path(header).read_text())
         there = anchors(site / f"docs/site/{page}.html")
         missing += [f"{header}: {name}" for name in functions if f"c.{name}" not in there]
         missing += [] if len(functions) > 20 else [f"{header}: only {functions} were found"]
+    files = 0
+    for page in [*site.rglob("*.html"), *site.rglob("*.css")]:
+        for name in re.findall(r' (?:src|srcset|href)="([^"#?:]+)["#?]|url\("?([^"():]+)"?\)', page.read_text()):
+            files += 1
+            missing += [] if (page.parent / max(name)).exists() else [f"{page.relative_to(site)}: {max(name)}"]
+    missing += [] if files > 1000 else [f"only {files} links were found"]
 for text in missing:
-    print(f"no anchor: {text}")
+    print(f"not there: {text}")
 sys.exit(bool(missing))
