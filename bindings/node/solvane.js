@@ -268,39 +268,38 @@ process.on('exit', () => {
   }
 });
 
-module.exports = {
-  Status,
-  SolvaneError,
-  Timer,
-  native,
-  setLogger,
+// One by one: so ES modules can import each by its name.
+exports.Status = Status;
+exports.SolvaneError = SolvaneError;
+exports.Timer = Timer;
+exports.native = native;
+exports.setLogger = setLogger;
 
-  // Finding the hardware. The first two throw when it is not there.
-  checkAvailable: command('Solvane_CheckAvailable'),
-  checkPowerControlAvailable: command('Solvane_CheckPowerControlAvailable'),
-  recheckStatus: command('Solvane_RecheckStatus'),
-  enforceFTDI: () => native.Solvane_EnforceFTDI(),
+// Finding the hardware. The first two throw when it is not there.
+exports.checkAvailable = command('Solvane_CheckAvailable');
+exports.checkPowerControlAvailable = command('Solvane_CheckPowerControlAvailable');
+exports.recheckStatus = command('Solvane_RecheckStatus');
+exports.enforceFTDI = () => native.Solvane_EnforceFTDI();
 
-  // Capture.
-  triggerCapture: command('Solvane_TriggerCapture'),
-  checkSystemReady: question('Solvane_CheckSystemReady'),
-  checkAndResetMepFlag: question('Solvane_CheckAndResetMepFlag'),
-  wakeCamera: command('Solvane_WakeCamera'),
+// Capture.
+exports.triggerCapture = command('Solvane_TriggerCapture');
+exports.checkSystemReady = question('Solvane_CheckSystemReady');
+exports.checkAndResetMepFlag = question('Solvane_CheckAndResetMepFlag');
+exports.wakeCamera = command('Solvane_WakeCamera');
 
-  // Forced black update (dark).
-  enableForcedBlackUpdate: command('Solvane_EnableForcedBlackUpdate'),
-  disableForcedBlackUpdate: command('Solvane_DisableForcedBlackUpdate'),
-  checkForcedBlackUpdate: question('Solvane_CheckForcedBlackUpdate'),
+// Forced black update (dark).
+exports.enableForcedBlackUpdate = command('Solvane_EnableForcedBlackUpdate');
+exports.disableForcedBlackUpdate = command('Solvane_DisableForcedBlackUpdate');
+exports.checkForcedBlackUpdate = question('Solvane_CheckForcedBlackUpdate');
 
-  // Power. The answer for a line that cannot be read: see rule 6 of solvane.h.
-  enableCameraPower: command('Solvane_EnableCameraPower'),
-  disableCameraPower: command('Solvane_DisableCameraPower'),
-  checkCameraPower: question('Solvane_CheckCameraPower'),
-  enableAccessoriesPower: command('Solvane_EnableAccessoriesPower'),
-  disableAccessoriesPower: command('Solvane_DisableAccessoriesPower'),
-  checkAccessoriesPower: question('Solvane_CheckAccessoriesPower'),
+// Power. The answer for a line that cannot be read: see rule 6 of solvane.h.
+exports.enableCameraPower = command('Solvane_EnableCameraPower');
+exports.disableCameraPower = command('Solvane_DisableCameraPower');
+exports.checkCameraPower = question('Solvane_CheckCameraPower');
+exports.enableAccessoriesPower = command('Solvane_EnableAccessoriesPower');
+exports.disableAccessoriesPower = command('Solvane_DisableAccessoriesPower');
+exports.checkAccessoriesPower = question('Solvane_CheckAccessoriesPower');
 
-  // The device itself.
-  closeDevice: command('Solvane_CloseDevice'),
-  resetComPort: command('Solvane_ResetComPort'),
-};
+// The device itself.
+exports.closeDevice = command('Solvane_CloseDevice');
+exports.resetComPort = command('Solvane_ResetComPort');

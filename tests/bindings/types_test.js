@@ -26,6 +26,9 @@ const namesOf = (symbols) => symbols.map((symbol) => symbol.name).sort();
 const membersOf = (type) => namesOf(checker.getPropertiesOfType(type));
 for (const name of ['solvane', 'solvane_rig']) {
   const actual = require(binding(name));
+  import(binding(`${name}.js`)).then((imported) => { // an ES module that imports names
+    assert.deepStrictEqual(Object.keys(actual).filter((each) => !(each in imported)), []);
+  });
   const module = checker.getSymbolAtLocation(program.getSourceFile(binding(`${name}.d.ts`)));
   const values = checker.getExportsOfModule(module).filter((symbol) => symbol.flags & ts.SymbolFlags.Value);
   assert.deepStrictEqual(namesOf(values), Object.keys(actual).sort());
