@@ -20,7 +20,6 @@ PATH. The environment variable SOLVANE_DLL names another file.
 import atexit
 import contextlib
 import ctypes
-import locale
 import os
 import sys
 import threading
@@ -148,7 +147,8 @@ def set_logger(function: Optional[Callable[[str], object]]) -> None:
     if function is None:
         callback = LogCallback()
     else:
-        encoding = locale.getpreferredencoding(False)
+        # Windows' own, which the preferred one is not in Python's UTF-8 mode.
+        encoding = "mbcs" if os.name == "nt" else "utf-8"
         log = function
         callback = LogCallback(lambda _, line: log(line.decode(encoding, "replace")))
     library.Solvane_SetLogger(None, callback)
