@@ -77,5 +77,5 @@ install(FILES "${generated}/solvane.pc" DESTINATION lib/pkgconfig)
 configure_file(packaging/archive.md.in "${generated}/README.md" @ONLY)
 install(FILES "${generated}/README.md" CHANGELOG.md DESTINATION .)
 install(DIRECTORY docs DESTINATION .
-  FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN "*.vcd")
+  FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN "*.png" PATTERN "*.vcd")
 install(FILES rig/README.md DESTINATION rig)

@@ -12,6 +12,27 @@ import zipfile
 from release import DESCRIPTION, OWNER, run, write
 
 
+def readme(release, kind, language):
+    """A package's own first page: how it is installed, and how the binding is used. Its links would lead nowhere,
+    and what is said of the rig is for the archive, which has it."""
+    def section(document, heading):
+        with open(release.path(document), encoding="utf-8") as file:
+            return re.search(rf"(?ms)^## {heading}\n.*?(?=^## |\Z)", file.read())[0].rstrip() + "\n\n"
+
+    binding = f"bindings/{language}/README.md"
+    text = f"""# Solvane {release.version}
+
+{DESCRIPTION}, on 64-bit Windows. All documents, the examples and virtual hardware for tests are in
+`solvane-{release.version}-win64.zip`.
+
+{section("docs/packages.md", kind)}The vendors' `FTD2XX.dll`, `inpoutx64.dll` and `EAPI_Library.dll` are not in the package. All of them
+must be found when `Solvane.dll` is loaded, beside the program or in a folder of `PATH`, whichever hardware is fitted.
+
+{section(binding, "Use")}{section(binding, "Threads")}""".rstrip() + "\n"
+    text = re.sub(r"\[([^]]*)\]\([^)]*\)", r"\1", text).replace(".js'", "'").replace("'./solvane'", "'solvane'")
+    return re.sub(r"(?m)^\| `Rig`.*\n", "", text)
+
+
 def managed_assembly(release):
     """The C# binding as an assembly, which is signed like the DLLs of the release."""
     sources = [release.path(name) for name in release.bindings("csharp", ".cs")]
@@ -29,11 +50,10 @@ def nuget(release):
     """Made by NuGet itself, and repacked: its zip has the time of day and the system's version in it."""
     contents = {"runtimes/win-x64/native/Solvane.dll": release.path("bin/Solvane.dll"),
                 "lib/netstandard2.0/Solvane.Managed.dll": release.managed,
-                "lib/netstandard2.0/Solvane.Managed.xml": release.managed.removesuffix("dll") + "xml",
-                "README.md": release.path("bindings/csharp/README.md")}
-    contents = {name: path for name, path in contents.items() if os.path.exists(path)}
+                "lib/netstandard2.0/Solvane.Managed.xml": release.managed.removesuffix("dll") + "xml"}
     stage = release.stage("nuget", contents)
-    files = "".join(f'<file src="{name}" target="{os.path.dirname(name)}"/>' for name in contents)
+    write(f"{stage}/README.md", readme(release, "NuGet", "csharp"))
+    files = "".join(f'<file src="{name}" target="{os.path.dirname(name)}"/>' for name in [*contents, "README.md"])
     write(f"{stage}/Solvane.nuspec", f"""<?xml version="1.0" encoding="utf-8"?>
 <package xmlns="http://schemas.microsoft.com/packaging/2013/05/nuspec.xsd">
   <metadata>
@@ -66,18 +86,19 @@ def npm_version(version):
 
 
 def npm(release):
-    names = release.bindings("node", ".js", ".d.ts", ".md")
+    names = release.bindings("node", ".js", ".d.ts")
     contents = {os.path.basename(name): release.path(name) for name in names}
     stage = release.stage("npm", {**contents, "Solvane.dll": release.path("bin/Solvane.dll")})
     with open(os.path.join(release.source, "tests/system/node/package.json")) as file:
         koffi = json.load(file)["dependencies"]["koffi"]  # the version that is tested
-    types = {"types": "solvane.d.ts"} if "solvane.d.ts" in contents else {}
+    write(f"{stage}/README.md", readme(release, "npm", "node"))
     write(f"{stage}/package.json", json.dumps({
         "name": "solvane",
         "version": npm_version(release.version),
         "description": f"{DESCRIPTION}: Solvane.dll {release.version}",
         "license": OWNER,
-        "main": "solvane.js", **types,
+        "main": "solvane.js", "types": "solvane.d.ts",
+        "engines": {"node": ">=18"},
         "files": ["*.js", "*.d.ts", "*.dll"],
         "os": ["win32"], "cpu": ["x64"],
         "dependencies": {"koffi": f"^{koffi}"},
@@ -99,14 +120,10 @@ def wheel(release):
         module = os.path.basename(name)
         contents["solvane/__init__" + os.path.splitext(module)[1] if module.startswith("solvane.")
                  else f"solvane/{module}"] = release.path(name)
-    readme = release.path("bindings/python/README.md")
-    description = ""
-    if os.path.exists(readme):
-        with open(readme, encoding="utf-8") as file:
-            description = "Description-Content-Type: text/markdown\n\n" + file.read()
     contents[f"{info}/METADATA"] = (
         f"Metadata-Version: 2.1\nName: solvane\nVersion: {version}\nSummary: {DESCRIPTION}\n"
-        f"Author: {OWNER}\nRequires-Python: >=3.8\n{description}").encode()
+        f"Author: {OWNER}\nRequires-Python: >=3.8\nDescription-Content-Type: text/markdown\n\n"
+        f"{readme(release, 'Python', 'python')}").encode()
     contents[f"{info}/WHEEL"] = (b"Wheel-Version: 1.0\nGenerator: solvane\nRoot-Is-Purelib: false\n"
                                  b"Tag: py3-none-win_amd64\n")
     record = ""

