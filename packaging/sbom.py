@@ -80,7 +80,8 @@ def sbom(release):
     maps = {name: os.path.join(release.build, "maps", os.path.basename(name) + ".map") for name in release.files()
             if re.match(r"(bin|rig)/[^/]+\.(dll|exe|sys)$", name)}
     materials = {name: sources_of(release.build, path, headers) for name, path in maps.items()}
-    own = os.path.realpath(release.source) + os.sep
+    # A build tree may be anywhere, and has generated sources.
+    own = tuple(os.path.realpath(path) + os.sep for path in (release.source, release.build))
     everything = {path for paths in materials.values() for path in paths if not path.startswith(own)}
     packages = packages_of(everything)
     unknown = sorted(everything - set(packages)) + sorted(
