@@ -414,7 +414,7 @@ async function pinch(on) {
   await touch("touchStart", 100, 140);
   await touch("touchMove", 100, 180);
   await touch("touchEnd");
-  await until(async () => Math.abs((await span()) / before - 0.5) < 0.01, `half of ${before}, not ${await span()}`, 5000);
+  await until(async () => Math.abs((await span()) / before - 0.5) < 0.01, `half of ${before}, not ${await span()}`);
 }
 
 test("axe finds nothing, by day and by night, and a phone's width is enough", async () => {

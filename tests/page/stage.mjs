@@ -11,11 +11,11 @@ const require = createRequire(join(ROOT, "build/npm/panel/"));
 const { chromium } = require("playwright-core");
 export const AXE = require.resolve("axe-core/axe.min.js");
 
-const PATIENCE_MS = 30_000;
+const PATIENCE_MS = 120_000;
 
 /** Waits until `look()` gives something that is neither false nor nothing, and returns it. */
-export async function until(look, what, patience = PATIENCE_MS) {
-  const end = performance.now() + patience;
+export async function until(look, what) {
+  const end = performance.now() + PATIENCE_MS;
   for (;;) {
     const seen = await look();
     if (seen !== false && seen !== undefined && seen !== null) {
@@ -106,7 +106,7 @@ export class Stage {
 
   async startBrowser() {
     // A root user has no sandbox, and there is no graphics card.
-    this.browser = await chromium.launch({ executablePath: "/usr/bin/chromium", args: ["--no-sandbox", "--disable-gpu"] });
+    this.browser = await chromium.launch({ executablePath: "/usr/bin/chromium", args: ["--no-sandbox", "--disable-gpu"], timeout: PATIENCE_MS });
   }
 
   /** A page on the panel, which shows the bench's state. */
@@ -117,6 +117,7 @@ export class Stage {
 
   async openIn(context) {
     const page = await context.newPage();
+    page.setDefaultTimeout(PATIENCE_MS);
     page.faults = [];
     page.on("pageerror", (error) => page.faults.push(error.stack));
     page.on("console", (message) => message.type() === "error" && page.faults.push(message.text()));

@@ -52,13 +52,11 @@ class TimerHosts(unittest.TestCase):
             host = subprocess.Popen(
                 [OPTIONS.wine, os.path.join(OPTIONS.bin, "solvane.exe"), "timer", "--parameter",
                  "2000"], env=self.environment, stdin=subprocess.DEVNULL, stdout=output)
-            for _ in range(100):
+            deadline = time.monotonic() + 60
+            while len(output.readlines()) < 5:
+                self.assertLess(time.monotonic(), deadline, "no events")
                 time.sleep(0.05)
                 output.seek(0)
-                if len(output.readlines()) >= 5:
-                    break
-            else:
-                self.fail("no events")
             host.kill()
             host.wait()
         self.assertEqual([event["data"][0] for event in self.count_events(3)], [1, 2, 3])

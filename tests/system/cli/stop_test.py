@@ -28,7 +28,7 @@ LOST = ("[[usb]]\nchip = 'FT2232H'\nreset_port_ms = -1\n"
         "[[fault]]\nfunction = 'FT_Write'\ncall = 4\nstatus = 4\n")
 # And here in the write of a trigger that raises its line.
 LOST_AT_TRIGGER = LOST.replace("call = 4", "call = 6")
-SECONDS_OF_RECOVERY = 3
+END_OF_RECOVERY = "RestoreAvailability() failed"
 HAS_WINDOWS = os.environ.get("SOLVANE_TEST_WINDOWS") == "1"
 
 
@@ -44,16 +44,15 @@ class StopCase(CliTest):
         return path.read_text("utf-8") if path.exists() else ""
 
     def stopped(self, *arguments, tell, **options):
-        """The outcome of a run that `tell` asks to stop, and how long that took."""
+        """The outcome of a run that `tell` asks to stop."""
         with self.start_host(*arguments, **options) as running:
             try:
                 tell(running)
-                begin = time.monotonic()
                 code = running.wait(timeout=60)
             except BaseException:
                 running.kill()
                 raise
-        return Outcome(code, self.directory), time.monotonic() - begin
+        return Outcome(code, self.directory)
 
     def expect_rest(self, outcome):
         """Each pulse has both of its edges."""
@@ -73,7 +72,7 @@ class CtrlC(StopCase):
                         time.sleep(0.0021 * moment)  # a trigger takes about 13 to 25 ms
                         running.send_signal(signal.SIGINT)
 
-                    outcome, _ = self.stopped(*MANY, tell=tell, scenario=QUICK + hardware)
+                    outcome = self.stopped(*MANY, tell=tell, scenario=QUICK + hardware)
                     self.expect_rest(outcome)
                     self.assertEqual(outcome.err, "")
                     # The trigger that was in progress is reported, too.
@@ -85,10 +84,9 @@ class CtrlC(StopCase):
             self.wait_for("Waiting for device", "err")
             running.send_signal(signal.SIGINT)
 
-        outcome, seconds = self.stopped("probe", "--log", tell=tell, scenario=LOST)
+        outcome = self.stopped("probe", "--log", tell=tell, scenario=LOST)
         self.assertEqual((outcome.code, outcome.out), (STOPPED, ""))
-        self.assertGreater(seconds, SECONDS_OF_RECOVERY / 2)
-        self.assertEqual(outcome.err.count("RestoreAvailability() failed"), 1, "one question")
+        self.assertEqual(outcome.err.count(END_OF_RECOVERY), 1, "one question")
         self.assertEqual(outcome.err.count("Controller candidate"), len(KINDS), "one selection")
 
     def test_what_was_in_progress_is_told_with_its_status(self):
@@ -96,8 +94,7 @@ class CtrlC(StopCase):
             self.wait_for("Waiting for device", "err")
             running.send_signal(signal.SIGINT)
 
-        outcome, _ = self.stopped("trigger", "-n", "5", "--log", tell=tell,
-                                  scenario=LOST_AT_TRIGGER)
+        outcome = self.stopped("trigger", "-n", "5", "--log", tell=tell, scenario=LOST_AT_TRIGGER)
         self.assertEqual(outcome.code, STOPPED)
         self.assertRegex(outcome.out, r"^trigger +1 of 5 .*failed after.*\n$")
 
@@ -111,9 +108,9 @@ class CtrlC(StopCase):
 
         for arguments, lines in ((("trigger", "--log"), "The trigger line may be high"),
                                  (("ready", "--log"), "may not be at rest yet")):
-            outcome, seconds = self.stopped(*arguments, tell=tell, scenario=LOST)
+            outcome = self.stopped(*arguments, tell=tell, scenario=LOST)
             self.assertEqual(outcome.code, STOPPED)
-            self.assertLess(seconds, SECONDS_OF_RECOVERY / 2)
+            self.assertNotIn(END_OF_RECOVERY, outcome.err)
             self.assertRegex(outcome.err, "solvane: ended at once. .*" + lines)
 
     def test_ends_what_only_waits(self):
@@ -124,9 +121,9 @@ class CtrlC(StopCase):
                 self.wait_for(shown)
                 running.send_signal(signal.SIGINT)
 
-            outcome, seconds = self.stopped(*arguments, tell=tell)
+            # Each would wait for 100 s, or print for ever.
+            outcome = self.stopped(*arguments, tell=tell)
             self.assertEqual((outcome.code, outcome.err), (STOPPED, ""), arguments)
-            self.assertLess(seconds, 20)
 
     def test_before_the_hardware_was_found(self):
         for moment in range(MOMENTS):
@@ -134,7 +131,7 @@ class CtrlC(StopCase):
                 time.sleep(0.03 * moment)
                 running.send_signal(signal.SIGINT)
 
-            outcome, _ = self.stopped("trigger", "-n", "1000", "--wait-ready", "1000", tell=tell)
+            outcome = self.stopped("trigger", "-n", "1000", "--wait-ready", "1000", tell=tell)
             levels = outcome.levels("trigger")
             self.assertEqual(levels, [1, 0] * (len(levels) // 2))
 
@@ -153,8 +150,8 @@ class StoppedByWindows(StopCase):
                 subprocess.run([cli_test.WINE, HELPER, program.name, how], stdout=file,
                                stdin=subprocess.DEVNULL, timeout=90, check=True)
 
-        outcome, _ = self.stopped(*arguments, "--library", f"Z:{cli_test.BIN}/Solvane.dll",
-                                  tell=tell, program=program, scenario=scenario)
+        outcome = self.stopped(*arguments, "--library", f"Z:{cli_test.BIN}/Solvane.dll",
+                               tell=tell, program=program, scenario=scenario)
         return outcome, self.read("helper").strip()
 
     def expect_to_finish(self, how):
@@ -164,7 +161,7 @@ class StoppedByWindows(StopCase):
         outcome, helper = self.tell_by(how, ("Waiting for device", "err"), "ready", "--log",
                                        scenario=LOST)
         self.assertEqual((outcome.code, helper), (STOPPED, "ended"))
-        self.assertIn("RestoreAvailability() failed", outcome.err)
+        self.assertIn(END_OF_RECOVERY, outcome.err)
 
     @unittest.skipIf(HAS_WINDOWS, "consoles are tested without windows")
     def test_console_events(self):
