@@ -126,7 +126,9 @@ void AddPanelCommand(CLI::App& app, std::ostream& out, std::ostream& err,
             .add_option("scenario", request->scenario,
                         "A file with the hardware; without it one FT2232H")
             ->type_name("SCENARIO");
-    panel.add_option("--name", request->name, "What hosts call its bench")->capture_default_str();
+    CLI::Option* const name =
+        panel.add_option("--name", request->name, "What hosts call its bench")
+            ->capture_default_str();
     panel
         .add_option("--place", request->folder,
                     "Where the host keeps the vendors' DLLs, when not beside its program")
@@ -134,12 +136,14 @@ void AddPanelCommand(CLI::App& app, std::ostream& out, std::ostream& err,
     CLI::Option* const bench =
         panel.add_option("--bench", request->bench, "Show this bench, which runs already")
             ->type_name("NAME")
-            ->excludes(scenario);
+            ->excludes(scenario)
+            ->excludes(name);
     panel
         .add_option("--file", request->file,
                     "Show a waveform (VCD), or a recording of vendor calls")
         ->type_name("FILE")
         ->excludes(scenario)
+        ->excludes(name)
         ->excludes(bench);
     panel.add_flag("--no-browser", request->hasNoBrowser, "Only print the address");
     panel.footer(kFooter);

@@ -20,23 +20,30 @@ namespace rig {
 
 namespace {
 
+/// Of a file that tells of centuries, the latest moment that a journal knows.
 std::uint64_t Nanoseconds(double milliseconds) {
-    return static_cast<std::uint64_t>(
-        std::llround(milliseconds * static_cast<double>(kNanosecondsPerMillisecond)));
+    constexpr double kLatest = 9e18;
+    return static_cast<std::uint64_t>(std::llround(
+        std::min(kLatest, milliseconds * static_cast<double>(kNanosecondsPerMillisecond))));
 }
 
 char DigitOf(wave::Level level) {
     return wave::kLevelDigits[static_cast<std::size_t>(level)];
 }
 
-/// The edges and marks of a waveform. The first level of a line is not an edge.
+/// The edges and marks of a waveform, and what of it is not shown. The level that a line begins
+/// with is not an edge.
 std::vector<Journal::Entry> EntriesOf(const wave::Recording& recording) {
     std::vector<Journal::Entry> entries;
+    for (const std::string& note : recording.notes) {
+        entries.push_back({Nanoseconds(recording.begin), RIG_NOTE, note});
+    }
     for (const wave::Signal& signal : recording.signals) {
-        for (std::size_t i = 1; i < signal.changes.size(); ++i) {
-            const wave::Change& change = signal.changes[i];
-            entries.push_back(
-                {Nanoseconds(change.time), RIG_EDGE, signal.name + ' ' + DigitOf(change.level)});
+        for (const wave::Change& change : signal.changes) {
+            if (change.time > recording.begin) {
+                entries.push_back({Nanoseconds(change.time), RIG_EDGE,
+                                   signal.name + ' ' + DigitOf(change.level)});
+            }
         }
     }
     for (const wave::Mark& mark : recording.marks) {
@@ -46,11 +53,13 @@ std::vector<Journal::Entry> EntriesOf(const wave::Recording& recording) {
     return entries;
 }
 
-/// The level of each line at the end of a waveform.
-Json LevelsAtEnd(const wave::Recording& recording) {
+/// The level of each line at a time, in ms.
+Json LevelsAt(double time, const wave::Recording& recording) {
     Json levels;
     for (const wave::Signal& signal : recording.signals) {
-        const char level = signal.changes.empty() ? 'x' : DigitOf(signal.changes.back().level);
+        const auto next = std::ranges::upper_bound(signal.changes, time, {}, &wave::Change::time);
+        const char level =
+            DigitOf(next == signal.changes.begin() ? wave::Level::unknown : std::prev(next)->level);
         const bool isKnown = level == '0' || level == '1';
         levels.AddRaw(signal.name, isKnown ? std::string(1, level) : Json::Quoted({&level, 1}));
     }
@@ -71,7 +80,11 @@ Reply ReportFile(const FileContent& content, const bench::Command& command) {
                 return content.entries[static_cast<std::size_t>(n)];
             });
     } else if (name == "state") {
-        report = {.json = Json().Add("ns", content.end).Add("lines", content.lines)};
+        report = {.json = Json()
+                              .Add("ns", content.end)
+                              .Add("begin", content.begin)
+                              .Add("first", content.first)
+                              .Add("lines", content.lines)};
     } else if (name == "vcd") {
         report = {.text = content.vcd};
     }
@@ -85,19 +98,28 @@ FileContent ReadContent(const std::string& name) {
     if (!text) {
         throw std::runtime_error(name + " cannot be read.");
     }
+    const bool isOfCalls = wave::IsOfCalls(*text);
+    const std::size_t begin = text->find_first_not_of(" \t\r\n");
+    if (!isOfCalls && (begin == text->npos || (*text)[begin] != '$')) {
+        throw std::runtime_error(name +
+                                 " is neither a waveform (VCD) nor a recording of vendor calls.");
+    }
     FileContent content;
     try {
-        if (wave::IsOfCalls(*text)) {
+        if (isOfCalls) {
             const record::Recording calls = record::ReadRecording(*text);
             content.entries = JournalOf(calls, LinesOf(calls));
             text = wave::VcdOf(wave::LinesOfCalls(*text));
         }
         const wave::Recording recording = wave::ReadVcd(*text);
-        if (content.entries.empty()) {
+        if (!isOfCalls) {
             content.entries = EntriesOf(recording);
         }
+        content.begin = isOfCalls ? 0 : Nanoseconds(recording.begin);
         content.end = Nanoseconds(recording.end);
-        content.lines = LevelsAtEnd(recording);
+        // The journal of calls has each level that became known as an edge.
+        content.first = LevelsAt(isOfCalls ? -1 : recording.begin, recording);
+        content.lines = LevelsAt(recording.end, recording);
     } catch (const std::runtime_error& mistake) {
         throw std::runtime_error(name + ", " + mistake.what());
     }

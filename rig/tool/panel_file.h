@@ -14,8 +14,10 @@ namespace rig {
 /// What a file tells of lines and of what happened to them.
 struct FileContent {
     std::vector<Journal::Entry> entries; ///< in order of time
+    std::uint64_t begin = 0;             ///< ns
     std::uint64_t end = 0;               ///< ns
-    Json lines;                          ///< the levels at the end: 0, 1, "x" or "z"
+    Json first;                          ///< the levels at the beginning: 0, 1, "x" or "z"
+    Json lines;                          ///< the levels at the end
     std::string vcd;                     ///< the lines as a waveform
 };
 

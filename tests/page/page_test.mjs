@@ -22,7 +22,7 @@ function journalOf(...entries) {
 
 /** A context that counts what is drawn, and keeps the texts. */
 function countingContext() {
-  const drawn = { operations: 0, texts: [] };
+  const drawn = { operations: 0, texts: [], fills: [], dashes: new Set() };
   globalThis.Path2D ??= class {
     moveTo() {
       ++drawn.operations;
@@ -36,16 +36,23 @@ function countingContext() {
       ++drawn.operations;
       if (name === "fillText") {
         drawn.texts.push(inputs[0]);
+      } else if (name === "fillRect") {
+        drawn.fills.push([drawn.fillStyle, ...inputs]);
+      } else if (name === "setLineDash") {
+        drawn.dashes.add(inputs[0].join(" "));
       }
     }),
-    set: () => true,
+    set: (_, name, value) => {
+      drawn[name] = value;
+      return true;
+    },
   });
   return { context, drawn };
 }
 
 function draw(journal, from, span, view = {}) {
   const { context, drawn } = countingContext();
-  new drawing.Drawing(context, {}).draw(journal, { from, span, width: 1000, now: from + span, selected: 0, cursors: {}, ...view });
+  new drawing.Drawing(context, { axis: "grey", line: "blue" }).draw(journal, { from, span, width: 1000, now: from + span, selected: 0, cursors: {}, ...view });
   return drawn;
 }
 
@@ -74,6 +81,56 @@ test("a line without edges has the level that the bench tells", () => {
   journal.add([{ n: 0, ns: 5, kind: "edge", text: "camera_power 0" }]);
   journal.learn({ camera_power: 0 });
   assert.equal(journal.edges[5].stretch(1).level, 1, "before its first edge");
+});
+
+const FILE = { begin: 1000 * MS, first: { clk: 1, out: "x", ready: "z" }, lines: { clk: 0, out: 1, ready: "x" } };
+
+function journalOfFile() {
+  const journal = new Journal();
+  journal.learnFile(FILE);
+  journal.add([[1010, "clk 0"], [1010, "out 1"], [1020, "ready 0"], [1030, "ready x"]].map(([ms, text], n) => ({ n, ns: ms * MS, kind: "edge", text })));
+  return journal;
+}
+
+test("a file has its own lines, whose levels may be unknown or floating", () => {
+  const journal = journalOfFile();
+  const levels = (ms) => journal.edges.map((edges) => edges.stretch(ms * MS).level);
+  assert.deepEqual(journal.names, ["clk", "out", "ready"]);
+  assert.equal(journal.start, 1000 * MS);
+  assert.deepEqual(levels(1005), [1, undefined, "floating"]);
+  assert.deepEqual(levels(1025), [0, 1, 0]);
+  assert.deepEqual(levels(1035), [0, 1, undefined]);
+  assert.deepEqual(journal.edges.map((edges) => edges.idle), [1, 1, 0]);
+  journal.learnFile(FILE); // with a stream that continues
+  assert.equal(journal.entries.length, 4);
+  journal.learnFile({ begin: 0, first: {}, lines: {} });
+  assert.equal(journal.names.length, 3);
+});
+
+test("of a file with very many lines the first are shown", () => {
+  const journal = new Journal();
+  journal.learnFile({ begin: 0, first: {}, lines: Object.fromEntries(Array.from({ length: 1000 }, (_, i) => [`w${i}`, 0])) });
+  assert.equal(journal.names.length, 200);
+  assert.equal(drawing.heightOf(journal.names.length), 44 + 200 * 36);
+});
+
+test("what is unknown is grey, what floats is dashed, and neither is low or high", () => {
+  const { fills, dashes } = draw(journalOfFile(), 1000 * MS, 40 * MS);
+  const lane = (line) => fills.filter(([, , y, , height]) => y === 44 + line * 36 + 9 && height === 20).map(([colour, x, , width]) => [colour, x, width]);
+  assert.deepEqual(lane(0), [["blue", 0, 250]]);
+  assert.deepEqual(lane(1), [["grey", 0, 250], ["blue", 250, 750]]);
+  assert.deepEqual(lane(2), [["grey", 750, 250]]);
+  assert.ok(dashes.has("4 3"));
+  assert.ok(!draw(journalOfFile(), 1022 * MS, 4 * MS).dashes.has("4 3"));
+});
+
+test("the text of what went wrong comes first, and no text or number is cut off at the end of a view that stands still", () => {
+  const journal = journalOf([10, "event", "set exposure_ms 400"], [12, "event", "capture 1"], [40, "event", "capture 2"], [41, "event", "unplug 0"], [98, "event", "ignored trigger"]);
+  const texts = (view) => draw(journal, 0, 100 * MS, view).texts;
+  assert.deepEqual(texts({ isStill: true }).filter((text) => !text.endsWith("ms")), ["unplug 0", "ignored trigger", "set exposure_ms 400"]);
+  const { texts: following } = draw(journal, 0, 100.5 * MS);
+  assert.ok(following.includes("80 ms"), following.join());
+  assert.ok(!following.includes("100 ms"), following.join());
 });
 
 test("marks are what happened to the lines, and tell what went wrong", () => {

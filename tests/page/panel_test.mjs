@@ -64,12 +64,14 @@ async function runHost(...words) {
 
 test("a host that joins is drawn with its handles, and the lines have their levels", async () => {
   await seen(page.locator("#hosts"), "no host");
+  await seen(page.locator("#none"), `SOLVANE_RIG=bench:${stage.name}`);
   watch = stage.host("watch");
   await watch.line(/ms +yes +off +on +on/);
   await seen(part("host1"), /solvane\.exe, process \d+: SLV1B open.*SLV1B · [\d,]+ calls/);
   await seen(page.locator("#hosts"), /solvane\.exe \([\d,]+ calls\)/);
   await seen(page.locator("#bench"), stage.name);
   const names = await page.locator("#names button").allTextContents();
+  assert.ok(!(await page.locator("#none").isVisible()));
   assert.deepEqual(names.map((name) => name.trim()), ["trigger 0", "ready 1", "mep 0", "clear_mep 0", "dark 0", "camera_power 1", "accessories_power 1"]);
 });
 
@@ -136,7 +138,7 @@ test("a fault fails the calls, counts how often, and is lifted", async () => {
   await form("times").selectOption("0");
   await form("status").fill("4");
   await effect(add, { journal: "fault FT_Write status=4 times=0", host: / \? +\*/ });
-  await seen(rows().first(), /FT_Writefrom call \d+ onstatus 4[1-9]\d* times?Lift/);
+  await seen(rows().first(), /FT_Writefrom call \d+ on: status 4[1-9]\d* times?Lift/);
   await entry("fault FT_Write", 0);
   const first = await journalEnd();
   const [{ id }] = (await state()).faults;
@@ -176,6 +178,8 @@ test("what is refused is told with what there is, and the control shows what is 
   await form("function").fill("FT_Wrte");
   await add();
   await seen(page.getByRole("alert"), /“fault FT_Wrte count=1” was not done: .*FT_Write/);
+  const text = await page.getByRole("alert").locator("span").textContent();
+  assert.ok(text.length <= 250 && text.endsWith(" …"), text);
   await page.getByRole("alert").getByRole("button").click();
   assert.ok(!(await page.getByRole("alert").isVisible()));
   page.faults = page.faults.filter((fault) => !fault.includes("400 (Bad Request)"));
@@ -475,6 +479,17 @@ test("more pages than a browser opens connections: hidden ones make room, and mi
   await context.close();
 });
 
+test("what others have written stays text", async () => {
+  const note = `<img src=x onerror=alert(1)> & "quoted" 'text'`;
+  const first = await journalEnd();
+  await stage.command("note", note);
+  await entry(note, first);
+  await page.locator("#search").fill("<img");
+  await seen(page.locator("#journal .entry").last(), note);
+  await page.locator("#search").fill("");
+  assert.equal(await page.locator("img").count(), 0);
+});
+
 // ---- Ends ----
 
 test("a bench that ends is shown as ended, and the page takes up again", async () => {
@@ -484,6 +499,7 @@ test("a bench that ends is shown as ended, and the page takes up again", async (
     await seen(each.locator("#notice"), "The bench has ended");
     await seen(each.locator("#activity"), "ended");
     assert.ok(await each.locator("#exposure").isDisabled());
+    assert.ok(await each.locator('[data-file="keep"]').isDisabled(), "nobody has the session any more");
     assert.equal(await each.locator('[data-key="cable0"]').getAttribute("aria-disabled"), "true");
   }
   assert.ok((await entries()).length > 0, "what was seen stays");
@@ -533,5 +549,37 @@ test("a recording is shown with its calls, and the lines that follow from them",
   await seen(file.locator("#names"), "camera_power 1");
   await file.selectOption("#function", "FT_Write");
   await seen(file.locator("#shown"), `${writes} of `);
+  const level = await file.evaluate(() => solvanePanel.journal.edges[0].stretch(0).level);
+  assert.equal(level, undefined, "before the first call nobody knows a level");
   assert.deepEqual(file.faults, []);
+});
+
+test("a waveform from elsewhere is shown with its own lines, and what is neither is refused in a sentence", async () => {
+  await stage.panel.end();
+  const folder = await mkdtemp(join(tmpdir(), "solvane panel "));
+  try {
+    const name = join(folder, "other.vcd");
+    await writeFile(name, `$timescale 1 us $end $scope module top $end $var wire 1 ! clk $end $var wire 1 " <i>out</i> $end
+$var wire 8 # data [7:0] $end $upscope $end $enddefinitions $end #5000 1! #6000 0! 1" #7000 z! #8000 1!\n`);
+    stage.panel = stage.rig("panel", "--file", name, "--no-browser");
+    stage.address = await stage.panel.line(/^http:/);
+    const file = await stage.open();
+    await seen(file.locator("#names"), "<i>out</i> 1");
+    await seen(file.locator("#journal"), "top.data[7:0] is left out");
+    await seen(file.locator("#scenario"), "2 lines");
+    const { levels, from } = await file.evaluate(() => ({ levels: [5, 6, 7].flatMap((s) => solvanePanel.journal.edges.map((edges) => String(edges.stretch(s * 1e6).level))), from: solvanePanel.lines.view.from }));
+    assert.deepEqual(levels, ["1", "undefined", "0", "1", "floating", "1"]);
+    assert.ok(from > 4 * MS && from < 5 * MS, "it begins where the file does");
+    assert.ok(!(await file.getByRole("button", { name: /Pause|Go on/ }).isVisible()));
+    assert.deepEqual(await violations(file), []);
+    assert.deepEqual(file.faults, []);
+
+    const text = join(folder, "bench.toml");
+    await writeFile(text, '[[usb]]\nchip = "FT2232H"\n');
+    const refused = stage.rig("panel", "--file", text, "--no-browser");
+    assert.equal(await refused.ended, 1);
+    assert.match(refused.error, /bench\.toml is neither a waveform \(VCD\) nor a recording of vendor calls\./);
+  } finally {
+    await rm(folder, { recursive: true });
+  }
 });

@@ -15,6 +15,8 @@ export class CallsView {
     this.functions = root.querySelector("#function");
     this.search = root.querySelector("#search");
     this.total = root.querySelector("#shown");
+    this.none = root.querySelector("#none");
+    this.whenEmpty = ""; // what is told while there is no entry
     this.sticks = true; // the last row stays in view
     this.generation = journal.generation;
     this.reset();
@@ -76,6 +78,8 @@ export class CallsView {
       this.rows.splice(0, gone < 0 ? this.rows.length : gone);
       this.current = this.current === undefined || gone < 0 || this.current < gone ? undefined : this.current - gone;
     }
+    this.none.hidden = this.rows.length > 0;
+    this.none.textContent = end > 0 ? "Nothing of that kind, or that contains it, has happened." : this.whenEmpty;
     this.sheet.style.height = `${this.rows.length * ROW}px`;
     this.total.textContent = `${this.rows.length.toLocaleString("en")} of ${end.toLocaleString("en")}`;
     if (this.sticks) {

@@ -1,5 +1,4 @@
 // Draws the lines as `wave --svg` does: the same measures, colours and shapes.
-import { LINES } from "./journal.mjs";
 import { duration, ticks } from "./format.mjs";
 
 // Pixels, as in svg_wave.cpp.
@@ -11,8 +10,12 @@ const LOW = 29;
 const MIDDLE = (HIGH + LOW) / 2;
 const BASELINE = 4;
 export const TOP = AXIS + MARKS;
-export const HEIGHT = TOP + LINES.length * LANE;
 
+export function heightOf(lines) {
+  return TOP + lines * LANE;
+}
+
+const UNKNOWN_OPACITY = 0.4; // as in svg_wave.cpp
 const FONT = '12px ui-monospace,SFMono-Regular,Menlo,Consolas,"Liberation Mono",monospace';
 const COLOURS = ["paper", "ink", "soft", "axis", "rule", "line", "bad", "chosen"];
 
@@ -35,13 +38,14 @@ export class Drawing {
     const { context, colours } = this;
     this.journal = journal;
     this.view = view;
+    this.height = heightOf(journal.edges.length);
     context.font = FONT;
     context.lineJoin = "round";
     context.fillStyle = colours.paper;
-    context.fillRect(0, 0, view.width, HEIGHT);
+    context.fillRect(0, 0, view.width, this.height);
     this.drawAxis();
     this.drawSelection();
-    LINES.forEach((_, line) => this.drawLine(line));
+    journal.edges.forEach((edges, line) => this.drawLine(edges, TOP + line * LANE));
     this.drawUnknown();
     this.drawMarks();
     this.drawMeasure();
@@ -72,7 +76,7 @@ export class Drawing {
     context.setLineDash([]);
   }
 
-  vertical(time, colour, width, dash, from = AXIS, to = HEIGHT) {
+  vertical(time, colour, width, dash, from = AXIS, to = this.height) {
     const x = Math.round(this.x(time)) + 0.5;
     this.stroke(colour, width, dash, (path) => {
       path.moveTo(x, from);
@@ -86,7 +90,10 @@ export class Drawing {
     for (const tick of list) {
       this.vertical(tick.at, colours.rule, 1, [2, 3]);
       this.vertical(tick.at, colours.axis, 1, [], AXIS - 4, AXIS);
-      this.text(`${tick.text} ${unit}`, this.x(tick.at) + 4, AXIS / 2, colours.soft);
+      const text = `${tick.text} ${unit}`;
+      if (this.x(tick.at) + 4 + this.context.measureText(text).width <= view.width) { // a number cut off is another one
+        this.text(text, this.x(tick.at) + 4, AXIS / 2, colours.soft);
+      }
     }
     this.stroke(colours.axis, 1, [], (path) => {
       path.moveTo(0, AXIS + 0.5);
@@ -102,13 +109,11 @@ export class Drawing {
     context.globalAlpha = 1;
   }
 
-  drawLine(line) {
+  drawLine(edges, top) {
     const { view } = this;
-    const edges = this.journal.edges[line];
-    const top = TOP + line * LANE;
     const begin = edges.firstAfter(view.from);
     const end = edges.firstAfter(view.from + view.span);
-    if (edges.level === undefined) {
+    if (!edges.isShown) {
       return;
     }
     if (end - begin <= view.width) {
@@ -118,27 +123,29 @@ export class Drawing {
     }
   }
 
-  /** Each stretch between two edges. */
+  /** Each stretch between two edges. Low and high are one connected stroke; what is neither interrupts it. */
   drawEdges(edges, begin, end, top) {
     const { context, colours, view } = this;
     const stop = Math.min(view.width, this.x(view.now));
     const path = new Path2D();
     const widths = [];
+    const { idle } = edges;
+    let wasDrawn = false;
     let x = Math.max(0, this.x(this.journal.start ?? 0));
     for (let i = begin; i <= end; ++i) {
       const next = i < end ? this.x(edges.times[i]) : Math.max(x, stop);
-      const isHigh = edges.levelBefore(i) === 1;
-      const y = top + (isHigh ? HIGH : LOW);
-      if (i === begin) {
-        path.moveTo(x, y);
-      } else {
-        path.lineTo(x, y);
+      const level = edges.levelBefore(i);
+      const isDrawn = level === 0 || level === 1;
+      if (isDrawn) {
+        const y = top + (level ? HIGH : LOW);
+        path[wasDrawn ? "lineTo" : "moveTo"](x, y);
+        path.lineTo(next, y);
       }
-      path.lineTo(next, y);
-      if (isHigh) {
-        this.fillHigh(x, next, top);
+      this.fillLevel(level, x, next, top);
+      if (isDrawn && level !== idle && i > 0 && i < edges.length && next - x > 36) {
+        widths.push({ text: duration(edges.times[i] - edges.times[i - 1]), x, end: next });
       }
-      this.addWidth(widths, edges, i, x, next);
+      wasDrawn = isDrawn;
       x = next;
     }
     context.strokeStyle = colours.line;
@@ -147,17 +154,19 @@ export class Drawing {
     this.writeWidths(widths, top + MIDDLE);
   }
 
-  fillHigh(x, end, top) {
-    this.context.globalAlpha = this.colours.fill;
-    this.context.fillStyle = this.colours.line;
-    this.context.fillRect(x, top + HIGH, end - x, LOW - HIGH);
-    this.context.globalAlpha = 1;
-  }
-
-  /** A pulse is a stretch at another level than the line's first one. */
-  addWidth(widths, edges, index, x, end) {
-    if (index > 0 && index < edges.length && edges.levelBefore(index) !== edges.levelBefore(0) && end - x > 36) {
-      widths.push({ text: duration(edges.times[index] - edges.times[index - 1]), x, end });
+  /** What a stretch has beside its stroke: high is filled, unknown is grey, floating a dashed line between both. */
+  fillLevel(level, x, end, top) {
+    const { context, colours } = this;
+    if (level === "floating") {
+      this.stroke(colours.line, 2, [4, 3], (path) => {
+        path.moveTo(x, top + MIDDLE);
+        path.lineTo(end, top + MIDDLE);
+      });
+    } else if (level !== 0) {
+      context.globalAlpha = level === 1 ? colours.fill : UNKNOWN_OPACITY;
+      context.fillStyle = level === 1 ? colours.line : colours.axis;
+      context.fillRect(x, top + HIGH, end - x, LOW - HIGH);
+      context.globalAlpha = 1;
     }
   }
 
@@ -184,9 +193,11 @@ export class Drawing {
       const level = edges.levelBefore(next);
       const both = next > index;
       context.fillStyle = colours.line;
-      context.fillRect(x, top + (both || level ? HIGH - 1 : LOW - 1), 1, both ? LOW - HIGH + 2 : 2);
-      if (!both && level) {
-        this.fillHigh(x, x + 1, top);
+      if (both || level === 0 || level === 1) {
+        context.fillRect(x, top + (both || level ? HIGH - 1 : LOW - 1), 1, both ? LOW - HIGH + 2 : 2);
+      }
+      if (!both) {
+        this.fillLevel(level, x, x + 1, top);
       }
       index = next;
       if (this.time(x) > view.now) {
@@ -202,7 +213,7 @@ export class Drawing {
     if (end > 0) {
       context.globalAlpha = 0.15;
       context.fillStyle = colours.axis;
-      context.fillRect(0, TOP, end, HEIGHT - TOP);
+      context.fillRect(0, TOP, end, this.height - TOP);
       context.globalAlpha = 1;
     }
     const now = this.x(view.now);
@@ -211,37 +222,65 @@ export class Drawing {
     }
   }
 
-  /** Each beside its moment; disturbances cross all lines. The same one again and again is one: "fault x37". */
+  /** Each at its moment; disturbances cross all lines. Where there is no room for all texts, theirs come first. */
   drawMarks() {
-    const { context, colours, view } = this;
+    const { colours, view } = this;
     const { marks } = this.journal;
-    let free = -Infinity;
+    const seen = { disturbances: [], others: [] };
     const last = view.from + view.span;
     let drawn = -Infinity;
     for (let i = this.journal.firstMark(view.from - view.span); i < marks.length && marks[i].ns <= last; ++i) {
       const mark = marks[i];
       const x = this.x(mark.ns);
+      (mark.isDisturbance ? seen.disturbances : seen.others).push({ text: mark.text, x });
       if (x - drawn >= 1) {
         if (mark.isDisturbance) {
           this.vertical(mark.ns, colours.bad, 1.5, [6, 3], AXIS);
         } else {
-          this.vertical(mark.ns, colours.axis, 1, [], x < free ? TOP - 4 : AXIS, TOP);
+          this.vertical(mark.ns, colours.axis, 1, [], TOP - 4, TOP);
         }
         drawn = x;
       }
+    }
+    const taken = this.writeMarks(seen.disturbances, [], "600 ", colours.bad);
+    this.writeMarks(seen.others, taken, "", colours.soft);
+  }
+
+  /** Writes what fits between what is `taken`, and returns what it takes. The same again and again is one: "fault x37". */
+  writeMarks(marks, taken, weight, colour) {
+    const { context, view } = this;
+    const mine = [];
+    let free = -Infinity;
+    context.font = weight + FONT;
+    for (let i = 0; i < marks.length; ++i) {
+      const { text: name, x } = marks[i];
       if (x < free) {
         continue;
       }
       let many = 1;
-      while (i + many < marks.length && marks[i + many].text === mark.text && this.x(marks[i + many].ns) - x < 8) {
+      while (i + many < marks.length && marks[i + many].text === name && marks[i + many].x - x < 8) {
         ++many;
       }
-      const text = mark.text + (many > 1 ? ` x${many}` : "");
-      context.font = (mark.isDisturbance ? "600 " : "") + FONT;
-      this.text(text, x + 4, AXIS + MARKS / 2 - 1, mark.isDisturbance ? colours.bad : colours.soft);
-      free = x + context.measureText(text).width + 12;
-      context.font = FONT;
+      const text = name + (many > 1 ? ` x${many}` : "");
+      const width = context.measureText(text).width + 12;
+      // At the right end of a view that stands still, a text is on the left of its mark.
+      const isLeft = view.isStill && x + width > view.width && x - width > free;
+      const [begin, end] = isLeft ? [x - width, x] : [x, x + width];
+      if (taken.some((other) => other.begin < end && begin < other.end)) {
+        continue;
+      }
+      if (!isLeft && weight === "") {
+        this.stroke(this.colours.axis, 1, [], (path) => {
+          path.moveTo(Math.round(x) + 0.5, AXIS);
+          path.lineTo(Math.round(x) + 0.5, TOP);
+        });
+      }
+      this.text(text, begin + (isLeft ? 8 : 4), AXIS + MARKS / 2 - 1, colour);
+      mine.push({ begin, end });
+      free = end;
     }
+    context.font = FONT;
+    return mine;
   }
 
   /** The width of the stretch under the pointer. */
@@ -284,7 +323,7 @@ export class Drawing {
     if (A !== undefined && B !== undefined) {
       context.globalAlpha = 0.08;
       context.fillStyle = colours.chosen;
-      context.fillRect(this.x(Math.min(A, B)), TOP, Math.abs(this.x(B) - this.x(A)), HEIGHT - TOP);
+      context.fillRect(this.x(Math.min(A, B)), TOP, Math.abs(this.x(B) - this.x(A)), this.height - TOP);
       context.globalAlpha = 1;
     }
     for (const [name, time] of Object.entries(view.cursors)) {

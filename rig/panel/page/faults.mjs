@@ -24,7 +24,7 @@ function whatHappens(fault) {
   if (fault.count !== undefined) {
     parts.push(`count ${fault.count}`);
   }
-  return fault.silent ? "silent" : parts.join(", ");
+  return fault.silent ? "nothing is done, success reported" : parts.join(", ");
 }
 
 export class FaultsView {
@@ -109,9 +109,11 @@ export class FaultsView {
 
   row(fault) {
     const row = document.createElement("tr");
-    for (const text of [fault.function, whichCalls(fault), whatHappens(fault), count(fault.occurred, "time")]) {
-      row.insertCell().textContent = text;
-    }
+    const what = document.createElement("div");
+    what.className = "soft";
+    what.textContent = `${whichCalls(fault)}: ${whatHappens(fault)}`;
+    row.insertCell().append(fault.function, what);
+    row.insertCell().textContent = count(fault.occurred, "time");
     const lift = document.createElement("button");
     lift.textContent = "Lift";
     lift.dataset.id = fault.id;

@@ -10,7 +10,7 @@ const TOP = 14;
 
 // Pixels, for a laptop's width and for a phone's: where each begins, and how wide it is. `edge` is the PC's, from which
 // the cables go out; `spine` joins the chips that carry the camera's wires.
-export const WIDE = { width: 920, host: [10, 190], edge: 218, chip: [310, 126], spine: 450, wire: [450, 700], camera: [700, 210] };
+export const WIDE = { width: 920, host: [10, 190], edge: 218, chip: [302, 142], spine: 450, wire: [450, 700], camera: [700, 210] };
 export const NARROW = { width: 360, host: [6, 348], edge: 16, chip: [120, 220], spine: 16, wire: [16, 216], camera: [216, 138] };
 
 export function powerCommand(state) {
@@ -86,7 +86,7 @@ function wire(name, y, [from, to], condition, level) {
   const middle = (from + to) / 2;
   const line = condition === "broken" ? `M${from} ${y}H${middle - 9}M${middle + 9} ${y}H${to}` : `M${from} ${y}H${to}`;
   const tip = FROM_CAMERA.includes(name) ? `M${from + 8} ${y - 4}L${from + 1} ${y}L${from + 8} ${y + 4}` : `M${to - 8} ${y - 4}L${to - 1} ${y}L${to - 8} ${y + 4}`;
-  const words = isSound || to - from < 200 ? name : `${name}: ${condition}`;
+  const words = isSound || to - from < 200 ? name : cut(`${name}: ${condition}`, to - from - 32);
   const label = `${name} ${level ?? "?"}: wire ${condition}. ${isSound ? "Break it" : "Mend it"}`;
   const isOdd = !isSound && condition !== "broken";
   const style = `${level === 1 ? "high" : "low"} ${isSound ? "" : "bad"} ${isOdd ? "odd" : ""}`;
@@ -142,9 +142,9 @@ function hostParts(state, [x, width], top) {
     return state.hosts.map((host, i) => hostBox(host, x, top + i * PITCH, width));
   }
   const isFile = state.mode === "file";
-  return [still("no-host", isFile ? "A file is shown" : "No host. Hosts join by SOLVANE_RIG", box(x, top, width, BOX, "none") +
+  return [still("no-host", isFile ? "A file is shown" : `No host. A host joins with SOLVANE_RIG=bench:${state.bench} in its environment`, box(x, top, width, BOX, "none") +
     text(x + 10, top + 23, isFile ? "a file is shown" : "no host") +
-    text(x + 10, top + 42, isFile ? "" : cut("joins by SOLVANE_RIG", width - 10), "soft"))];
+    text(x + 10, top + 42, isFile ? "" : cut(`SOLVANE_RIG=bench:${state.bench}`, width - 10), "soft"))];
 }
 
 /** The markup of each part, by its key, and the height of all. `levels` by the names of the lines. */

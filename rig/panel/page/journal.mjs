@@ -3,7 +3,18 @@
 
 export const LINES = ["trigger", "ready", "mep", "clear_mep", "dark", "camera_power", "accessories_power"];
 
+// A level of a line by its code: what is undefined is not known.
+const LEVELS = [0, 1, undefined, "floating"];
+const UNKNOWN = 2;
+
+/** The code of a level as messages have it: 0 or 1 as number or text, "x", "z"; none of what is no level. */
+function codeOf(level) {
+  const code = "01xz".indexOf(String(level));
+  return code < 0 ? undefined : code;
+}
+
 const MOST_EDGES = 4_000_000; // of a line; 36 MB
+const MOST_LINES = 200; // of a file
 const MOST_ENTRIES = 400_000;
 const MOST_MARKS = 100_000;
 
@@ -24,12 +35,13 @@ function firstIndex(length, isLater) {
 
 class Edges {
   times = new Float64Array(1024);
-  levels = new Uint8Array(1024);
+  levels = new Uint8Array(1024); // codes of LEVELS
   length = 0;
   count = 0; // with those that were forgotten
-  rest = undefined; // the level while there is no edge
+  first = undefined; // the code before the first edge, if that is known
+  rest = undefined; // the code while there is no edge
 
-  add(time, level) {
+  add(time, code) {
     if (this.length === MOST_EDGES) {
       this.forgetHalf();
     }
@@ -37,7 +49,7 @@ class Edges {
       this.grow();
     }
     this.times[this.length] = time;
-    this.levels[this.length++] = level;
+    this.levels[this.length++] = code;
     ++this.count;
   }
 
@@ -51,6 +63,7 @@ class Edges {
 
   forgetHalf() {
     const half = this.length >> 1;
+    this.first = this.levels[half - 1];
     this.times.copyWithin(0, half, this.length);
     this.levels.copyWithin(0, half, this.length);
     this.length -= half;
@@ -60,12 +73,29 @@ class Edges {
     return firstIndex(this.length, (i) => this.times[i] > time);
   }
 
-  /** The level just before edge `index`, or the present one. Undefined when nobody knows. */
+  /** The level just before edge `index`, or the present one: 0, 1 or "floating". Undefined when nobody knows. */
   levelBefore(index) {
     if (index > 0) {
-      return this.levels[index - 1];
+      return LEVELS[this.levels[index - 1]];
     }
-    return this.length > 0 ? 1 - this.levels[0] : this.rest;
+    const opposite = [1, 0, UNKNOWN, UNKNOWN];
+    return LEVELS[this.first ?? (this.length > 0 ? opposite[this.levels[0]] : this.rest) ?? UNKNOWN];
+  }
+
+  /** Whether there is anything to be drawn. */
+  get isShown() {
+    return this.length > 0 || this.rest !== undefined;
+  }
+
+  /** The level that is no pulse: the first that is known. */
+  get idle() {
+    for (let i = 0; i <= this.length; ++i) {
+      const level = this.levelBefore(i);
+      if (level === 0 || level === 1) {
+        return level;
+      }
+    }
+    return undefined;
   }
 
   get level() {
@@ -109,13 +139,15 @@ export function textOf({ text, host }) {
 }
 
 export class Journal {
+  names = LINES;
+
   constructor() {
     this.began(0);
   }
 
   /** Forgets everything. What follows is the journal from entry `first` on. */
   began(first) {
-    this.edges = LINES.map(() => new Edges());
+    this.edges = this.names.map(() => new Edges());
     this.marks = [];
     this.entries = []; // {n, ns, kind, text, host}
     this.forgotten = 0; // entries that made room
@@ -129,8 +161,22 @@ export class Journal {
 
   /** Takes levels from the bench's state for the lines that have had no edge. */
   learn(levels) {
-    LINES.forEach((name, i) => {
-      this.edges[i].rest = levels[name];
+    this.names.forEach((name, i) => {
+      this.edges[i].rest = codeOf(levels[name]);
+    });
+  }
+
+  /** Shows a file, with the lines that it has. Its state comes before its entries, and again with a new stream. */
+  learnFile({ begin, first, lines }) {
+    if (this.entries.length > 0) {
+      return;
+    }
+    this.names = Object.keys(lines).slice(0, MOST_LINES);
+    this.began(0);
+    this.start = begin;
+    this.learn(lines);
+    this.names.forEach((name, i) => {
+      this.edges[i].first = codeOf(first[name]);
     });
   }
 
@@ -140,9 +186,10 @@ export class Journal {
       this.last = Math.max(this.last, entry.ns);
       if (entry.kind === "edge") {
         const blank = entry.text.indexOf(" ");
-        const line = LINES.indexOf(entry.text.slice(0, blank));
-        if (line >= 0) {
-          this.edges[line].add(entry.ns, Number(entry.text.slice(blank + 1)));
+        const line = this.names.indexOf(entry.text.slice(0, blank));
+        const code = codeOf(entry.text.slice(blank + 1));
+        if (line >= 0 && code !== undefined) {
+          this.edges[line].add(entry.ns, code);
         }
       } else if (entry.kind === "event" && !/^host \d/.test(entry.text)) {
         this.marks.push({ ns: entry.ns, n: entry.n, text: entry.text, isDisturbance: isDisturbance(entry.text) });

@@ -1,7 +1,6 @@
 // The lines as a logic analyser shows them: what is seen, and what pointer and keys do with it.
-import { Drawing, HEIGHT, LANE, TOP, themeColours } from "./drawing.mjs";
+import { Drawing, LANE, TOP, heightOf, themeColours } from "./drawing.mjs";
 import { clock, count, duration, milliseconds } from "./format.mjs";
-import { LINES } from "./journal.mjs";
 
 const SHORTEST = 200; // ns
 const LONGEST = 30 * 86_400e9;
@@ -25,6 +24,7 @@ export class LinesView {
     this.context = this.canvas.getContext("2d", { alpha: false });
     this.follows = true;
     this.drawn = 0;
+    this.isCalm = matchMedia("(prefers-reduced-motion: reduce)");
     this.view = { from: 0, span: 5e9, width: 100, now: 0, selected: 0, caret: undefined, cursors: {}, pointer: undefined };
     this.fingers = new Map();
     this.makeNames();
@@ -33,22 +33,28 @@ export class LinesView {
   }
 
   makeNames() {
+    this.names = this.journal.names;
     this.list.replaceChildren(
-      ...LINES.map((name, line) => {
+      ...this.names.map((name, line) => {
         const button = document.createElement("button");
-        button.innerHTML = `<span>${name}</span> <b></b>`;
+        button.innerHTML = "<span></span> <b></b>";
+        button.firstChild.textContent = name;
+        button.title = name;
         button.onclick = () => this.select(line);
         return button;
       }),
     );
-    this.levels = LINES.map(() => undefined);
+    this.levels = this.names.map(() => "none");
+    this.canvas.style.height = `${heightOf(this.names.length)}px`;
     this.select(0, false);
   }
 
   listen() {
     const { canvas, root } = this;
     new ResizeObserver(() => this.resize()).observe(canvas);
-    matchMedia("(prefers-color-scheme: dark)").addEventListener("change", () => this.useTheme());
+    for (const theme of ["(prefers-color-scheme: dark)", "(forced-colors: active)"]) {
+      matchMedia(theme).addEventListener("change", () => this.useTheme());
+    }
     canvas.addEventListener("wheel", (event) => this.turn(event), { passive: false });
     canvas.addEventListener("pointerdown", (event) => this.press(event));
     canvas.addEventListener("pointermove", (event) => this.drag(event));
@@ -72,7 +78,7 @@ export class LinesView {
     const ratio = devicePixelRatio || 1;
     this.view.width = Math.max(50, this.canvas.clientWidth);
     this.canvas.width = Math.round(this.view.width * ratio);
-    this.canvas.height = Math.round(HEIGHT * ratio);
+    this.canvas.height = Math.round(heightOf(this.names.length) * ratio);
     this.context.setTransform(ratio, 0, 0, ratio, 0, 0);
     this.isDirty = true;
   }
@@ -85,7 +91,8 @@ export class LinesView {
       return;
     }
     if (this.follows) {
-      const from = now - view.span;
+      const isSeen = now >= view.from && now <= view.from + view.span;
+      const from = !this.isCalm.matches ? now - view.span : isSeen ? view.from : now - view.span / 10;
       if (Math.abs(from - view.from) * view.width >= view.span) {
         view.from = from;
         this.isDirty = true;
@@ -98,18 +105,22 @@ export class LinesView {
       this.isDirty = false;
       this.drawn = performance.now();
       view.now = now;
+      view.isStill = !this.follows;
       this.drawing.draw(this.journal, view);
     }
   }
 
   /** The journal has grown. */
   update() {
-    LINES.forEach((name, line) => {
+    if (this.names !== this.journal.names) {
+      this.makeNames();
+    }
+    this.names.forEach((name, line) => {
       const level = this.journal.level(line);
       if (level !== this.levels[line]) {
         this.levels[line] = level;
         const mark = this.list.children[line].querySelector("b");
-        mark.textContent = level ?? "?";
+        mark.textContent = level === "floating" ? "z" : level ?? "?";
         mark.className = level === 1 ? "high" : "";
       }
     });
@@ -176,12 +187,13 @@ export class LinesView {
   }
 
   select(line, isSaid = true) {
-    this.view.selected = (line + LINES.length) % LINES.length;
+    const { length } = this.names;
+    this.view.selected = length && (line + length) % length;
     [...this.list.children].forEach((button, i) => button.setAttribute("aria-pressed", String(i === this.view.selected)));
     this.isDirty = true;
-    if (isSaid) {
-      const edges = this.journal.edges[this.view.selected];
-      this.say(`${LINES[this.view.selected]}: level ${edges.level ?? "unknown"}, ${count(edges.count, "edge")}`);
+    const edges = this.journal.edges[this.view.selected];
+    if (isSaid && edges) {
+      this.say(`${this.names[this.view.selected]}: level ${edges.level ?? "unknown"}, ${count(edges.count, "edge")}`);
     }
   }
 
@@ -205,8 +217,11 @@ export class LinesView {
 
   /** "trigger is 1 for 12.3 ms, from 67.621 to 79.912 ms" */
   described(line, time) {
+    if (line >= this.names.length) {
+      return `${milliseconds(Math.round(time))} ms`; // of a file without wires
+    }
     const { level, from, to } = this.journal.edges[line].stretch(time);
-    const name = `${LINES[line]} is ${level ?? "unknown"}`;
+    const name = `${this.names[line]} is ${level ?? "unknown"}`;
     if (from !== undefined && to !== undefined) {
       return `${name} for ${duration(to - from)}, from ${milliseconds(from)} to ${milliseconds(to)} ms`;
     }
@@ -217,9 +232,9 @@ export class LinesView {
     const { view } = this;
     const edges = this.journal.edges[view.selected];
     const start = view.caret ?? (forwards ? view.from : view.from + view.span);
-    const time = forwards ? edges.next(start) : edges.previous(start);
+    const time = forwards ? edges?.next(start) : edges?.previous(start);
     if (time === undefined) {
-      this.say(`${LINES[view.selected]} has no ${forwards ? "later" : "earlier"} edge`);
+      this.say(`${this.names[view.selected] ?? "The file"} has no ${forwards ? "later" : "earlier"} edge`);
       return;
     }
     this.show(time);
@@ -309,7 +324,7 @@ export class LinesView {
 
   at(event) {
     const line = Math.floor((event.offsetY - TOP) / LANE);
-    return { x: event.offsetX, time: this.drawing.time(event.offsetX), line: line >= 0 && line < LINES.length ? line : undefined };
+    return { x: event.offsetX, time: this.drawing.time(event.offsetX), line: line >= 0 && line < this.names.length ? line : undefined };
   }
 
   turn(event) {

@@ -31,7 +31,11 @@ const connection = new Connection({
   state(news) {
     const isFirst = state === undefined;
     state = news;
-    journal.learn(news.lines);
+    if (news.mode === "file") {
+      journal.learnFile(news);
+    } else {
+      journal.learn(news.lines);
+    }
     learnTime(news.ns);
     isOver = "";
     isChanged = true;
@@ -81,10 +85,15 @@ function becomeOver(reason) {
 
 // ---- Messages ----
 
-function report(error) {
+const LONGEST_ERROR = 240;
+
+/** Of a long list of what there is, the beginning is told. */
+function report({ message }) {
   const box = find("#error");
   box.hidden = false;
-  box.querySelector("span").textContent = error.message;
+  const text = box.querySelector("span");
+  text.textContent = message.length > LONGEST_ERROR ? message.slice(0, LONGEST_ERROR).replace(/[\s,]*\S*$/, " …") : message;
+  text.title = message;
 }
 
 async function send(command) {
@@ -100,7 +109,7 @@ async function send(command) {
 
 const REASONS = {
   connecting: ["Connecting…", ""],
-  ended: ["ended", "The bench has ended. What it did stays here to be looked at and kept. The page takes up again by itself when the bench is back."],
+  ended: ["ended", "The bench has ended. What it did stays here to be looked at. The page takes up again by itself when the bench is back."],
   gone: ["no connection", "The panel's server does not answer: solvane-rig has probably ended. What was seen stays here. Start “solvane-rig panel” again and open the address that it prints; if it is only slow, the page takes up again by itself."],
   moved: ["no connection", "This address is no longer good: solvane-rig was started again since. Open the address that “solvane-rig panel” has printed last."],
   refused: ["no connection", "The panel's server refuses to answer. The page tries again by itself."],
@@ -140,12 +149,15 @@ function showHeader() {
   const isFile = state?.mode === "file";
   document.body.dataset.mode = state?.mode ?? "";
   find("#bench").textContent = state ? (isFile ? fileName(state.bench) : `bench “${state.bench}”`) : "panel";
-  document.title = state ? `${state.bench} – Solvane panel` : "Solvane panel";
+  document.title = state ? `${isFile ? fileName(state.bench) : state.bench} – Solvane panel` : "Solvane panel";
   find("#activity").textContent = word || (isFile ? `file, ${duration(now())}` : state?.pc === "asleep" ? "the PC sleeps" : "running");
-  find("#scenario").textContent = fileName(state?.scenario ?? "");
+  const wires = Object.keys(state?.lines ?? {}).length;
+  find("#scenario").textContent = isFile ? count(wires, "line") + (wires > journal.names.length ? `, the first ${journal.names.length} are shown` : "")
+    : state ? `scenario ${fileName(state.scenario)}` : "";
   find("#scenario").title = state?.scenario ?? "";
   const { captures = marked("capture"), refused = marked("ignored") } = state ?? {};
-  find("#counts").textContent = state ? `${count(captures, "capture")} · ${refused} refused` : "";
+  const isCounted = state && !(isFile && journal.marks.length === 0); // a file may have no marks at all
+  find("#counts").textContent = isCounted ? `${count(captures, "capture")} · ${count(refused, "refused trigger")}` : "";
   find("#hosts").textContent = state && !isFile ? state.hosts.map((host) => `${host.program} (${count(host.calls, "call")})`).join(", ") || "no host" : "";
   const notice = find("#notice");
   notice.hidden = sentence === "";
@@ -160,6 +172,9 @@ function valueAt(path) {
 
 /** The controls show what is so, but for one that is being changed. */
 function showControls() {
+  for (const button of document.querySelectorAll("#keep button")) {
+    button.disabled = isOver !== ""; // what is kept is what the bench, or the file's server, has
+  }
   find("#touch").disabled = isStill();
   find("#break").disabled = isStill();
   find("#fail").disabled = isStill();
@@ -235,10 +250,14 @@ function showSlowly() {
   }
   if (isChanged && state?.mode === "live") {
     showWires();
-    showControls();
     faults.update(state.faults);
   }
-  if (isGrown) {
+  if (isChanged) {
+    showControls();
+  }
+  if (isGrown || isChanged) {
+    calls.whenEmpty = !state ? "" : state.mode === "file" ? "Nothing happens in this file."
+      : `Nothing has happened yet. A host joins when it is started with SOLVANE_RIG=bench:${state.bench} in its environment.`;
     calls.update();
   }
   isGrown = false;
