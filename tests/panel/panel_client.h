@@ -11,7 +11,7 @@
 namespace test {
 
 /// Long enough for any machine; what is waited for comes sooner.
-inline constexpr std::chrono::seconds kPatience{20};
+inline constexpr std::chrono::seconds kPatience{60};
 
 class PanelClient {
   public:
@@ -45,9 +45,11 @@ class PanelClient {
     /// Entries from the journal events that follow, until there are as many.
     std::vector<nlohmann::json> Entries(std::size_t count);
 
+    /// What comes, to the end of this text. Empty when the server closed instead.
+    std::string TakeUntil(const std::string& end);
+
   private:
     bool ReadMore();
-    std::string TakeUntil(const std::string& end);
 
     std::string port;
     std::string token;
