@@ -169,10 +169,12 @@ std::string StateOf(const Source& source, const std::string& rigState) {
 
 Answer AnswerTo(const Request& request, const Target& target, const Source& source) {
     const bool isCommand = target.path == "command";
-    if (request.method() != (isCommand ? http::verb::post : http::verb::get)) {
+    const http::verb method =
+        request.method() == http::verb::head ? http::verb::get : request.method();
+    if (method != (isCommand ? http::verb::post : http::verb::get)) {
         Answer answer{.now = Respond({http::status::method_not_allowed,
                                       isCommand ? "A command is sent by POST." : "GET it."})};
-        answer.now->set(http::field::allow, isCommand ? "POST" : "GET");
+        answer.now->set(http::field::allow, isCommand ? "POST" : "GET, HEAD");
         return answer;
     }
     if (target.path.empty()) {

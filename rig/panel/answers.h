@@ -34,7 +34,7 @@ struct Answer {
     std::function<Response()> later = {};
 };
 
-/// Answers a request that the gate has let through; `source` must outlive the work.
+/// Answers a request that the gate has let through, HEAD as GET; `source` must outlive the work.
 Answer AnswerTo(const Request& request, const Target& target, const Source& source);
 
 } // namespace rig::panel

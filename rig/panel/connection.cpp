@@ -71,6 +71,7 @@ Connection::~Connection() {
 }
 
 void Connection::ReadRequest() {
+    isHead = false;
     parser.emplace();
     SetLimits(*parser);
     stream.expires_after(shared->limits.patience);
@@ -101,6 +102,7 @@ void Connection::Receive(Error error) {
         return;
     }
     const Request request = parser->release();
+    isHead = request.method() == http::verb::head;
     Target target;
     if (const std::optional<Refusal> refusal = shared->gate.Check(request, target)) {
         Response refused = Respond(*refusal);
@@ -109,7 +111,12 @@ void Connection::Receive(Error error) {
         return;
     }
     Answer answer = AnswerTo(request, target, shared->source);
-    if (answer.isStream) {
+    if (answer.isStream && isHead) {
+        Response head = Respond(http::status::ok, "text/event-stream", {});
+        head.erase(http::field::content_length);
+        head.keep_alive(false);
+        Send(std::move(head));
+    } else if (answer.isStream) {
         Listen(answer.from);
     } else if (answer.now) {
         answer.now->keep_alive(request.keep_alive());
@@ -166,6 +173,9 @@ void Connection::Work(std::function<Response()> work) {
 
 void Connection::Send(Response answer) {
     response = std::move(answer);
+    if (isHead) {
+        response->body().clear(); // its length stays in the headers
+    }
     stream.expires_after(shared->limits.patience);
     http::async_write(stream, *response, [self = shared_from_this()](Error error, std::size_t) {
         if (!error && self->response->keep_alive()) {

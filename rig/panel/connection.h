@@ -83,6 +83,7 @@ class Connection : public std::enable_shared_from_this<Connection> {
     const std::shared_ptr<Shared> shared;
     boost::beast::flat_buffer buffer;
     std::optional<RequestParser> parser;
+    bool isHead = false; ///< the request asks for the headers alone
     std::optional<Response> response;
 
     // Of a listener.

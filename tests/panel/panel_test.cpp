@@ -214,7 +214,45 @@ TEST_F(PanelTest, MethodsArePartOfTheAddress) {
     EXPECT_EQ(StatusOf(Get("../state")), "404");
     PanelClient client(address);
     client.Ask("DELETE", "state");
-    EXPECT_NE(client.Response().find("\r\nAllow: GET\r\n"), std::string::npos);
+    EXPECT_NE(client.Response().find("\r\nAllow: GET, HEAD\r\n"), std::string::npos);
+}
+
+TEST_F(PanelTest, HeadIsAnsweredAsGetWithoutTheBody) {
+    Serve();
+    const auto length = [](const std::string& answer) {
+        const std::size_t at = answer.find("\r\nContent-Length: ");
+        return at == answer.npos ? 0 : std::stoul(answer.substr(at + 18));
+    };
+    PanelClient client(address);
+    client.Ask("HEAD", "");
+    client.Ask("HEAD", "state", "Connection: close\r\n"); // a body before it would be its answer
+    const std::string answers = client.ReadToEnd();
+    const std::size_t second = answers.find("HTTP/1.1 200 OK\r\n", 1);
+    ASSERT_NE(second, answers.npos) << answers;
+    EXPECT_EQ(answers.substr(second - 4, 4), "\r\n\r\n");
+    EXPECT_EQ(length(answers), BodyOf(Get("")).size());
+    EXPECT_EQ(answers.find("\r\n\r\n", second), answers.size() - 4) << answers;
+    EXPECT_GT(length(answers.substr(second)), 100U);
+
+    PanelClient listener(address);
+    listener.Ask("HEAD", "events");
+    const std::string stream = listener.ReadToEnd();
+    EXPECT_NE(stream.find("\r\nContent-Type: text/event-stream\r\n"), stream.npos);
+    EXPECT_EQ(stream.find("\r\n\r\n"), stream.size() - 4) << stream;
+    PanelClient command(address);
+    command.Ask("HEAD", "command");
+    EXPECT_EQ(StatusOf(command.Response()), "405");
+}
+
+TEST_F(PanelTest, AnOldClientIsAnsweredAndClosed) {
+    Serve();
+    const std::size_t path = address.find('/', 7);
+    PanelClient client(address);
+    client.Send("GET " + address.substr(path) +
+                "state HTTP/1.0\r\nHost: " + address.substr(7, path - 7) + "\r\n\r\n");
+    const std::string answer = client.ReadToEnd();
+    EXPECT_EQ(StatusOf(answer), "200");
+    EXPECT_NE(answer.find("\r\nConnection: close\r\n"), answer.npos) << answer;
 }
 
 TEST_F(PanelTest, WhatIsTooLargeOrMalformedIsRefused) {
