@@ -22,7 +22,7 @@ function journalOf(...entries) {
 
 /** A context that counts what is drawn, and keeps the texts. */
 function countingContext() {
-  const drawn = { operations: 0, texts: [], fills: [], dashes: new Set() };
+  const drawn = { operations: 0, texts: [], places: {}, fills: [], dashes: new Set() };
   globalThis.Path2D ??= class {
     moveTo() {
       ++drawn.operations;
@@ -36,6 +36,7 @@ function countingContext() {
       ++drawn.operations;
       if (name === "fillText") {
         drawn.texts.push(inputs[0]);
+        drawn.places[inputs[0]] = inputs[1];
       } else if (name === "fillRect") {
         drawn.fills.push([drawn.fillStyle, ...inputs]);
       } else if (name === "setLineDash") {
@@ -128,6 +129,9 @@ test("the text of what went wrong comes first, and no text or number is cut off 
   const journal = journalOf([10, "event", "set exposure_ms 400"], [12, "event", "capture 1"], [40, "event", "capture 2"], [41, "event", "unplug 0"], [98, "event", "ignored trigger"]);
   const texts = (view) => draw(journal, 0, 100 * MS, view).texts;
   assert.deepEqual(texts({ isStill: true }).filter((text) => !text.endsWith("ms")), ["unplug 0", "ignored trigger", "set exposure_ms 400"]);
+  const end = draw(journal, 0, 100 * MS, { isStill: true }).places["ignored trigger"] + "ignored trigger".length * 7.2;
+  assert.ok(end > 960 && end < 980, `on the left of its mark: ${end}`);
+  assert.ok(draw(journal, 0, 100 * MS).places["ignored trigger"] > 980, "on the right while the view moves");
   const { texts: following } = draw(journal, 0, 100.5 * MS);
   assert.ok(following.includes("80 ms"), following.join());
   assert.ok(!following.includes("100 ms"), following.join());
@@ -159,11 +163,12 @@ test("of very many edges the latest are kept, none lost between them", () => {
   const most = 4_000_000;
   const edges = journal.edges[0];
   for (let i = 0; i <= most; ++i) {
-    edges.add(i, (i + 1) % 2);
+    edges.add(i, i === most / 2 - 1 ? 2 : (i + 1) % 2);
   }
   assert.equal(edges.count, most + 1);
   assert.equal(edges.length, most / 2 + 1);
   assert.equal(edges.times[0], most / 2);
+  assert.equal(edges.levelBefore(0), undefined, "the last that was forgotten was unknown");
   assert.deepEqual(edges.stretch(most - 2), { level: 1, from: most - 2, to: most - 1 });
   assert.equal(edges.level, 1);
 });

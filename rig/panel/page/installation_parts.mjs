@@ -13,6 +13,11 @@ const TOP = 14;
 export const WIDE = { width: 920, host: [10, 190], edge: 218, chip: [302, 142], spine: 450, wire: [450, 700], camera: [700, 210] };
 export const NARROW = { width: 360, host: [6, 348], edge: 16, chip: [120, 220], spine: 16, wire: [16, 216], camera: [216, 138] };
 
+/** What a host has in its environment to join. */
+export function joining({ bench }) {
+  return `SOLVANE_RIG=bench${bench === "default" ? "" : `:${bench}`}`;
+}
+
 export function powerCommand(state) {
   return `wire camera_power ${state.wiring.camera_power === "stuck at 0" ? "healthy" : "stuck at 0"}`;
 }
@@ -142,9 +147,9 @@ function hostParts(state, [x, width], top) {
     return state.hosts.map((host, i) => hostBox(host, x, top + i * PITCH, width));
   }
   const isFile = state.mode === "file";
-  return [still("no-host", isFile ? "A file is shown" : `No host. A host joins with SOLVANE_RIG=bench:${state.bench} in its environment`, box(x, top, width, BOX, "none") +
+  return [still("no-host", isFile ? "A file is shown" : `No host. A host joins with ${joining(state)} in its environment`, box(x, top, width, BOX, "none") +
     text(x + 10, top + 23, isFile ? "a file is shown" : "no host") +
-    text(x + 10, top + 42, isFile ? "" : cut(`SOLVANE_RIG=bench:${state.bench}`, width - 10), "soft"))];
+    text(x + 10, top + 42, isFile ? "" : cut(joining(state), width - 10), "soft"))];
 }
 
 /** The markup of each part, by its key, and the height of all. `levels` by the names of the lines. */

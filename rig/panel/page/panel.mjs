@@ -5,7 +5,7 @@ import { FaultsView } from "./faults.mjs";
 import { clock, count, duration, milliseconds } from "./format.mjs";
 import { FUNCTIONS } from "./functions.mjs";
 import { InstallationView } from "./installation.mjs";
-import { powerCommand } from "./installation_parts.mjs";
+import { joining, powerCommand } from "./installation_parts.mjs";
 import { Journal, LINES } from "./journal.mjs";
 import { LinesView } from "./lines.mjs";
 
@@ -257,7 +257,7 @@ function showSlowly() {
   }
   if (isGrown || isChanged) {
     calls.whenEmpty = !state ? "" : state.mode === "file" ? "Nothing happens in this file."
-      : `Nothing has happened yet. A host joins when it is started with SOLVANE_RIG=bench:${state.bench} in its environment.`;
+      : `Nothing has happened yet. A host joins when it is started with ${joining(state)} in its environment.`;
     calls.update();
   }
   isGrown = false;
