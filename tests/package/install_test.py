@@ -93,6 +93,14 @@ class Installed(unittest.TestCase):
     def test_the_first_run_in_a_new_prefix_prints_what_the_readme_shows(self):
         self.assertEqual(self.printed.strip(), self.first_run.shown.text)
 
+    def test_the_commands_of_the_documents_work_in_the_archive(self):
+        [names] = [block for block in document.Document(os.path.join(self.archive, "README.md")).blocks
+                   if block.section == "The documents"]
+        [picture] = [block for block in document.Document(os.path.join(self.archive, "docs/host-guide.md")).blocks
+                     if block.language == "sh" and "take_a_picture" in block.text]
+        printed = run("bash", "-c", f"{names.text}\n{picture.text}", cwd=self.archive, env=self.environment)
+        self.assertEqual(printed.strip(), picture.shown.text)
+
     # ---- Packages for hosts
 
     def test_packages_for_hosts_hold_the_library_alone(self):
