@@ -22,8 +22,8 @@ def readme(release, kind, language):
     binding = f"bindings/{language}/README.md"
     text = f"""# Solvane {release.version}
 
-{DESCRIPTION}, on 64-bit Windows. All documents, the examples and virtual hardware for tests are in
-`solvane-{release.version}-win64.zip`.
+{DESCRIPTION}, on 64-bit Windows. All documents, the examples and virtual
+hardware for tests are in `solvane-{release.version}-win64.zip`.
 
 {section("docs/packages.md", kind)}The vendors' `FTD2XX.dll`, `inpoutx64.dll` and `EAPI_Library.dll` are not in the package. All of them
 must be found when `Solvane.dll` is loaded, beside the program or in a folder of `PATH`, whichever hardware is fitted.
