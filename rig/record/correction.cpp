@@ -1,6 +1,7 @@
 #include "correction.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "call_parts.h"
 #include "rig_state.h"
@@ -63,6 +64,33 @@ std::optional<std::size_t> ReportedPlace(const VendorFunction& function) {
     return found != parameters.end()
                ? std::optional(static_cast<std::size_t>(found - parameters.begin()))
                : std::nullopt;
+}
+
+void FindOnBus(Call& call, const HandleNames& names) {
+    constexpr std::uint32_t kNowhere = ~0U;
+    const bool isByPlace =
+        call.function.id == Function::FT_OpenEx && Word(Input(call, 1)) == usb::kByLocation;
+    const Device* const device = isByPlace ? names.DeviceAt(Word(Input(call, 0))) : nullptr;
+    if (device == nullptr) {
+        return;
+    }
+    const auto list = [](std::uint32_t by) {
+        Call listed = CallOf(Function::FT_ListDevices, {std::uint64_t{1}, std::uint64_t{1},
+                                                        std::uint64_t{usb::kListAll | by}});
+        AnswerPlainly(listed);
+        return listed;
+    };
+    const Call bySerial = list(usb::kBySerialNumber);
+    const Call byPlace = list(usb::kByLocation);
+    const auto* const serials = std::get_if<Texts>(&Output(bySerial, 0));
+    const std::string_view places = BytesOf(Output(byPlace, 0));
+    std::uint32_t place = 0; // an open device has none
+    for (std::size_t i = 0; serials != nullptr && i < serials->size(); ++i) {
+        if ((*serials)[i] == device->serial && (i + 1) * sizeof place <= places.size()) {
+            std::memcpy(&place, places.data() + i * sizeof place, sizeof place);
+        }
+    }
+    call.inputs[0] = std::uint64_t{place != 0 ? place : kNowhere};
 }
 
 bool IsSameAnswer(const Call& one, const Call& other) {

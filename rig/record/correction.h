@@ -7,6 +7,7 @@
 #include <set>
 #include <string>
 
+#include "handle_names.h"
 #include "recorded_hardware.h"
 #include "recorded_lines.h"
 
@@ -19,6 +20,10 @@ std::string Count(std::uint32_t count);
 
 /// The place of the output that a fault's count sets; none if the function has none.
 std::optional<std::size_t> ReportedPlace(const VendorFunction& function);
+
+/// A device that is opened by its place on the recorded bus is looked for at its place on the
+/// rig's.
+void FindOnBus(Call& call, const HandleNames& names);
 
 /// Whether a host sees the same.
 bool IsSameAnswer(const Call& one, const Call& other);

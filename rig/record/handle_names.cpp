@@ -91,6 +91,11 @@ const Device* HandleNames::DeviceOf(std::uint64_t handle) const {
     return found != open.end() ? &found->second : nullptr;
 }
 
+const Device* HandleNames::DeviceAt(std::uint32_t location) const {
+    const auto found = std::ranges::find(known, location, &Device::location);
+    return found != known.end() && location != 0 ? &*found : nullptr;
+}
+
 /// The device that a host names by its serial number, description or location.
 Device HandleNames::Known(std::uint32_t by, const Value& identity) const {
     Device named;

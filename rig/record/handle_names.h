@@ -37,6 +37,9 @@ class HandleNames {
     /// Null if the handle is not open.
     const Device* DeviceOf(std::uint64_t handle) const;
 
+    /// The device that was shown at the place on the bus; null if none was.
+    const Device* DeviceAt(std::uint32_t location) const;
+
     /// Each device that was ever shown with its serial number, in the order in which they were.
     const std::vector<Device>& Devices() const { return known; }
 

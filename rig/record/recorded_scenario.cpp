@@ -9,6 +9,7 @@
 #include "call_parts.h"
 #include "commands.h"
 #include "correction.h"
+#include "handle_names.h"
 #include "hardware_scenario.h"
 #include "recorded_hardware.h"
 #include "recorded_lines.h"
@@ -68,6 +69,7 @@ class Explanation {
             throw std::runtime_error("the scenario is none: " + rig->Error());
         }
         handles.clear();
+        names = {};
     }
 
     /// A session in which the rig's time is that of the recorded calls, until after the last one.
@@ -205,7 +207,7 @@ class Explanation {
         return std::nullopt;
     }
 
-    /// The call with the rig's handle.
+    /// The call with the rig's handle, or its place on the bus.
     Call Asked(const RecordedCall& recorded) const {
         Call call{recorded.call.function, recorded.call.inputs, {}};
         if (IsOnHandle(call) && !call.inputs.empty()) {
@@ -214,10 +216,12 @@ class Explanation {
                 call.inputs.front() = found->second;
             }
         }
+        FindOnBus(call, names);
         return call;
     }
 
     void Pair(const Call& recorded, const Call& simulated) {
+        names.Learn(recorded);
         const std::size_t place = recorded.function.id == Function::FT_OpenEx ? 2 : 1;
         const bool opens = recorded.function.id == Function::FT_Open || place == 2;
         if (opens && IsThere(Output(recorded, place)) && IsThere(Output(simulated, place))) {
@@ -237,6 +241,7 @@ class Explanation {
     const RecordedHardware& hardware;
     const RecordedLines& lines;
     std::map<std::uint64_t, std::uint64_t> handles; ///< the rig's, by the recording's
+    HandleNames names;                              ///< of the recording's
     std::map<std::size_t, std::size_t> decisions;   ///< an alternative, by the index of its call
     bool mayRunAgain = true;
     bool isToRunAgain = false;

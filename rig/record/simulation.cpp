@@ -3,6 +3,7 @@
 #include <cstring>
 #include <utility>
 
+#include "correction.h"
 #include "elsewhere.h"
 #include "stand_in.h"
 
@@ -65,6 +66,7 @@ std::optional<std::uint64_t> HandleOf(const Call& call) {
 }
 
 void Simulation::Follow(Call& call) {
+    names.Learn(call);
     const std::uint64_t opened = NewHandle(call);
     call.outputs.clear();
     Ask(call, AnswerUntraced);
@@ -79,14 +81,13 @@ void Simulation::Answer(Call& call) {
 }
 
 void Simulation::Ask(Call& call, void (*answer)(Call&)) {
-    const auto handle = HandleOf(call);
-    if (handle) {
+    const std::vector<Value> inputs = call.inputs;
+    if (const auto handle = HandleOf(call)) {
         call.inputs.front() = Find(simulated, *handle);
     }
+    FindOnBus(call, names);
     answer(call);
-    if (handle) {
-        call.inputs.front() = *handle;
-    }
+    call.inputs = inputs;
 }
 
 void Simulation::Pair(std::uint64_t ofRecording, std::uint64_t ofSimulation) {

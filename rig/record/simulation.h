@@ -5,12 +5,13 @@
 #include <map>
 #include <optional>
 
+#include "handle_names.h"
 #include "recording.h"
 
 namespace rig::record {
 
-/// Knows which handle the simulation has for each of the recording's. Not for several threads at
-/// once.
+/// Knows which handle, and which place on the bus, the simulation has for each of the recording's.
+/// Not for several threads at once.
 class Simulation {
   public:
     /// Has the simulated hardware answer a recorded call, which comes with its recorded outputs.
@@ -29,6 +30,7 @@ class Simulation {
 
     std::map<std::uint64_t, std::uint64_t> simulated; ///< by the recording's
     std::map<std::uint64_t, std::uint64_t> recorded;  ///< by the simulation's
+    HandleNames names;                                ///< of the recording's
 };
 
 /// The handle that the call is about; none if it has no such parameter.

@@ -6,6 +6,7 @@
 #include "bench_rig.h"
 #include "inpout.h"
 #include "recorded_calls.h"
+#include "recorded_scenario.h"
 
 namespace test {
 namespace {
@@ -90,10 +91,18 @@ TEST_F(CompareTest, EveryAnswerThatIsChangedIsFound) {
 }
 
 TEST_F(CompareTest, WhatAnotherPcHasIsNoDifference) {
+    constexpr std::uint64_t kPlace = 0x12; // of channel B
     std::string text = Record([] {
         Devices();
         FT_HANDLE pins = OpenPins();
         Devices();
+        FT_Close(pins);
+        const auto openAt = [&](std::uint64_t place) {
+            return rig::Ask(rig::Function::FT_OpenEx, place, rig::usb::kByLocation, &pins);
+        };
+        EXPECT_EQ(openAt(kPlace), FT_OK);
+        EXPECT_EQ(openAt(kPlace), kDeviceNotFound) << "an open one has no place";
+        EXPECT_EQ(openAt(0x999), kDeviceNotFound);
         std::uint32_t version = 0;
         rig::Ask(rig::Function::FT_GetLibraryVersion, &version);
         FT_Close(pins);
@@ -112,7 +121,7 @@ TEST_F(CompareTest, WhatAnotherPcHasIsNoDifference) {
                 FT_DEVICE_LIST_INFO_NODE node;
                 char* const place = nodes.data() + i * sizeof node;
                 std::memcpy(&node, place, sizeof node);
-                node.LocId += 0x100;
+                node.LocId += node.LocId != 0 ? 0x100 : 0; // an open one has none
                 node.SerialNumber[15] = 'x';
                 node.Description[63] = 'x';
                 if (node.ftHandle != nullptr) {
@@ -121,11 +130,19 @@ TEST_F(CompareTest, WhatAnotherPcHasIsNoDifference) {
                 std::memcpy(place, &node, sizeof node);
             }
         }
+        if (one.call.function.id == rig::Function::FT_OpenEx &&
+            one.call.inputs[0] == rig::Value(kPlace)) {
+            one.call.inputs[0] = kPlace + 0x100;
+        }
         if (one.call.function.id == rig::Function::FT_GetLibraryVersion) {
             one.call.outputs[0] = std::uint64_t{0x03'02'17};
         }
     }
-    EXPECT_TRUE(Compare(recording, kOneChip).differences.empty());
+    const Comparison comparison = Compare(recording, kOneChip);
+    EXPECT_TRUE(comparison.differences.empty()) << comparison.differences.front().question;
+    EXPECT_EQ(comparison.unopened, 0U);
+    const RecordedScenario scenario = ScenarioOf(recording);
+    EXPECT_EQ(scenario.others.size(), 1U) << "that of the library's version";
 
     // But the content of a text, and a device that is not open, are.
     auto& nodes = std::get<std::string>(recording.calls[1].call.outputs[0]);
