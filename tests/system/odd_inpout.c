@@ -1,6 +1,7 @@
 /*
  * A vendor's DLL with exports of every odd kind: by ordinals alone, with arguments in every
- * register and on the stack, forwarded, data, and one that ends its process.
+ * register and on the stack, forwarded, data, one that ends its process, and one that calls another
+ * by its name, as the DLL itself does while it is loaded.
  */
 
 #include <windows.h>
@@ -27,9 +28,27 @@ int by_ordinal(int value);
 
 static unsigned short last_value;
 
+static void call_by_name(void) {
+    const HMODULE found = GetModuleHandleA("inpoutx64.dll");
+    void (*const is_open)(void) = (void (*)(void))GetProcAddress(found, "IsInpOutDriverOpen");
+    ((unsigned (*)(void))is_open)();
+}
+
+BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID reserved) {
+    (void)module;
+    (void)reserved;
+    if (reason == DLL_PROCESS_ATTACH) {
+        call_by_name();
+    }
+    return TRUE;
+}
+
 unsigned short Inp32(unsigned short port) {
     if (port == 0xDEAD) {
         TerminateProcess(GetCurrentProcess(), 7);
+    }
+    if (port == 0xCA11) {
+        call_by_name();
     }
     SetLastError(port);
     return (unsigned short)(port ^ last_value);

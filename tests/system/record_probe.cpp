@@ -93,6 +93,14 @@ int CallAndDie() {
     return 0;
 }
 
+int CallWhatCalls() {
+    auto* const inp = Find<Inp>(Load(L"inpoutx64.dll"), "Inp32");
+    inp(0xCA11);
+    inp(0x378);
+    std::printf("done\n");
+    return 0;
+}
+
 int CallOften(const std::wstring& times, unsigned threads) {
     auto* const inp = Find<Inp>(Load(L"inpoutx64.dll"), "Inp32");
     const int count = std::stoi(times);
@@ -195,6 +203,9 @@ int wmain(int count, wchar_t** arguments) {
     }
     if (what == L"die") {
         return CallAndDie();
+    }
+    if (what == L"calls") {
+        return CallWhatCalls();
     }
     if (what == L"often") {
         return CallOften(more, 1);

@@ -169,6 +169,11 @@ class Record(unittest.TestCase):
         self.assertEqual(Recording(self.file).calls(),
                          6 * ["EApiGPIOGetLevel(0, 1) -> 0xffffffff"])
 
+    def test_what_a_vendors_dll_calls_itself_is_no_call_of_the_host(self):
+        self.assertEqual(self.odd_record("calls")[:2], (DONE, "done\n"))
+        self.assertEqual(Recording(self.file).calls(),
+                         ["Inp32(0xca11) -> 0xca11", "Inp32(0x378) -> 0x378"])
+
     def test_threads_call_at_the_same_time(self):
         self.assertEqual(self.odd_record("threads", "500")[:2], (DONE, "done\n"))
         recording = Recording(self.file)

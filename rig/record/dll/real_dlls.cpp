@@ -1,6 +1,7 @@
 #include "real_dlls.h"
 
 #include <algorithm>
+#include <atomic>
 #include <exception>
 #include <filesystem>
 #include <map>
@@ -42,10 +43,14 @@ HMODULE Load(const ThisRecording& recording, const RealDll& dll) {
 HMODULE RealModule(const std::string& name) {
     static std::mutex access;
     static std::map<std::string, HMODULE> modules;
-    const std::lock_guard lock(access);
-    if (const auto known = modules.find(name); known != modules.end()) {
-        return known->second;
+    {
+        const std::lock_guard lock(access);
+        if (const auto known = modules.find(name); known != modules.end()) {
+            return known->second;
+        }
     }
+    // Nothing is locked while a DLL is loaded: the loader has a lock of its own, and whoever holds
+    // that, in a DllMain, may call a vendor's function too. Then both load the same DLL.
     ThisRecording& recording = ThisRecording::Instance();
     const auto& dlls = recording.Setup().dlls;
     const auto real = std::find_if(dlls.begin(), dlls.end(),
@@ -57,6 +62,7 @@ HMODULE RealModule(const std::string& name) {
         recording.Complain(real->path + " cannot be loaded: Windows error " +
                            std::to_string(GetLastError()));
     }
+    const std::lock_guard lock(access);
     return modules[name] = module;
 }
 
@@ -81,17 +87,13 @@ void* AddressIn(const std::string& dll, const char* nameOrOrdinal, const std::st
 } // namespace
 
 void* RealFunction(const VendorFunction& function) noexcept {
-    struct Known {
-        std::once_flag once;
-        void* address = nullptr;
-    };
     try {
-        static Known* const known = new Known[VendorFunctions().size()];
-        Known& mine = known[static_cast<std::size_t>(function.id)];
-        std::call_once(mine.once, [&] {
-            mine.address = AddressIn(function.library.name, function.name, function.name);
-        });
-        return mine.address;
+        static auto* const known = new std::atomic<void*>[VendorFunctions().size()]();
+        std::atomic<void*>& address = known[static_cast<std::size_t>(function.id)];
+        if (address == nullptr) {
+            address = AddressIn(function.library.name, function.name, function.name);
+        }
+        return address;
     } catch (const std::exception&) { // no memory: the next call tries again
         return nullptr;
     }

@@ -22,10 +22,11 @@ namespace {
 /// A call on its way, in the recording. Without memory for that, it goes its way unseen.
 class Passage {
   public:
-    Passage(const VendorFunction& function, std::initializer_list<std::uint64_t> arguments) {
+    Passage(const Way& way, const VendorFunction& function,
+            std::initializer_list<std::uint64_t> arguments) {
         Recorder* const recorder = ThisRecording::Instance().recorder;
         try {
-            if (recorder != nullptr) {
+            if (recorder != nullptr && way.IsTheHosts()) {
                 passed.emplace(function, std::span(arguments.begin(), arguments.size()));
                 number = recorder->Begin(passed->call);
             }
@@ -55,11 +56,12 @@ template <class Result, class... Arguments>
 Result Pass(Function id, Arguments... arguments) {
     const DWORD before = GetLastError();
     const VendorFunction& function = Described(id);
+    const Way way;
     const auto real = reinterpret_cast<Result(FT_CALL*)(Arguments...)>(RealFunction(function));
     if (real == nullptr) {
         return static_cast<Result>(function.library.outOfMemory);
     }
-    Passage passage(function, {AsNumber(arguments)...});
+    Passage passage(way, function, {AsNumber(arguments)...});
     SetLastError(before);
     if constexpr (std::is_void_v<Result>) {
         real(arguments...);

@@ -45,13 +45,14 @@ fs::path PathOfModule(HMODULE module) {
     return path;
 }
 
-/// This DLL, which from now on stays in the process.
-HMODULE KeepThisDll() {
-    HMODULE module = nullptr;
-    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_PIN,
-                       reinterpret_cast<LPCWSTR>(&KeepThisDll), &module);
-    return module;
-}
+/// What the loader is asked for when it loads this DLL, and never later: a thread that asks it
+/// waits for every DllMain, and one of those may call a vendor's function and wait for the
+/// recording.
+struct Modules {
+    fs::path thisDll;
+    fs::path program;
+};
+Modules* modules = nullptr;
 
 std::string Utf8(const fs::path& path) {
     const std::u8string text = path.u8string();
@@ -73,7 +74,7 @@ ThisRecording* ThisRecording::Begun() {
     return begun;
 }
 
-ThisRecording::ThisRecording() : folder(PathOfModule(KeepThisDll()).parent_path()) {
+ThisRecording::ThisRecording() : folder(modules->thisDll.parent_path()) {
     try {
         std::ifstream file(folder / kSetupFile, std::ios::binary);
         const std::string text{std::istreambuf_iterator<char>(file), {}};
@@ -81,7 +82,7 @@ ThisRecording::ThisRecording() : folder(PathOfModule(KeepThisDll()).parent_path(
             throw std::runtime_error(Utf8(folder / kSetupFile) + " cannot be read");
         }
         setup = ReadSetup(text);
-        setup.head.program = Utf8(PathOfModule(nullptr).filename());
+        setup.head.program = Utf8(modules->program.filename());
         auto recording = std::make_unique<RecordingFile>(PathOf(setup.file));
         recorder = new Recorder(*recording, setup.head,
                                 {Now, [] { return std::uint64_t{GetCurrentThreadId()}; }});
@@ -93,6 +94,12 @@ ThisRecording::ThisRecording() : folder(PathOfModule(KeepThisDll()).parent_path(
 }
 
 void ThisRecording::Complain(const std::string& what) {
+    {
+        const std::lock_guard lock(access);
+        if (!complaints.insert(what).second) {
+            return;
+        }
+    }
     const std::string line = "solvane_record: " + what + '\n';
     std::fputs(line.c_str(), stderr);
     OutputDebugStringA(line.c_str());
@@ -103,9 +110,16 @@ void ThisRecording::Complain(const std::string& what) {
 
 } // namespace rig::record
 
-/// Finishes the recording when the process ends in an orderly way. The DLL cannot be unloaded
-/// before.
-extern "C" BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID) {
+/// Keeps this DLL in the process once it is loaded, and finishes the recording when the process
+/// ends in an orderly way.
+extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID) {
+    using namespace rig::record;
+    if (reason == DLL_PROCESS_ATTACH) {
+        HMODULE kept = nullptr;
+        GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_PIN,
+                           reinterpret_cast<LPCWSTR>(&DllMain), &kept);
+        modules = new Modules{PathOfModule(module), PathOfModule(nullptr)};
+    }
     rig::record::ThisRecording* const recording = rig::record::ThisRecording::Begun();
     if (reason == DLL_PROCESS_DETACH && recording != nullptr && recording->recorder != nullptr) {
         recording->recorder->Finish();

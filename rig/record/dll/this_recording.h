@@ -2,6 +2,8 @@
 #pragma once
 
 #include <filesystem>
+#include <mutex>
+#include <set>
 #include <string>
 
 #include "recorder.h"
@@ -30,7 +32,7 @@ class ThisRecording {
     /// Null if there can be no recording: calls pass all the same.
     Recorder* recorder = nullptr;
 
-    /// Tells the user and the recording what is wrong.
+    /// Tells the user and the recording what is wrong, once.
     void Complain(const std::string& what);
 
   private:
@@ -38,6 +40,9 @@ class ThisRecording {
 
     const std::filesystem::path folder;
     RecordingSetup setup;
+
+    std::mutex access;
+    std::set<std::string> complaints;
 };
 
 } // namespace rig::record
