@@ -168,6 +168,20 @@ class Guard {
     std::map<std::string, std::string> contents; ///< of the rig's DLLs, by name
 };
 
+/// Whether the program is one of Windows' own. It is none that calls vendors' DLLs, and it may go
+/// on for as long as the session, as the desktop does that a host's first window starts in Wine.
+bool IsOfWindows(HANDLE process) {
+    std::wstring path(32768, L'\0');
+    auto size = static_cast<DWORD>(path.size());
+    std::wstring folder(MAX_PATH, L'\0');
+    folder.resize(GetWindowsDirectoryW(folder.data(), MAX_PATH));
+    folder += L'\\';
+    return QueryFullProcessImageNameW(process, 0, path.data(), &size) &&
+           CompareStringOrdinal(
+               path.c_str(), static_cast<int>(std::min<std::size_t>(size, folder.size())),
+               folder.c_str(), static_cast<int>(folder.size()), TRUE) == CSTR_EQUAL;
+}
+
 /// Watches programs until they load the DLL that records.
 class Watcher {
   public:
@@ -207,11 +221,13 @@ class Watcher {
     /// Returns whether the program has loaded the DLL that records.
     bool Note(const Loading& loading) {
         if (loading.file.empty()) {
-            HANDLE own = nullptr;
-            DuplicateHandle(GetCurrentProcess(), loading.handle, GetCurrentProcess(), &own,
-                            SYNCHRONIZE, FALSE, 0);
-            programs[loading.process] = Handle(own);
             ++watched;
+            if (!IsOfWindows(loading.handle)) {
+                HANDLE own = nullptr;
+                DuplicateHandle(GetCurrentProcess(), loading.handle, GetCurrentProcess(), &own,
+                                SYNCHRONIZE, FALSE, 0);
+                programs[loading.process] = Handle(own);
+            }
             return false;
         }
         const std::string name = Utf8(loading.file.filename());
@@ -224,7 +240,7 @@ class Watcher {
         return isOurs;
     }
 
-    std::map<DWORD, Handle> programs; ///< those that have not ended
+    std::map<DWORD, Handle> programs; ///< those that have not ended, but Windows' own
     int watched = 0;                  ///< how many of them are being debugged
     WatchedRun run;
 };

@@ -101,6 +101,21 @@ int CallWhatCalls() {
     return 0;
 }
 
+/// A call, while a program of Windows goes on.
+int CallAndLeave() {
+    STARTUPINFOW start{};
+    start.cb = sizeof start;
+    PROCESS_INFORMATION left{};
+    std::wstring command = L"ping -n 100 127.0.0.1";
+    if (!CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, CREATE_NO_WINDOW, nullptr,
+                        nullptr, &start, &left)) {
+        return 3;
+    }
+    Find<Inp>(Load(L"inpoutx64.dll"), "Inp32")(0x378);
+    std::printf("%lu\n", left.dwProcessId);
+    return 0;
+}
+
 int CallOften(const std::wstring& times, unsigned threads) {
     auto* const inp = Find<Inp>(Load(L"inpoutx64.dll"), "Inp32");
     const int count = std::stoi(times);
@@ -203,6 +218,9 @@ int wmain(int count, wchar_t** arguments) {
     }
     if (what == L"die") {
         return CallAndDie();
+    }
+    if (what == L"leave") {
+        return CallAndLeave();
     }
     if (what == L"calls") {
         return CallWhatCalls();

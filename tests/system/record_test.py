@@ -174,6 +174,19 @@ class Record(unittest.TestCase):
         self.assertEqual(Recording(self.file).calls(),
                          ["Inp32(0xca11) -> 0xca11", "Inp32(0x378) -> 0x378"])
 
+    def test_ends_with_the_host_although_a_program_of_windows_goes_on(self):
+        told = self.top / "told"
+        with told.open("w") as out:  # the program holds a pipe open
+            tool = os.path.join(OPTIONS.rig, "solvane-rig.exe")
+            ended = subprocess.run(
+                [OPTIONS.wine, tool, "record", "-o", self.file, "--real",
+                 pathlib.Path(OPTIONS.odd).parent, "--", self.host / "probe.exe", "leave"],
+                stdin=subprocess.DEVNULL, stdout=out, stderr=out, timeout=60)
+        text = told.read_text()
+        self.assertEqual(ended.returncode, DONE, text)
+        self.assertIn("field.rec: 1 call.\n", text)
+        self.wine("taskkill", "/f", "/pid", re.search(r"(?m)^\d+$", text)[0])
+
     def test_threads_call_at_the_same_time(self):
         self.assertEqual(self.odd_record("threads", "500")[:2], (DONE, "done\n"))
         recording = Recording(self.file)
