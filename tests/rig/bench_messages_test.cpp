@@ -122,6 +122,31 @@ TEST_F(BenchMessages, WithOtherValuesThanAFunctionTakesAreRefused) {
     }
 }
 
+/// A bench and a host of different releases must refuse each other instead of misunderstanding
+/// each other, so whatever changes here needs another number in kProtocol, and then another sum.
+TEST_F(BenchMessages, HaveANewProtocolNumberWhenTheyChange) {
+    std::string all = Joining();
+    for (const std::string& question : Questions()) {
+        all += question;
+    }
+    rig::Call call{rig::VendorFunctions()[0], {}, {std::uint64_t{1}, "a", rig::Texts{"b"}}};
+    all += AnswerTo(Introduction(), 2) + AnswerTo(call) + Encoded(rig::RigAnswer{-1, 3, "text"}) +
+           Encoded(rig::Reply{1, "text", 4}) + Refusal("no");
+    all += std::to_string(static_cast<int>(rig::RigFunction::WriteVcd));
+    for (const rig::VendorFunction& function : rig::VendorFunctions()) {
+        all += function.name;
+        for (const rig::Parameter& parameter : function.parameters) {
+            all += static_cast<char>(parameter.passing);
+        }
+    }
+    std::uint64_t sum = 0xCBF2'9CE4'8422'2325; // FNV-1a
+    for (const char byte : all) {
+        sum = (sum ^ static_cast<unsigned char>(byte)) * 0x100'0000'01B3;
+    }
+    EXPECT_EQ(std::pair(kProtocol, sum),
+              std::pair(std::uint64_t{1}, std::uint64_t{0x3419'2BFA'6D6E'359F}));
+}
+
 TEST_F(BenchMessages, ComeInPiecesOfAnySize) {
     const std::string stream = Framed("first") + Framed("") + Framed(std::string(5000, 'x'));
     for (const std::size_t size :
