@@ -2,18 +2,20 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "message.h"
 
 namespace rig::bench {
 
 /// Carries out a command. The connection may end meanwhile.
-using Perform = Reply (*)(const Command& command);
+using Perform = std::function<Reply(const Command& command)>;
 
 /// The hosts that use the hardware of this process. A host may have a connection per thread.
 class Hosts {
@@ -43,7 +45,7 @@ class Hosts {
 class BenchSide {
   public:
     BenchSide(Hosts& everybody, Perform whatCommandsDo)
-        : hosts(everybody), perform(whatCommandsDo) {}
+        : hosts(everybody), perform(std::move(whatCommandsDo)) {}
     ~BenchSide();
     BenchSide(const BenchSide&) = delete;
     BenchSide& operator=(const BenchSide&) = delete;

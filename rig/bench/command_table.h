@@ -5,11 +5,11 @@
 #include <functional>
 #include <optional>
 #include <span>
-#include <stop_token>
 #include <string>
 #include <string_view>
 
 #include "action.h"
+#include "commands.h"
 #include "json.h"
 #include "rig_state.h"
 
@@ -26,7 +26,8 @@ struct Report {
 /// The arguments of a command. Reading one consumes it.
 class Arguments {
   public:
-    explicit Arguments(std::span<const std::string> given);
+    /// `usage` is how the command is used, for error messages.
+    Arguments(std::span<const std::string> given, std::string usage);
 
     /// The next argument; empty when there is none.
     std::string Word();
@@ -42,6 +43,7 @@ class Arguments {
     std::string ValueOf(std::string_view option);
 
     Words words;
+    std::string usage;
 };
 
 struct CommandKind {
@@ -49,27 +51,27 @@ struct CommandKind {
     std::string_view arguments;
     std::string_view meaning;
     /// Throws ActionError for wrong arguments.
-    Report (*perform)(Arguments arguments, const std::stop_token& stop);
+    Report (*perform)(Arguments arguments, const IsUnwanted& isUnwanted);
 };
 
 // Questions.
-Report ReportLevels(Arguments arguments, const std::stop_token& stop);
-Report ReportCaptures(Arguments arguments, const std::stop_token& stop);
-Report ReportCalls(Arguments arguments, const std::stop_token& stop);
-Report ReportJournal(Arguments arguments, const std::stop_token& stop);
-Report ReportStatus(Arguments arguments, const std::stop_token& stop);
-Report ReportState(Arguments arguments, const std::stop_token& stop);
-Report ReportWaveform(Arguments arguments, const std::stop_token& stop);
+Report ReportLevels(Arguments arguments, const IsUnwanted& isUnwanted);
+Report ReportCaptures(Arguments arguments, const IsUnwanted& isUnwanted);
+Report ReportCalls(Arguments arguments, const IsUnwanted& isUnwanted);
+Report ReportJournal(Arguments arguments, const IsUnwanted& isUnwanted);
+Report ReportStatus(Arguments arguments, const IsUnwanted& isUnwanted);
+Report ReportState(Arguments arguments, const IsUnwanted& isUnwanted);
+Report ReportWaveform(Arguments arguments, const IsUnwanted& isUnwanted);
 
-Report Keep(Arguments arguments, const std::stop_token& stop);
+Report Keep(Arguments arguments, const IsUnwanted& isUnwanted);
 
 // Waits.
-Report WaitEdge(Arguments arguments, const std::stop_token& stop);
-Report ExpectPulse(Arguments arguments, const std::stop_token& stop);
+Report WaitEdge(Arguments arguments, const IsUnwanted& isUnwanted);
+Report ExpectPulse(Arguments arguments, const IsUnwanted& isUnwanted);
 
 /// Waits until the condition holds, with the rig unlocked for others meanwhile. False when the time
-/// is over or `stop` is requested first.
-bool WaitUntil(const Access& rig, std::uint64_t within, const std::stop_token& stop,
+/// is over. Throws std::runtime_error when it `isUnwanted` first.
+bool WaitUntil(const Access& rig, std::uint64_t within, const IsUnwanted& isUnwanted,
                const std::function<bool()>& isSo);
 
 /// Reads milliseconds such as "2000" or "9.5" and returns ns; throws ActionError for anything else.

@@ -12,7 +12,7 @@ namespace rig {
 
 namespace {
 
-Report ReportHelp(Arguments arguments, const std::stop_token& stop);
+Report ReportHelp(Arguments arguments, const IsUnwanted& isUnwanted);
 
 constexpr std::array kCommands = {
     CommandKind{"levels", "", "the levels of the lines, 1 means active", ReportLevels},
@@ -35,15 +35,29 @@ constexpr std::array kCommands = {
     CommandKind{"expect-pulse", "LINE FROM..TO [--within MS] [--since N]",
                 "waits for a pulse to begin and end, and says whether its width is in the range",
                 ExpectPulse},
-    CommandKind{"help", "", "these commands", ReportHelp},
+    CommandKind{"help", "[COMMAND]", "these commands, or one", ReportHelp},
 };
 
-Report ReportHelp(Arguments arguments, const std::stop_token&) {
+void ExpectCommand(const std::string& name) {
+    const std::vector<std::string> names = CommandNames();
+    if (std::ranges::find(names, name) == names.end()) {
+        throw ActionError(NoSuch("command", name, names));
+    }
+}
+
+Report ReportHelp(Arguments arguments, const IsUnwanted&) {
+    const std::string which = arguments.Word();
     arguments.RefuseOthers();
+    if (!which.empty()) {
+        ExpectCommand(which);
+    }
     Report report;
     std::string list;
     const auto add = [&](std::string_view name, std::string_view words, std::string_view meaning) {
-        std::string usage = Line({std::string(name), std::string(words)});
+        if (!which.empty() && name != which) {
+            return;
+        }
+        const std::string usage = Line({std::string(name), std::string(words)});
         report.text += (report.text.empty() ? "" : "\n") + usage + "\n    " + std::string(meaning);
         list += (list.empty() ? "" : ",") +
                 Json().Add("command", name).Add("arguments", words).Add("meaning", meaning).Text();
@@ -68,17 +82,15 @@ Report DoAction(const Words& words) {
             Json().Add("done", action.text).AddRaw("time_ms", Milliseconds(rig->timeline.Now()))};
 }
 
-Report Obey(const Words& words, const std::stop_token& stop) {
+Report Obey(const Words& words, const IsUnwanted& isUnwanted) {
     const std::string name = words.empty() ? "" : words[0];
-    const std::vector<std::string> names = CommandNames();
-    if (std::ranges::find(names, name) == names.end()) {
-        throw ActionError(NoSuch("command", name, names));
-    }
+    ExpectCommand(name);
     const auto command = std::ranges::find(kCommands, name, &CommandKind::name);
     if (command == kCommands.end()) {
         return DoAction(words);
     }
-    return command->perform(Arguments(std::span(words).subspan(1)), stop);
+    const std::string usage = Line({name, std::string(command->arguments)});
+    return command->perform(Arguments(std::span(words).subspan(1), usage), isUnwanted);
 }
 
 } // namespace
@@ -114,21 +126,22 @@ Texts SplitLine(std::string_view line) {
     return words;
 }
 
-Reply Perform(const std::vector<std::string>& words, bool json, const std::stop_token& stop) {
+Reply Perform(const std::vector<std::string>& words, bool json, const IsUnwanted& isUnwanted) {
     Report report;
     try {
-        report = Obey(words, stop);
+        report = Obey(words, isUnwanted);
     } catch (const ActionError& mistake) {
         report = {
             .exitCode = 2, .text = mistake.what(), .json = Json().Add("error", mistake.what())};
-    } catch (const std::exception& failure) { // no memory
+    } catch (const std::exception& failure) { // no memory, or nobody waits
         report = {
             .exitCode = 1, .text = failure.what(), .json = Json().Add("error", failure.what())};
     }
     return {report.exitCode, json ? report.json.Text() : report.text, report.next};
 }
 
-Arguments::Arguments(std::span<const std::string> given) : words(given.begin(), given.end()) {}
+Arguments::Arguments(std::span<const std::string> given, std::string howItIsUsed)
+    : words(given.begin(), given.end()), usage(std::move(howItIsUsed)) {}
 
 std::string Arguments::Word() {
     if (words.empty() || words.front().starts_with("--")) {
@@ -172,7 +185,7 @@ std::optional<std::uint64_t> Arguments::Number(std::string_view option) {
 
 void Arguments::RefuseOthers() const {
     if (!words.empty()) {
-        throw ActionError("'" + words.front() + "' is not understood here");
+        throw ActionError("'" + words.front() + "' is not understood; usage: " + usage);
     }
 }
 
@@ -194,7 +207,7 @@ std::uint64_t ReadMilliseconds(std::string_view text) {
         }
     }
     if (!isGood || rest != end) {
-        throw ActionError("'" + std::string(text) + "' is no number of milliseconds, at most " +
+        throw ActionError("'" + std::string(text) + "' is no number of milliseconds from 0 to " +
                           std::to_string(kMost));
     }
     return nanoseconds;

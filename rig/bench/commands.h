@@ -2,7 +2,7 @@
 #pragma once
 
 #include <cstdint>
-#include <stop_token>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -11,6 +11,9 @@
 
 namespace rig {
 
+/// Whether nobody wants to know any more what a command waits for.
+using IsUnwanted = std::function<bool()>;
+
 /// The names of all commands.
 std::vector<std::string> CommandNames();
 
@@ -18,8 +21,10 @@ std::vector<std::string> CommandNames();
 Texts SplitLine(std::string_view line);
 
 /// Carries out a command such as {"fault", "FT_Write", "status=4"}. A command that waits blocks
-/// until its condition holds, its time is over or `stop` is requested. Any thread may call this.
+/// until its condition holds, its time is over or it `isUnwanted`. Any thread may call this.
 /// `scenario` takes a file's name and its text; `keep` returns the text of the scenario file.
-Reply Perform(const std::vector<std::string>& words, bool json, const std::stop_token& stop = {});
+Reply Perform(
+    const std::vector<std::string>& words, bool json,
+    const IsUnwanted& isUnwanted = [] { return false; });
 
 } // namespace rig

@@ -89,7 +89,7 @@ std::string EventText(const Session::Event& event, const std::vector<Session::Ca
 
 } // namespace
 
-Report Keep(Arguments arguments, const std::stop_token&) {
+Report Keep(Arguments arguments, const IsUnwanted&) {
     arguments.Word(); // the file's name; the caller writes the file
     arguments.RefuseOthers();
     const Access rig;

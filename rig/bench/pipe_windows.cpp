@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cctype>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -50,9 +51,12 @@ std::wstring PathOfPipe(const std::string& name) {
 }
 
 /// The mutex that exists while the bench runs: FILE_FLAG_FIRST_PIPE_INSTANCE does not refuse a
-/// second bench on every system.
-std::wstring NameOfMutex(const std::string& name) {
-    return L"Local\\solvane-rig-" + Wide(name);
+/// second bench on every system. As the pipe it is the same in every session, and for small and
+/// capital letters.
+std::wstring NameOfMutex(std::string name) {
+    std::ranges::transform(name, name.begin(),
+                           [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return L"Global\\solvane-rig-" + Wide(name);
 }
 
 std::runtime_error Failure(const std::string& what) {
@@ -60,9 +64,8 @@ std::runtime_error Failure(const std::string& what) {
 }
 
 std::string NoName(const std::string& name) {
-    return '"' + name +
-           "\" is no name for a bench: letters, digits, full stops, hyphens and low "
-           "lines make one";
+    return '"' + name + "\" is no name for a bench: at most " + std::to_string(kLongestName) +
+           " letters from A to Z, digits, full stops, hyphens and underscores make one";
 }
 
 /// Security attributes that let only the current user open the pipe.
@@ -123,19 +126,52 @@ std::optional<std::string> Receive(HANDLE pipe, Frames& frames) {
     }
 }
 
-void ServeConnection(HANDLE pipe, Hosts& hosts, Perform perform) {
-    BenchSide bench(hosts, perform);
+std::atomic<bool> isEnding{false};
+std::atomic<int> busy{0}; ///< threads that do something for somebody
+
+/// What a thread does from here on, StopServing() waits for. There is nothing to do at the end: a
+/// thread that the end of the process meets while it allocates memory may leave a lock behind that
+/// the process then waits for.
+class Busy {
+  public:
+    Busy() {
+        ++busy;
+        if (isEnding) {
+            --busy;
+            Sleep(INFINITE);
+        }
+    }
+    ~Busy() { --busy; }
+    Busy(const Busy&) = delete;
+    Busy& operator=(const Busy&) = delete;
+};
+
+bool HasGone(HANDLE pipe) {
+    return !PeekNamedPipe(pipe, nullptr, 0, nullptr, nullptr, nullptr);
+}
+
+/// False when the connection is over.
+bool AnswerNext(HANDLE pipe, Frames& frames, BenchSide& bench) {
+    std::optional<std::string> message;
+    try {
+        message = Receive(pipe, frames);
+    } catch (const Malformed& reason) {
+        Send(pipe, Refusal(reason.what()));
+    }
+    const Busy answering;
+    return message && Send(pipe, bench.Answer(*message)) && !bench.IsOver();
+}
+
+void ServeConnection(HANDLE pipe, Hosts& hosts, PerformWhile perform) {
     Frames frames;
-    while (!bench.IsOver()) {
-        std::optional<std::string> message;
-        try {
-            message = Receive(pipe, frames);
-        } catch (const Malformed& reason) {
-            Send(pipe, Refusal(reason.what()));
-        }
-        if (!message || !Send(pipe, bench.Answer(*message))) {
-            break;
-        }
+    std::optional<BenchSide> bench(std::in_place, hosts, [=](const Command& command) {
+        return perform(command, [pipe] { return isEnding || HasGone(pipe); });
+    });
+    while (AnswerNext(pipe, frames, *bench)) {
+    }
+    {
+        const Busy leaving;
+        bench.reset();
     }
     FlushFileBuffers(pipe); // disconnecting discards unread data
     DisconnectNamedPipe(pipe);
@@ -166,11 +202,12 @@ Handle NextPipe(const std::string& name) {
 
 /// Accepts connections. Creates the next pipe before serving an opened one, so that a host always
 /// finds a pipe.
-[[noreturn]] void Accept(const std::string& name, Handle pipe, Hosts& hosts, Perform perform) {
+[[noreturn]] void Accept(const std::string& name, Handle pipe, Hosts& hosts, PerformWhile perform) {
     static std::atomic<int> connections{0};
     for (;;) {
         const bool isOpened =
             ConnectNamedPipe(pipe.get(), nullptr) || GetLastError() == ERROR_PIPE_CONNECTED;
+        const Busy accepting;
         Handle opened = std::exchange(pipe, NextPipe(name));
         if (!isOpened) {
             continue;
@@ -243,17 +280,30 @@ bool IsBenchName(std::string_view name) {
            });
 }
 
-void ServePipe(const std::string& name, Hosts& hosts, Perform perform) {
+void ClaimName(const std::string& name) {
     if (!IsBenchName(name)) {
         throw std::runtime_error(NoName(name));
     }
     static Handle running;
     running.reset(CreateMutexW(nullptr, FALSE, NameOfMutex(name).c_str()));
     if (running == nullptr || GetLastError() == ERROR_ALREADY_EXISTS) {
-        throw std::runtime_error("a bench \"" + name + "\" runs already");
+        throw std::runtime_error("a bench \"" + name +
+                                 "\" runs already: end it by `solvane-rig stop`, or give this one "
+                                 "another name by --name");
     }
+}
+
+void ServePipe(const std::string& name, Hosts& hosts, PerformWhile perform) {
     std::thread(Accept, name, MakePipe(name, true), std::ref(hosts), perform).detach();
     Note(Notes() / (name + kBenchNote), "process " + std::to_string(GetCurrentProcessId()) + '\n');
+}
+
+void StopServing() {
+    constexpr int kPatience = 2000; // ms: a host may wait for something, or not take its answer
+    isEnding = true;
+    for (int waited = 0; busy > 0 && waited < kPatience; ++waited) {
+        Sleep(1);
+    }
 }
 
 std::unique_ptr<Connection> ConnectPipe(const std::string& name) {
@@ -280,7 +330,7 @@ std::unique_ptr<Connection> ConnectPipe(const std::string& name) {
             throw NoBench("there is no bench \"" + name + "\": `solvane-rig bench --name " + name +
                           "` starts it");
         case ERROR_ACCESS_DENIED:
-            throw NoBench(bench + " belongs to another user");
+            throw NoBench(bench + " belongs to another user, or was started as administrator");
         default:
             throw NoBench(bench + " cannot be reached: Windows error " +
                           std::to_string(GetLastError()));

@@ -14,7 +14,7 @@ void AddRow(std::string& text, std::string_view name, const std::string& value) 
     text += (text.empty() ? "" : "\n") + row + value;
 }
 
-Report ReportLevels(Arguments arguments, const std::stop_token&) {
+Report ReportLevels(Arguments arguments, const IsUnwanted&) {
     arguments.RefuseOthers();
     const Levels levels = Access()->installation->AllLevels();
     Report report;
@@ -26,13 +26,13 @@ Report ReportLevels(Arguments arguments, const std::stop_token&) {
     return report;
 }
 
-Report ReportCaptures(Arguments arguments, const std::stop_token&) {
+Report ReportCaptures(Arguments arguments, const IsUnwanted&) {
     arguments.RefuseOthers();
     const std::uint32_t captures = Access()->installation->Captures();
     return {.text = std::to_string(captures), .json = Json().Add("captures", captures)};
 }
 
-Report ReportCalls(Arguments arguments, const std::stop_token&) {
+Report ReportCalls(Arguments arguments, const IsUnwanted&) {
     const std::string function = arguments.Word();
     arguments.RefuseOthers();
     const std::vector<std::string> names = FunctionNames();
@@ -53,7 +53,7 @@ Report ReportCalls(Arguments arguments, const std::stop_token&) {
     return report;
 }
 
-Report ReportJournal(Arguments arguments, const std::stop_token& stop) {
+Report ReportJournal(Arguments arguments, const IsUnwanted& isUnwanted) {
     const bool waits = arguments.Has("--within");
     const std::uint64_t within = arguments.Milliseconds("--within", 0);
     const std::uint64_t since = arguments.Number("--since").value_or(0);
@@ -63,7 +63,7 @@ Report ReportJournal(Arguments arguments, const std::stop_token& stop) {
     const Access rig;
     const Journal& journal = rig->trace.journal;
     if (waits) {
-        WaitUntil(rig, within, stop, [&] { return journal.End() > since; });
+        WaitUntil(rig, within, isUnwanted, [&] { return journal.End() > since; });
     }
     const std::uint64_t first = std::clamp(since, journal.Begin(), journal.End());
     const auto at = [&](std::uint64_t n) -> const Journal::Entry& {
@@ -100,7 +100,7 @@ Report ReportEntries(std::uint64_t first, std::uint64_t end, std::uint64_t now,
     return report;
 }
 
-Report ReportStatus(Arguments arguments, const std::stop_token&) {
+Report ReportStatus(Arguments arguments, const IsUnwanted&) {
     arguments.RefuseOthers();
     const Access rig;
     const std::string time = Milliseconds(rig->timeline.Now());

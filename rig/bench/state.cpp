@@ -145,7 +145,7 @@ void ReportHosts(const Access& rig, const Equipment& equipment, Report& report) 
 
 } // namespace
 
-Report ReportState(Arguments arguments, const std::stop_token&) {
+Report ReportState(Arguments arguments, const IsUnwanted&) {
     arguments.RefuseOthers();
     const Access rig;
     Equipment equipment;
@@ -167,7 +167,7 @@ Report ReportState(Arguments arguments, const std::stop_token&) {
     return report;
 }
 
-Report ReportWaveform(Arguments arguments, const std::stop_token&) {
+Report ReportWaveform(Arguments arguments, const IsUnwanted&) {
     arguments.Word(); // the file's name; the caller writes the file
     arguments.RefuseOthers();
     const Access rig;

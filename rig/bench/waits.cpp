@@ -1,6 +1,7 @@
 /// The commands that wait for something on the lines.
 #include <algorithm>
 #include <optional>
+#include <stdexcept>
 
 #include "command_table.h"
 #include "rig_clock.h"
@@ -43,14 +44,18 @@ Report Failed(const std::string& why, Json json) {
 
 } // namespace
 
-bool WaitUntil(const Access& rig, std::uint64_t within, const std::stop_token& stop,
+bool WaitUntil(const Access& rig, std::uint64_t within, const IsUnwanted& isUnwanted,
                const std::function<bool()>& isSo) {
     // Not the rig's time, which a replayed session stops between calls.
     const std::uint64_t start = clock::Now();
-    while (!isSo()) {
+    constexpr int kLooksBetween = 100; // whether it is wanted may cost a system call
+    for (int looks = 1; !isSo(); ++looks) {
         const std::uint64_t passed = clock::Now() - start;
-        if (passed >= within || stop.stop_requested()) {
+        if (passed >= within) {
             return false;
+        }
+        if (looks % kLooksBetween == 0 && isUnwanted()) {
+            throw std::runtime_error("the bench has ended");
         }
         rig->Pause(std::min(kNanosecondsPerMillisecond, within - passed));
     }
@@ -68,7 +73,7 @@ rig_line ReadLine(const std::string& name) {
     throw ActionError(NoSuch("line", name, names));
 }
 
-Report WaitEdge(Arguments arguments, const std::stop_token& stop) {
+Report WaitEdge(Arguments arguments, const IsUnwanted& isUnwanted) {
     const std::uint64_t within = arguments.Milliseconds("--within", kWithin);
     const std::optional<std::uint64_t> since = arguments.Number("--since");
     Words words = WordsOf(arguments.Word()); // "ready 0" as one word or as two
@@ -84,7 +89,7 @@ Report WaitEdge(Arguments arguments, const std::stop_token& stop) {
     const Access rig;
     Edges edges(rig->trace.journal, since);
     const Journal::Entry* edge = nullptr;
-    const bool isSeen = WaitUntil(rig, within, stop, [&] {
+    const bool isSeen = WaitUntil(rig, within, isUnwanted, [&] {
         do {
             edge = edges.Next();
         } while (edge != nullptr && edge->text != wanted);
@@ -99,7 +104,7 @@ Report WaitEdge(Arguments arguments, const std::stop_token& stop) {
             .json = Json().Add("edge", wanted).AddRaw("time_ms", time)};
 }
 
-Report ExpectPulse(Arguments arguments, const std::stop_token& stop) {
+Report ExpectPulse(Arguments arguments, const IsUnwanted& isUnwanted) {
     const std::uint64_t within = arguments.Milliseconds("--within", kWithin);
     const std::optional<std::uint64_t> since = arguments.Number("--since");
     const std::string name = arguments.Word();
@@ -112,12 +117,15 @@ Report ExpectPulse(Arguments arguments, const std::stop_token& stop) {
     const rig_line line = ReadLine(name);
     const std::uint64_t from = ReadMilliseconds(std::string_view(range).substr(0, dots));
     const std::uint64_t to = ReadMilliseconds(std::string_view(range).substr(dots + 2));
+    if (from > to) {
+        throw ActionError("'" + range + "' is no range: FROM is more than TO");
+    }
 
     const Access rig;
     Edges edges(rig->trace.journal, since);
     std::optional<std::uint64_t> begin;
     std::optional<std::uint64_t> width;
-    WaitUntil(rig, within, stop, [&] {
+    WaitUntil(rig, within, isUnwanted, [&] {
         while (const Journal::Entry* edge = width ? nullptr : edges.Next()) {
             if (edge->text == EdgeText(line, true)) {
                 begin = edge->time;

@@ -125,7 +125,7 @@ Action ReadSleep(const Words& words, std::size_t) {
     ExpectWords(words, 0, 1);
     const auto milliseconds = words.empty() ? 1000 : WholeNumber<std::uint64_t>(words[0]);
     if (!milliseconds || *milliseconds > kMost) {
-        Fail("'" + words[0] + "' is no number of milliseconds, at most " + std::to_string(kMost));
+        Fail("'" + words[0] + "' is no number of milliseconds from 0 to " + std::to_string(kMost));
     }
     return {.text = Line({"sleep", words.empty() ? "" : words[0]}),
             .work = [duration = *milliseconds * kNanosecondsPerMillisecond](Rig& rig) {
@@ -302,7 +302,7 @@ Words WordsOf(std::string_view text) {
 std::string Line(const Words& words) {
     std::string line;
     for (const std::string& word : words) {
-        line += (line.empty() ? "" : " ") + word;
+        line += (line.empty() || word.empty() ? "" : " ") + word;
     }
     return line;
 }

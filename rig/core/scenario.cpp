@@ -228,6 +228,7 @@ Fault ReadFault(TableReader& table) {
     }
     const bool isSilent = table.Boolean("silent").value_or(false);
     if (isSilent == (fault.kind != 0)) {
+        table.RefuseOtherKeys(); // one of the three may be misspelt
         table.Fail("silent", "[[fault]] needs 'status', 'count' or both, or 'silent = true'");
     }
     if (isSilent) {

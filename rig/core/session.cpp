@@ -17,14 +17,22 @@ void SessionRecorder::NextStep(std::uint64_t now) {
         return;
     }
     session.calls.back().push_back(now);
-    if (++times > kMostTimes) {
+    Count(1);
+}
+
+void SessionRecorder::Count(std::size_t more) {
+    times += more;
+    if (!IsWhole()) {
         session = {}; // an incomplete recording is useless
     }
 }
 
 void SessionRecorder::Add(const Action& action, std::uint64_t now) {
+    constexpr std::size_t kBytesOfATime = 11; // in a file, at most
     if (IsWhole()) {
         session.events.push_back({Next(), now, action});
+        const std::size_t length = action.text.size() + action.scenario.value_or("").size();
+        Count(1 + length / kBytesOfATime);
     }
 }
 

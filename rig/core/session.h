@@ -41,6 +41,7 @@ struct Session {
 class SessionRecorder {
   public:
     /// A longer session is dropped: its scenario file would be too large.
+    /// An action counts as one, and as many more as its text takes the place of.
     static constexpr std::size_t kMostTimes = 100'000;
 
     void Restart() { *this = {}; }
@@ -56,6 +57,8 @@ class SessionRecorder {
     Moment Next() const;
 
   private:
+    void Count(std::size_t more);
+
     Session session{.calls = {{0}}, .events = {}};
     std::size_t times = 0;
 };

@@ -16,6 +16,7 @@
 #include "commands.h"
 #include "environment.h"
 #include "file_content.h"
+#include "json.h"
 #include "own_bench.h"
 #include "pipe.h"
 #include "recording_command.h"
@@ -103,11 +104,16 @@ std::unique_ptr<bench::Connection> Join(const std::string& name) {
     return connection;
 }
 
-/// Prints the journal as it grows, until the bench ends or nobody reads the output any more.
-int Follow(bench::Connection& connection, bench::Command command, std::ostream& out) {
-    command.words = {"journal", "--since", "0", "--within", "1000"};
+/// Prints the journal from entry `since` on as it grows, until the bench ends or nobody reads the
+/// output any more.
+int Follow(bench::Connection& connection, bench::Command command, const std::string& since,
+           std::ostream& out) {
+    command.words = {"journal", "--since", since, "--within", "1000"};
     while (out) {
         const Reply answer = Ask(connection, command);
+        if (answer.exitCode != kSuccess) {
+            throw std::runtime_error(answer.text);
+        }
         if (!answer.text.empty()) {
             out << answer.text << '\n' << std::flush;
         }
@@ -116,44 +122,78 @@ int Follow(bench::Connection& connection, bench::Command command, std::ostream& 
     return kSuccess;
 }
 
+/// Prints a reply: one that says that the words were wrong as an error, but JSON always as the
+/// output.
+int Print(const Reply& reply, bool isJson, std::ostream& out, std::ostream& err) {
+    if (!reply.text.empty()) {
+        (reply.exitCode == kUsageError && !isJson ? err : out) << reply.text << '\n';
+    }
+    return reply.exitCode;
+}
+
+/// All commands, or one.
+int PrintHelp(const std::string& about, bool isJson, std::ostream& out, std::ostream& err) {
+    if (about == "stop") {
+        return Print({kSuccess, isJson ? R"({"command":"stop"})" : "stop\n    ends the bench"},
+                     isJson, out, err);
+    }
+    const Texts words = about.empty() ? Texts{"help"} : Texts{"help", about};
+    const int code = Print(Perform(words, isJson), isJson, out, err);
+    if (about.empty() && !isJson) {
+        out << "stop\n    ends the bench\n"
+            << "\njournal FILE\n    what happened in a recording of vendor calls\n"
+            << "scenario FILE [-o FILE]\n    makes a scenario of a recording\n"
+            << "\nEach has --bench NAME and --json; journal has --follow, too.\n";
+    }
+    return code;
+}
+
+/// Writes what `keep` and `vcd` answer to a file.
+Reply Save(bench::Connection& connection, const bench::Command& command) {
+    const std::string& file = command.words[1];
+    const Reply answer = Ask(connection, {command.words, false});
+    if (answer.exitCode != kSuccess) {
+        return command.json ? Ask(connection, command) : answer;
+    }
+    std::ofstream saved(PathOf(file), std::ios::binary);
+    if (!(saved << answer.text << '\n' << std::flush)) {
+        throw std::runtime_error(file + ": cannot be written");
+    }
+    const std::string what = command.words[0] == "keep" ? "The session is kept" : "The waveform is";
+    return {kSuccess, command.json ? Json().Add("done", command.words[0]).Add("file", file).Text()
+                                   : what + " in " + file + "."};
+}
+
 /// Sends a command to a bench. Scenarios are sent and received as text: this program reads and
 /// writes the files, so that paths are relative to the user's directory and not to the bench's.
 int Command(const std::string& name, bench::Command command, std::ostream& out, std::ostream& err) {
     Texts& words = command.words;
     const bool wantsHelp = std::find(words.begin(), words.end(), "--help") != words.end();
-    if (wantsHelp || words == Texts{"help"}) { // needs no bench
-        out << Perform({"help"}, command.json).text << "\nstop\n    ends the bench\n"
-            << "\njournal FILE\n    what happened in a recording of vendor calls\n"
-            << "scenario FILE [-o FILE]\n    makes a scenario of a recording\n"
-            << "\nEach has --bench NAME and --json; journal has --follow, too.\n";
-        return kSuccess;
+    if (wantsHelp || words[0] == "help") { // needs no bench
+        const std::string about = words[0] != "help" ? words[0] : words.size() > 1 ? words[1] : "";
+        return PrintHelp(wantsHelp && words[0] == "help" ? "" : about, command.json, out, err);
     }
     const auto connection = Join(name);
-    if (words == Texts{"journal", "--follow"}) {
-        return Follow(*connection, std::move(command), out);
+    const auto follow = std::find(words.begin(), words.end(), "--follow");
+    if (words[0] == "journal" && follow != words.end()) {
+        words.erase(follow);
+        const bool hasSince = words.size() == 3 && words[1] == "--since";
+        if (words.size() == 1 || hasSince) {
+            return Follow(*connection, std::move(command), hasSince ? words[2] : "0", out);
+        }
+        throw CLI::ValidationError("journal --follow", "takes --since N alone");
     }
-    const bool isKept = words.size() == 2 && (words[0] == "keep" || words[0] == "vcd");
-    const bool isFile = isKept || (words.size() == 2 && words[0] == "scenario");
-    const std::string file = isFile ? words[1] : "";
-    if (isFile && !isKept) {
-        std::optional<std::string> text = host::ContentOf(PathOf(file));
+    if (words.size() == 2 && (words[0] == "keep" || words[0] == "vcd")) {
+        return Print(Save(*connection, command), command.json, out, err);
+    }
+    if (words.size() == 2 && words[0] == "scenario") {
+        std::optional<std::string> text = host::ContentOf(PathOf(words[1]));
         if (!text) {
-            throw std::runtime_error(file + ": cannot be read");
+            throw std::runtime_error(words[1] + ": cannot be read");
         }
         words.push_back(*std::move(text));
     }
-    const Reply answer = Ask(*connection, command);
-    if (isKept && answer.exitCode == 0) {
-        std::ofstream kept(PathOf(file), std::ios::binary);
-        if (!(kept << answer.text << '\n' << std::flush)) {
-            throw std::runtime_error(file + ": cannot be written");
-        }
-        out << (words[0] == "keep" ? "The session is kept in " : "The waveform is in ") << file
-            << ".\n";
-    } else if (!answer.text.empty()) {
-        (answer.exitCode == kUsageError ? err : out) << answer.text << '\n';
-    }
-    return answer.exitCode;
+    return Print(Ask(*connection, command), command.json, out, err);
 }
 
 void AddCommand(CLI::App& app, const std::string& verb, std::ostream& out, std::ostream& err,
@@ -167,20 +207,36 @@ void AddCommand(CLI::App& app, const std::string& verb, std::ostream& out, std::
         std::string name = kDefaultBench;
         bool isNamed = false;
         const std::vector<std::string> words = command.remaining();
+        constexpr std::string_view kBench = "--bench=";
         for (std::size_t i = 0; i < words.size(); ++i) {
             if (words[i] == "--json") {
                 asked.json = true;
-            } else if (words[i] == "--bench" && i + 1 < words.size()) {
-                name = words[++i];
+            } else if (words[i].starts_with(kBench)) {
+                name = words[i].substr(kBench.size());
+                isNamed = true;
+            } else if (words[i] == "--bench") {
+                if (++i == words.size()) {
+                    throw CLI::ArgumentMismatch("--bench needs a name");
+                }
+                name = words[i];
                 isNamed = true;
             } else {
                 asked.words.push_back(words[i]);
             }
         }
-        if (const auto done = CommandOnRecording(asked.words, isNamed || asked.json, out, err)) {
-            exitCode = *done;
-        } else {
-            exitCode = Command(name, std::move(asked), out, err);
+        const bool isJson = asked.json;
+        try {
+            if (const auto done = CommandOnRecording(asked.words, isNamed || isJson, out, err)) {
+                exitCode = *done;
+            } else {
+                exitCode = Command(name, std::move(asked), out, err);
+            }
+        } catch (const std::runtime_error& failure) {
+            if (!isJson || dynamic_cast<const CLI::Error*>(&failure) != nullptr) {
+                throw;
+            }
+            exitCode =
+                Print({kFailure, Json().Add("error", failure.what()).Text()}, true, out, err);
         }
     });
 }
@@ -188,8 +244,12 @@ void AddCommand(CLI::App& app, const std::string& verb, std::ostream& out, std::
 } // namespace
 
 void PrintBenches(std::ostream& out) {
-    for (const std::string& name : bench::BenchesThatRun()) {
-        out << "Bench \"" << name << "\": ";
+    const std::vector<std::string> names = bench::BenchesThatRun();
+    if (names.empty()) {
+        out << "No bench runs.\n";
+    }
+    for (const std::string& name : names) {
+        out << "Bench \"" << name << "\":\n";
         try {
             out << Ask(*Join(name), {{"status"}, false}).text << '\n';
         } catch (const std::runtime_error& reason) {

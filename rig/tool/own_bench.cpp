@@ -54,12 +54,16 @@ class Placed {
 
 } // namespace
 
-Reply Obey(const bench::Command& command) {
-    if (command.words == Texts{"stop"}) {
-        isToStop = true;
-        return {0, command.json ? "{\"done\":\"stop\"}" : "stop"};
+Reply Obey(const bench::Command& command, const IsUnwanted& isUnwanted) {
+    const bool isStop = !command.words.empty() && command.words[0] == "stop";
+    if (!isStop) {
+        return Perform(command.words, command.json, isUnwanted);
     }
-    return Perform(command.words, command.json);
+    if (command.words.size() > 1) {
+        return {2, command.json ? "{\"error\":\"usage: stop\"}" : "usage: stop"};
+    }
+    isToStop = true;
+    return {0, command.json ? "{\"done\":\"stop\"}" : "stop"};
 }
 
 void LoadScenario(const std::string& file) {
@@ -74,12 +78,14 @@ void LoadScenario(const std::string& file) {
 void StartBench(const std::string& name, const std::function<void()>& load, Answerer answer) {
     static bench::Hosts& hosts = *new bench::Hosts(answer); // threads still use it at exit
     SetVariable(kRigVariable, std::nullopt); // the bench itself uses its own hardware
+    bench::ClaimName(name); // first: loading begins the files that a bench of this name may write
     load();
     bench::ServePipe(name, hosts, Obey);
 }
 
 void EndBench() {
-    Access rig;
+    bench::StopServing();
+    Access& rig = *new Access; // never unlocked: a call that still waits finds nothing any more
     rig->trace.EndWaveform();
 }
 

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "commands.h"
 #include "message.h"
 
 namespace rig {
@@ -14,7 +15,8 @@ namespace rig {
 inline std::atomic<bool> isToStop{false};
 
 /// Carries out a command. `stop` ends this process; all others concern the hardware.
-Reply Obey(const bench::Command& command);
+Reply Obey(
+    const bench::Command& command, const IsUnwanted& isUnwanted = [] { return false; });
 
 /// Loads a scenario from its file, or the default one when that is empty. Throws std::runtime_error
 /// when it cannot.
@@ -25,7 +27,8 @@ void LoadScenario(const std::string& file);
 void StartBench(const std::string& name, const std::function<void()>& load,
                 Answerer answer = AnswerHere);
 
-/// Brings the journal and the waveform up to date before the process ends.
+/// Brings the journal and the waveform up to date before the process ends. Nothing is answered any
+/// more, and the rig stays locked.
 void EndBench();
 
 /// Where the rig's DLLs go for a host: into the folder, or beside its program when that is empty.

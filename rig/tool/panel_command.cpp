@@ -96,11 +96,12 @@ int RunPanel(const Request& request, const std::vector<std::string>& host, std::
     if (isOwn) {
         StartBench(request.name, [&] { LoadScenario(request.scenario); });
     }
-    const panel::Server server(isOwn                  ? OwnBench(request.name)
-                               : request.file.empty() ? OtherBench(request.bench)
-                                                      : SourceOfFile(request.file));
-    out << server.Address() << '\n' << std::flush;
-    if (!request.hasNoBrowser && !OpenInBrowser(server.Address())) {
+    auto server =
+        std::make_unique<const panel::Server>(isOwn                  ? OwnBench(request.name)
+                                              : request.file.empty() ? OtherBench(request.bench)
+                                                                     : SourceOfFile(request.file));
+    out << server->Address() << '\n' << std::flush;
+    if (!request.hasNoBrowser && !OpenInBrowser(server->Address())) {
         err << "solvane-rig: no browser opens; open this address in one.\n";
     }
     const int code = host.empty() ? kSuccess : RunHost(request, host, folder, err);
@@ -109,6 +110,7 @@ int RunPanel(const Request& request, const std::vector<std::string>& host, std::
         std::this_thread::sleep_for(kPollInterval);
     }
     std::this_thread::sleep_for(kGoodbye);
+    server.reset(); // it asks the bench
     if (isOwn) {
         EndBench();
     }

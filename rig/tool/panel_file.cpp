@@ -70,7 +70,7 @@ Reply ReportFile(const FileContent& content, const bench::Command& command) {
     const std::string name = command.words.empty() ? "" : command.words.front();
     Report report{.exitCode = 1, .text = "A file does not tell this."};
     if (name == "journal") {
-        Arguments arguments(std::span(command.words).subspan(1));
+        Arguments arguments(std::span(command.words).subspan(1), name);
         const std::uint64_t size = content.entries.size();
         const std::uint64_t first = std::min(arguments.Number("--since").value_or(0), size);
         const std::uint64_t most = arguments.Number("--most").value_or(size);

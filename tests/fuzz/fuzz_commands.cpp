@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -64,8 +63,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
     host::Record(false);
     rig_load(nullptr);
-    std::stop_source ended; // commands that wait return at once
-    ended.request_stop();
     const std::string text(bytes, bytes + size);
     std::vector<std::string> lines = Split(text, '\n');
     lines.resize(std::min(lines.size(), kMostCommands));
@@ -74,7 +71,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
         for (std::string& word : words) {
             std::ranges::replace(word, '|', '\n');
         }
-        const rig::Reply reply = rig::Perform(words, true, ended.get_token());
+        const rig::Reply reply = rig::Perform(words, true, [] { return true; }); // no long waits
         Check(reply.exitCode >= 0 && reply.exitCode <= 2, "an exit code is 0, 1 or 2");
         Check(nlohmann::json::accept(reply.text), "an answer is JSON");
         Check(reply.text.find('\n') == std::string::npos, "in one line");

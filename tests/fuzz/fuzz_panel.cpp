@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <sstream>
-#include <stop_token>
 #include <string>
 
 #include "answers.h"
@@ -30,14 +29,9 @@ Source& TheSource() {
     static Source source{.name = "default",
                          .ask =
                              [](const rig::bench::Command& command) {
-                                 static const std::stop_source ended = [] {
-                                     std::stop_source stop; // commands that wait return at once
-                                     stop.request_stop();
-                                     return stop;
-                                 }();
                                  ++commands;
                                  return rig::Perform(command.words, command.json,
-                                                     ended.get_token());
+                                                     [] { return true; }); // no long waits
                              },
                          .draw = [](const std::string& vcd) { return vcd; }};
     return source;

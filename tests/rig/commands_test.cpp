@@ -1,9 +1,12 @@
 #include "commands.h"
 
+#include <algorithm>
+
 #include <nlohmann/json.hpp>
 
 #include "bench_rig.h"
 #include "eapi.h"
+#include "rig_clock.h"
 
 namespace test {
 namespace {
@@ -319,12 +322,20 @@ TEST_F(CommandsTest, HelpNamesEachOfThem) {
     for (const json& command : commands) {
         const auto name = command["command"].get<std::string>();
         EXPECT_EQ(text.find("usage"), std::string::npos);
-        EXPECT_NE(text.find(name + ' '), std::string::npos) << name;
+        const std::string about = Said({"help", name});
+        EXPECT_EQ(about.substr(0, name.size()), name);
+        EXPECT_EQ(std::ranges::count(about, '\n'), 1) << "its usage and what it is for";
+        EXPECT_NE(text.find(about), std::string::npos) << name;
         // no command except note accepts all of these
         const Reply reply = Perform({name, "--colour", "red", "1", "2", "3"}, false);
         EXPECT_EQ(reply.exitCode, name == "note" ? 0 : 2) << name << ": " << reply.text;
     }
     EXPECT_EQ(commands.size(), 24U);
+    EXPECT_EQ(Json({"help", "captures"}),
+              (json{{"commands",
+                     {{{"command", "captures"},
+                       {"arguments", ""},
+                       {"meaning", "how many captures the camera has made"}}}}}));
 }
 
 TEST_F(CommandsTest, WaitForAnEdge) {
@@ -405,11 +416,12 @@ TEST_F(CommandsTest, FollowTheJournal) {
     EXPECT_EQ(Milliseconds(), 130U);
 }
 
-TEST_F(CommandsTest, StopWaitingWhenSomebodyWantsThemTo) {
-    std::stop_source stop;
-    stop.request_stop();
-    EXPECT_EQ(Perform({"wait-edge", "ready 0"}, false, stop.get_token()).exitCode, 1);
-    EXPECT_EQ(Milliseconds(), 0U);
+TEST_F(CommandsTest, StopWaitingWhenNobodyWantsToKnowAnyMore) {
+    const std::uint64_t end = rig::clock::Now() + 1'000'000'000; // 1 s
+    const rig::IsUnwanted isUnwanted = [end] { return rig::clock::Now() >= end; };
+    EXPECT_EQ(Perform({"wait-edge", "ready 0"}, false, isUnwanted).exitCode, 1);
+    EXPECT_GE(Milliseconds(), 1000U);
+    EXPECT_LT(Milliseconds(), 2000U) << "it looks often enough";
 }
 
 TEST_F(CommandsTest, TellWhatThereIsForWordsThatAreWrong) {
@@ -446,6 +458,10 @@ TEST_F(CommandsTest, TellWhatThereIsForWordsThatAreWrong) {
          "function must name a vendor function or be '*'; 'FT_Wrote' is no function; there are *, "
          "FT_Open, FT_Close, "},
         {{"fault", "FT_Write", "statsu=4"},
+         "unknown key 'statsu' in fault; there are call, count, function, silent, status, times"},
+        {{"fault", "FT_Write", "times=2"},
+         "[[fault]] needs 'status', 'count' or both, or 'silent = true'"},
+        {{"fault", "FT_Write", "silent", "status=4"},
          "[[fault]] needs 'status', 'count' or both, or 'silent = true'"},
         {{"fault", "FT_Write", "status=4", "tims=1"},
          "unknown key 'tims' in fault; there are call, count, function, silent, status, times"},
@@ -456,18 +472,23 @@ TEST_F(CommandsTest, TellWhatThereIsForWordsThatAreWrong) {
         {{"lift", "FT_Wrote"}, "'FT_Wrote' is no function; there are *, FT_Open, "},
         {{"scenario", "name"}, "usage: scenario FILE"},
         {{"calls", "FT_Wrote"}, "'FT_Wrote' is no function; there are *, FT_Open, "},
-        {{"levels", "x"}, "'x' is not understood here"},
+        {{"open-driver", "now"}, "usage: open-driver"},
+        {{"levels", "x"}, "'x' is not understood; usage: levels"},
+        {{"journal", "--sinse", "3"},
+         "'--sinse' is not understood; usage: journal [--since N] [--most COUNT] [--within MS]"},
+        {{"help", "unplg"}, "'unplg' is no command; there are unplug, plug, "},
         {{"journal", "--since"}, "--since needs a number"},
         {{"journal", "--since", "x"}, "'x' is no number"},
         {{"wait-edge"}, "usage: wait-edge"},
         {{"wait-edge", "ready 2"}, "usage: wait-edge"},
         {{"wait-edge", "redy 0"}, "'redy' is no line; there are trigger, ready, mep, clear_mep, "},
         {{"wait-edge", "ready 0", "--within", "soon"},
-         "'soon' is no number of milliseconds, at most 86400000"},
+         "'soon' is no number of milliseconds from 0 to 86400000"},
         {{"wait-edge", "ready 0", "--within", "86400001"}, "'86400001' is no number"},
         {{"wait-edge", "ready 0", "--since", "-1"}, "'-1' is no number"},
         {{"expect-pulse", "trigger"}, "usage: expect-pulse"},
         {{"expect-pulse", "triger", "9..13"}, "'triger' is no line; there are trigger, "},
+        {{"expect-pulse", "trigger", "13..9"}, "'13..9' is no range: FROM is more than TO"},
         {{"expect-pulse", "trigger", "..13"}, "'' is no number of milliseconds"},
         {{"expect-pulse", "trigger", "9..13.x"}, "'13.x' is no number of milliseconds"},
     };
@@ -475,6 +496,7 @@ TEST_F(CommandsTest, TellWhatThereIsForWordsThatAreWrong) {
         const Reply reply = Perform(words, false);
         EXPECT_EQ(reply.exitCode, 2) << error;
         EXPECT_EQ(reply.text.substr(0, error.size()), error);
+        EXPECT_NE(reply.text.back(), ' ') << error;
         EXPECT_EQ(Json(words, 2), (json{{"error", reply.text}}));
     }
     EXPECT_EQ(TakeAll(), Lines{}) << "nothing was done";

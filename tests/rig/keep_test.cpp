@@ -1,5 +1,6 @@
 #include "bench_rig.h"
 #include "commands.h"
+#include "rig_state.h"
 
 namespace test {
 namespace {
@@ -167,6 +168,16 @@ TEST_F(KeepTest, ASessionCanBecomeTooLong) {
     EXPECT_EQ(Perform({"keep"}, false).exitCode, 1);
     Load(kOneChip);
     EXPECT_NE(Kept(), "") << "but the next one is short";
+}
+
+TEST_F(KeepTest, TheTextsOfActionsAreNotHeldWithoutEnd) {
+    const std::string scenario = "# " + std::string(600'000, 'x');
+    Perform({"scenario", "first", scenario}, false);
+    EXPECT_TRUE(rig::Access()->Recorder().IsWhole());
+    Perform({"scenario", "second", scenario}, false);
+    EXPECT_FALSE(rig::Access()->Recorder().IsWhole());
+    EXPECT_TRUE(rig::Access()->Recorder().Recorded().events.empty());
+    EXPECT_EQ(Perform({"keep"}, false).exitCode, 1);
 }
 
 TEST_F(KeepTest, ASessionThatMakesNoSenseIsRefused) {

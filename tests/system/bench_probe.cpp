@@ -2,12 +2,14 @@
 ///
 ///     bench_probe NAME         visits the bench
 ///     bench_probe NAME cost    measures what a vendor call costs there, and in this process
+///     bench_probe NAME calls   calls from many hosts at once until the bench ends
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <windows.h>
@@ -154,6 +156,31 @@ void Cost(const std::string& name) {
                 CostOfACall());
 }
 
+/// Returns when the bench has ended: so it does in the middle of calls.
+void Calls(const std::string& name) {
+    constexpr int kHosts = 8;
+    const rig::VendorFunction& function =
+        rig::VendorFunctions()[static_cast<std::size_t>(rig::Function::FT_CreateDeviceInfoList)];
+    std::vector<std::thread> hosts;
+    for (int i = 0; i < kHosts; ++i) {
+        hosts.emplace_back([&] {
+            try {
+                const auto connection = Join(name, true);
+                for (;;) {
+                    rig::Call call{
+                        function, {std::uint64_t{1}}, {}}; // 1: a pointer that is not null
+                    DecodeAnswer(connection->Exchange(Encoded(call)), call);
+                }
+            } catch (const NoBench&) {
+            }
+        });
+    }
+    for (std::thread& host : hosts) {
+        host.join();
+    }
+    std::printf("%d hosts called until the bench ended\n", kHosts);
+}
+
 } // namespace
 
 int main(int count, char** arguments) {
@@ -162,7 +189,7 @@ int main(int count, char** arguments) {
     }
     const std::string name = arguments[1];
     if (count > 2) {
-        Cost(name);
+        (arguments[2] == std::string("calls") ? Calls : Cost)(name);
         return 0;
     }
     Access(name);

@@ -123,9 +123,22 @@ class Hosts(Bench):
         self.assertIn('"a b" is no name for a bench', err)
 
     def test_a_name_is_taken_once(self):
-        code, _, err = self.run_to_end(OPTIONS.tool, "bench", "--name", self.name)
-        self.assertEqual(code, FAILED)
-        self.assertIn(f'a bench "{self.name}" runs already', err)
+        journal = self.folder / "journal.txt"
+        journal.write_text("of the bench that runs")
+        for name in (self.name, self.name.upper()):
+            code, _, err = self.run_to_end(OPTIONS.tool, "bench", "--name", name,
+                                           SOLVANE_RIG_JOURNAL=str(journal))
+            self.assertEqual((code, err), (FAILED, f'solvane-rig: a bench "{name}" runs already: end '
+                                           "it by `solvane-rig stop`, or give this one another name "
+                                           "by --name\n"))
+        self.assertEqual(journal.read_text(), "of the bench that runs")
+
+    def test_an_unusable_name_is_told_what_makes_one(self):
+        for name in ("a b", "ä", "a" * 61, ""):
+            code, _, err = self.run_to_end(OPTIONS.tool, "bench", "--name", name)
+            self.assertEqual((code, err), (FAILED, f'solvane-rig: "{name}" is no name for a bench: at '
+                                           "most 60 letters from A to Z, digits, full stops, hyphens "
+                                           "and underscores make one\n"))
 
 
 class Commands(Bench):
@@ -147,6 +160,34 @@ class Commands(Bench):
         self.assertIn("'unplugg' is no command; there are ", err)
         self.assertIn("unplug", err)
 
+    def test_json_is_one_object_on_the_output_whatever_happens(self):
+        kept = self.folder / "kept.toml"
+        for words, exit_code, answer in (
+                (("levels",), DONE, {"trigger": 0}),
+                (("unplug", "7"), USAGE, {"error": "there is no chip 7; there is 0"}),
+                (("stop", "now"), USAGE, {"error": "usage: stop"}),
+                (("help",), DONE, {}), (("help", "levels"), DONE, {}), (("help", "stop"), DONE, {}),
+                (("scenario", self.folder / "none.toml"), FAILED,
+                 {"error": f"{self.folder}/none.toml: cannot be read"}),
+                (("keep", kept), DONE, {"done": "keep", "file": str(kept)}),
+                (("vcd", self.folder / "lines.vcd"), DONE, {"done": "vcd"})):
+            code, out, err = self.command(*words, "--json")
+            self.assertEqual((code, err), (exit_code, ""), out)
+            self.assertLessEqual(answer.items(), json.loads(out).items())
+        self.assertIn("calls_ns = [", kept.read_text())
+        self.assertTrue((self.folder / "lines.vcd").read_text().startswith("$version"))
+        code, out, err = self.run_to_end(OPTIONS.tool, "levels", "--bench=nobody", "--json")
+        self.assertEqual((code, err), (FAILED, ""))
+        self.assertIn('there is no bench "nobody"', json.loads(out)["error"])
+
+    def test_each_command_tells_how_it_is_used(self):
+        usage = 'wait-edge "LINE 0|1" [--within MS] [--since N]\n'
+        for words in (("wait-edge", "--help"), ("help", "wait-edge")):
+            code, out, err = self.command(*words)
+            self.assertEqual((code, err, out.startswith(usage), out.count("\n")), (DONE, "", True, 2))
+        code, _, err = self.run_to_end(OPTIONS.tool, "levels", "--bench")
+        self.assertEqual((code, err.splitlines()[0]), (USAGE, "--bench needs a name"))
+
     def test_a_session_is_kept_and_runs_again(self):
         self.assertEqual(self.host("trigger")[0], DONE)
         self.assertEqual(self.command("unplug", "0")[0], DONE)
@@ -161,7 +202,8 @@ class Commands(Bench):
         self.assertEqual(self.host("ready")[0], DONE)
 
     def test_the_journal_is_followed_until_the_bench_ends(self):
-        follow = self.start(OPTIONS.tool, "journal", "--bench", self.name, "--follow")
+        self.assertEqual(self.command("note", "before")[0], DONE)
+        follow = self.start(OPTIONS.tool, "journal", "--bench", self.name, "--follow", "--since", "1")
         self.assertEqual(self.command("note", "a", "word")[0], DONE)
         self.assertIn("note  a word", follow.stdout.readline())
         self.command("stop")
@@ -316,6 +358,14 @@ class Crowd(Bench):
                           "500 of 500 messages of noise were answered beside as many streams of it",
                           "others are answered beside one that stalls in mid-message"])
         self.assertEqual(self.host("trigger")[0], DONE)
+
+    def test_a_bench_ends_well_in_the_middle_of_calls(self):
+        hosts = self.start(OPTIONS.probe, self.name, "calls")
+        self.wait_until(lambda: self.answer("calls")["calls"].get("*", 0) > 100, "the hosts call")
+        self.assertEqual(self.command("stop"), (DONE, "stop\n", ""))
+        out, err = self.bench.communicate(timeout=60)
+        self.assertEqual((self.bench.returncode, err), (DONE, ""), out[-500:])
+        self.assertEqual(hosts.communicate(timeout=60), ("8 hosts called until the bench ended\n", ""))
 
 
 if __name__ == "__main__":
