@@ -24,7 +24,8 @@ class InsideLog : public OnTheRig {
   protected:
     /// The status of a trigger on a configured chip, with a nested call in its first line.
     std::int16_t TriggerWith(std::function<void()> what) {
-        Load(kUsbCamera);
+        // Its exposure does not end before a busy machine has looked at the edges.
+        Load(std::string("[camera]\nexposure_ms = 100000\n") + kUsbCamera);
         EXPECT_EQ(library.RecheckStatus(), 0);
         TakeEdges();
         inside = std::move(what);
