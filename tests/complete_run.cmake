@@ -4,7 +4,7 @@
 subdirs(asan tsan windows-x64)
 add_test(coverage ../scripts/coverage)
 add_test(valgrind ../scripts/valgrind)
-set_tests_properties(coverage valgrind PROPERTIES RESOURCE_LOCK coverage_tree TIMEOUT 900)
+set_tests_properties(coverage valgrind PROPERTIES RESOURCE_LOCK coverage_tree TIMEOUT 900 COST 500)
 foreach(proof schedule sequence)
   add_test(proof.${proof}s coverage/tests/proof/every_${proof}_test)
 endforeach()
