@@ -45,8 +45,8 @@ std::string CallsText(std::size_t count) {
 
 Replayer::Replayer(Recording whatWas, ReplayOptions howTo)
     : recording(std::move(whatWas)), options(howTo),
-      hasAll(std::ranges::any_of(
-          recording.calls, [](const auto& one) { return !IsRecorded(one.call.function); })),
+      hasAll(std::ranges::any_of(recording.calls,
+                                 [](const auto& one) { return !IsRecorded(one.call.function); })),
       end(EndOf(recording)) {
     for (const RecordedCall& one : recording.calls) {
         left[one.thread].push_back(&one);
@@ -90,8 +90,7 @@ std::string Replayer::Report() const {
                QuestionOf(*next);
     }
     return (recording.calls.size() == 1 ? "the only call was" : "all " + count + " were") +
-           " as recorded" +
-           (recording.isEnded ? "" : ", until the recording was interrupted");
+           " as recorded" + (recording.isEnded ? "" : ", until the recording was interrupted");
 }
 
 /// The recorded call that answers this one; null if there is none.
