@@ -314,7 +314,7 @@ class RecordingReader {
     }
 
     static void RefuseUnasked(const Call& call) {
-        for (const std::size_t i : {0, 1}) {
+        for (std::size_t i = 0; i < 2; ++i) {
             if (!CanBeListed(i, Word(call.inputs.back()), Output(call, i))) {
                 Refuse("FT_ListDevices does not give parameter " + std::to_string(i + 1) +
                        " with these flags");

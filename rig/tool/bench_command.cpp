@@ -1,6 +1,7 @@
 #include "command_line.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <filesystem>
@@ -9,6 +10,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -131,21 +133,38 @@ int Print(const Reply& reply, bool isJson, std::ostream& out, std::ostream& err)
     return reply.exitCode;
 }
 
+/// What a command does beyond what a bench can be asked.
+struct Addition {
+    std::string_view command;
+    std::string_view help;
+};
+constexpr std::array kAdditions = {
+    Addition{"stop", "stop\n    ends the bench"},
+    Addition{"journal",
+             "journal --follow [--since N]\n    what happened, and what happens from now on"},
+    Addition{"journal", "journal FILE\n    what happened in a recording of vendor calls"},
+    Addition{"scenario", "scenario FILE [-o FILE]\n    makes a scenario of a recording"},
+};
+
 /// All commands, or one.
 int PrintHelp(const std::string& about, bool isJson, std::ostream& out, std::ostream& err) {
-    if (about == "stop") {
-        return Print({kSuccess, isJson ? R"({"command":"stop"})" : "stop\n    ends the bench"},
-                     isJson, out, err);
+    if (about == "stop" && isJson) {
+        return Print({kSuccess, R"({"command":"stop"})"}, isJson, out, err);
     }
-    const Texts words = about.empty() ? Texts{"help"} : Texts{"help", about};
-    const int code = Print(Perform(words, isJson), isJson, out, err);
-    if (about.empty() && !isJson) {
-        out << "stop\n    ends the bench\n"
-            << "\njournal FILE\n    what happened in a recording of vendor calls\n"
-            << "scenario FILE [-o FILE]\n    makes a scenario of a recording\n"
-            << "\nEach has --bench NAME and --json; journal has --follow, too.\n";
+    if (about != "stop") {
+        const Texts words = about.empty() ? Texts{"help"} : Texts{"help", about};
+        const int code = Print(Perform(words, isJson), isJson, out, err);
+        if (code != kSuccess || isJson) {
+            return code;
+        }
     }
-    return code;
+    for (const Addition& addition : kAdditions) {
+        if (about.empty() || about == addition.command) {
+            out << addition.help << '\n';
+        }
+    }
+    out << "\nEach command has --bench NAME and --json.\n";
+    return kSuccess;
 }
 
 /// Writes what `keep` and `vcd` answer to a file.

@@ -53,7 +53,8 @@ bool PeFile::Is64Bit() const {
 
 PeFile::Table PeFile::TableAt(unsigned index) const {
     const std::size_t count = optionalHeader + (Is64Bit() ? 108 : 92);
-    const std::size_t position = count + 4 + std::size_t{8} * index;
+    const std::size_t tables = count + 4;
+    const std::size_t position = tables + std::size_t{8} * index;
     return index < Word(count) ? Table{Word(position), Word(position + 4)} : Table{};
 }
 

@@ -215,7 +215,7 @@ class Hold(CliTest):
         for kind, scenario in KINDS.items():
             for name, (line, held) in self.LINES.items():
                 outcome = self.run_host("hold", name, "--for", "1", scenario=scenario)
-                self.assertEqual((outcome.code, outcome.err), (DONE, ""), kind)
+                self.assertEqual((outcome.code, outcome.err), (DONE, ""), f"{kind}: {outcome.out}")
                 self.assertEqual(outcome.levels(line), [held, 1 - held], f"{kind}, {line}")
                 begin, end = [when for when, edge, _ in outcome.edges if edge == line]
                 self.assertGreaterEqual(end - begin, 990)
