@@ -182,9 +182,11 @@ class Commands(Bench):
 
     def test_each_command_tells_how_it_is_used(self):
         usage = 'wait-edge "LINE 0|1" [--within MS] [--since N]\n'
+        options = "\n\nEach command has --bench NAME and --json.\n"
         for words in (("wait-edge", "--help"), ("help", "wait-edge")):
             code, out, err = self.command(*words)
-            self.assertEqual((code, err, out.startswith(usage), out.count("\n")), (DONE, "", True, 2))
+            self.assertEqual((code, err, out.startswith(usage), out.endswith(options), out.count("\n")),
+                             (DONE, "", True, True, 4))
         code, _, err = self.run_to_end(OPTIONS.tool, "levels", "--bench")
         self.assertEqual((code, err.splitlines()[0]), (USAGE, "--bench needs a name"))
 

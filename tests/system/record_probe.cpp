@@ -112,7 +112,6 @@ int CallAndLeave() {
         return 3;
     }
     Find<Inp>(Load(L"inpoutx64.dll"), "Inp32")(0x378);
-    std::printf("%lu\n", left.dwProcessId);
     return 0;
 }
 
