@@ -156,7 +156,7 @@ class RecordingReader {
     }
 
     bool IsBegun() const {
-        return line.substr(1, 1) == " " &&
+        return line.size() > 1 && line[1] == ' ' &&
                (line.front() == kQuestion || line.front() == kAnswer || line.front() == kRemark);
     }
 

@@ -85,7 +85,8 @@ void StartBench(const std::string& name, const std::function<void()>& load, Answ
 
 void EndBench() {
     bench::StopServing();
-    const Access& rig = *new Access; // never unlocked: a call that still waits finds nothing any more
+    const Access& rig =
+        *new Access; // never unlocked: a call that still waits finds nothing any more
     rig->trace.EndWaveform();
 }
 

@@ -242,6 +242,16 @@ TEST(RecordingTextTest, RoomThatWasNeverWrittenIsSkipped) {
     EXPECT_EQ(read.cutLines, std::vector<std::size_t>{13});
 }
 
+TEST(RecordingTextTest, ALineOfWhichOnlyTheEndWasWrittenIsCut) {
+    const std::string text = std::string(kHead) + kCalls;
+    const auto line = static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 1;
+    for (const std::string end : {"\n", "\r\n", ")\n"}) {
+        const Recording read = ReadRecording(text + std::string(9, '\0') + end);
+        ExpectSame(read, Example());
+        EXPECT_EQ(read.cutLines, std::vector{line}) << end;
+    }
+}
+
 // As a host leaves it that is killed while a line is being copied: its first character is last.
 TEST(RecordingTextTest, ALineWithoutItsBeginningIsCut) {
     const std::string all = std::string(kHead) + kCalls;

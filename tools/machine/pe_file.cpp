@@ -52,10 +52,9 @@ bool PeFile::Is64Bit() const {
 }
 
 PeFile::Table PeFile::TableAt(unsigned index) const {
-    const std::size_t count = optionalHeader + (Is64Bit() ? 108 : 92);
-    const std::size_t tables = count + 4;
+    const std::size_t tables = optionalHeader + (Is64Bit() ? 112 : 96); // after their count
     const std::size_t position = tables + std::size_t{8} * index;
-    return index < Word(count) ? Table{Word(position), Word(position + 4)} : Table{};
+    return index < Word(tables - 4) ? Table{Word(position), Word(position + 4)} : Table{};
 }
 
 std::optional<PeFile::Section> PeFile::SectionAt(std::uint32_t address) const {
