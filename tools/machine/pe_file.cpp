@@ -53,7 +53,7 @@ bool PeFile::Is64Bit() const {
 
 PeFile::Table PeFile::TableAt(unsigned index) const {
     const std::size_t tables = optionalHeader + (Is64Bit() ? 112 : 96); // after their count
-    const std::size_t position = tables + std::size_t{8} * index;
+    const std::size_t position = tables + 8U * index;
     return index < Word(tables - 4) ? Table{Word(position), Word(position + 4)} : Table{};
 }
 
