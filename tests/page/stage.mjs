@@ -81,8 +81,12 @@ export class Stage {
 
   /** A command of the bench; returns what it prints. */
   async command(name, ...words) {
-    const program = this.rig(name, "--bench", this.name, ...words);
-    const code = await program.ended;
+    let program = this.rig(name, "--bench", this.name, ...words);
+    let code = await program.ended;
+    if (code === 1 && program.text + program.error === "") { // killed by Wine, which it does to a few: no command fails without a word
+      program = this.rig(name, "--bench", this.name, ...words);
+      code = await program.ended;
+    }
     if (code !== 0) {
       throw new Error(`${name} ${words.join(" ")}: ${code} ${program.text} ${program.error}`);
     }
