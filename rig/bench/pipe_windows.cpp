@@ -11,7 +11,6 @@
 #include <random>
 #include <stdexcept>
 #include <system_error>
-#include <thread>
 #include <type_traits>
 #include <utility>
 
@@ -19,6 +18,7 @@
 
 #include <sddl.h>
 
+#include "detached_thread.h"
 #include "environment.h"
 #include "frames.h"
 
@@ -219,13 +219,13 @@ Handle NextPipe(const std::string& name) {
         }
         ++connections;
         try {
-            std::thread([opened = std::shared_ptr<void>(std::move(opened)), &hosts, perform] {
+            StartDetached([opened = std::shared_ptr<void>(std::move(opened)), &hosts, perform] {
                 try {
                     ServeConnection(opened.get(), hosts, perform);
                 } catch (...) { // no memory: only this connection ends
                 }
                 --connections;
-            }).detach();
+            });
         } catch (const std::exception&) {
             --connections;
         }
@@ -294,7 +294,9 @@ void ClaimName(const std::string& name) {
 }
 
 void ServePipe(const std::string& name, Hosts& hosts, PerformWhile perform) {
-    std::thread(Accept, name, MakePipe(name, true), std::ref(hosts), perform).detach();
+    StartDetached([name, pipe = MakePipe(name, true), &hosts, perform]() mutable {
+        Accept(name, std::move(pipe), hosts, perform);
+    });
     Note(Notes() / (name + kBenchNote), "process " + std::to_string(GetCurrentProcessId()) + '\n');
 }
 

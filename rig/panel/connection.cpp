@@ -3,11 +3,12 @@
 #include <exception>
 #include <sstream>
 #include <stdexcept>
-#include <thread>
 #include <utility>
 
 #include <boost/asio/post.hpp>
 #include <boost/asio/write.hpp>
+
+#include "detached_thread.h"
 
 namespace rig::panel {
 
@@ -157,14 +158,14 @@ void Connection::Work(std::function<Response()> work) {
     try {
         ++shared->commands;
         stream.expires_never();
-        std::thread([self = shared_from_this(), work = std::move(work)]() mutable {
+        StartDetached([self = shared_from_this(), work = std::move(work)]() mutable {
             const std::shared_ptr<Shared> server = self->shared;
             const auto done = std::make_shared<Response>(work());
             server->Post([self = std::move(self), done] {
                 --self->shared->commands;
                 self->Send(std::move(*done));
             });
-        }).detach();
+        });
     } catch (const std::exception& failure) {
         --shared->commands;
         Send(Respond({http::status::service_unavailable, failure.what()}));

@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::uint64_t kNever = ~std::uint64_t{0};
 
-std::stop_source stopping;
+bool isStopRequested = false;
 std::uint64_t stopAt = kNever;
 
 } // namespace
@@ -22,15 +22,15 @@ std::uint64_t stopAt = kNever;
 // Replaces the program's stop request and clock: time is the rig's.
 namespace host {
 
-std::stop_token StopToken() {
-    return stopping.get_token();
+bool IsStopRequested() {
+    return isStopRequested;
 }
 
 void EndIfStopped() {
     if (Now() >= stopAt) {
-        stopping.request_stop();
+        isStopRequested = true;
     }
-    if (stopping.stop_requested()) {
+    if (isStopRequested) {
         throw Stopped();
     }
 }
@@ -41,7 +41,7 @@ std::chrono::steady_clock::time_point SteadyNow() {
 
 void SleepUntil(std::chrono::steady_clock::time_point due) {
     const auto now = SteadyNow();
-    if (now < due && !stopping.stop_requested()) {
+    if (now < due && !isStopRequested) {
         Advance(static_cast<std::uint64_t>(
             std::chrono::duration_cast<std::chrono::nanoseconds>(due - now).count()));
         test::PlannedDriver::Follow();
@@ -96,7 +96,7 @@ CheckOnTheRig::~CheckOnTheRig() {
 }
 
 Checked CheckOnTheRig::Check(const CheckPlan& plan) {
-    stopping = {};
+    isStopRequested = false;
     stopAt = plan.stopAfterMs ? host::Now() + *plan.stopAfterMs * 1'000'000 : kNever;
     SLV::Internal::LibraryState& state = SLV::Internal::GetLibraryState();
     state.controller.reset();

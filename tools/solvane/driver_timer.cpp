@@ -83,10 +83,17 @@ TimerRunResult RunTimerFor(const Functions& library, std::uint32_t parameter, un
     constexpr std::chrono::milliseconds kPoll{5};
     const auto run = std::make_shared<TimerRun>(library, events);
     if (!run->IsOver()) {
-        std::thread([run, parameter] { run->Perform(parameter); }).detach();
+        // The thread works when it is detached: of one that ends meanwhile, mingw-w64's winpthreads
+        // gives the record to two later threads.
+        const auto beginning = std::make_shared<std::mutex>();
+        const std::lock_guard isBeginning(*beginning);
+        std::thread([run, parameter, beginning] {
+            { const std::lock_guard isDetached(*beginning); }
+            run->Perform(parameter);
+        }).detach();
     }
     const auto deadline = SteadyNow() + most;
-    while (!run->IsOver() && SteadyNow() < deadline && !StopToken().stop_requested()) {
+    while (!run->IsOver() && SteadyNow() < deadline && !IsStopRequested()) {
         SleepUntil(std::min(deadline, SteadyNow() + kPoll));
     }
     TimerRunResult result = run->End();

@@ -12,13 +12,19 @@ LogEcho* present = nullptr;
 
 } // namespace
 
-LogEcho::LogEcho() : writer([this](const std::stop_token& stop) { Write(stop); }) {
+LogEcho::LogEcho() : writer([this] { Write(); }) {
     present = this;
 }
 
 LogEcho::~LogEcho() {
     WaitUntilWritten();
     present = nullptr;
+    {
+        const std::lock_guard lock(mutex);
+        isToEnd = true;
+    }
+    changed.notify_all();
+    writer.join();
 }
 
 void LogEcho::Add(std::string line) {
@@ -36,9 +42,13 @@ void LogEcho::WaitUntilWritten() {
     }
 }
 
-void LogEcho::Write(const std::stop_token& stop) {
+void LogEcho::Write() {
     std::unique_lock lock(mutex);
-    while (changed.wait(lock, stop, [&] { return !waiting.empty(); })) {
+    for (;;) {
+        changed.wait(lock, [this] { return isToEnd || !waiting.empty(); });
+        if (waiting.empty()) {
+            return;
+        }
         const std::vector<std::string> lines = std::exchange(waiting, {});
         isWriting = true;
         lock.unlock();

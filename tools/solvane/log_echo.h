@@ -5,7 +5,6 @@
 
 #include <condition_variable>
 #include <mutex>
-#include <stop_token>
 #include <string>
 #include <thread>
 #include <vector>
@@ -28,13 +27,14 @@ class LogEcho {
     static void WaitUntilWritten();
 
   private:
-    void Write(const std::stop_token& stop);
+    void Write();
 
     std::mutex mutex;
-    std::condition_variable_any changed;
+    std::condition_variable changed;
     std::vector<std::string> waiting;
     bool isWriting = false;
-    std::jthread writer;
+    bool isToEnd = false;
+    std::thread writer;
 };
 
 } // namespace host

@@ -52,5 +52,5 @@ int main() {
     ListenForStop();
     const Utf8Console console;
     const ExitCode code = RunCommandLine();
-    return StopToken().stop_requested() ? kStopped : code;
+    return IsStopRequested() ? kStopped : code;
 }

@@ -21,7 +21,7 @@ bool IsConsole(unsigned long standardHandle) {
 Progress::Progress(std::string command, bool isWanted) : words(std::move(command)) {
     words += " is at work, ";
     if (isWanted && IsConsole(STD_ERROR_HANDLE)) {
-        thread = std::jthread([this](const std::stop_token& ended) { Show(ended); });
+        thread = std::thread([this] { Show(); });
     }
 }
 
@@ -32,10 +32,17 @@ void Progress::Restart() {
 }
 
 void Progress::End() {
-    thread = {};
+    {
+        const std::lock_guard lock(mutex);
+        isEnding = true;
+    }
+    ending.notify_all();
+    if (thread.joinable()) {
+        thread.join();
+    }
 }
 
-void Progress::Show(const std::stop_token& ended) {
+void Progress::Show() {
     std::unique_lock lock(mutex);
     do {
         const auto since =
@@ -45,8 +52,7 @@ void Progress::Show(const std::stop_token& ended) {
             std::cerr << text << '\r' << std::flush;
             shown = text.size();
         }
-        ending.wait_for(lock, ended, kLookEvery, [] { return false; });
-    } while (!ended.stop_requested());
+    } while (!ending.wait_for(lock, kLookEvery, [this] { return isEnding; }));
     Erase();
 }
 

@@ -18,6 +18,9 @@ class Progress {
   public:
     /// Shows nothing if `isWanted` is false or standard error is not a console.
     Progress(std::string command, bool isWanted);
+    ~Progress() { End(); }
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
 
     /// Clears the message, so that other output can be printed, and restarts the count.
     void Restart();
@@ -26,15 +29,16 @@ class Progress {
     void End();
 
   private:
-    void Show(const std::stop_token& ended);
+    void Show();
     void Erase();
 
     std::string words;
     std::size_t shown = 0; ///< characters of the message on the console
     std::chrono::steady_clock::time_point begin = std::chrono::steady_clock::now();
     std::mutex mutex;
-    std::condition_variable_any ending;
-    std::jthread thread; ///< last member: ends before the members that it uses
+    std::condition_variable ending;
+    bool isEnding = false;
+    std::thread thread;
 };
 
 } // namespace host

@@ -4,6 +4,7 @@
 #include <condition_variable>
 #include <mutex>
 #include <string>
+#include <utility>
 
 #include <windows.h>
 
@@ -14,10 +15,32 @@ namespace host {
 
 namespace {
 
+std::atomic<bool> isStopRequested{false};
+
+struct Listeners {
+    std::mutex mutex;
+    std::condition_variable stopped;
+    std::function<void()> action; ///< when the program is asked to stop; empty for none
+};
+
 /// Never destroyed: Ctrl-C may come at any time.
-std::stop_source& Source() {
-    static std::stop_source& source = *new std::stop_source;
-    return source;
+Listeners& TheListeners() {
+    static Listeners& listeners = *new Listeners;
+    return listeners;
+}
+
+/// False when the program was asked to stop before. That answer never waits.
+bool RequestStop() {
+    if (isStopRequested.exchange(true)) {
+        return false;
+    }
+    Listeners& listeners = TheListeners();
+    const std::lock_guard lock(listeners.mutex);
+    if (listeners.action) {
+        listeners.action();
+    }
+    listeners.stopped.notify_all();
+    return true;
 }
 
 std::atomic<const char*> linesAfterEnd{""};
@@ -43,7 +66,7 @@ void EndAtOnce() {
 
 /// Windows calls this on a new thread.
 BOOL WINAPI OnConsoleEvent(DWORD event) {
-    const bool isFirst = Source().request_stop();
+    const bool isFirst = RequestStop();
     if (event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT) {
         if (!isFirst) {
             EndAtOnce();
@@ -59,10 +82,10 @@ BOOL WINAPI OnConsoleEvent(DWORD event) {
 } // namespace
 
 void ListenForStop() {
-    Source();
+    TheListeners();
     SetConsoleCtrlHandler(OnConsoleEvent, TRUE);
     ListenForSessionEnd([] {
-        Source().request_stop();
+        RequestStop();
         Sleep(INFINITE);
     });
 }
@@ -71,12 +94,28 @@ void SetLinesAfterEnd(const char* sentence) {
     linesAfterEnd = sentence;
 }
 
-std::stop_token StopToken() {
-    return Source().get_token();
+bool IsStopRequested() {
+    return isStopRequested;
+}
+
+WhenStopped::WhenStopped(std::function<void()> action) {
+    Listeners& listeners = TheListeners();
+    const std::lock_guard lock(listeners.mutex);
+    if (isStopRequested) {
+        action();
+    } else {
+        listeners.action = std::move(action);
+    }
+}
+
+WhenStopped::~WhenStopped() {
+    Listeners& listeners = TheListeners();
+    const std::lock_guard lock(listeners.mutex);
+    listeners.action = nullptr;
 }
 
 void EndIfStopped() {
-    if (Source().stop_requested()) {
+    if (isStopRequested) {
         throw Stopped();
     }
 }
@@ -89,10 +128,9 @@ void SleepUntil(std::chrono::steady_clock::time_point due) {
     if (std::chrono::steady_clock::now() >= due) {
         return;
     }
-    static std::mutex mutex; // guards nothing; wait_until() needs one
-    static std::condition_variable_any nothing;
-    std::unique_lock lock(mutex);
-    nothing.wait_until(lock, StopToken(), due, [] { return false; });
+    Listeners& listeners = TheListeners();
+    std::unique_lock lock(listeners.mutex);
+    listeners.stopped.wait_until(lock, due, [] { return isStopRequested.load(); });
 }
 
 } // namespace host

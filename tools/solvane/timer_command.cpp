@@ -27,7 +27,7 @@ class TimerRun {
 
     /// Rethrows an exception from printing an event.
     int Run() {
-        const std::stop_callback stopping(StopToken(), [this] { timer.Stop(); });
+        const WhenStopped stopping([this] { timer.Stop(); });
         const int status = timer.Run(session.request.timerParameter, OnEvent);
         if (failure) {
             std::rethrow_exception(failure);
@@ -44,7 +44,7 @@ class TimerRun {
     void Receive(std::uint64_t context, const SolvaneTimerEvent& event) {
         const Clock::time_point now = Clock::now();
         // The stop may have come before the run began, in which case the library lost it.
-        if (!StopToken().stop_requested()) {
+        if (!IsStopRequested()) {
             try {
                 Print(context, event, now - last);
             } catch (...) { // must not travel through the library
@@ -53,7 +53,7 @@ class TimerRun {
             last = now;
             ++events;
         }
-        if (StopToken().stop_requested() || failure || events == session.request.events) {
+        if (IsStopRequested() || failure || events == session.request.events) {
             timer.Stop();
         }
     }
