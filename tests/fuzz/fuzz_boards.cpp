@@ -111,10 +111,12 @@ void AfterCall(const rig::Call& call) {
         CheckedPin(call);
         seen.reads += call.status == EAPI_STATUS_SUCCESS ? 1 : 0;
     } else if (call.function.id == Function::Inp32) {
-        seen.reads += portIndex == kDataRegister && call.status <= 0xFF ? 1 : 0;
-        if (call.status > 0xFF) { // a port driver that reports failures
+        if (call.status > 0xFF) { // a port driver that reports failures, or none
             s_gpioMobo.portStatus = theInput->Byte();
         }
+        const bool isRead = s_gpioMobo.portStatus == GpioMoboLibrary::kReady &&
+                            (call.status & 0xFFFF) <= 0xFF; // it returns 16 bits
+        seen.reads += portIndex == kDataRegister && isRead ? 1 : 0;
     }
 }
 
