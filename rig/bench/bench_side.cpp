@@ -70,7 +70,7 @@ std::string BenchSide::AnswerTo(Topic topic, Reader& reader) {
         return bench::AnswerTo(call);
     }
     case Topic::Rig:
-        return Encoded(AnswerHere(DecodedRigQuestion(reader)));
+        return Encoded(AnswerLocally(DecodedRigQuestion(reader)));
     case Topic::Command:
         return Encoded(perform(DecodedCommand(reader)));
     }

@@ -21,7 +21,7 @@ using Perform = std::function<Reply(const Command& command)>;
 class Hosts {
   public:
     /// `whoAnswers` gets their vendor calls, on any thread.
-    explicit Hosts(Answerer whoAnswers = AnswerHere) : answer(whoAnswers) {}
+    explicit Hosts(Answerer whoAnswers = AnswerLocally) : answer(whoAnswers) {}
 
     /// Counts a connection and returns its host's number, a new one for a new host.
     HostNumber Join(const Introduction& who);

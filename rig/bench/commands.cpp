@@ -82,7 +82,7 @@ Report DoAction(const Words& words) {
             Json().Add("done", action.text).AddRaw("time_ms", Milliseconds(rig->timeline.Now()))};
 }
 
-Report Obey(const Words& words, const IsUnwanted& isUnwanted) {
+Report Execute(const Words& words, const IsUnwanted& isUnwanted) {
     const std::string name = words.empty() ? "" : words[0];
     ExpectCommand(name);
     const auto command = std::ranges::find(kCommands, name, &CommandKind::name);
@@ -129,7 +129,7 @@ Texts SplitLine(std::string_view line) {
 Reply Perform(const std::vector<std::string>& words, bool json, const IsUnwanted& isUnwanted) {
     Report report;
     try {
-        report = Obey(words, isUnwanted);
+        report = Execute(words, isUnwanted);
     } catch (const ActionError& mistake) {
         report = {
             .exitCode = 2, .text = mistake.what(), .json = Json().Add("error", mistake.what())};

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "elsewhere.h"
+#include "remote_rig.h"
 
 namespace rig {
 

@@ -7,8 +7,9 @@
 
 namespace rig::bench {
 
-HostSide::HostSide(Connect way, Introduction who, std::function<void(const std::string&)> teller)
-    : connect(std::move(way)), me(std::move(who)), complain(std::move(teller)) {}
+HostSide::HostSide(Connect connectTo, Introduction who,
+                   std::function<void(const std::string&)> teller)
+    : connect(std::move(connectTo)), me(std::move(who)), complain(std::move(teller)) {}
 
 void HostSide::Answer(Call& call) {
     try {
@@ -40,7 +41,7 @@ RigAnswer HostSide::Answer(const RigQuestion& question) {
         case RigFunction::Scenario:
             return {0, 0, std::string("none: ") + why.what()};
         default:
-            return AnswerHere(question);
+            return AnswerLocally(question);
         }
     }
 }

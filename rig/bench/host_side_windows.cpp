@@ -21,7 +21,7 @@ void Complain(const std::string& reason) {
 
 HostSide* side = nullptr;
 
-constexpr Elsewhere kBench{
+constexpr RemoteRig kBench{
     [](Call& call) { side->Answer(call); },
     [](const RigQuestion& question) { return side->Answer(question); },
     [](const Texts& words, bool json) {
@@ -30,7 +30,7 @@ constexpr Elsewhere kBench{
 };
 
 const bool isKnown = [] {
-    wayToBench = [](const std::string& name) -> const Elsewhere* {
+    connectToBench = [](const std::string& name) -> const RemoteRig* {
         // Never destroyed: destructors of the host's static objects may still use the hardware.
         side = new HostSide([name] { return ConnectPipe(name); }, ThisProcess(true), Complain);
         static const struct Ending {

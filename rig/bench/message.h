@@ -8,8 +8,8 @@
 #include <string_view>
 #include <vector>
 
-#include "elsewhere.h"
 #include "host_number.h"
+#include "remote_rig.h"
 
 namespace rig::bench {
 

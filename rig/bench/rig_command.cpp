@@ -10,9 +10,9 @@ int rig_command(const char* words, int json, const char** answer) {
     constexpr int kFailed = 1;
     try {
         const rig::Texts split = rig::SplitLine(words != nullptr ? words : "");
-        const rig::Elsewhere* const elsewhere = rig::WhereTheHardwareIs();
-        rig::Reply reply = elsewhere != nullptr ? elsewhere->command(split, json != 0)
-                                                : rig::Perform(split, json != 0);
+        const rig::RemoteRig* const remote = rig::FindRemoteRig();
+        rig::Reply reply =
+            remote != nullptr ? remote->command(split, json != 0) : rig::Perform(split, json != 0);
         text = std::move(reply.text);
         if (answer != nullptr) {
             *answer = text.c_str();

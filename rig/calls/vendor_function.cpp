@@ -22,16 +22,16 @@ using namespace eapi;
 constexpr std::uint32_t kFailed = 0x8000'4005;
 constexpr std::uint32_t kWmiFailed = 0x8004'1003;
 
-#define WAYS(...)                                                                                  \
+#define FAILURE_MODES(...)                                                                         \
     { __VA_ARGS__ }
-#define FUNCTION(library, name, text, ordinal, result, parameters, ways)                           \
-    constexpr std::initializer_list<Way> name = WAYS ways;
+#define FUNCTION(library, name, text, ordinal, result, parameters, failureModes)                   \
+    constexpr std::initializer_list<FailureMode> name = FAILURE_MODES failureModes;
 #include "vendor_functions.inc"
 
 } // namespace ways_of
 
 constexpr VendorFunction kFunctions[] = {
-#define FUNCTION(library, name, text, ordinal, result, parameters, ways)                           \
+#define FUNCTION(library, name, text, ordinal, result, parameters, failureModes)                   \
     {Function::name,                                                                               \
      library,                                                                                      \
      text,                                                                                         \

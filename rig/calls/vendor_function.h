@@ -7,8 +7,8 @@
 
 #include "d2xx_status.h"
 #include "eapi_status.h"
+#include "failure_mode.h"
 #include "kinds.h"
-#include "way.h"
 
 namespace rig {
 
@@ -34,7 +34,7 @@ struct VendorFunction {
     unsigned ordinal; ///< 0: bound by name
     Show result;
     std::span<const Parameter> parameters;
-    std::span<const Way> ways;
+    std::span<const FailureMode> failureModes;
 };
 
 /// Indexed by Function.

@@ -1,6 +1,6 @@
 #include <algorithm>
 
-#include "elsewhere.h"
+#include "remote_rig.h"
 #include "rig_state.h"
 #include "stand_in.h"
 
@@ -86,11 +86,11 @@ void AnswerPlainly(Call& call) {
 }
 
 void Answer(Call& call) {
-    const Elsewhere* const elsewhere = WhereTheHardwareIs();
-    elsewhere != nullptr ? elsewhere->answer(call) : AnswerHere(call);
+    const RemoteRig* const remote = FindRemoteRig();
+    remote != nullptr ? remote->answer(call) : AnswerLocally(call);
 }
 
-void AnswerHere(Call& call) {
+void AnswerLocally(Call& call) {
     const Access rig;
     const std::string question = AnswerCounted(rig, call);
     rig->AddCall(question + TextOfAnswer(call), call.host);

@@ -1,4 +1,4 @@
-#include "elsewhere.h"
+#include "remote_rig.h"
 
 #include "environment.h"
 
@@ -13,12 +13,12 @@ std::optional<std::string> BenchInEnvironment() {
     return value.starts_with(prefix) ? std::optional(value.substr(prefix.size())) : std::nullopt;
 }
 
-const Elsewhere* WhereTheHardwareIs() {
-    static const Elsewhere* const elsewhere = []() -> const Elsewhere* {
+const RemoteRig* FindRemoteRig() {
+    static const RemoteRig* const remote = []() -> const RemoteRig* {
         const std::optional<std::string> bench = BenchInEnvironment();
-        return bench && wayToBench != nullptr ? wayToBench(*bench) : nullptr;
+        return bench && connectToBench != nullptr ? connectToBench(*bench) : nullptr;
     }();
-    return elsewhere;
+    return remote;
 }
 
 } // namespace rig

@@ -46,8 +46,8 @@ struct RigAnswer {
 };
 
 /// Answers with the hardware of this process.
-RigAnswer AnswerHere(const RigQuestion& question);
-void AnswerHere(Call& call);
+RigAnswer AnswerLocally(const RigQuestion& question);
+void AnswerLocally(Call& call);
 
 /// The result of a command: lines of text, or one JSON object without a final line break.
 struct Reply {
@@ -56,7 +56,7 @@ struct Reply {
     std::uint64_t next = 0; ///< after `journal`: the number of the entry to continue with
 };
 
-struct Elsewhere {
+struct RemoteRig {
     Answerer answer;
     RigAnswer (*ask)(const RigQuestion&);
     Reply (*command)(const Texts& words, bool json);
@@ -69,10 +69,10 @@ inline constexpr const char* kDefaultBench = "default";
 std::optional<std::string> BenchInEnvironment();
 
 /// Connects to a bench. Null unless a transport that is linked in has set it.
-inline const Elsewhere* (*wayToBench)(const std::string& name) = nullptr;
+inline const RemoteRig* (*connectToBench)(const std::string& name) = nullptr;
 
 /// The bench that has the hardware, or null if this process has it. The environment is read once,
 /// at the first call.
-const Elsewhere* WhereTheHardwareIs();
+const RemoteRig* FindRemoteRig();
 
 } // namespace rig

@@ -4,9 +4,9 @@
 #include <optional>
 #include <string>
 
-#include "elsewhere.h"
 #include "environment.h"
 #include "installation.h"
+#include "remote_rig.h"
 
 namespace {
 
@@ -15,8 +15,8 @@ using Function = rig::RigFunction;
 /// Never throws: the callers are C functions. Running out of memory is a failure like any other.
 rig::RigAnswer Ask(std::int64_t failure, const rig::RigQuestion& question) {
     try {
-        const rig::Elsewhere* const elsewhere = rig::WhereTheHardwareIs();
-        return elsewhere != nullptr ? elsewhere->ask(question) : rig::AnswerHere(question);
+        const rig::RemoteRig* const remote = rig::FindRemoteRig();
+        return remote != nullptr ? remote->ask(question) : rig::AnswerLocally(question);
     } catch (...) {
         return {failure, 0, {}};
     }

@@ -1,6 +1,6 @@
 /// The functions of solvane/rig.h on the hardware of this process.
-#include "elsewhere.h"
 #include "environment.h"
+#include "remote_rig.h"
 #include "rig_state.h"
 
 namespace rig {
@@ -55,7 +55,7 @@ RigAnswer EntryOf(const Journal& journal, std::uint64_t index) {
 
 } // namespace
 
-RigAnswer AnswerHere(const RigQuestion& question) {
+RigAnswer AnswerLocally(const RigQuestion& question) {
     Access access;
     Rig& rig = *access.operator->();
     const auto& [first, second, third, fourth, fifth] = question.numbers;

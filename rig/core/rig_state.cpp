@@ -9,8 +9,8 @@
 #include <system_error>
 #include <utility>
 
-#include "elsewhere.h"
 #include "environment.h"
+#include "remote_rig.h"
 #include "rig_clock.h"
 #include "stand_in.h"
 

@@ -118,6 +118,6 @@ const rig::Linked standIn({
 } // namespace
 
 extern "C" {
-#define EAPI(name, parameters, ways) VENDOR_C_FUNCTION(EAPI_CALL, name, Number, parameters)
+#define EAPI(name, parameters, failureModes) VENDOR_C_FUNCTION(EAPI_CALL, name, Number, parameters)
 #include "vendor_functions.inc"
 }

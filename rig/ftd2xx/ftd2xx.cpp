@@ -364,7 +364,8 @@ const rig::Linked standIn({
 } // namespace
 
 extern "C" {
-#define D2XX(name, ordinal, parameters, ways) VENDOR_C_FUNCTION(FT_CALL, name, Number, parameters)
+#define D2XX(name, ordinal, parameters, failureModes)                                              \
+    VENDOR_C_FUNCTION(FT_CALL, name, Number, parameters)
 #define D2XX_REFUSED(name, ordinal, result, answer) VENDOR_C_FUNCTION(FT_CALL, name, result, ())
 #include "vendor_functions.inc"
 }

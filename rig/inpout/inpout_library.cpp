@@ -102,7 +102,7 @@ const rig::Linked standIn({
 } // namespace
 
 extern "C" {
-#define INPOUT(name, ordinal, result, parameters, ways)                                            \
+#define INPOUT(name, ordinal, result, parameters, failureModes)                                    \
     VENDOR_C_FUNCTION(INPOUT_CALL, name, result, parameters)
 #include "vendor_functions.inc"
 }

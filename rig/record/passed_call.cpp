@@ -44,9 +44,9 @@ Value ValueOf(std::optional<std::uint64_t> number) {
 }
 
 constexpr bool kIsRecorded[] = {
-#define FUNCTION(library, name, text, ordinal, result, parameters, ways) true,
+#define FUNCTION(library, name, text, ordinal, result, parameters, failureModes) true,
 #define D2XX_REFUSED(name, ordinal, result, answer) false,
-#define WMI(object, name, parameters, ways) false,
+#define WMI(object, name, parameters, failureModes) false,
 #include "vendor_functions.inc"
 };
 

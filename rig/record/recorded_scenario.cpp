@@ -51,7 +51,7 @@ class Explanation {
         others.clear();
         for (const RecordedCall& recorded : recording.calls) {
             Call call = Asked(recorded);
-            AnswerHere(call);
+            AnswerLocally(call);
             Compare(recorded, call);
         }
         return others;
@@ -112,7 +112,7 @@ class Explanation {
             }
         }
         faults += correction.Done() != before ? 1 : 0;
-        AnswerHere(call);
+        AnswerLocally(call);
         Pair(recorded.call, call);
         if (recorded.returned && !IsSameAnswer(recorded.call, call)) {
             Decide(index, recorded.call, call);

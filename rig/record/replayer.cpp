@@ -5,9 +5,9 @@
 #include <cstdio>
 #include <utility>
 
-#include "elsewhere.h"
 #include "passed_call.h"
 #include "recording_values.h"
+#include "remote_rig.h"
 #include "rig_clock.h"
 #include "rig_state.h"
 #include "same_call.h"
@@ -59,7 +59,7 @@ Replayer::Replayer(Recording whatWas, ReplayOptions howTo)
 
 void Replayer::Answer(Call& call) {
     if (!hasAll && !IsRecorded(call.function)) {
-        return AnswerHere(call);
+        return AnswerLocally(call);
     }
     const RecordedCall* one = nullptr;
     {

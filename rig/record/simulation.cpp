@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "correction.h"
-#include "elsewhere.h"
+#include "remote_rig.h"
 #include "stand_in.h"
 
 namespace rig::record {
@@ -75,7 +75,7 @@ void Simulation::Follow(Call& call) {
 }
 
 void Simulation::Answer(Call& call) {
-    Ask(call, AnswerHere);
+    Ask(call, AnswerLocally);
     Pair(NewHandle(call), NewHandle(call)); // the host gets it as it is
     RenameHandles(call, [&](std::uint64_t handle) { return Find(recorded, handle); });
 }

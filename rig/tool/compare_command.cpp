@@ -5,9 +5,9 @@
 #include <string>
 
 #include "compare.h"
-#include "elsewhere.h"
 #include "file_content.h"
 #include "json.h"
+#include "remote_rig.h"
 #include "replay.h"
 #include "this_program.h"
 #include "tool.h"

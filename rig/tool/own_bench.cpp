@@ -54,7 +54,7 @@ class Placed {
 
 } // namespace
 
-Reply Obey(const bench::Command& command, const IsUnwanted& isUnwanted) {
+Reply PerformOnBench(const bench::Command& command, const IsUnwanted& isUnwanted) {
     const bool isStop = !command.words.empty() && command.words[0] == "stop";
     if (!isStop) {
         return Perform(command.words, command.json, isUnwanted);
@@ -80,7 +80,7 @@ void StartBench(const std::string& name, const std::function<void()>& load, Answ
     SetVariable(kRigVariable, std::nullopt); // the bench itself uses its own hardware
     bench::ClaimName(name); // first: loading begins the files that a bench of this name may write
     load();
-    bench::ServePipe(name, hosts, Obey);
+    bench::ServePipe(name, hosts, PerformOnBench);
 }
 
 void EndBench() {

@@ -15,7 +15,7 @@ namespace rig {
 inline std::atomic<bool> isToStop{false};
 
 /// Carries out a command. `stop` ends this process; all others concern the hardware.
-Reply Obey(
+Reply PerformOnBench(
     const bench::Command& command, const IsUnwanted& isUnwanted = [] { return false; });
 
 /// Loads a scenario from its file, or the default one when that is empty. Throws std::runtime_error
@@ -25,7 +25,7 @@ void LoadScenario(const std::string& file);
 /// Has the hardware of this process loaded, and offers it to all hosts. Throws what `load` throws,
 /// and std::runtime_error when there cannot be a bench of that name.
 void StartBench(const std::string& name, const std::function<void()>& load,
-                Answerer answer = AnswerHere);
+                Answerer answer = AnswerLocally);
 
 /// Brings the journal and the waveform up to date before the process ends. Nothing is answered any
 /// more, and the rig stays locked.

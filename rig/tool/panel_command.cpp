@@ -49,7 +49,7 @@ panel::Source OwnBench(const std::string& name) {
                     if (isToStop) {
                         throw panel::NotThere("The bench \"" + name + "\" has ended.");
                     }
-                    return Obey(command);
+                    return PerformOnBench(command);
                 },
             .draw = DrawWaveform};
 }

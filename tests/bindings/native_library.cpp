@@ -23,7 +23,7 @@ HostSide& Side() {
     return side;
 }
 
-constexpr rig::Elsewhere kBench{
+constexpr rig::RemoteRig kBench{
     [](rig::Call& call) { Side().Answer(call); },
     [](const rig::RigQuestion& question) { return Side().Answer(question); },
     [](const rig::Texts& words, bool json) {
@@ -38,5 +38,5 @@ extern "C" void StartNativeLibrary() {
     host::Record(false);
     // Virtual time must not run away from threads that wait in real time.
     host::duringWait = [] { usleep(200); };
-    rig::wayToBench = [](const std::string&) { return &kBench; };
+    rig::connectToBench = [](const std::string&) { return &kBench; };
 }

@@ -113,7 +113,7 @@ void Answer(rig::Call& call) {
         rig::AnswerPlainly(call);
         break;
     case Manner::Fails: // with the most usual status
-        call.status = call.function.ways.front().status;
+        call.status = call.function.failureModes.front().status;
         break;
     case Manner::Odd:
         AnswerOddly(call);

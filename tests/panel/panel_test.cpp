@@ -37,14 +37,16 @@ class PanelTest : public ::testing::Test {
     }
 
     /// The server of the rig of this process.
-    void Serve(const Limits& limits = kLimits) { Serve({.name = "default", .ask = Obey}, limits); }
+    void Serve(const Limits& limits = kLimits) {
+        Serve({.name = "default", .ask = Execute}, limits);
+    }
     void Serve(Source source, const Limits& limits = kLimits) {
         source.draw = [](const std::string& vcd) { return "<svg>" + vcd + "</svg>"; };
         server.emplace(std::move(source), limits);
         address = server->Address();
     }
 
-    static Reply Obey(const Command& command) { return Perform(command.words, command.json); }
+    static Reply Execute(const Command& command) { return Perform(command.words, command.json); }
 
     std::string Get(const std::string& path, const std::string& headers = {}) {
         PanelClient client(address);
@@ -354,7 +356,7 @@ TEST_F(PanelTest, FilesAreThoseOfTheCommandLine) {
 }
 
 TEST_F(PanelTest, AFileTakesNoCommands) {
-    Serve({.name = "lines.vcd", .isFile = true, .ask = Obey});
+    Serve({.name = "lines.vcd", .isFile = true, .ask = Execute});
     const std::string response = Post("unplug 0");
     EXPECT_EQ(StatusOf(response), "409");
     const json state = json::parse(BodyOf(Get("state")));
@@ -384,7 +386,7 @@ TEST_F(PanelTest, CommandsThatWaitDoNotStopOthers) {
     Serve({.name = "default",
            .ask =
                [&](const Command& command) {
-                   return command.words[0] == "wait-edge" ? waiting.Wait() : Obey(command);
+                   return command.words[0] == "wait-edge" ? waiting.Wait() : Execute(command);
                }},
           Limits{.heartbeat = std::chrono::hours(1), .commands = 3});
     PanelClient first(address);
@@ -555,7 +557,7 @@ TEST_F(PanelTest, NoEdgeIsLostForFiftyListeners) {
 }
 
 TEST_F(PanelTest, WhoIsTooSlowToHearEverythingBeginsAnew) {
-    const Source source{.name = "default", .ask = Obey};
+    const Source source{.name = "default", .ask = Execute};
     Feed feed(source, [] {});
     feed.SetListeners(2);
     /// The next event for a listener, and the number of the entry after it.
@@ -618,7 +620,7 @@ TEST_F(PanelTest, ABenchThatEndsIsHeardOfAndTakenUpAgain) {
                if (!isThere) {
                    throw NotThere("The bench \"bench\" has ended.");
                }
-               return Obey(command);
+               return Execute(command);
            }});
     PanelClient client(address);
     client.Ask("GET", "events");
@@ -644,7 +646,7 @@ TEST_F(PanelTest, NobodyIsAskedWhileNobodyListens) {
     std::atomic<int> questions = 0;
     Serve({.name = "bench", .ask = [&](const Command& command) {
                ++questions;
-               return Obey(command);
+               return Execute(command);
            }});
     {
         PanelClient client(address);

@@ -156,7 +156,7 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
         if (took > Longest(planned) * kMillisecond) {
             return std::to_string(took / kMillisecond) + " ms";
         }
-        if (planned.way->isHarmless && Observation{status, answer, rig_captures()} != healthy) {
+        if (planned.mode->isHarmless && Observation{status, answer, rig_captures()} != healthy) {
             return "the host sees another outcome";
         }
         for (const std::string& complaint :
@@ -209,7 +209,7 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
         const Excuse excuse =
             ExcuseFor(one.kind, one.operation, one.IsRepair(), one.planned, violation);
         ++excused[static_cast<std::size_t>(excuse)];
-        if (excuse == Excuse::Recovery && !UsbInvariants(one.planned.way->kind).IsConfigured()) {
+        if (excuse == Excuse::Recovery && !UsbInvariants(one.planned.mode->kind).IsConfigured()) {
             return "0, and nothing was recovered";
         }
         return excuse == Excuse::None ? std::string("0, and not as asked: ") + Name(violation) : "";
@@ -217,7 +217,7 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
 
     /// Only wrong bytes take an unrequested picture.
     static bool MayTrigger(const Case& one) {
-        const TriggerRisk risk = one.planned.way->risk;
+        const TriggerRisk risk = one.planned.mode->risk;
         return risk == TriggerRisk::Garble || risk == TriggerRisk::WrongByte ||
                (risk == TriggerRisk::WrongRegister && one.Configures());
     }
@@ -239,7 +239,7 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
     /// bytes that the hardware took for right ones.
     static bool MayStayHigh(const Case& one, short status) {
         const bool isTrigger = one.operation.op == Op::TriggerCapture;
-        switch (one.planned.way->risk) {
+        switch (one.planned.mode->risk) {
         case TriggerRisk::None:
             return false;
         case TriggerRisk::FailedWrite:
@@ -262,7 +262,7 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
         const bool isSwitch = one.operation.op == Op::EnableAccessoriesPower ||
                               one.operation.op == Op::DisableAccessoriesPower;
         const bool didNothing = one.planned.times == 1 &&
-                                (one.planned.way->kind & RIG_FAULT_COUNT) == 0 &&
+                                (one.planned.mode->kind & RIG_FAULT_COUNT) == 0 &&
                                 one.planned.function != "Inp32";
         short on = kUntouched;
         return status == SOLVANE_E_WRITE && isSwitch && didNothing &&
@@ -276,7 +276,7 @@ class EveryFailureTest : public OnTheRig, public testing::WithParamInterface<Kin
     /// After the fault: the next operation, a new controller or replugging brings the hardware
     /// back, as predicted.
     std::string Recovery(const Case& one) {
-        const UsbInvariants invariants(one.planned.way->kind);
+        const UsbInvariants invariants(one.planned.mode->kind);
         const bool isUsb = one.kind.comeback == Comeback::UsbHandle;
         if (one.kind.comeback != Comeback::NewController) {
             const bool atOnce = !isUsb || invariants.ServesAtOnce();

@@ -48,7 +48,7 @@ struct Case {
     /// The driver refuses the deletion in the disposal.
     bool IsRefusedDisposal() const {
         return planned.function == host::kernel::kDeleteRequest &&
-               (planned.way->kind & RIG_FAULT_STATUS) != 0 &&
+               (planned.mode->kind & RIG_FAULT_STATUS) != 0 &&
                (op == TimerOp::Dispose || ending == Ending::DisposesWhileItLasts);
     }
 
@@ -183,7 +183,7 @@ class EveryKernelFailureTest : public OnTheRig, public testing::WithParamInterfa
     void ExpectDeath(const Case& one) {
         constexpr std::uint32_t kNoSuchTimer = 2;
         const std::uint32_t error =
-            one.IsRefusedDisposal() ? one.planned.way->status : kNoSuchTimer;
+            one.IsRefusedDisposal() ? one.planned.mode->status : kNoSuchTimer;
         char code[16];
         std::snprintf(code, sizeof code, "%08x", static_cast<unsigned>(error));
         EXPECT_EXIT(Solvane_DisposeTimer(host.Handle()), testing::KilledBySignal(SIGABRT),

@@ -12,11 +12,11 @@
 
 #include <gtest/gtest.h>
 
+#include "failure_mode.h"
 #include "host_platform.h"
 #include "system_faults.h"
 #include "thread_scheduler.h"
 #include "timer_invariants.h"
-#include "way.h"
 
 namespace {
 

@@ -50,8 +50,8 @@ bool IsAnyOf(std::string_view function, std::initializer_list<std::string_view> 
 }
 
 bool IsReadWrong(const PlannedFault& planned) {
-    const bool isCount = planned.way->kind == RIG_FAULT_COUNT;
-    return planned.way->risk == TriggerRisk::WrongByte ||
+    const bool isCount = planned.mode->kind == RIG_FAULT_COUNT;
+    return planned.mode->risk == TriggerRisk::WrongByte ||
            (isCount && IsAnyOf(planned.function, {"EApiGPIOGetLevel", "FT_Read"}));
 }
 
@@ -63,7 +63,7 @@ bool IsOfLine(Violation violation) {
 /// Whether a silent failure is detected: FT_Write reports how much it wrote, and registers of the
 /// Super I/O chip are read back.
 bool ShowsSilence(const PlannedFault& planned, Violation violation) {
-    switch (planned.way->risk) {
+    switch (planned.mode->risk) {
     case TriggerRisk::None:
         return !IsAnyOf(planned.function, {"EApiGPIOGetLevel", "EApiGPIOSetDirection", "FT_Read",
                                            "FT_SetBitMode", "FT_ResetDevice", "FT_Close"});
@@ -94,7 +94,7 @@ bool IsRecovered(Op op, bool isRepair, const PlannedFault& planned) {
 Excuse ExcuseForRecovery(const Kind& kind, Op op, bool isRepair, const PlannedFault& planned,
                          Violation violation) {
     return kind.behaviour.isUsb && IsOfLine(violation) &&
-                   planned.way->risk != TriggerRisk::Garble && IsRecovered(op, isRepair, planned)
+                   planned.mode->risk != TriggerRisk::Garble && IsRecovered(op, isRepair, planned)
                ? Excuse::Recovery
                : Excuse::None;
 }
@@ -125,24 +125,24 @@ const char* Name(Excuse excuse) {
 
 Excuse ExcuseFor(const Kind& kind, const Operation& operation, bool isRepair,
                  const PlannedFault& planned, Violation violation) {
-    const Way& way = *planned.way;
+    const FailureMode& mode = *planned.mode;
     const Excuse recovered = ExcuseForRecovery(kind, operation.op, isRepair, planned, violation);
     if (recovered != Excuse::None) {
         return recovered;
     }
     if (planned.isOfSystem) {
-        const bool isTooShort = way.count == 0; // for the chip's answer
+        const bool isTooShort = mode.count == 0; // for the chip's answer
         const bool isExcused =
             violation == Violation::Pulse || (violation == Violation::SafeAnswer && isTooShort);
         return planned.function == "Sleep" && isExcused ? Excuse::Clock : Excuse::None;
     }
-    if (way.risk == TriggerRisk::Garble) {
+    if (mode.risk == TriggerRisk::Garble) {
         return Excuse::CutCommand;
     }
     if (IsReadWrong(planned)) {
         return Excuse::WrongByte;
     }
-    if (way.kind == RIG_FAULT_SILENT && !ShowsSilence(planned, violation)) {
+    if (mode.kind == RIG_FAULT_SILENT && !ShowsSilence(planned, violation)) {
         return Excuse::Silence;
     }
     return ExcuseForReportedFailure(kind, operation.op, isRepair, planned, violation);

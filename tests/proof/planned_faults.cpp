@@ -13,9 +13,9 @@ namespace {
 
 void AddWays(std::vector<PlannedFault>& plannedFaults, const VendorFunction& function,
              std::uint32_t call, bool isOfSystem, const std::string& question) {
-    for (const Way& way : function.ways) {
-        plannedFaults.push_back({function.name, call, 1, &way, isOfSystem, question});
-        plannedFaults.push_back({function.name, call, 0, &way, isOfSystem, question});
+    for (const FailureMode& mode : function.failureModes) {
+        plannedFaults.push_back({function.name, call, 1, &mode, isOfSystem, question});
+        plannedFaults.push_back({function.name, call, 0, &mode, isOfSystem, question});
     }
 }
 
@@ -30,8 +30,8 @@ std::string ShownStatus(std::string_view call, std::uint32_t status) {
     return "?";
 }
 
-const char* NameOf(const Way& way) {
-    switch (way.kind) {
+const char* NameOf(const FailureMode& mode) {
+    switch (mode.kind) {
     case RIG_FAULT_STATUS:
         return "fails";
     case RIG_FAULT_SILENT:
@@ -46,10 +46,10 @@ const char* NameOf(const Way& way) {
 } // namespace
 
 std::string Text(const PlannedFault& planned) {
-    const Way& way = *planned.way;
+    const FailureMode& mode = *planned.mode;
     return planned.function + " call " + std::to_string(planned.call) +
-           (planned.times == 0 ? " and on " : " ") + NameOf(way) + " (" +
-           std::to_string(way.status) + ", " + std::to_string(way.count) + ")";
+           (planned.times == 0 ? " and on " : " ") + NameOf(mode) + " (" +
+           std::to_string(mode.status) + ", " + std::to_string(mode.count) + ")";
 }
 
 CallCount::CallCount() : journalBefore(rig_journal_size()), systemBefore(host::AllCalls()) {}
@@ -89,8 +89,8 @@ std::vector<PlannedFault> CallCount::OfVendors(const Kind& kind) const {
             }
         }
         EXPECT_GT(plannedFaults.size(), known) << "no way to fail is known of " << name;
-        for (const Way& way : kind.dead) {
-            plannedFaults.push_back({"*", call, 0, &way, false, question});
+        for (const FailureMode& mode : kind.dead) {
+            plannedFaults.push_back({"*", call, 0, &mode, false, question});
         }
     }
     return plannedFaults;
@@ -116,10 +116,10 @@ std::vector<PlannedFault> CallCount::OfSystem(const std::vector<VendorFunction>&
 
 bool Arm(const PlannedFault& planned) {
     const char* const function = planned.function.c_str();
-    const Way& way = *planned.way;
+    const FailureMode& mode = *planned.mode;
     const std::uint32_t made = planned.isOfSystem ? host::Calls(function) : rig_calls(function);
-    const rig_fault fault{function, made + planned.call, planned.times,
-                          way.kind, way.status,          way.count};
+    const rig_fault fault{function,  made + planned.call, planned.times,
+                          mode.kind, mode.status,         mode.count};
     return (planned.isOfSystem ? host::AddFault(fault) : rig_add_fault(&fault)) == 0;
 }
 
@@ -134,8 +134,8 @@ bool HasHappened(const PlannedFault& planned, std::size_t journalBefore) {
         if (entry.kind == RIG_EVENT && text.starts_with("fault ")) {
             isNext = true;
         } else if (isNext && entry.kind == RIG_CALL) {
-            const bool fails = (planned.way->kind & RIG_FAULT_STATUS) != 0;
-            if (!fails || text.find(ShownStatus(text, planned.way->status)) != text.npos) {
+            const bool fails = (planned.mode->kind & RIG_FAULT_STATUS) != 0;
+            if (!fails || text.find(ShownStatus(text, planned.mode->status)) != text.npos) {
                 return true;
             }
             isNext = false; // that was the earlier fault

@@ -15,7 +15,7 @@ struct PlannedFault {
     std::string function;
     std::uint32_t call;  ///< counted from 1 from the operation on
     std::uint32_t times; ///< 0: every call from then on
-    const Way* way;
+    const FailureMode* mode;
     bool isOfSystem;           ///< a function of Windows, not of a vendor's
     std::string question = {}; ///< a vendor call's function and arguments on healthy hardware
 };

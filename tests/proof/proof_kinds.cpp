@@ -30,8 +30,8 @@ std::vector<VendorFunction> FunctionsOf(const std::vector<const rig::Library*>& 
     for (const rig::VendorFunction& each : rig::VendorFunctions()) {
         if (std::ranges::count(libraries, &each.library) != 0) {
             functions.push_back({each.name, {}});
-            for (const rig::Way& way : each.ways) {
-                functions.back().ways.emplace_back(way, risk(each.id, way));
+            for (const rig::FailureMode& mode : each.failureModes) {
+                functions.back().failureModes.emplace_back(mode, risk(each.id, mode));
             }
         }
     }
@@ -43,16 +43,16 @@ constexpr const char* kAllButClearMep = "[pulls]\ntrigger = 1\ndark = 1\naccesso
 constexpr const char* kWithClearMep =
     "[pulls]\ntrigger = 1\ndark = 1\naccessories_power = 0\nclear_mep = 1\n";
 
-bool IsSilent(const rig::Way& way) {
-    return way.kind == RIG_FAULT_SILENT;
+bool IsSilent(const rig::FailureMode& mode) {
+    return mode.kind == RIG_FAULT_SILENT;
 }
 
 using rig::Function;
 using enum TriggerRisk;
 
 Kind Ft2232h() {
-    const auto risk = [](Function function, const rig::Way& way) {
-        const bool isCut = way.kind == RIG_FAULT_COUNT && way.count != 0;
+    const auto risk = [](Function function, const rig::FailureMode& mode) {
+        const bool isCut = mode.kind == RIG_FAULT_COUNT && mode.count != 0;
         return function != Function::FT_Write ? None : isCut ? Garble : FailedWrite;
     };
     return {
@@ -79,8 +79,8 @@ Kind Ft2232h() {
 Kind SuperIo() {
     constexpr std::uint32_t kNoByte = 0x1EE; ///< more than a register can hold
     constexpr std::uint32_t kNobody = 0xFF;  ///< read from a bus where nothing answers
-    const auto risk = [](Function function, const rig::Way& way) {
-        const bool isByte = IsSilent(way) || way.status == kNobody;
+    const auto risk = [](Function function, const rig::FailureMode& mode) {
+        const bool isByte = IsSilent(mode) || mode.status == kNobody;
         return function == Function::Out32   ? WrongRegister
                : function != Function::Inp32 ? None
                : isByte                      ? WrongByte
@@ -107,9 +107,9 @@ Kind SuperIo() {
 }
 
 Kind Eapi() {
-    const auto risk = [](Function function, const rig::Way& way) {
+    const auto risk = [](Function function, const rig::FailureMode& mode) {
         return function != Function::EApiGPIOSetLevel ? None
-               : IsSilent(way)                        ? UnseenWrite
+               : IsSilent(mode)                       ? UnseenWrite
                                                       : FailedWrite;
     };
     return {
@@ -134,7 +134,7 @@ Kind Eapi() {
 
 Kind Lpt() {
     constexpr std::uint32_t kWmiFailed = 0x8004'1003;
-    const auto risk = [](Function function, const rig::Way&) {
+    const auto risk = [](Function function, const rig::FailureMode&) {
         return function == Function::Inp32   ? WrongByte
                : function == Function::Out32 ? UnseenWrite
                                              : None;
@@ -178,7 +178,7 @@ const std::vector<VendorFunction>& SystemFunctions() {
     constexpr std::uint32_t kNotRegistered = 0x8004'0154;
     constexpr std::uint32_t kBadType = 0x8002'0008;
     constexpr std::uint32_t kLocked = 0x8002'000D;
-    const auto harmless = [](rig::Way way) { return Way(way, None, true); };
+    const auto harmless = [](rig::FailureMode mode) { return FailureMode(mode, None, true); };
     static const std::vector<VendorFunction> functions{
         {"Sleep", {Counts(0), harmless(Counts(kCoarseSleep))}},
         {"timeBeginPeriod", {harmless(Fails(kNoPeriod))}},

@@ -10,8 +10,8 @@
 #include <gtest/gtest.h>
 
 #include "controller_ptr.h"
+#include "failure_mode.h"
 #include "host_model.h"
-#include "way.h"
 
 namespace proof {
 
@@ -43,9 +43,10 @@ inline constexpr std::size_t kExcuses = 9;
 using ExcuseCounts = std::array<std::size_t, kExcuses>;
 
 /// A way in which a call fails, and what to expect of it.
-struct Way : rig::Way {
-    Way(rig::Way way, TriggerRisk itsRisk = TriggerRisk::None, bool changesNothing = false)
-        : rig::Way(way), risk(itsRisk), isHarmless(changesNothing) {}
+struct FailureMode : rig::FailureMode {
+    FailureMode(rig::FailureMode mode, TriggerRisk itsRisk = TriggerRisk::None,
+                bool changesNothing = false)
+        : rig::FailureMode(mode), risk(itsRisk), isHarmless(changesNothing) {}
 
     TriggerRisk risk;
     bool isHarmless; ///< nothing that the host sees may change
@@ -53,7 +54,7 @@ struct Way : rig::Way {
 
 struct VendorFunction {
     const char* name;
-    std::vector<Way> ways;
+    std::vector<FailureMode> failureModes;
 };
 
 /// What brings failed hardware back once the fault is over.
@@ -77,7 +78,7 @@ struct Kind {
     const char* lookAlike; ///< hardware that is nearly of this kind, and must not be taken for it
     SLV::Internal::ControllerFactory make;
     std::vector<VendorFunction> functions;
-    std::vector<Way> dead;         ///< how every call fails once the hardware or its driver is dead
+    std::vector<FailureMode> dead; ///< how every call fails once the hardware or its driver is dead
     std::size_t failures;          ///< number of cases
     std::size_t failuresOfWindows; ///< likewise
     ExcuseCounts excused;          ///< operations that answer 0 to a failure all the same

@@ -81,7 +81,7 @@ class SoakTest : public OnTheRig {
     const VendorFunction& AnyThatFails(const Kind& kind) {
         std::vector<const VendorFunction*> functions;
         for (const VendorFunction& function : kind.functions) {
-            if (!function.ways.empty()) {
+            if (!function.failureModes.empty()) {
                 functions.push_back(&function);
             }
         }
@@ -93,11 +93,11 @@ class SoakTest : public OnTheRig {
         host::Advance(Random(40) * kMillisecond);
         if (Random(4) == 0) {
             const VendorFunction& function = AnyThatFails(kind);
-            const Way& way = function.ways[Random(function.ways.size())];
+            const FailureMode& mode = function.failureModes[Random(function.failureModes.size())];
             const unsigned soon = Random(Random(2) == 0 ? 6 : 60);
             const rig_fault fault{function.name, rig_calls(function.name) + 1 + soon,
-                                  Random(4),     way.kind,
-                                  way.status,    way.count};
+                                  Random(4),     mode.kind,
+                                  mode.status,   mode.count};
             ASSERT_EQ(rig_add_fault(&fault), 0);
             isHealed = isWhole = false;
         }

@@ -116,22 +116,22 @@ TEST_P(TakeAPictureOnEveryKind, ACameraThatDoesNotAnswerIsNot) {
     }
 }
 
-std::string TextOf(const Way& way) {
-    return (way.kind == RIG_FAULT_SILENT ? "silent" : "status ") + std::to_string(way.status);
+std::string TextOf(const FailureMode& mode) {
+    return (mode.kind == RIG_FAULT_SILENT ? "silent" : "status ") + std::to_string(mode.status);
 }
 
 TEST_P(TakeAPictureOnEveryKind, HardwareThatDiesIsNeverTakenForAPicture) {
     const Kind& kind = GetParam();
-    std::vector<Way> ways = kind.dead;
+    std::vector<FailureMode> modes = kind.dead;
     for (const std::uint32_t nobody : {0x00u, 0xFFu}) { // read from a bus where nothing answers
-        ways.emplace_back(rig::Fails(nobody));
+        modes.emplace_back(rig::Fails(nobody));
     }
-    for (const Way& way : ways) {
+    for (const FailureMode& mode : modes) {
         BeforeEveryCall(kind.scenario, [&](std::uint32_t call) {
             StartLibrary(kind.scenario);
-            const rig_fault dead{"*", call, 0, way.kind, way.status, way.count};
+            const rig_fault dead{"*", call, 0, mode.kind, mode.status, mode.count};
             EXPECT_EQ(rig_add_fault(&dead), 0);
-            return TextOf(way);
+            return TextOf(mode);
         });
     }
     EXPECT_THAT(outcomes, Each(Gt(0u)));
@@ -147,16 +147,16 @@ TEST_F(TakeAPictureTest, AClearLineThatWasLeftActiveKeepsTheFlagDown) {
 /// Calls fail, once or from then on, while the flag of an earlier picture is latched.
 TEST_P(TakeAPictureOnEveryKind, AnOldFlagIsNeverTakenForAPicture) {
     const std::string camera = "[camera]\nmep_latched = true\n";
-    for (const Way& way : GetParam().dead) {
-        if (way.kind != RIG_FAULT_STATUS) {
+    for (const FailureMode& mode : GetParam().dead) {
+        if (mode.kind != RIG_FAULT_STATUS) {
             continue;
         }
         for (const std::uint32_t times : {0u, 1u}) {
             BeforeEveryCall(GetParam().scenario + camera, [&](std::uint32_t call) {
                 StartLibrary(GetParam().scenario + camera + "mep = \"never\"\n");
-                const rig_fault fault{"*", call, times, way.kind, way.status, way.count};
+                const rig_fault fault{"*", call, times, mode.kind, mode.status, mode.count};
                 EXPECT_EQ(rig_add_fault(&fault), 0);
-                return TextOf(way);
+                return TextOf(mode);
             });
         }
     }

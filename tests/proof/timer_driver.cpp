@@ -53,7 +53,7 @@ using rig::Silent;
 constexpr auto Odd = Fails;
 
 /// It does its work and reports a failure.
-rig::Way DoneButFails(std::uint32_t status) {
+rig::FailureMode DoneButFails(std::uint32_t status) {
     constexpr std::uint32_t kWhole = 24;
     return {RIG_FAULT_STATUS | RIG_FAULT_COUNT, status, kWhole};
 }

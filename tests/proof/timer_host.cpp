@@ -85,7 +85,7 @@ void TimerHost::Discard() {
 }
 
 void TimerHost::FailToRun(const char* function) {
-    const Way fails = rig::Fails(31);
+    const FailureMode fails = rig::Fails(31);
     const PlannedFault planned{function, 1, 1, &fails, true};
     EXPECT_EQ(Do(TimerOp::RunStoppedInside, {&planned}).seen.status, SOLVANE_E_UNDETERMINED);
     Disarm();

@@ -8,7 +8,8 @@
 #include "c_function.h"
 
 extern "C" {
-#define D2XX(name, ordinal, parameters, ways) VENDOR_C_SIGNATURE(FT_CALL, name, Number, parameters);
+#define D2XX(name, ordinal, parameters, failureModes)                                              \
+    VENDOR_C_SIGNATURE(FT_CALL, name, Number, parameters);
 #define D2XX_REFUSED(name, ordinal, result, answer) VENDOR_C_SIGNATURE(FT_CALL, name, result, ());
 #include "vendor_functions.inc"
 }

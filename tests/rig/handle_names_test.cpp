@@ -6,7 +6,8 @@
 #include "stand_in.h"
 
 extern "C" {
-#define D2XX(name, ordinal, parameters, ways) VENDOR_C_SIGNATURE(FT_CALL, name, Number, parameters);
+#define D2XX(name, ordinal, parameters, failureModes)                                              \
+    VENDOR_C_SIGNATURE(FT_CALL, name, Number, parameters);
 #include "vendor_functions.inc"
 }
 

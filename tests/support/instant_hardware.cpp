@@ -125,9 +125,10 @@ extern "C" int rig_wbem_interfaces() {
 }
 
 extern "C" {
-#define D2XX(name, ordinal, parameters, ways) VENDOR_C_FUNCTION(FT_CALL, name, Number, parameters)
-#define EAPI(name, parameters, ways) VENDOR_C_FUNCTION(EAPI_CALL, name, Number, parameters)
-#define INPOUT(name, ordinal, result, parameters, ways)                                            \
+#define D2XX(name, ordinal, parameters, failureModes)                                              \
+    VENDOR_C_FUNCTION(FT_CALL, name, Number, parameters)
+#define EAPI(name, parameters, failureModes) VENDOR_C_FUNCTION(EAPI_CALL, name, Number, parameters)
+#define INPOUT(name, ordinal, result, parameters, failureModes)                                    \
     VENDOR_C_FUNCTION(INPOUT_CALL, name, result, parameters)
 #include "vendor_functions.inc"
 }

@@ -28,7 +28,7 @@ void* solvane_find_slot(std::uint32_t slot) noexcept;
 
 void* solvane_find_slot(std::uint32_t slot) noexcept {
     const DWORD lastError = GetLastError();
-    const rig::record::Way way; // of the DLL that is being loaded
+    const rig::record::HostCallScope scope; // of the DLL that is being loaded
     void* target = nullptr;
     try {
         target = rig::record::RealExport(slot);

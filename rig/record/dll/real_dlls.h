@@ -9,20 +9,20 @@ namespace rig::record {
 
 /// A thread's way through a vendor's DLL. What that DLL calls on the way, of another's functions or
 /// while it is loaded, is no call of the host: who has the recording may have other DLLs.
-class Way {
+class HostCallScope {
   public:
-    Way() { TlsSetValue(Slot(), this); }
-    ~Way() {
+    HostCallScope() { TlsSetValue(Slot(), this); }
+    ~HostCallScope() {
         const DWORD lastError = GetLastError();
         TlsSetValue(Slot(), outer);
         SetLastError(lastError);
     }
-    Way(const Way&) = delete;
-    Way& operator=(const Way&) = delete;
+    HostCallScope(const HostCallScope&) = delete;
+    HostCallScope& operator=(const HostCallScope&) = delete;
 
     /// An exception of Windows leaves this function without its destructors; but what it leaves is
     /// below on the stack, not above.
-    bool IsTheHosts() const { return outer <= this; }
+    bool IsOfHost() const { return outer <= this; }
 
   private:
     static DWORD Slot() {

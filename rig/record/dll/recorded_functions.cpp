@@ -22,11 +22,11 @@ namespace {
 /// A call on its way, in the recording. Without memory for that, it goes its way unseen.
 class Passage {
   public:
-    Passage(const Way& way, const VendorFunction& function,
+    Passage(const HostCallScope& scope, const VendorFunction& function,
             std::initializer_list<std::uint64_t> arguments) {
         Recorder* const recorder = ThisRecording::Instance().recorder;
         try {
-            if (recorder != nullptr && way.IsTheHosts()) {
+            if (recorder != nullptr && scope.IsOfHost()) {
                 passed.emplace(function, std::span(arguments.begin(), arguments.size()));
                 number = recorder->Begin(passed->call);
             }
@@ -56,12 +56,12 @@ template <class Result, class... Arguments>
 Result Pass(Function id, Arguments... arguments) {
     const DWORD before = GetLastError();
     const VendorFunction& function = Described(id);
-    const Way way;
+    const HostCallScope scope;
     const auto real = reinterpret_cast<Result(FT_CALL*)(Arguments...)>(RealFunction(function));
     if (real == nullptr) {
         return static_cast<Result>(function.library.outOfMemory);
     }
-    Passage passage(way, function, {AsNumber(arguments)...});
+    Passage passage(scope, function, {AsNumber(arguments)...});
     SetLastError(before);
     if constexpr (std::is_void_v<Result>) {
         real(arguments...);
@@ -88,10 +88,10 @@ Result Pass(Function id, Arguments... arguments) {
     }
 
 extern "C" {
-#define D2XX(name, ordinal, parameters, ways) PASSING(FT_CALL, name, Number, parameters)
+#define D2XX(name, ordinal, parameters, failureModes) PASSING(FT_CALL, name, Number, parameters)
 #define D2XX_REFUSED(name, ordinal, result, answer)
-#define EAPI(name, parameters, ways) PASSING(EAPI_CALL, name, Flags, parameters)
-#define INPOUT(name, ordinal, result, parameters, ways)                                            \
+#define EAPI(name, parameters, failureModes) PASSING(EAPI_CALL, name, Flags, parameters)
+#define INPOUT(name, ordinal, result, parameters, failureModes)                                    \
     PASSING(INPOUT_CALL, name, result, parameters)
 #include "vendor_functions.inc"
 }

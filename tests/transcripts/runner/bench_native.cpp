@@ -19,7 +19,7 @@ HostSide& Side() {
     return side;
 }
 
-constexpr rig::Elsewhere kBench{
+constexpr rig::RemoteRig kBench{
     [](rig::Call& call) { Side().Answer(call); },
     [](const rig::RigQuestion& question) { return Side().Answer(question); },
     [](const rig::Texts& words, bool json) {
@@ -28,7 +28,7 @@ constexpr rig::Elsewhere kBench{
 };
 
 const bool isThere = [] {
-    rig::wayToBench = [](const std::string&) { return &kBench; };
+    rig::connectToBench = [](const std::string&) { return &kBench; };
     return true;
 }();
 
