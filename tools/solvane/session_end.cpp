@@ -25,13 +25,12 @@ void Listen(std::promise<void> isListening) {
     windowClass.hInstance = GetModuleHandleW(nullptr);
     windowClass.lpszClassName = L"solvane";
     RegisterClassW(&windowClass);
-    // Never shown. It fails where there are no windows, as in a service; console events do there.
-    const HWND window = CreateWindowExW(0, windowClass.lpszClassName, L"solvane", WS_OVERLAPPED, 0,
-                                        0, 0, 0, nullptr, nullptr, windowClass.hInstance, nullptr);
+    // Never shown. It fails where there are no windows, as in a service; console events do there,
+    // and this thread waits in vain: it must not end while it is being detached (see
+    // driver_timer.cpp).
+    static_cast<void>(CreateWindowExW(0, windowClass.lpszClassName, L"solvane", WS_OVERLAPPED, 0, 0,
+                                      0, 0, nullptr, nullptr, windowClass.hInstance, nullptr));
     isListening.set_value();
-    if (window == nullptr) {
-        return;
-    }
     MSG message;
     while (GetMessageW(&message, nullptr, 0, 0) > 0) {
         DispatchMessageW(&message);
